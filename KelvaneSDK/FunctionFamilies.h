@@ -1,0 +1,12 @@
+#pragma once
+
+#include "KelvaneSDK/Kelvane/NodeRegistry.h"
+
+namespace KelvaneSDK {
+
+// The library's function families. Each is defined at the end of the file that holds its classes.
+
+NodeFamily basicFunctions();
+NodeFamily flowFunctions();
+
+}  // namespace KelvaneSDK

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "KelvaneSDK/ArrayVariables.h"
+#include "KelvaneSDK/Kelvane/NodeRegistry.h"
+#include "KelvaneSDK/Node.h"
+#include "KelvaneSDK/ScalarVariables.h"
+#include "KelvaneSDK/SequenceValue.h"
+
+namespace KelvaneSDK {
+
+/// The base of the input streams, where the application's values enter a diagram: no inputs, and an output of a fixed
+/// type that always holds a value.
+class InputStreamNode : public Node {
+public:
+    void initialize() override;
+    void setTypeString() override;
+    /// Besides the properties of every node: "Forwarding", true for exactly the text "true".
+    void setProperty(std::string_view propertyString, std::string_view valueString) override;
+    std::vector<Property> getProperties() const override;
+
+    /// Takes one update of the stream, produced at `timestamp` (seconds), and forwards it. A value of another type
+    /// than the stream's prints "ERROR: trying to set input stream '<label>' with wrong type!" and is dropped. In
+    /// either case the connected slots are marked checked.
+    void setValue(const Value& value, double timestamp);
+
+    /// Marks every slot that the stream feeds as dealt with in this pass.
+    void markConnectedChecked();
+
+    /// A variable output bears the stream's label. Maintained while a diagram is built.
+    bool linked = false;
+    /// The stream's values are part of the results, under its label.
+    bool forwarding = true;
+};
+
+/// An input stream of one value class, with its type's default value at first.
+template <class Slot>
+class TypedInputStream final : public InputStreamNode {
+public:
+    void createOutput() override { makeOutput(Slot::slotClass, true); }
+};
+
+using FloatInputStream = TypedInputStream<FloatValue>;
+using IntegerInputStream = TypedInputStream<IntegerValue>;
+using BooleanInputStream = TypedInputStream<BooleanValue>;
+using VectorInputStream = TypedInputStream<VectorValue>;
+using OrientationInputStream = TypedInputStream<OrientationValue>;
+using SequenceInputStream = TypedInputStream<SequenceValue>;
+using StringInputStream = TypedInputStream<StringValue>;
+using FloatArrayInputStream = TypedInputStream<FloatArrayVariable>;
+using IntegerArrayInputStream = TypedInputStream<IntegerArrayVariable>;
+using BooleanArrayInputStream = TypedInputStream<BooleanArrayVariable>;
+using VectorArrayInputStream = TypedInputStream<VectorArrayVariable>;
+using OrientationArrayInputStream = TypedInputStream<OrientationArrayVariable>;
+using StringArrayInputStream = TypedInputStream<StringArrayVariable>;
+using SequenceArrayInputStream = TypedInputStream<SequenceArrayVariable>;
+
+NodeFamily inputStreamNodes();
+
+}  // namespace KelvaneSDK

@@ -1,0 +1,192 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "KelvaneSDK/TimestampedVariable.h"
+
+namespace KelvaneSDK {
+
+/// The four kinds of node that a diagram lists, in the order in which the engine walks them.
+enum class NodeCategory : std::uint8_t { Constant, InputStream, Function, VariableOutput };
+
+inline constexpr std::array<NodeCategory, 4> allNodeCategories{NodeCategory::Constant, NodeCategory::InputStream,
+                                                               NodeCategory::Function, NodeCategory::VariableOutput};
+
+/// The category's name in documents: "Constant", "Input stream", "Function", "Variable output".
+std::string_view classStringOf(NodeCategory category);
+/// The category with this name, or absent.
+std::optional<NodeCategory> categoryNamed(std::string_view classString);
+
+/// The colour of a node's body. The text form of a case is its name.
+enum class BodyColor : std::uint8_t {
+    blue,
+    red,
+    black,
+    brown,
+    cyan,
+    gray,
+    green,
+    magenta,
+    orange,
+    purple,
+    yellow,
+    white,
+};
+
+/// Every colour, in order.
+std::span<const BodyColor> allBodyColors();
+std::string_view bodyColorName(BodyColor color);
+/// The colour with exactly this name, or absent.
+std::optional<BodyColor> bodyColorNamed(std::string_view name);
+
+/// A place on the designer's canvas; y grows downwards.
+struct Position {
+    double x = 0, y = 0;
+
+    friend bool operator==(const Position&, const Position&) = default;
+};
+
+/// A property of a node in its text form, as documents hold it.
+struct Property {
+    std::string propertyString;
+    std::string valueString;
+
+    friend bool operator==(const Property&, const Property&) = default;
+};
+
+/// The base of every node: ordered input slots, at most one output slot, the slots that the output feeds, and the
+/// descriptive data of the document. Also makes the connections, and lets generic slots take on a type when they are
+/// connected and fall back when the last such connection goes.
+///
+/// Nodes belong to the thread that drives their engine. A slot may be replaced by one of another class when it is
+/// connected or disconnected: read it from the node again afterwards.
+class Node {
+public:
+    Node() = default;
+    virtual ~Node() = default;
+    Node(const Node&) = delete;
+    Node& operator=(const Node&) = delete;
+
+    /// Builds the slots and names of a new node; createNode() calls it once.
+    virtual void initialize() {}
+
+    /// Appends the input slots, in the order of their indices.
+    virtual void createInputs() {}
+    virtual void createOutput() {}
+    virtual void setTypeString() {}
+
+    /// Returns to the state before any input arrived: inputs lose their value, flags and timestamp, the output its
+    /// flags and timestamp.
+    virtual void reset();
+
+    /// Fixes a generic output to the class that `outputType` names, or sets `outputType` to the type of a concrete
+    /// output. Prints "ERROR: unexpected outputType == nil!" or "ERROR: setting output type!" and changes nothing
+    /// when there is no such class.
+    void resolveOutputType();
+
+    /// Makes the output feed an input slot of another node; generic slots on both sides take on types first. Whether
+    /// the types fit is not checked, and a slot may be fed twice.
+    virtual void connectOutput(TimestampedVariable& input);
+
+    /// Called on the owner of `input`: marks it connected, after a generic input took on the type of `output`, and
+    /// returns the slot that now stands in its place.
+    TimestampedVariable& connectInput(TimestampedVariable& input, const TimestampedVariable& output);
+
+    /// Replaces the generic output and then every generic input by slots of the class that each adopts from
+    /// `variable`.
+    void specializeGenericTypes(const TimestampedVariable& variable);
+
+    /// Stops feeding `input`, and lets both nodes fall back to their generic slots when nothing fixes them any more.
+    virtual void disconnect(TimestampedVariable& input);
+
+    void revertGenericTypes();
+
+    /// Readiness: the engine processes a node when both answer true. A class may answer by rules of its own.
+    virtual bool allInputsUpdated() const;
+    virtual bool allInputsHaveValues() const;
+
+    /// Copies the output's value, constant flag and timestamp into every slot that it feeds and marks them updated.
+    void forwardOutput();
+
+    /// The evaluation step. A class computes its output and ends with completeStep().
+    virtual void process() { completeStep(); }
+
+    /// Applies a property: "Description", "OutputValue" or "Color"; any other name prints
+    /// "ERROR: unknown propertyName <name>!".
+    virtual void setProperty(std::string_view propertyString, std::string_view valueString);
+
+    /// The properties for export, in order.
+    virtual std::vector<Property> getProperties() const;
+
+    std::span<TimestampedVariable* const> inputValues() const { return inputSlots; }
+    /// The output slot, or null.
+    TimestampedVariable* outputValue() const { return outputSlot; }
+    /// The slots that the output feeds, in the order of their connection; a slot fed twice stands twice.
+    std::span<TimestampedVariable* const> connectedInputValues() const { return connectedSlots; }
+
+    /// Stops the program with a reason that begins with this node's id, type and label.
+    [[noreturn]] void stop(std::string_view reason) const;
+    /// `node 7 ("Add", "left foot")`, as messages name the node.
+    std::string nameInMessages() const;
+
+    std::optional<std::int64_t> id;
+    /// The category's name in documents (static text); empty for nodes of no category.
+    std::string_view classString;
+    /// The type within the category: a function's name, or a value type's.
+    std::string typeString;
+    /// The type name chosen for the output.
+    std::optional<std::string> outputType;
+    /// The label: what the diagram's author calls the node.
+    std::optional<std::string> descriptionString;
+    std::optional<BodyColor> color;
+    Position position;
+    /// Value classes that the node's generic slots do not support; connections do not consult it.
+    std::span<const ValueClass> unsupportedTypes;
+
+protected:
+    /// Ends an evaluation step: consumes every input's `updated` flag and, when the output holds a value, marks it
+    /// updated, stamps it with the latest input timestamp (0.0 at least) and forwards it.
+    void completeStep();
+    /// The latest timestamp of the inputs, 0.0 at least; NaN timestamps are passed over.
+    double latestInputTimestamp() const;
+
+    /// Appends an input slot, or makes the output slot, of a class; the node owns it.
+    TimestampedVariable& appendInput(ValueClass slotClass, const char* label);
+    TimestampedVariable& makeOutput(ValueClass slotClass, bool withDefault = false);
+
+    // Containers present slots that other nodes own.
+    void presentInputs(std::vector<TimestampedVariable*> slots) { inputSlots = std::move(slots); }
+    void presentOutput(TimestampedVariable* slot) { outputSlot = slot; }
+    void presentConnected(std::span<TimestampedVariable* const> slots) { connectedSlots.assign(slots.begin(), slots.end()); }
+
+private:
+    TimestampedVariable& own(std::unique_ptr<TimestampedVariable> slot);
+    TimestampedVariable& replaceSlot(TimestampedVariable& old, ValueClass slotClass,
+                                     std::optional<ValueClass> specializedFrom);
+    void dropUnlessPinned(const TimestampedVariable& slot);
+    void revertIfNothingFixesTypes();
+
+    std::vector<TimestampedVariable*> inputSlots;
+    TimestampedVariable* outputSlot = nullptr;
+    std::vector<TimestampedVariable*> connectedSlots;
+    // Every slot of this node, replaced ones that something still refers to included.
+    std::vector<std::unique_ptr<TimestampedVariable>> ownedSlots;
+};
+
+/// A new, initialised node of a class.
+template <class NodeType>
+std::unique_ptr<Node> createNode() {
+    auto node = std::make_unique<NodeType>();
+    node->initialize();
+    return node;
+}
+
+}  // namespace KelvaneSDK

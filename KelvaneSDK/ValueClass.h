@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "KelvaneSDK/Value.h"
+
+namespace KelvaneSDK {
+
+class TimestampedVariable;
+
+/// The class of a value slot, as a value: what a slot can hold, its names and its companion class.
+enum class ValueClass : std::uint8_t {
+    TimestampedVariable,  ///< generic: any value
+    ValueVariable,        ///< generic: any scalar
+    FloatValue,
+    IntegerValue,
+    VectorValue,
+    BooleanValue,
+    OrientationValue,
+    SequenceValue,
+    StringValue,
+    ArrayVariable,  ///< generic: any list
+    FloatArrayVariable,
+    IntegerArrayVariable,
+    BooleanArrayVariable,
+    StringArrayVariable,
+    VectorArrayVariable,
+    OrientationArrayVariable,
+    SequenceArrayVariable,
+};
+
+/// The short code that decides connections: "f", "[f]", "?", ...
+std::string_view typeCode(ValueClass valueClass);
+/// The name in documents, output lists and messages: "Float", "Float array", "Generic value", ...
+std::string_view typeString(ValueClass valueClass);
+/// The class with this type string; absent for the generic classes' names and for any other text.
+std::optional<ValueClass> concreteClassNamed(std::string_view typeString);
+/// The payload type that slots of a concrete class hold; absent for the generic classes.
+std::optional<ValueType> payloadType(ValueClass valueClass);
+/// For a concrete scalar class the class of its arrays; absent otherwise.
+std::optional<ValueClass> arrayClass(ValueClass valueClass);
+/// For a concrete array class the class of one element; absent otherwise.
+std::optional<ValueClass> elementClass(ValueClass valueClass);
+/// True for the three classes that take on another class when they are connected.
+bool isGeneric(ValueClass valueClass);
+/// True for the classes whose code stands in brackets.
+bool isArray(ValueClass valueClass);
+
+/// A new slot of a class; with `withDefault` a concrete one holds its type's default value (zero, the identity, the
+/// empty text or list).
+std::unique_ptr<TimestampedVariable> makeSlot(ValueClass valueClass, bool withDefault = false);
+
+}  // namespace KelvaneSDK

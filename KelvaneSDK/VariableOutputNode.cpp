@@ -1,0 +1,68 @@
+#include "KelvaneSDK/VariableOutputNode.h"
+
+#include "KelvaneSDK/Diagnostics.h"
+
+namespace KelvaneSDK {
+
+void VariableOutputNode::initialize() {
+    createInputs();
+    createOutput();
+    classString = classStringOf(NodeCategory::VariableOutput);
+    setTypeString();
+    descriptionString = typeString;
+}
+
+void VariableOutputNode::setTypeString() { typeString = inputValues().front()->typeString(); }
+
+void VariableOutputNode::connectOutput(TimestampedVariable&) {
+    printDiagnostic("ERROR: cannot connect to the output of a Variable Output node!");
+}
+
+void VariableOutputNode::setProperty(std::string_view propertyString, std::string_view valueString) {
+    if (propertyString == "Hidden") {
+        hidden = valueString == "true";
+    } else {
+        Node::setProperty(propertyString, valueString);
+    }
+}
+
+std::vector<Property> VariableOutputNode::getProperties() const {
+    if (!descriptionString) stop("a variable output needs a label");
+    std::vector<Property> properties{{"Description", *descriptionString}, {"Hidden", hidden ? "true" : "false"}};
+    for (auto& property : Node::getProperties()) properties.push_back(std::move(property));
+    return properties;
+}
+
+void VariableOutputNode::passOn(ValueType admitted) {
+    const TimestampedVariable& input = *inputValues().front();
+    if (!input.hasValue()) stop("a variable output was evaluated without a value");
+    if (input.payload()->type() == admitted) {
+        outputValue()->copyValue(input);
+    } else {
+        outputValue()->clearValue();
+    }
+    completeStep();
+}
+
+NodeFamily variableOutputNodes() {
+    return {NodeCategory::VariableOutput,
+            "Variable outputs",
+            {
+                entry<FloatVariableOutputNode>("numbers"),
+                entry<IntegerVariableOutputNode>("whole numbers"),
+                entry<BooleanVariableOutputNode>("true or false"),
+                entry<VectorVariableOutputNode>("vectors x, y, z"),
+                entry<OrientationVariableOutputNode>("rotations as quaternions x, y, z, w"),
+                entry<SequenceVariableOutputNode>("whole time series"),
+                entry<StringVariableOutputNode>("texts"),
+                entry<FloatArrayVariableOutputNode>("lists of numbers"),
+                entry<IntegerArrayVariableOutputNode>("lists of whole numbers"),
+                entry<BooleanArrayVariableOutputNode>("lists of true and false"),
+                entry<VectorArrayVariableOutputNode>("lists of vectors"),
+                entry<OrientationArrayVariableOutputNode>("lists of rotations"),
+                entry<StringArrayVariableOutputNode>("lists of texts"),
+                entry<SequenceArrayVariableOutputNode>("lists of time series"),
+            }};
+}
+
+}  // namespace KelvaneSDK

@@ -12,8 +12,7 @@ void ConstantNode::initialize() {
 void ConstantNode::setTypeString() { typeString = outputValue()->typeString(); }
 
 std::vector<Property> ConstantNode::getProperties() const {
-    if (!descriptionString) stop("a constant needs a label");
-    std::vector<Property> properties{{"Description", *descriptionString},
+    std::vector<Property> properties{{"Description", label()},
                                      {"OutputValue", outputValue()->stringValue()}};
     for (auto& property : Node::getProperties()) properties.push_back(std::move(property));
     return properties;

@@ -8,5 +8,12 @@ namespace KelvaneSDK {
 
 NodeFamily basicFunctions();
 NodeFamily flowFunctions();
+NodeFamily floatFunctions();
+NodeFamily sequenceFunctions();
+NodeFamily quaternionFunctions();
+NodeFamily vectorFunctions();
+NodeFamily arrayFunctions();
+NodeFamily logicFunctions();
+NodeFamily trigonometryFunctions();
 
 }  // namespace KelvaneSDK

@@ -210,6 +210,11 @@ std::vector<Property> Node::getProperties() const {
     return {{"Color", std::string(bodyColorName(*color))}};
 }
 
+const std::string& Node::label() const {
+    if (!descriptionString) stop("the node has no label");
+    return *descriptionString;
+}
+
 void Node::stop(std::string_view reason) const { stopProgram(nameInMessages() + ": " + std::string(reason)); }
 
 std::string Node::nameInMessages() const {

@@ -132,6 +132,8 @@ public:
     /// The slots that the output feeds, in the order of their connection; a slot fed twice stands twice.
     std::span<TimestampedVariable* const> connectedInputValues() const { return connectedSlots; }
 
+    /// The label; a node without one stops the program.
+    const std::string& label() const;
     /// Stops the program with a reason that begins with this node's id, type and label.
     [[noreturn]] void stop(std::string_view reason) const;
     /// `node 7 ("Add", "left foot")`, as messages name the node.

@@ -27,8 +27,7 @@ void VariableOutputNode::setProperty(std::string_view propertyString, std::strin
 }
 
 std::vector<Property> VariableOutputNode::getProperties() const {
-    if (!descriptionString) stop("a variable output needs a label");
-    std::vector<Property> properties{{"Description", *descriptionString}, {"Hidden", hidden ? "true" : "false"}};
+    std::vector<Property> properties{{"Description", label()}, {"Hidden", hidden ? "true" : "false"}};
     for (auto& property : Node::getProperties()) properties.push_back(std::move(property));
     return properties;
 }

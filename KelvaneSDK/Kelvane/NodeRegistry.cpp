@@ -12,6 +12,13 @@ std::vector<NodeFamily> functionFamilies() {
     return {
         basicFunctions(),
         flowFunctions(),
+        floatFunctions(),
+        sequenceFunctions(),
+        quaternionFunctions(),
+        vectorFunctions(),
+        arrayFunctions(),
+        logicFunctions(),
+        trigonometryFunctions(),
     };
 }
 

@@ -1,0 +1,331 @@
+#include "KelvaneSDK/DiagramData.h"
+
+#include <iterator>
+
+#include "KelvaneSDK/FileProcessing/JsonReader.h"
+#include "KelvaneSDK/FileProcessing/JsonWriter.h"
+
+namespace KelvaneSDK {
+
+namespace {
+
+using Element = simdjson::dom::element;
+
+std::size_t lengthOf(const simdjson::dom::array& array) {
+    // The parser's own count stops at 24 bits.
+    constexpr std::size_t saturated = 0xFFFFFF;
+    const std::size_t counted = array.size();
+    return counted < saturated ? counted : static_cast<std::size_t>(std::distance(array.begin(), array.end()));
+}
+
+// Reads records out of a parsed document. The first problem ends the decoding; what was read until then is dropped.
+class Decoder {
+public:
+    explicit Decoder(DecodeFailure& target) : failure(target) {}
+
+    std::optional<DiagramInfo> document(const Element& root) {
+        DiagramInfo info;
+        const auto keys = fieldsOf<7>(root, {"nodes", "properties", "connections", "positions", "containers",
+                                             "manualLines", "subdiagrams"});
+        if (!keys) return std::nullopt;
+        const auto& [nodes, properties, connections, positions, containers, manualLines, subdiagrams] = *keys;
+        const bool read = list(nodes, "nodes", info.nodes, &Decoder::node) &&
+                          list(properties, "properties", info.properties, &Decoder::property) &&
+                          list(connections, "connections", info.connections, &Decoder::connection) &&
+                          list(positions, "positions", info.positions, &Decoder::position) &&
+                          containerTree(containers, info.containers) &&
+                          optionalList(manualLines, "manualLines", info.manualLines, &Decoder::line) &&
+                          optionalList(subdiagrams, "subdiagrams", info.subdiagrams, &Decoder::subdiagram);
+        return read ? std::optional(std::move(info)) : std::nullopt;
+    }
+
+private:
+    using MaybeElement = std::optional<Element>;
+
+    template <std::size_t count>
+    std::optional<std::array<MaybeElement, count>> fieldsOf(const Element& element,
+                                                            const std::array<std::string_view, count>& names) {
+        simdjson::dom::object object;
+        if (element.get_object().get(object) != simdjson::SUCCESS) {
+            fail("", "an object was expected, " + std::string(kindOf(element)) + " was found");
+            return std::nullopt;
+        }
+        return members<count>(object, names);
+    }
+
+    bool node(const Element& element, NodeInfo& info) {
+        const auto keys = fieldsOf<4>(element, {"id", "classString", "typeString", "outputType"});
+        if (!keys) return false;
+        const auto& [id, classString, typeString, outputType] = *keys;
+        return required(id, "id", info.id) && required(classString, "classString", info.classString) &&
+               required(typeString, "typeString", info.typeString) &&
+               optional(outputType, "outputType", info.outputType);
+    }
+
+    bool property(const Element& element, PropertyInfo& info) {
+        const auto keys = fieldsOf<3>(element, {"id", "propertyString", "valueString"});
+        if (!keys) return false;
+        const auto& [id, propertyString, valueString] = *keys;
+        return required(id, "id", info.id) && required(propertyString, "propertyString", info.propertyString) &&
+               required(valueString, "valueString", info.valueString);
+    }
+
+    bool connection(const Element& element, ConnectionInfo& info) {
+        const auto keys = fieldsOf<3>(element, {"outputNodeId", "inputNodeId", "inputIndex"});
+        if (!keys) return false;
+        const auto& [outputNodeId, inputNodeId, inputIndex] = *keys;
+        return required(outputNodeId, "outputNodeId", info.outputNodeId) &&
+               required(inputNodeId, "inputNodeId", info.inputNodeId) &&
+               required(inputIndex, "inputIndex", info.inputIndex);
+    }
+
+    bool position(const Element& element, PositionInfo& info) {
+        const auto keys = fieldsOf<3>(element, {"id", "x", "y"});
+        if (!keys) return false;
+        const auto& [id, x, y] = *keys;
+        return required(id, "id", info.id) && required(x, "x", info.x) && required(y, "y", info.y);
+    }
+
+    bool line(const Element& element, std::string& text) { return required(element, "", text); }
+
+    bool nodeId(const Element& element, std::int64_t& id) { return required(element, "", id); }
+
+    bool subdiagram(const Element& element, SubdiagramInfo& info) {
+        const auto keys = fieldsOf<2>(element, {"description", "nodeIds"});
+        if (!keys) return false;
+        const auto& [description, nodeIds] = *keys;
+        return required(description, "description", info.description) &&
+               list(nodeIds, "nodeIds", info.nodeIds, &Decoder::nodeId);
+    }
+
+    // Reads a container but leaves those nested in it to containerTree().
+    bool container(const Element& element, ContainerInfo& info, MaybeElement& nested) {
+        const auto keys = fieldsOf<6>(element, {"x", "y", "description", "nodeIds", "color", "containers"});
+        if (!keys) return false;
+        const auto& [x, y, description, nodeIds, color, containers] = *keys;
+        nested = containers;
+        return required(x, "x", info.x) && required(y, "y", info.y) &&
+               required(description, "description", info.description) &&
+               list(nodeIds, "nodeIds", info.nodeIds, &Decoder::nodeId) && optional(color, "color", info.color);
+    }
+
+    // Containers nest as deep as the document does, so they are read level by level.
+    bool containerTree(const MaybeElement& root, std::optional<std::vector<ContainerInfo>>& target) {
+        struct Level {
+            Element array;
+            std::vector<ContainerInfo>* target;
+            std::string pointer;
+        };
+        std::vector<Level> open;
+        if (root) open.push_back({*root, &target.emplace(), "/containers"});
+        while (!open.empty()) {
+            const Level level = std::move(open.back());
+            open.pop_back();
+            where = level.pointer;
+            simdjson::dom::array array;
+            if (level.array.get_array().get(array) != simdjson::SUCCESS) return expected("", "an array", level.array);
+            // Sized first, so that the addresses handed to the next levels stay.
+            level.target->resize(lengthOf(array));
+            std::size_t index = 0;
+            for (const Element element : array) {
+                ContainerInfo& info = (*level.target)[index];
+                where = level.pointer + "/" + std::to_string(index++);
+                MaybeElement nested;
+                if (!container(element, info, nested)) return false;
+                if (nested) open.push_back({*nested, &info.containers.emplace(), where + "/containers"});
+            }
+        }
+        where.clear();
+        return true;
+    }
+
+    template <class Record>
+    bool list(const MaybeElement& element, std::string_view name, std::vector<Record>& target,
+              bool (Decoder::*decodeItem)(const Element&, Record&)) {
+        if (!element) return fail(name, "a required array is missing");
+        simdjson::dom::array array;
+        if (element->get_array().get(array) != simdjson::SUCCESS) return expected(name, "an array", *element);
+        const std::size_t outer = where.size();
+        target.resize(lengthOf(array));
+        std::size_t index = 0;
+        for (const Element item : array) {
+            Record& record = target[index++];
+            if ((this->*decodeItem)(item, record)) continue;
+            // Only a failure needs the place, so the pointer is put together on the way out.
+            prefix(outer, "/" + std::string(name) + "/" + std::to_string(index - 1));
+            return false;
+        }
+        return true;
+    }
+
+    template <class Record>
+    bool optionalList(const MaybeElement& element, std::string_view name, std::optional<std::vector<Record>>& target,
+                      bool (Decoder::*decodeItem)(const Element&, Record&)) {
+        return !element || list(element, name, target.emplace(), decodeItem);
+    }
+
+    bool read(const Element& element, std::int64_t& target) {
+        const auto integer = asInteger(element);
+        if (integer) target = *integer;
+        return integer.has_value();
+    }
+    bool read(const Element& element, double& target) {
+        const auto number = asDouble(element);
+        if (number) target = *number;
+        return number.has_value();
+    }
+    bool read(const Element& element, std::string& target) {
+        const auto string = asString(element);
+        if (string) target = *string;
+        return string.has_value();
+    }
+    static std::string_view nameOfType(const std::int64_t&) { return "an integer of 64 bits"; }
+    static std::string_view nameOfType(const double&) { return "a number"; }
+    static std::string_view nameOfType(const std::string&) { return "a string"; }
+
+    template <class T>
+    bool required(const MaybeElement& element, std::string_view name, T& target) {
+        if (!element) return fail(name, std::string(nameOfType(target)) + " is missing");
+        return read(*element, target) || expected(name, nameOfType(target), *element);
+    }
+
+    template <class T>
+    bool optional(const MaybeElement& element, std::string_view name, std::optional<T>& target) {
+        if (!element) return true;
+        return read(*element, target.emplace()) || expected(name, nameOfType(*target), *element);
+    }
+
+    bool expected(std::string_view name, std::string_view wanted, const Element& found) {
+        return fail(name, std::string(wanted) + " was expected, " + describe(found) + " was found");
+    }
+
+    static std::string describe(const Element& element) {
+        if (element.type() == simdjson::dom::element_type::DOUBLE) return "the number " + simdjson::minify(element);
+        return std::string(kindOf(element));
+    }
+
+    bool fail(std::string_view name, std::string reason) {
+        failure = {where + (name.empty() ? "" : "/" + std::string(name)), std::move(reason)};
+        return false;
+    }
+
+    void prefix(std::size_t at, const std::string& pointer) { failure.pointer.insert(at, pointer); }
+
+    DecodeFailure& failure;
+    // The pointer of the container being read; empty elsewhere.
+    std::string where;
+};
+
+void encodeIds(JsonWriter& json, const std::vector<std::int64_t>& ids) {
+    json.key("nodeIds");
+    json.beginArray();
+    for (const auto id : ids) json.value(id);
+    json.endArray();
+}
+
+void encodeContainers(JsonWriter& json, const std::vector<ContainerInfo>& containers) {
+    struct Level {
+        const std::vector<ContainerInfo>* list;
+        std::size_t next;
+    };
+    std::vector<Level> open{{&containers, 0}};
+    json.key("containers");
+    json.beginArray();
+    while (!open.empty()) {
+        Level& level = open.back();
+        if (level.next == level.list->size()) {
+            json.endArray();
+            open.pop_back();
+            if (!open.empty()) json.endObject();
+            continue;
+        }
+        const ContainerInfo& info = (*level.list)[level.next++];
+        json.beginObject();
+        json.member("x", info.x);
+        json.member("y", info.y);
+        json.member("description", std::string_view(info.description));
+        encodeIds(json, info.nodeIds);
+        if (info.color) json.member("color", std::string_view(*info.color));
+        if (info.containers) {
+            json.key("containers");
+            json.beginArray();
+            open.push_back({&*info.containers, 0});
+        } else {
+            json.endObject();
+        }
+    }
+}
+
+template <class Record, class Encode>
+void encodeList(JsonWriter& json, std::string_view key, const std::vector<Record>& records, Encode encode) {
+    json.key(key);
+    json.beginArray();
+    for (const auto& record : records) {
+        json.beginObject();
+        encode(record);
+        json.endObject();
+    }
+    json.endArray();
+}
+
+}  // namespace
+
+std::optional<DiagramData> DiagramData::decode(std::string_view text, DecodeFailure* failure) {
+    DecodeFailure ignored;
+    DecodeFailure& told = failure != nullptr ? *failure : ignored;
+    JsonReader reader(maximumDocumentDepth);
+    JsonFailure notJson;
+    const auto root = reader.parse(text, notJson);
+    if (!root) {
+        told = {std::move(notJson.pointer), std::move(notJson.reason)};
+        return std::nullopt;
+    }
+    auto info = Decoder(told).document(*root);
+    if (!info) return std::nullopt;
+    return DiagramData{std::move(*info)};
+}
+
+std::string DiagramData::encode() const {
+    std::string text;
+    JsonWriter json(text, JsonWriter::Layout::pretty);
+    json.beginObject();
+    encodeList(json, "nodes", info.nodes, [&](const NodeInfo& node) {
+        json.member("id", node.id);
+        json.member("classString", std::string_view(node.classString));
+        json.member("typeString", std::string_view(node.typeString));
+        if (node.outputType) json.member("outputType", std::string_view(*node.outputType));
+    });
+    encodeList(json, "properties", info.properties, [&](const PropertyInfo& property) {
+        json.member("id", property.id);
+        json.member("propertyString", std::string_view(property.propertyString));
+        json.member("valueString", std::string_view(property.valueString));
+    });
+    encodeList(json, "connections", info.connections, [&](const ConnectionInfo& connection) {
+        json.member("outputNodeId", connection.outputNodeId);
+        json.member("inputNodeId", connection.inputNodeId);
+        json.member("inputIndex", connection.inputIndex);
+    });
+    encodeList(json, "positions", info.positions, [&](const PositionInfo& position) {
+        json.member("id", position.id);
+        json.member("x", position.x);
+        json.member("y", position.y);
+    });
+    if (info.containers) encodeContainers(json, *info.containers);
+    if (info.manualLines) {
+        json.key("manualLines");
+        json.beginArray();
+        for (const auto& line : *info.manualLines) json.value(std::string_view(line));
+        json.endArray();
+    }
+    if (info.subdiagrams) {
+        encodeList(json, "subdiagrams", *info.subdiagrams, [&](const SubdiagramInfo& subdiagram) {
+            json.member("description", std::string_view(subdiagram.description));
+            encodeIds(json, subdiagram.nodeIds);
+        });
+    }
+    json.endObject();
+    text += '\n';
+    return text;
+}
+
+}  // namespace KelvaneSDK

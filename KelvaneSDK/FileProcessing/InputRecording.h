@@ -1,0 +1,83 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KelvaneSDK/Kelvane/KelvaneRecords.h"
+
+namespace KelvaneSDK {
+
+/// Why a line of a recording could not be read.
+struct RecordingFailure {
+    /// The line's index, from 0.
+    std::size_t line = 0;
+    /// What was expected and found.
+    std::string reason;
+
+    /// The library's own line for it: "ERROR: invalid JSON at line <index>!".
+    std::string diagnostic() const;
+};
+
+/// Reads a recording of input batches from pieces of text as they arrive, in memory that does not grow with the
+/// recording. A recording has one JSON object a line, each one update of one stream:
+///
+///     {"timestamp":12.3,"name":"accelerometer","vectorValue":{"x":0.1,"y":0,"z":9.8}}
+///
+/// Neighbouring lines of one timestamp make a batch; a later line of the same name replaces the earlier one. The first
+/// batch is at time 0.0, empty unless the recording begins there. Reading ends at the first line that is not such an
+/// object; the batches before it, its own unfinished one included, stay valid.
+class RecordingReader {
+public:
+    /// What may stand at the end of the text.
+    enum class Ending {
+        exact,              ///< the text ends with its last line; a line break there is an invalid, empty line
+        lineBreakAllowed,   ///< one line break after the last line is no line
+    };
+
+    explicit RecordingReader(Ending ending = Ending::exact);
+    ~RecordingReader();
+    RecordingReader(RecordingReader&&) noexcept;
+    RecordingReader& operator=(RecordingReader&&) noexcept;
+
+    /// Takes the next piece of the text, cut anywhere.
+    void append(std::string_view piece);
+    /// Takes the end of the text.
+    void finish();
+    /// The next complete batch, or absent when more text is needed or all has been read.
+    std::optional<KelvaneInput> next();
+    /// The line that ended the reading, if one did.
+    const std::optional<RecordingFailure>& failure() const { return failed; }
+
+private:
+    class LineDecoder;
+
+    void readLine(std::string_view line);
+
+    std::unique_ptr<LineDecoder> decoder;
+    Ending ending;
+    bool finished = false;
+    std::string unfinishedLine;
+    std::size_t lineIndex = 0;
+    KelvaneInput current;
+    std::deque<KelvaneInput> complete;
+    std::optional<RecordingFailure> failed;
+};
+
+/// Reads a whole recording. An invalid line prints "ERROR: invalid JSON at line <index>!" (counted from 0) and ends the
+/// reading; what stands before it is returned. Any thread.
+std::vector<KelvaneInput> readKelvaneInputs(std::string_view from);
+
+/// Writes batches as a recording, one line per update, labels in ascending byte order, without a line break at the end.
+/// A sequence is written only when it is given as a list of sample records; values without a key (sequences of the
+/// engine, sequence arrays) give a line with "timestamp" and "name" alone. Any thread.
+std::string createJsonLines(const std::vector<KelvaneInput>& from);
+
+/// Appends a batch's results as lines of a recording, each with its line break. Besides the keys of recordings,
+/// sequences are written under "sequenceValue" and sequence arrays under "sequenceArrayValue". Any thread.
+void appendJsonLines(std::string& text, const KelvaneOutput& output);
+
+}  // namespace KelvaneSDK

@@ -1,0 +1,119 @@
+#include "KelvaneSDK/FileProcessing/JsonReader.h"
+
+#include <cmath>
+
+namespace KelvaneSDK {
+
+namespace {
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// Appends "e0" to every integer literal of more than 18 digits, outside strings. simdjson refuses integers beyond
+// 64 bits, which are legal JSON numbers where a double is wanted; as decimals it reads them with correct rounding.
+std::string withLongIntegersAsDecimals(std::string_view text) {
+    std::string changed;
+    changed.reserve(text.size() + 16);
+    bool inString = false;
+    for (std::size_t i = 0; i < text.size();) {
+        const char c = text[i];
+        if (inString || !isDigit(c)) {
+            if (c == '"') inString = !inString;
+            const std::size_t length = inString && c == '\\' && i + 1 < text.size() ? 2 : 1;
+            changed += text.substr(i, length);
+            i += length;
+            continue;
+        }
+        const auto end = std::min(text.find_first_not_of("0123456789", i), text.size());
+        changed += text.substr(i, end - i);
+        const char before = i == 0 ? ' ' : text[i - 1];
+        const bool startsNumber = before != '.' && before != 'e' && before != 'E' && before != '+' &&
+                                  !(before == '-' && i > 1 && (text[i - 2] == 'e' || text[i - 2] == 'E'));
+        const char after = end < text.size() ? text[end] : ' ';
+        if (startsNumber && end - i > 18 && after != '.' && after != 'e' && after != 'E') changed += "e0";
+        i = end;
+    }
+    return changed;
+}
+
+}  // namespace
+
+std::optional<simdjson::dom::element> JsonReader::parse(std::string_view text, JsonFailure& failure) {
+    if (parser.capacity() < text.size() || parser.capacity() == 0) {
+        if (parser.allocate(std::max<std::size_t>(text.size(), 1024), maximumDepth) != simdjson::SUCCESS) {
+            failure = {"", "the text is too large to be read"};
+            return std::nullopt;
+        }
+    }
+    simdjson::dom::element root;
+    auto error = parser.parse(text.data(), text.size()).get(root);
+    if (error == simdjson::NUMBER_ERROR) {
+        const std::string changed = withLongIntegersAsDecimals(text);
+        if (changed.size() != text.size()) error = parser.parse(changed).get(root);
+    }
+    switch (error) {
+        case simdjson::SUCCESS: return root;
+        case simdjson::EMPTY: failure = {"", "the text is empty; a JSON object was expected"}; break;
+        case simdjson::DEPTH_ERROR:
+            failure = {"", "nested deeper than the limit of " + std::to_string(maximumDepth) + " levels"};
+            break;
+        case simdjson::UTF8_ERROR: failure = {"", "not valid UTF-8"}; break;
+        case simdjson::NUMBER_ERROR: failure = {"", "not JSON: a number is malformed or out of range"}; break;
+        case simdjson::UNCLOSED_STRING: failure = {"", "not JSON: a string is not closed"}; break;
+        case simdjson::STRING_ERROR: failure = {"", "not JSON: a string holds an invalid escape"}; break;
+        case simdjson::UNESCAPED_CHARS:
+            failure = {"", "not JSON: a string holds an unescaped control character"};
+            break;
+        case simdjson::T_ATOM_ERROR:
+        case simdjson::F_ATOM_ERROR:
+        case simdjson::N_ATOM_ERROR:
+            failure = {"", "not JSON: a word other than true, false and null stands outside a string"};
+            break;
+        case simdjson::CAPACITY:
+        case simdjson::MEMALLOC: failure = {"", "the text is too large to be read"}; break;
+        default: failure = {"", "not JSON: brackets, commas or colons are out of place"}; break;
+    }
+    return std::nullopt;
+}
+
+std::optional<double> asDouble(const simdjson::dom::element& element) {
+    double number = 0;
+    return element.get_double().get(number) == simdjson::SUCCESS ? std::optional(number) : std::nullopt;
+}
+
+std::optional<std::int64_t> asInteger(const simdjson::dom::element& element) {
+    std::int64_t integer = 0;
+    if (element.get_int64().get(integer) == simdjson::SUCCESS) return integer;
+    double number = 0;
+    if (element.type() != simdjson::dom::element_type::DOUBLE || element.get_double().get(number)) return std::nullopt;
+    // 2^63 does not fit, -2^63 does; both are exact doubles.
+    if (std::trunc(number) != number || number < -9223372036854775808.0 || number >= 9223372036854775808.0) {
+        return std::nullopt;
+    }
+    return static_cast<std::int64_t>(number);
+}
+
+std::optional<bool> asBoolean(const simdjson::dom::element& element) {
+    bool truth = false;
+    return element.get_bool().get(truth) == simdjson::SUCCESS ? std::optional(truth) : std::nullopt;
+}
+
+std::optional<std::string_view> asString(const simdjson::dom::element& element) {
+    std::string_view string;
+    return element.get_string().get(string) == simdjson::SUCCESS ? std::optional(string) : std::nullopt;
+}
+
+std::string_view kindOf(const simdjson::dom::element& element) {
+    switch (element.type()) {
+        case simdjson::dom::element_type::ARRAY: return "an array";
+        case simdjson::dom::element_type::OBJECT: return "an object";
+        case simdjson::dom::element_type::INT64:
+        case simdjson::dom::element_type::UINT64:
+        case simdjson::dom::element_type::DOUBLE: return "a number";
+        case simdjson::dom::element_type::STRING: return "a string";
+        case simdjson::dom::element_type::BOOL: return "a boolean";
+        case simdjson::dom::element_type::NULL_VALUE: return "null";
+    }
+    return "unknown";
+}
+
+}  // namespace KelvaneSDK

@@ -1,0 +1,65 @@
+#pragma once
+
+// Internal: reads whole JSON texts with simdjson. Not installed, since it shows a third-party type.
+
+#include <simdjson.h>
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace KelvaneSDK {
+
+/// Why a JSON text could not be read as a record.
+struct JsonFailure {
+    /// The JSON pointer (RFC 6901) of the culprit; empty for the text as a whole.
+    std::string pointer;
+    /// What was expected and found, without the place.
+    std::string reason;
+};
+
+/// Parses JSON texts one after another, with full validation, and keeps its buffers between them.
+class JsonReader {
+public:
+    explicit JsonReader(std::size_t depthLimit = 1024) : maximumDepth(depthLimit) {}
+
+    /// The text's root, valid until the next call; absent when the text is not JSON.
+    std::optional<simdjson::dom::element> parse(std::string_view text, JsonFailure& failure);
+
+    /// Nesting beyond this many levels is refused.
+    const std::size_t maximumDepth;
+
+private:
+    simdjson::dom::parser parser;
+};
+
+/// The member of an object under each of the names, in their order. A name that comes twice gives its last member;
+/// members that are missing or null are absent.
+template <std::size_t count>
+std::array<std::optional<simdjson::dom::element>, count> members(const simdjson::dom::object& object,
+                                                                 const std::array<std::string_view, count>& names) {
+    std::array<std::optional<simdjson::dom::element>, count> found;
+    for (const auto field : object) {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (field.key != names[i]) continue;
+            found[i] = field.value.is_null() ? std::nullopt : std::optional(field.value);
+            break;
+        }
+    }
+    return found;
+}
+
+/// A JSON number as a double.
+std::optional<double> asDouble(const simdjson::dom::element& element);
+/// A JSON number that is integral and in range, however written (3, 3.0, 3e0).
+std::optional<std::int64_t> asInteger(const simdjson::dom::element& element);
+std::optional<bool> asBoolean(const simdjson::dom::element& element);
+std::optional<std::string_view> asString(const simdjson::dom::element& element);
+
+/// What an element is, for messages: "a string", "a number", "null", ...
+std::string_view kindOf(const simdjson::dom::element& element);
+
+}  // namespace KelvaneSDK

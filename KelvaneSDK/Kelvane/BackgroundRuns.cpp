@@ -1,0 +1,55 @@
+#include "KelvaneSDK/Kelvane/BackgroundRuns.h"
+
+#include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/Kelvane/BackgroundWorker.h"
+
+namespace KelvaneSDK {
+
+void Kelvane::BackgroundRuns::enter() {
+    const std::lock_guard lock(mutex);
+    ++pending;
+}
+
+void Kelvane::BackgroundRuns::leave() {
+    {
+        const std::lock_guard lock(mutex);
+        --pending;
+    }
+    idle.notify_all();
+}
+
+void Kelvane::BackgroundRuns::waitAndClose() {
+    std::unique_lock lock(mutex);
+    idle.wait(lock, [this] { return pending == 0; });
+    closed = true;
+}
+
+bool Kelvane::BackgroundRuns::engineExists() {
+    const std::lock_guard lock(mutex);
+    return !closed;
+}
+
+void Kelvane::processAllUpdates(std::vector<KelvaneInput> diagramInputs) {
+    backgroundRuns->enter();
+    BackgroundWorker::shared().submit([this, inputs = std::move(diagramInputs)] {
+        auto results = std::make_shared<std::vector<KelvaneOutput>>();
+        for (const auto& input : inputs) {
+            auto output = evaluate(input);
+            if (!output.outputs.empty()) results->push_back(std::move(output));
+        }
+        auto deliver = [receiver = updatesReceiver, runs = backgroundRuns, results] {
+            if (const auto target = receiver.lock()) {
+                target->allUpdatesProcessed(*results);
+            } else if (runs->engineExists()) {
+                stopProgram("the receiver of a background run's results is gone");
+            }
+        };
+        // The engine may be destroyed as soon as the run is left, so nothing of it is touched afterwards.
+        const auto queue = mainQueue;
+        const auto runs = backgroundRuns;
+        queue->post(std::move(deliver));
+        runs->leave();
+    });
+}
+
+}  // namespace KelvaneSDK

@@ -1,0 +1,43 @@
+#include "KelvaneSDK/Kelvane/BackgroundWorker.h"
+
+#include <utility>
+
+namespace KelvaneSDK {
+
+BackgroundWorker& BackgroundWorker::shared() {
+    static BackgroundWorker worker;
+    return worker;
+}
+
+BackgroundWorker::~BackgroundWorker() {
+    {
+        const std::lock_guard lock(mutex);
+        ending = true;
+    }
+    submitted.notify_all();
+    if (thread.joinable()) thread.join();
+}
+
+void BackgroundWorker::submit(std::function<void()> task) {
+    {
+        const std::lock_guard lock(mutex);
+        tasks.push_back(std::move(task));
+        if (!thread.joinable()) thread = std::thread([this] { run(); });
+    }
+    submitted.notify_one();
+}
+
+void BackgroundWorker::run() {
+    std::unique_lock lock(mutex);
+    for (;;) {
+        submitted.wait(lock, [this] { return ending || !tasks.empty(); });
+        if (tasks.empty()) return;
+        const auto task = std::move(tasks.front());
+        tasks.pop_front();
+        lock.unlock();
+        task();
+        lock.lock();
+    }
+}
+
+}  // namespace KelvaneSDK

@@ -1,0 +1,292 @@
+#include <algorithm>
+#include <cstdint>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/ElementArithmetic.h"
+#include "KelvaneSDK/Kelvane/Kelvane.h"
+
+namespace KelvaneSDK {
+
+/// Builds the nodes of one document into an engine.
+class DiagramBuilder {
+public:
+    DiagramBuilder(Kelvane& target, const DiagramInfo& document) : engine(target), info(document) {}
+
+    /// Makes room for a document beside the present diagram: its nodes take the ids above the document's.
+    void renumberAboveDocument();
+    /// The nodes created, in document order, or absent when a node type is unknown.
+    std::optional<std::vector<Node*>> build(bool withSubdiagrams);
+    void checkContainment() const;
+    void checkConnections() const;
+
+private:
+    using RowsById = std::unordered_map<std::int64_t, std::vector<std::size_t>>;
+
+    bool createNodes();
+    Node* createNode(const NodeInfo& record);
+    void connect();
+    void buildContainers();
+    /// A container with its nodes, still without the containers nested in it.
+    std::unique_ptr<Container> buildContainer(const ContainerInfo& record) const;
+    std::unique_ptr<Container> buildContainerTree(const ContainerInfo& root) const;
+    void buildSubdiagrams(bool fromDocument);
+    void linkStreamsAndOutputs();
+    void indexNodes();
+    Node* find(std::int64_t id) const;
+
+    template <class Visit>
+    void forEachNode(Visit visit) const {
+        for (const auto& list : engine.nodeLists) {
+            for (const auto& node : list) visit(*node);
+        }
+    }
+
+    Kelvane& engine;
+    const DiagramInfo& info;
+    std::vector<Node*> created;
+    std::unordered_map<std::int64_t, Node*> nodesById;
+};
+
+bool Kelvane::read(std::string_view text, bool replace) {
+    const auto data = DiagramData::decode(text);
+    if (!data) {
+        printDiagnostic("ERROR: failed to decode kelvane data!");
+        return false;
+    }
+    DiagramBuilder builder(*this, data->info);
+    if (replace) {
+        discardDiagram();
+    } else {
+        builder.renumberAboveDocument();
+    }
+    auto created = builder.build(replace);
+    if (!created) {
+        printDiagnostic("ERROR: failed to process diagram info");
+        return false;
+    }
+    if (replace) {
+        builder.checkContainment();
+    } else {
+        addedNodes = std::move(created);
+    }
+    builder.checkConnections();
+    functionNodes.clear();
+    for (const auto& node : nodeList(NodeCategory::Function)) functionNodes.push_back(node.get());
+    return true;
+}
+
+void DiagramBuilder::renumberAboveDocument() {
+    std::int64_t largest = 0;
+    if (!info.nodes.empty()) {
+        largest = std::max_element(info.nodes.begin(), info.nodes.end(), [](const auto& a, const auto& b) {
+                      return a.id < b.id;
+                  })->id;
+    }
+    auto next = checkedSum(largest, 1);
+    forEachNode([&](Node& node) {
+        if (next) node.id = std::exchange(next, checkedSum(*next, 1));
+        if (!next) stopProgram("the ids of the document leave no room for the present nodes");
+    });
+    if (!next) stopProgram("the ids of the document leave no room above them");
+}
+
+std::optional<std::vector<Node*>> DiagramBuilder::build(bool withSubdiagrams) {
+    const bool complete = createNodes();
+    if (!complete) {
+        linkStreamsAndOutputs();
+        return std::nullopt;
+    }
+    indexNodes();
+    connect();
+    buildContainers();
+    buildSubdiagrams(withSubdiagrams);
+    engine.manualLines = info.manualLines.value_or(std::vector<std::string>());
+    linkStreamsAndOutputs();
+    return std::move(created);
+}
+
+bool DiagramBuilder::createNodes() {
+    std::unordered_map<std::int64_t, const PositionInfo*> positions;
+    for (const auto& position : info.positions) positions.insert_or_assign(position.id, &position);
+    RowsById properties;
+    for (std::size_t i = 0; i < info.properties.size(); ++i) properties[info.properties[i].id].push_back(i);
+
+    created.reserve(info.nodes.size());
+    for (const auto& record : info.nodes) {
+        Node* const node = createNode(record);
+        if (node == nullptr) return false;
+        created.push_back(node);
+        node->id = record.id;
+        if (record.outputType) {
+            node->outputType = record.outputType;
+            node->resolveOutputType();
+        }
+        if (const auto rows = properties.find(record.id); rows != properties.end()) {
+            for (const auto row : rows->second) {
+                node->setProperty(info.properties[row].propertyString, info.properties[row].valueString);
+            }
+        }
+        if (const auto position = positions.find(record.id); position != positions.end()) {
+            node->position = {position->second->x, position->second->y};
+        }
+    }
+    return true;
+}
+
+Node* DiagramBuilder::createNode(const NodeInfo& record) {
+    const auto category = categoryNamed(record.classString);
+    if (!category) {
+        printDiagnostic("ERROR: classString " + record.classString + " not found!");
+        return nullptr;
+    }
+    const auto* nodeClass = engine.nodeTypes().find(*category, record.typeString);
+    if (nodeClass == nullptr) {
+        printDiagnostic("ERROR: typeString " + record.typeString + " for classString " + record.classString +
+                        " not found!");
+        return nullptr;
+    }
+    return engine.addNode(*category, nodeClass->make());
+}
+
+void DiagramBuilder::indexNodes() {
+    // The first node of an id wins, in the order in which nodes are walked.
+    forEachNode([&](Node& node) {
+        if (node.id) nodesById.try_emplace(*node.id, &node);
+    });
+}
+
+Node* DiagramBuilder::find(std::int64_t id) const {
+    const auto found = nodesById.find(id);
+    return found == nodesById.end() ? nullptr : found->second;
+}
+
+void DiagramBuilder::connect() {
+    for (const auto& [outputNodeId, inputNodeId, inputIndex] : info.connections) {
+        Node* const from = find(outputNodeId);
+        Node* const to = find(inputNodeId);
+        while (from == nullptr || to == nullptr) {
+            // Retried without limit: a document must not name an unknown id.
+            printDiagnostic("ERROR: wrong id(s) for connection with outputNodeId " + std::to_string(outputNodeId) +
+                            " and inputNodeId " + std::to_string(inputNodeId) + "!");
+        }
+        const auto inputs = to->inputValues();
+        if (inputIndex < 0 || static_cast<std::uint64_t>(inputIndex) >= inputs.size()) {
+            to->stop("a connection names input " + std::to_string(inputIndex) + "; the node has " +
+                     std::to_string(inputs.size()) + " input(s)");
+        }
+        from->connectOutput(*inputs[static_cast<std::size_t>(inputIndex)]);
+    }
+}
+
+void DiagramBuilder::buildContainers() {
+    if (!info.containers) return;
+    for (const auto& record : *info.containers) {
+        auto container = buildContainerTree(record);
+        container->updatePorts();
+        engine.containers.push_back(std::move(container));
+    }
+}
+
+std::unique_ptr<Container> DiagramBuilder::buildContainerTree(const ContainerInfo& root) const {
+    struct Frame {
+        const ContainerInfo* record;
+        std::unique_ptr<Container> container;
+    };
+    std::vector<Frame> open;
+    open.push_back({&root, buildContainer(root)});
+    for (;;) {
+        const auto& [record, container] = open.back();
+        if (record->containers && container->containers.size() < record->containers->size()) {
+            const ContainerInfo& nested = (*record->containers)[container->containers.size()];
+            open.push_back({&nested, buildContainer(nested)});
+            continue;
+        }
+        auto complete = std::move(open.back().container);
+        open.pop_back();
+        if (open.empty()) return complete;
+        open.back().container->containers.push_back(std::move(complete));
+    }
+}
+
+std::unique_ptr<Container> DiagramBuilder::buildContainer(const ContainerInfo& record) const {
+    auto container = std::make_unique<Container>();
+    for (const auto id : record.nodeIds) {
+        if (Node* const node = find(id)) {
+            container->nodes.push_back(node);
+        } else {
+            printDiagnostic("ERROR: wrong id " + std::to_string(id) + " for container!");
+        }
+    }
+    container->descriptionString = record.description;
+    container->position = {record.x, record.y};
+    if (record.color) container->color = bodyColorNamed(*record.color);
+    return container;
+}
+
+void DiagramBuilder::buildSubdiagrams(bool fromDocument) {
+    if (fromDocument && info.subdiagrams) {
+        for (const auto& record : *info.subdiagrams) {
+            Subdiagram subdiagram(record.description);
+            for (const auto id : record.nodeIds) {
+                if (Node* const node = find(id)) {
+                    subdiagram.nodes.push_back(node);
+                } else {
+                    printDiagnostic("ERROR: unknown nodeId " + std::to_string(id));
+                }
+            }
+            engine.subdiagrams.push_back(std::move(subdiagram));
+        }
+    }
+    if (!engine.subdiagrams.empty()) return;
+    Subdiagram everything("[0]");
+    forEachNode([&](Node& node) { everything.nodes.push_back(&node); });
+    engine.subdiagrams.push_back(std::move(everything));
+}
+
+void DiagramBuilder::linkStreamsAndOutputs() {
+    struct Bearers {
+        VariableOutputNode* first;
+        std::size_t count;
+    };
+    std::unordered_map<std::string_view, Bearers> byLabel;
+    for (auto* output : engine.variableOutputs) {
+        output->numLinks = 0;
+        ++byLabel.try_emplace(output->label(), Bearers{output, 0}).first->second.count;
+    }
+    for (auto* stream : engine.inputStreams) {
+        const auto found = stream->descriptionString ? byLabel.find(*stream->descriptionString) : byLabel.end();
+        stream->linked = found != byLabel.end();
+        if (stream->linked) ++found->second.first->numLinks;
+    }
+    for (auto* output : engine.variableOutputs) output->duplications = byLabel.at(output->label()).count > 1;
+}
+
+void DiagramBuilder::checkContainment() const {
+    std::unordered_set<const Node*> contained;
+    for (const auto& subdiagram : engine.subdiagrams) {
+        contained.insert(subdiagram.nodes.begin(), subdiagram.nodes.end());
+    }
+    bool complete = true;
+    forEachNode([&](const Node& node) {
+        if (contained.contains(&node)) return;
+        printDiagnostic("ERROR: node " + std::to_string(node.id.value_or(0)) + " not contained in subdiagram!!");
+        complete = false;
+    });
+    if (!complete) printDiagnostic("ERROR: nodes detected that are not contained in subdiagram!");
+}
+
+void DiagramBuilder::checkConnections() const {
+    for (const auto& node : engine.nodeList(NodeCategory::Function)) {
+        const auto inputs = node->inputValues();
+        const bool hasFreeInput =
+            std::any_of(inputs.begin(), inputs.end(), [](const auto* slot) { return slot->connectable; });
+        if (hasFreeInput || node->connectedInputValues().empty()) {
+            printDiagnostic("WARNING: unconnected functions!");
+        }
+    }
+}
+
+}  // namespace KelvaneSDK

@@ -1,0 +1,175 @@
+#include <chrono>
+#include <limits>
+#include <utility>
+
+#include "KelvaneSDK/Kelvane/Kelvane.h"
+
+#include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/ElementArithmetic.h"
+
+namespace KelvaneSDK {
+
+namespace {
+
+double wallClock() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+bool isReady(const Node& node) {
+    for (const auto* slot : node.inputValues()) {
+        if (!slot->checked && !slot->connectable) return false;
+    }
+    return true;
+}
+
+bool isFullyConnected(const Node& node) {
+    for (const auto* slot : node.inputValues()) {
+        if (slot->connectable) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+void Kelvane::updateInputStreams(const KelvaneInput& input) {
+    const double start = wallClock();
+    double interval = std::numeric_limits<double>::max();
+    if (input.timestamp <= previousTimestamp) {
+        framesSkipped = 0;
+    } else {
+        interval = input.timestamp - previousTimestamp;
+    }
+    previousTimestamp = input.timestamp;
+
+    if (interval < lastProcessTime) {
+        diagramOutput = {input.timestamp, {}};
+        lastProcessTime = 0;
+        const auto skipped = checkedSum(framesSkipped, 1);
+        if (!skipped) stopProgram("the count of skipped batches overflows 64 bits");
+        framesSkipped = *skipped;
+        if (const auto receiver = updatesReceiver.lock()) receiver->newVariableOutputUpdates(diagramOutput);
+        return;
+    }
+
+    evaluateBatch(input.timestamp, input.updates);
+    lastProcessTime = wallClock() - start;
+    removeUnwantedOutputs();
+    if (diagramOutput.outputs.empty()) return;
+    if (const auto receiver = updatesReceiver.lock()) receiver->newVariableOutputUpdates(diagramOutput);
+}
+
+KelvaneOutput Kelvane::evaluate(const KelvaneInput& input) {
+    evaluateBatch(input.timestamp, input.updates);
+    removeUnwantedOutputs();
+    return diagramOutput;
+}
+
+void Kelvane::evaluateBatch(double timestamp, const LabelledValues& updates) {
+    diagramOutput = {timestamp, {}};
+    allInputValues = updates;
+    pushConstants();
+
+    // A variable output feeds the input streams of its label, in a further pass of the same batch. Every label is fed
+    // at most once, so the passes end.
+    LabelledValues fed = updates;
+    do {
+        setInputStreams(fed, timestamp);
+        sweepFunctionNodes();
+        auto collected = collectVariableOutputs();
+        clearChecked();
+        for (auto* stream : inputStreams) stream->outputValue()->updated = false;
+        fed.clear();
+        for (auto& [label, value] : collected) {
+            if (!value) {
+                diagramOutput.outputs.erase(label);
+                continue;
+            }
+            diagramOutput.outputs.insert_or_assign(label, *value);
+            if (allInputValues.try_emplace(label, *value).second) fed.try_emplace(label, std::move(*value));
+        }
+    } while (!fed.empty());
+}
+
+void Kelvane::pushConstants() {
+    for (const auto& node : nodeList(NodeCategory::Constant)) {
+        node->forwardOutput();
+        for (auto* slot : node->connectedInputValues()) slot->checked = true;
+    }
+}
+
+void Kelvane::setInputStreams(const LabelledValues& values, double timestamp) {
+    for (auto* stream : inputStreams) {
+        const auto& label = stream->label();
+        const auto found = values.find(label);
+        if (found == values.end()) {
+            stream->markConnectedChecked();
+            continue;
+        }
+        stream->setValue(found->second, timestamp);
+        diagramOutput.outputs.insert_or_assign(label, *stream->outputValue()->payload());
+    }
+}
+
+bool Kelvane::visit(Node& node) {
+    for (auto* slot : node.connectedInputValues()) slot->checked = true;
+    if (!node.allInputsHaveValues() || !node.allInputsUpdated() || !isFullyConnected(node)) return false;
+    node.process();
+    return true;
+}
+
+void Kelvane::sweepFunctionNodes() {
+    for (bool progress = true; std::exchange(progress, false);) {
+        std::size_t settled = 0;
+        while (settled < functionNodes.size() && isReady(*functionNodes[settled])) {
+            progress |= visit(*functionNodes[settled++]);
+        }
+        if (settled == functionNodes.size()) continue;
+
+        // Nodes that wait move to the end of the order. The rest of the order is kept as a ring, so that a move
+        // costs constant time; what becomes ready leaves the ring for the settled front. A cycle of function nodes
+        // keeps the ring turning without end.
+        std::vector<Node*> ring(functionNodes.begin() + static_cast<std::ptrdiff_t>(settled), functionNodes.end());
+        std::size_t head = 0, count = ring.size();
+        while (count > 0) {
+            Node* const node = ring[head];
+            const std::size_t end = (head + count) % ring.size();
+            head = (head + 1) % ring.size();
+            if (!isReady(*node)) {
+                ring[end] = node;
+                continue;
+            }
+            --count;
+            functionNodes[settled++] = node;
+            progress |= visit(*node);
+        }
+    }
+}
+
+Kelvane::CollectedOutputs Kelvane::collectVariableOutputs() {
+    CollectedOutputs collected;
+    for (auto* node : variableOutputs) {
+        if (!node->allInputsUpdated()) continue;
+        node->process();
+        if (node->outputValue() == nullptr) node->stop("the variable output has no output slot");
+        collected.insert_or_assign(node->label(), node->outputValue()->value());
+    }
+    return collected;
+}
+
+void Kelvane::clearChecked() {
+    for (const auto& node : nodeList(NodeCategory::Function)) {
+        for (auto* slot : node->connectedInputValues()) slot->checked = false;
+    }
+}
+
+void Kelvane::removeUnwantedOutputs() {
+    auto& outputs = diagramOutput.outputs;
+    for (const auto* node : variableOutputs) {
+        if (node->hidden) outputs.erase(node->label());
+    }
+    for (const auto* node : inputStreams) {
+        if (!node->forwarding) outputs.erase(node->label());
+    }
+}
+
+}  // namespace KelvaneSDK

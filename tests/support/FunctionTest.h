@@ -1,0 +1,59 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/DiagramDocument.h"
+
+namespace KelvaneSDK::testing_support {
+
+inline constexpr std::nullopt_t none = std::nullopt;
+
+/// What a step is expected to bring: a value, nothing, or the end of the program.
+struct Expectation {
+    Expectation(std::nullopt_t) {}
+    template <class T>
+        requires std::is_constructible_v<Value, T>
+    Expectation(T expected) : value(Value(expected)) {}
+
+    std::optional<Value> value;
+    double tolerance = 0;
+    std::string stopReason;
+};
+
+/// The step stops the program with a reason that contains this text (a regular expression).
+Expectation stops(std::string reason);
+/// The number, or every component of the value, is this close.
+Expectation approximately(Value value, double tolerance);
+
+/// One batch: an update for each input, or none for it, and what comes out.
+struct Step {
+    std::vector<std::optional<Value>> updates;
+    Expectation expected = none;
+    /// In seconds; the step's number, from 1, by default.
+    std::optional<double> timestamp = std::nullopt;
+    bool isReset = false;
+};
+
+/// A step that resets the engine.
+extern const Step resetStep;
+
+/// A function driven through a diagram: a stream per input, the function, a variable output.
+struct FunctionCase {
+    std::string name;
+    std::string function;
+    std::vector<std::string> inputTypes;
+    std::string outputType;
+    std::vector<Step> steps;
+    /// A function between the node and the variable output.
+    std::string next = {};
+};
+
+inline std::string caseName(const testing::TestParamInfo<FunctionCase>& info) { return info.param.name; }
+
+class FunctionTest : public testing::TestWithParam<FunctionCase> {};
+
+}  // namespace KelvaneSDK::testing_support

@@ -15,5 +15,6 @@ NodeFamily vectorFunctions();
 NodeFamily arrayFunctions();
 NodeFamily logicFunctions();
 NodeFamily trigonometryFunctions();
+NodeFamily jsonOutputFunctions();
 
 }  // namespace KelvaneSDK

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/FileProcessing/JsonReader.h"
+#include "KelvaneSDK/FileProcessing/PayloadReader.h"
 
 namespace KelvaneSDK {
 
@@ -47,15 +47,15 @@ public:
         double timestamp = 0;
         std::string_view name;
         if (!found[0]) return fail("\"timestamp\" is missing; a number was expected");
-        if (!read(*found[0], timestamp)) return fail(quoted(names[0]) + why);
+        if (!payloads.read(*found[0], timestamp)) return fail(quoted(names[0]) + payloads.why());
         if (!found[1]) return fail("\"name\" is missing; a string was expected");
-        if (!read(*found[1], name)) return fail(quoted(names[1]) + why);
+        if (!payloads.read(*found[1], name)) return fail(quoted(names[1]) + payloads.why());
         std::optional<Value> value;
         for (std::size_t key = 0; key < valueKeys.size(); ++key) {
             if (!found[2 + key]) continue;
-            auto decoded = decodeValue(key, *found[2 + key]);
-            if (!decoded) return fail(quoted(valueKeys[key]) + why);
-            if (!value) value = std::move(decoded);
+            auto present = decodeValue(key, *found[2 + key]);
+            if (!present) return fail(quoted(valueKeys[key]) + payloads.why());
+            if (!value) value = std::move(present);
         }
         if (!value) return fail("no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected");
         return Update{timestamp, name, std::move(*value)};
@@ -66,109 +66,26 @@ public:
 private:
     std::optional<Value> decodeValue(std::size_t key, const Element& element) {
         switch (key) {
-            case 0: return scalar<double>(element);
-            case 1: return scalar<std::int64_t>(element);
-            case 2: return scalar<Vector>(element);
-            case 3: return scalar<bool>(element);
-            case 4: return scalar<Orientation>(element);
-            case 5: return scalar<String>(element);
-            case 6: {
-                auto samples = list<Sample>(element);
-                return samples ? std::optional(Value(Sequence(std::move(*samples)))) : std::nullopt;
-            }
-            case 7: return array<double>(element);
-            case 8: return array<std::int64_t>(element);
-            case 9: return array<bool>(element);
-            case 10: return array<Vector>(element);
-            case 11: return array<Orientation>(element);
-            default: return array<String>(element);
+            case 0: return decoded<double>(element);
+            case 1: return decoded<std::int64_t>(element);
+            case 2: return decoded<Vector>(element);
+            case 3: return decoded<bool>(element);
+            case 4: return decoded<Orientation>(element);
+            case 5: return decoded<String>(element);
+            case 6: return decoded<Sequence>(element);
+            case 7: return decoded<List<double>>(element);
+            case 8: return decoded<List<std::int64_t>>(element);
+            case 9: return decoded<List<bool>>(element);
+            case 10: return decoded<List<Vector>>(element);
+            case 11: return decoded<List<Orientation>>(element);
+            default: return decoded<List<String>>(element);
         }
     }
 
     template <class T>
-    std::optional<Value> scalar(const Element& element) {
+    std::optional<Value> decoded(const Element& element) {
         T target{};
-        return read(element, target) ? std::optional(Value(std::move(target))) : std::nullopt;
-    }
-
-    template <class T>
-    std::optional<Value> array(const Element& element) {
-        auto items = list<T>(element);
-        return items ? std::optional(Value(std::move(*items))) : std::nullopt;
-    }
-
-    template <class T>
-    std::optional<List<T>> list(const Element& element) {
-        simdjson::dom::array array;
-        if (element.get_array().get(array) != simdjson::SUCCESS) {
-            expected(element, "an array");
-            return std::nullopt;
-        }
-        ListBuilder<T> items(array.size());
-        for (const Element item : array) {
-            T target{};
-            if (!read(item, target)) {
-                why = ": element " + std::to_string(items.size()) + why;
-                return std::nullopt;
-            }
-            items.append(target);
-        }
-        return items.finish();
-    }
-
-    bool read(const Element& element, double& target) { return take(asDouble(element), target, element, "a number"); }
-    bool read(const Element& element, std::int64_t& target) {
-        return take(asInteger(element), target, element, "an integer of 64 bits");
-    }
-    bool read(const Element& element, bool& target) { return take(asBoolean(element), target, element, "a boolean"); }
-    bool read(const Element& element, std::string_view& target) {
-        return take(asString(element), target, element, "a string");
-    }
-    bool read(const Element& element, String& target) {
-        std::string_view text;
-        if (!read(element, text)) return false;
-        target = String(text);
-        return true;
-    }
-    bool read(const Element& element, Vector& v) {
-        return readMembers<3>(element, {"x", "y", "z"}, {&v.x, &v.y, &v.z});
-    }
-    bool read(const Element& element, Orientation& q) {
-        return readMembers<4>(element, {"x", "y", "z", "w"}, {&q.x, &q.y, &q.z, &q.w});
-    }
-    bool read(const Element& element, Sample& sample) {
-        return readMembers<2>(element, {"t", "f"}, {&sample.t, &sample.f});
-    }
-
-    template <std::size_t count>
-    bool readMembers(const Element& element, const std::array<std::string_view, count>& names,
-                     const std::array<double*, count>& targets) {
-        simdjson::dom::object object;
-        if (element.get_object().get(object) != simdjson::SUCCESS) return expected(element, "an object");
-        const auto found = members(object, names);
-        for (std::size_t i = 0; i < count; ++i) {
-            if (!found[i]) {
-                why = ": " + quoted(names[i]) + " is missing; a number was expected";
-                return false;
-            }
-            if (!read(*found[i], *targets[i])) {
-                why = ": " + quoted(names[i]) + why;
-                return false;
-            }
-        }
-        return true;
-    }
-
-    template <class T>
-    bool take(const std::optional<T>& decoded, T& target, const Element& element, std::string_view wanted) {
-        if (!decoded) return expected(element, wanted);
-        target = *decoded;
-        return true;
-    }
-
-    bool expected(const Element& element, std::string_view wanted) {
-        why = " is " + std::string(kindOf(element)) + "; " + std::string(wanted) + " was expected";
-        return false;
+        return payloads.read(element, target) ? std::optional(Value(std::move(target))) : std::nullopt;
     }
 
     std::nullopt_t fail(std::string reasonText) {
@@ -177,9 +94,8 @@ private:
     }
 
     JsonReader reader;
+    PayloadReader payloads;
     std::string failureReason;
-    // The end of the reason, behind the name of the key: " is a string; a number was expected".
-    std::string why;
 };
 
 std::string RecordingFailure::diagnostic() const {

@@ -1,5 +1,7 @@
 #include "KelvaneSDK/FileProcessing/JsonReader.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cmath>
 
 namespace KelvaneSDK {
@@ -8,8 +10,14 @@ namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Appends "e0" to every integer literal of more than 18 digits, outside strings. simdjson refuses integers beyond
-// 64 bits, which are legal JSON numbers where a double is wanted; as decimals it reads them with correct rounding.
+bool fitsIn64Bits(std::string_view digits, bool negative) {
+    std::uint64_t magnitude = 0;
+    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
+    return result.ec == std::errc() && (!negative || magnitude <= std::uint64_t{1} << 63);
+}
+
+// Appends "e0" to every integer literal that does not fit in 64 bits, outside strings. simdjson refuses those, which
+// are legal JSON numbers where a double is wanted; as decimals it reads them with correct rounding.
 std::string withLongIntegersAsDecimals(std::string_view text) {
     std::string changed;
     changed.reserve(text.size() + 16);
@@ -29,7 +37,8 @@ std::string withLongIntegersAsDecimals(std::string_view text) {
         const bool startsNumber = before != '.' && before != 'e' && before != 'E' && before != '+' &&
                                   !(before == '-' && i > 1 && (text[i - 2] == 'e' || text[i - 2] == 'E'));
         const char after = end < text.size() ? text[end] : ' ';
-        if (startsNumber && end - i > 18 && after != '.' && after != 'e' && after != 'E') changed += "e0";
+        const bool isInteger = startsNumber && after != '.' && after != 'e' && after != 'E';
+        if (isInteger && !fitsIn64Bits(text.substr(i, end - i), before == '-')) changed += "e0";
         i = end;
     }
     return changed;
@@ -46,7 +55,7 @@ std::optional<simdjson::dom::element> JsonReader::parse(std::string_view text, J
     }
     simdjson::dom::element root;
     auto error = parser.parse(text.data(), text.size()).get(root);
-    if (error == simdjson::NUMBER_ERROR) {
+    if (error != simdjson::SUCCESS) {  // versions of simdjson differ in the error for a long integer
         const std::string changed = withLongIntegersAsDecimals(text);
         if (changed.size() != text.size()) error = parser.parse(changed).get(root);
     }

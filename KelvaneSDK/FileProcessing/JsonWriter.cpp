@@ -50,6 +50,11 @@ void JsonWriter::key(std::string_view name) {
 void JsonWriter::value(double number) {
     if (!std::isfinite(number)) return null();
     separate();
+    // As an integer literal, "-0" would lose its sign when it is read.
+    if (number == 0 && std::signbit(number)) {
+        text += "-0.0";
+        return;
+    }
     char buffer[32];
     text.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, number).ptr);
 }

@@ -17,6 +17,9 @@ std::string description(const List<double>& list);
 /// A text with nothing left is the empty list.
 std::optional<List<double>> doublesFromText(std::string_view text);
 
+/// The characters that slots delete from a text before they read numbers and truths in it.
+inline constexpr std::string_view brackets = "()[]{} ";
+
 /// A text without the characters in `unwanted`.
 std::string withoutCharacters(std::string_view text, std::string_view unwanted);
 

@@ -15,7 +15,12 @@ BackgroundWorker::~BackgroundWorker() {
         ending = true;
     }
     submitted.notify_all();
-    if (thread.joinable()) thread.join();
+    if (thread.get_id() == std::this_thread::get_id()) {
+        // A stop handler exits the process on the worker's own thread.
+        thread.detach();
+    } else if (thread.joinable()) {
+        thread.join();
+    }
 }
 
 void BackgroundWorker::submit(std::function<void()> task) {

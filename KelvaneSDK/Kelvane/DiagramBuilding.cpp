@@ -85,12 +85,12 @@ void DiagramBuilder::renumberAboveDocument() {
                       return a.id < b.id;
                   })->id;
     }
-    auto next = checkedSum(largest, 1);
+    if (!checkedSum(largest, 1)) stopProgram("the ids of the document leave no room above them");
     forEachNode([&](Node& node) {
-        if (next) node.id = std::exchange(next, checkedSum(*next, 1));
-        if (!next) stopProgram("the ids of the document leave no room for the present nodes");
+        const auto next = checkedSum(largest, 1);
+        if (!next) node.stop("the ids of the document leave no room for the present nodes");
+        node.id = largest = *next;
     });
-    if (!next) stopProgram("the ids of the document leave no room above them");
 }
 
 std::optional<std::vector<Node*>> DiagramBuilder::build(bool withSubdiagrams) {

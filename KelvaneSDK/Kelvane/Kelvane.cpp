@@ -72,7 +72,7 @@ std::vector<std::string> Kelvane::getManualLines() const { return manualLines; }
 std::vector<ConstantDescription> Kelvane::getConstants() const {
     std::vector<ConstantDescription> descriptions;
     for (const auto& node : nodeList(NodeCategory::Constant)) {
-        const auto value = node->outputValue()->value();
+        const auto value = node->output().value();
         if (!value) node->stop("the constant has no value");
         descriptions.push_back({node->label(), *value});
     }
@@ -82,7 +82,7 @@ std::vector<ConstantDescription> Kelvane::getConstants() const {
 void Kelvane::setConstant(std::string_view label, const Value& newValue) {
     for (const auto& node : nodeList(NodeCategory::Constant)) {
         if (node->label() != label) continue;
-        auto& output = *node->outputValue();
+        auto& output = node->output();
         if (!output.hasValue()) node->stop("the constant has no value");
         if (output.payload()->type() == newValue.type()) output.setValue(newValue);
     }

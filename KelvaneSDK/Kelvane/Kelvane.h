@@ -127,8 +127,8 @@ private:
     void discardDiagram();
 
     void evaluateBatch(double timestamp, const LabelledValues& updates);
+    bool feedsAnyStream(const LabelledValues& values) const;
     void pushConstants();
-    void runPasses(double timestamp);
     void setInputStreams(const LabelledValues& values, double timestamp);
     void sweepFunctionNodes();
     bool visit(Node& node);

@@ -19,6 +19,7 @@ std::vector<NodeFamily> functionFamilies() {
         arrayFunctions(),
         logicFunctions(),
         trigonometryFunctions(),
+        jsonOutputFunctions(),
     };
 }
 

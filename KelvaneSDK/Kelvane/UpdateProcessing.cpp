@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <limits>
 #include <utility>
@@ -42,12 +43,11 @@ void Kelvane::updateInputStreams(const KelvaneInput& input) {
     previousTimestamp = input.timestamp;
 
     if (interval < lastProcessTime) {
-        diagramOutput = {input.timestamp, {}};
         lastProcessTime = 0;
         const auto skipped = checkedSum(framesSkipped, 1);
         if (!skipped) stopProgram("the count of skipped batches overflows 64 bits");
         framesSkipped = *skipped;
-        if (const auto receiver = updatesReceiver.lock()) receiver->newVariableOutputUpdates(diagramOutput);
+        if (const auto receiver = updatesReceiver.lock()) receiver->newVariableOutputUpdates({input.timestamp, {}});
         return;
     }
 
@@ -55,13 +55,15 @@ void Kelvane::updateInputStreams(const KelvaneInput& input) {
     lastProcessTime = wallClock() - start;
     removeUnwantedOutputs();
     if (diagramOutput.outputs.empty()) return;
-    if (const auto receiver = updatesReceiver.lock()) receiver->newVariableOutputUpdates(diagramOutput);
+    // Moved out, so that a receiver may give the engine its next batch while it still reads this result.
+    const KelvaneOutput output = std::move(diagramOutput);
+    if (const auto receiver = updatesReceiver.lock()) receiver->newVariableOutputUpdates(output);
 }
 
 KelvaneOutput Kelvane::evaluate(const KelvaneInput& input) {
     evaluateBatch(input.timestamp, input.updates);
     removeUnwantedOutputs();
-    return diagramOutput;
+    return std::move(diagramOutput);
 }
 
 void Kelvane::evaluateBatch(double timestamp, const LabelledValues& updates) {
@@ -71,13 +73,14 @@ void Kelvane::evaluateBatch(double timestamp, const LabelledValues& updates) {
 
     // A variable output feeds the input streams of its label, in a further pass of the same batch. Every label is fed
     // at most once, so the passes end.
-    LabelledValues fed = updates;
+    LabelledValues fed;
+    const LabelledValues* values = &updates;
     do {
-        setInputStreams(fed, timestamp);
+        setInputStreams(*values, timestamp);
         sweepFunctionNodes();
         auto collected = collectVariableOutputs();
         clearChecked();
-        for (auto* stream : inputStreams) stream->outputValue()->updated = false;
+        for (auto* stream : inputStreams) stream->output().updated = false;
         fed.clear();
         for (auto& [label, value] : collected) {
             if (!value) {
@@ -87,7 +90,15 @@ void Kelvane::evaluateBatch(double timestamp, const LabelledValues& updates) {
             diagramOutput.outputs.insert_or_assign(label, *value);
             if (allInputValues.try_emplace(label, *value).second) fed.try_emplace(label, std::move(*value));
         }
-    } while (!fed.empty());
+        values = &fed;
+        // A pass that feeds no stream would evaluate nothing.
+    } while (feedsAnyStream(fed));
+}
+
+bool Kelvane::feedsAnyStream(const LabelledValues& values) const {
+    if (values.empty()) return false;
+    return std::any_of(inputStreams.begin(), inputStreams.end(),
+                       [&](const auto* stream) { return values.contains(stream->label()); });
 }
 
 void Kelvane::pushConstants() {
@@ -106,7 +117,7 @@ void Kelvane::setInputStreams(const LabelledValues& values, double timestamp) {
             continue;
         }
         stream->setValue(found->second, timestamp);
-        diagramOutput.outputs.insert_or_assign(label, *stream->outputValue()->payload());
+        diagramOutput.outputs.insert_or_assign(label, *stream->output().payload());
     }
 }
 
@@ -150,8 +161,7 @@ Kelvane::CollectedOutputs Kelvane::collectVariableOutputs() {
     for (auto* node : variableOutputs) {
         if (!node->allInputsUpdated()) continue;
         node->process();
-        if (node->outputValue() == nullptr) node->stop("the variable output has no output slot");
-        collected.insert_or_assign(node->label(), node->outputValue()->value());
+        collected.insert_or_assign(node->label(), node->output().value());
     }
     return collected;
 }

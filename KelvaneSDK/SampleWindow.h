@@ -1,0 +1,48 @@
+#pragma once
+
+#include <deque>
+#include <optional>
+
+#include "KelvaneSDK/FileProcessing/NumberText.h"
+#include "KelvaneSDK/Node.h"
+
+namespace KelvaneSDK {
+
+/// The value at time `t` on the line through two samples.
+inline double valueOnLine(const Sample& a, const Sample& b, double t) {
+    return a.f + ((t - a.t) / (b.t - a.t)) * (b.f - a.f);
+}
+
+/// The latest samples of a live signal, as far back as a span of time asks for.
+class SampleWindow {
+public:
+    /// Appends a sample and drops what lies more than `duration` seconds before it, except for the one sample
+    /// that interpolation needs. Answers the interpolated sample exactly `duration` seconds before the
+    /// newest, or absent while the window does not reach back that far. A window in which fewer than two
+    /// samples would remain, as with a duration of 0 or less on the first sample, stops the program in the
+    /// name of `owner`.
+    std::optional<Sample> advance(const Sample& newest, double duration, const Node& owner) {
+        samples.push_back(newest);
+        if (samples.back().t - samples.front().t < duration) return std::nullopt;
+        const double target = newest.t - duration;
+        while (samples.size() >= 2 && samples[1].t < target) samples.pop_front();
+        if (samples.size() < 2)
+            owner.stop("no earlier sample lies " + doubleText(duration) + " seconds back");
+        return Sample{target, valueOnLine(samples[0], samples[1], target)};
+    }
+    /// Puts `start` in the place of the oldest sample.
+    void replaceFirst(const Sample& start) { samples.front() = start; }
+    void clear() { samples.clear(); }
+
+    /// The window's samples as a sequence.
+    Sequence sequence() const {
+        ListBuilder<Sample> list(samples.size());
+        for (const auto& sample : samples) list.append(sample);
+        return Sequence(list.finish());
+    }
+
+private:
+    std::deque<Sample> samples;
+};
+
+}  // namespace KelvaneSDK

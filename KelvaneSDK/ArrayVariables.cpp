@@ -43,7 +43,7 @@ Value total(const TimestampedVariable& slot, Item start) {
 
 template <class Item, class Same = std::equal_to<Item>>
 std::optional<bool> equalLists(const TimestampedVariable& a, const TimestampedVariable& b, Same same = {}) {
-    if (a.hasValue() && b.hasValue() && a.payload()->type() != b.payload()->type()) return std::nullopt;
+    if (!a.isComparable(b)) return std::nullopt;
     const auto left = itemsOf<Item>(a);
     const auto right = itemsOf<Item>(b);
     if (left.size() != right.size()) return std::nullopt;
@@ -100,8 +100,6 @@ Value sortedItems(const Value& list, bool descending, Less less) {
 
 // NaN has no place in an order; last is one that keeps the comparison a strict weak ordering.
 bool floatLess(double a, double b) { return a < b || (b != b && a == a); }
-
-constexpr std::string_view brackets = "()[]{} ";
 
 }  // namespace
 
@@ -215,12 +213,7 @@ void StringArrayVariable::setValueFromString(std::string_view text) {
     readPieces<String>(*this, text, "", [](std::string_view piece) { return std::optional(String(piece)); });
 }
 std::optional<Value> StringArrayVariable::add(const TimestampedVariable& other) const {
-    return combined<String>(*this, other, [](const String& a, const String& b) {
-        ListBuilder<char> both(a.view().size() + b.view().size());
-        both.append(std::span<const char>(a.view()));
-        both.append(std::span<const char>(b.view()));
-        return String(both.finish().shared());
-    });
+    return combined<String>(*this, other, std::plus<>());
 }
 std::optional<bool> StringArrayVariable::isEqual(const TimestampedVariable& other) const {
     return equalLists<String>(*this, other,

@@ -9,11 +9,11 @@ void ConstantNode::initialize() {
     descriptionString = typeString;
 }
 
-void ConstantNode::setTypeString() { typeString = outputValue()->typeString(); }
+void ConstantNode::setTypeString() { typeString = output().typeString(); }
 
 std::vector<Property> ConstantNode::getProperties() const {
     std::vector<Property> properties{{"Description", label()},
-                                     {"OutputValue", outputValue()->stringValue()}};
+                                     {"OutputValue", output().stringValue()}};
     for (auto& property : Node::getProperties()) properties.push_back(std::move(property));
     return properties;
 }

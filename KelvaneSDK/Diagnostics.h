@@ -11,7 +11,7 @@ using DiagnosticSink = std::function<void(std::string_view line)>;
 
 /// Replaces the process-wide diagnostic sink and returns the previous one. An empty function restores the default,
 /// which writes whole lines to standard output. Any thread; takes effect for lines printed afterwards. A sink must
-/// not call this function.
+/// not call back into the library.
 DiagnosticSink setDiagnosticSink(DiagnosticSink sink);
 
 /// Prints one diagnostic line through the sink.

@@ -26,20 +26,18 @@ int compareBytes(std::string_view a, std::string_view b) { return a.compare(b); 
 int compareTexts(std::string_view a, std::string_view b) {
     if (isComposedAlready(a) && isComposedAlready(b)) return compareBytes(a, b);
     using Composed = std::unique_ptr<utf8proc_uint8_t, FreeText>;
-    const auto compose = [](std::string_view text, Composed& composed) -> std::optional<std::string_view> {
+    // Each text falls back to its own bytes: an order that depended on the pair would not be transitive.
+    const auto compose = [](std::string_view text, Composed& composed) {
         utf8proc_uint8_t* result = nullptr;
         const auto length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
                                          static_cast<utf8proc_ssize_t>(text.size()), &result,
                                          static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE));
         composed.reset(result);
-        if (length < 0) return std::nullopt;
+        if (length < 0) return text;
         return std::string_view(reinterpret_cast<const char*>(result), static_cast<std::size_t>(length));
     };
     Composed composedA, composedB;
-    const auto textA = compose(a, composedA);
-    const auto textB = compose(b, composedB);
-    if (!textA || !textB) return compareBytes(a, b);
-    return compareBytes(*textA, *textB);
+    return compareBytes(compose(a, composedA), compose(b, composedB));
 }
 
 }  // namespace KelvaneSDK

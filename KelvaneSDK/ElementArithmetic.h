@@ -47,6 +47,14 @@ inline Orientation inverse(const Orientation& q) {
 
 inline Orientation operator/(const Orientation& a, const Orientation& b) { return a * inverse(b); }
 
+/// The text a followed by the text b.
+inline String operator+(const String& a, const String& b) {
+    ListBuilder<char> both(a.view().size() + b.view().size());
+    both.append(std::span<const char>(a.view()));
+    both.append(std::span<const char>(b.view()));
+    return String(both.finish().shared());
+}
+
 /// A double truncated toward zero, or absent when that is no 64-bit integer (NaN and infinities included).
 inline std::optional<std::int64_t> truncatedInteger(double x) {
     // Both bounds are exact doubles; 2^63 itself does not fit.

@@ -127,6 +127,7 @@ public:
         const std::int64_t length = integer(0);
         if (length < 1) return endWithoutOutput();
         buffer.push_back(real(1));
+        checkElements(buffer.size());
         sum += real(1);
         const auto wanted = static_cast<std::uint64_t>(length);
         if (buffer.size() < wanted) return endWithoutOutput();

@@ -49,6 +49,7 @@ public:
     void process() override {
         const std::int64_t length = integer(0);
         buffer.push_back(value(1));
+        checkElements(buffer.size());
         const auto count = static_cast<std::int64_t>(buffer.size());
         if (length >= count) return endWithoutOutput();
         if (length < -1) stop("a buffer of length " + std::to_string(length) + " drops more values than it holds");

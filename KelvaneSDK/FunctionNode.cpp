@@ -34,11 +34,8 @@ void FunctionNode::endWithoutOutput() {
 }
 
 void FunctionNode::emit(Value newOutput) {
-    auto& output = *outputValue();
-    output.setValue(std::move(newOutput));
-    output.updated = true;
-    output.timestamp = latestInputTimestamp();
-    forwardOutput();
+    outputValue()->setValue(std::move(newOutput));
+    publishOutput();
 }
 
 std::int64_t FunctionNode::checkedAdd(std::int64_t a, std::int64_t b) const {

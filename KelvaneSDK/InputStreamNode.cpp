@@ -11,7 +11,7 @@ void InputStreamNode::initialize() {
     descriptionString = typeString;
 }
 
-void InputStreamNode::setTypeString() { typeString = outputValue()->typeString(); }
+void InputStreamNode::setTypeString() { typeString = output().typeString(); }
 
 void InputStreamNode::setProperty(std::string_view propertyString, std::string_view valueString) {
     if (propertyString == "Forwarding") {
@@ -29,15 +29,16 @@ std::vector<Property> InputStreamNode::getProperties() const {
 }
 
 void InputStreamNode::setValue(const Value& value, double timestamp) {
-    auto& output = *outputValue();
+    auto& slot = output();
+    if (!slot.hasValue()) stop("the input stream holds no value");
     markConnectedChecked();
-    if (output.payload()->type() != value.type()) {
+    if (slot.payload()->type() != value.type()) {
         return printDiagnostic("ERROR: trying to set input stream '" + descriptionString.value_or("") +
                                "' with wrong type!");
     }
-    output.setValue(value);
-    output.updated = true;
-    output.timestamp = timestamp;
+    slot.setValue(value);
+    slot.updated = true;
+    slot.timestamp = timestamp;
     forwardOutput();
 }
 

@@ -6,6 +6,7 @@
 #include "KelvaneSDK/ConstantNode.h"
 #include "KelvaneSDK/ContainerNode/ContainerNode.h"
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 #include "KelvaneSDK/DiagramData.h"
 #include "KelvaneSDK/FileProcessing/InputRecording.h"
 #include "KelvaneSDK/FileProcessing/JsonWriter.h"

@@ -49,6 +49,8 @@ template <class T>
 class ListBuilder {
 public:
     explicit ListBuilder(std::size_t expected = 0) { reserve(expected); }
+    ListBuilder(ListBuilder&&) noexcept = default;
+    ListBuilder& operator=(ListBuilder&&) noexcept = default;
 
     std::size_t size() const { return count; }
     /// What has been appended so far, to be changed in place; valid until the next append.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/FileProcessing/NumberText.h"
 
 namespace KelvaneSDK {
 
@@ -74,8 +75,7 @@ void Node::reset() {
 }
 
 void Node::resolveOutputType() {
-    if (outputSlot == nullptr) stop("a node without an output cannot resolve its output type");
-    if (!outputSlot->isGenericSlot()) {
+    if (!output().isGenericSlot()) {
         outputType = std::string(outputSlot->typeString());
         return;
     }
@@ -101,11 +101,10 @@ void Node::specializeGenericTypes(const TimestampedVariable& variable) {
 void Node::connectOutput(TimestampedVariable& input) {
     Node* const receiver = input.owner;
     if (receiver == nullptr) stop("the slot to connect to has no owner");
-    if (outputSlot == nullptr) stop("a node without an output cannot be connected to an input");
     TimestampedVariable* connectedSlot = nullptr;
     {
         const Pin pin(input);
-        if (outputSlot->isGenericSlot()) specializeGenericTypes(input);
+        if (output().isGenericSlot()) specializeGenericTypes(input);
         connectedSlot = &receiver->connectInput(input, *outputSlot);
     }
     if (connectedSlot != &input) receiver->dropUnlessPinned(input);
@@ -186,7 +185,11 @@ double Node::latestInputTimestamp() const {
 
 void Node::completeStep() {
     for (auto* input : inputSlots) input->updated = false;
-    if (outputSlot == nullptr || !outputSlot->hasValue()) return;
+    if (outputSlot != nullptr && outputSlot->hasValue()) publishOutput();
+}
+
+void Node::publishOutput() {
+    checkElements(outputSlot->payload()->elementCount());
     outputSlot->updated = true;
     outputSlot->timestamp = latestInputTimestamp();
     forwardOutput();
@@ -196,8 +199,7 @@ void Node::setProperty(std::string_view propertyString, std::string_view valueSt
     if (propertyString == "Description") {
         descriptionString = std::string(valueString);
     } else if (propertyString == "OutputValue") {
-        if (outputSlot == nullptr) stop("a node without an output cannot take an output value");
-        outputSlot->setValueFromString(valueString);
+        output().setValueFromString(valueString);
     } else if (propertyString == "Color") {
         color = bodyColorNamed(valueString);
     } else {
@@ -213,6 +215,20 @@ std::vector<Property> Node::getProperties() const {
 const std::string& Node::label() const {
     if (!descriptionString) stop("the node has no label");
     return *descriptionString;
+}
+
+TimestampedVariable& Node::output() const {
+    if (outputSlot == nullptr) stop("the node has no output slot");
+    return *outputSlot;
+}
+
+void Node::stopOverElements(std::size_t count) const {
+    stop("a list of " + std::to_string(count) + " elements is beyond the limit of " +
+         std::to_string(budget->maxElements()));
+}
+
+void Node::stopOutOfTime() const {
+    stop("the batch has taken longer than the limit of " + doubleText(budget->maxBatchSeconds()) + " seconds");
 }
 
 void Node::stop(std::string_view reason) const { stopProgram(nameInMessages() + ": " + std::string(reason)); }
@@ -252,7 +268,8 @@ TimestampedVariable& Node::replaceSlot(TimestampedVariable& old, ValueClass slot
     if (&old == outputSlot) {
         outputSlot = &replacement;
     } else {
-        inputSlots[old.index] = &replacement;
+        // By identity: a container presents slots that are numbered within their own nodes.
+        std::replace(inputSlots.begin(), inputSlots.end(), &old, &replacement);
     }
     dropUnlessPinned(old);
     return replacement;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -10,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "KelvaneSDK/EvaluationLimits.h"
 #include "KelvaneSDK/TimestampedVariable.h"
 
 namespace KelvaneSDK {
@@ -50,6 +52,8 @@ std::optional<BodyColor> bodyColorNamed(std::string_view name);
 /// A place on the designer's canvas; y grows downwards.
 struct Position {
     double x = 0, y = 0;
+
+    bool isFinite() const { return std::isfinite(x) && std::isfinite(y); }
 
     friend bool operator==(const Position&, const Position&) = default;
 };
@@ -129,11 +133,23 @@ public:
     std::span<TimestampedVariable* const> inputValues() const { return inputSlots; }
     /// The output slot, or null.
     TimestampedVariable* outputValue() const { return outputSlot; }
+    /// The output slot, where one is needed; a node without one stops the program.
+    TimestampedVariable& output() const;
     /// The slots that the output feeds, in the order of their connection; a slot fed twice stands twice.
     std::span<TimestampedVariable* const> connectedInputValues() const { return connectedSlots; }
 
     /// The label; a node without one stops the program.
     const std::string& label() const;
+    /// Gives the node the limits to keep to, which must outlive it; without them nothing is checked.
+    void keepTo(const EvaluationBudget& newBudget) { budget = &newBudget; }
+    /// Stops the program when a list of this many elements is beyond the limit.
+    void checkElements(std::size_t count) const {
+        if (budget != nullptr && count > budget->maxElements()) stopOverElements(count);
+    }
+    /// Stops the program when the batch takes longer than the limit. For loops whose length a value decides.
+    void checkTime() const {
+        if (budget != nullptr && budget->isOutOfTime()) stopOutOfTime();
+    }
     /// Stops the program with a reason that begins with this node's id, type and label.
     [[noreturn]] void stop(std::string_view reason) const;
     /// `node 7 ("Add", "left foot")`, as messages name the node.
@@ -157,6 +173,8 @@ protected:
     /// Ends an evaluation step: consumes every input's `updated` flag and, when the output holds a value, marks it
     /// updated, stamps it with the latest input timestamp (0.0 at least) and forwards it.
     void completeStep();
+    /// Marks the output, which holds a value, updated, stamps it with the latest input timestamp and forwards it.
+    void publishOutput();
     /// The latest timestamp of the inputs, 0.0 at least; NaN timestamps are passed over.
     double latestInputTimestamp() const;
 
@@ -175,6 +193,10 @@ private:
                                      std::optional<ValueClass> specializedFrom);
     void dropUnlessPinned(const TimestampedVariable& slot);
     void revertIfNothingFixesTypes();
+    [[noreturn]] void stopOverElements(std::size_t count) const;
+    [[noreturn]] void stopOutOfTime() const;
+
+    const EvaluationBudget* budget = nullptr;
 
     std::vector<TimestampedVariable*> inputSlots;
     TimestampedVariable* outputSlot = nullptr;

@@ -5,13 +5,9 @@
 
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/Node.h"
+#include "KelvaneSDK/SequenceValue.h"
 
 namespace KelvaneSDK {
-
-/// The value at time `t` on the line through two samples.
-inline double valueOnLine(const Sample& a, const Sample& b, double t) {
-    return a.f + ((t - a.t) / (b.t - a.t)) * (b.f - a.f);
-}
 
 /// The latest samples of a live signal, as far back as a span of time asks for.
 class SampleWindow {
@@ -23,6 +19,7 @@ public:
     /// name of `owner`.
     std::optional<Sample> advance(const Sample& newest, double duration, const Node& owner) {
         samples.push_back(newest);
+        owner.checkElements(samples.size());
         if (samples.back().t - samples.front().t < duration) return std::nullopt;
         const double target = newest.t - duration;
         while (samples.size() >= 2 && samples[1].t < target) samples.pop_front();

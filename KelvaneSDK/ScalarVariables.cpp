@@ -8,16 +8,9 @@ namespace KelvaneSDK {
 
 namespace {
 
-constexpr std::string_view brackets = "()[]{} ";
-
-// Payloads of different types cannot be compared; equal types are then read as the slot's own.
-bool areComparable(const TimestampedVariable& a, const TimestampedVariable& b) {
-    return !a.hasValue() || !b.hasValue() || a.payload()->type() == b.payload()->type();
-}
-
 template <class T>
 std::optional<bool> exactlyEqual(const TimestampedVariable& a, const TimestampedVariable& b) {
-    if (!areComparable(a, b)) return std::nullopt;
+    if (!a.isComparable(b)) return std::nullopt;
     return a.as<T>() == b.as<T>();
 }
 
@@ -190,15 +183,10 @@ StringValue::StringValue(bool withDefault) {
 std::string StringValue::stringValue() const { return std::string(as<String>().view()); }
 void StringValue::setValueFromString(std::string_view text) { setValue(Value(text)); }
 std::optional<Value> StringValue::add(const TimestampedVariable& other) const {
-    const auto left = items<char>(ValueType::String);
-    const auto right = other.items<char>(ValueType::String);
-    ListBuilder<char> joined(left.size() + right.size());
-    joined.append(left);
-    joined.append(right);
-    return Value(String(joined.finish().shared()));
+    return Value(as<String>() + other.as<String>());
 }
 std::optional<bool> StringValue::isEqual(const TimestampedVariable& other) const {
-    if (!areComparable(*this, other)) return std::nullopt;
+    if (!isComparable(other)) return std::nullopt;
     return compareTexts(as<String>(), other.as<String>()) == 0;
 }
 std::optional<bool> StringValue::isLarger(const TimestampedVariable& other) const {

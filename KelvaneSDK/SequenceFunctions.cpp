@@ -52,7 +52,9 @@ public:
         }
         if (isUpdated(1)) {
             consume(1);
-            if (start) buffer.append({timestamp(1), real(1)});
+            if (!start) return;
+            buffer.append({timestamp(1), real(1)});
+            checkElements(buffer.size());
         }
     }
     void reset() override {
@@ -190,6 +192,7 @@ public:
         const std::size_t runs = s.size() - width;
         ListBuilder<Sample> result(runs);
         for (std::size_t i = 0; i < runs; ++i) {
+            checkTime();
             Sample sum;
             for (const auto& [t, f] : s.subspan(i, width)) {
                 sum.t += t;
@@ -343,8 +346,12 @@ public:
         const auto s = notEmpty(samples(1), *this);
         SequenceInterpolator interpolator(s);
         ListBuilder<Sample> result;
+        std::size_t steps = 0;
         for (double t = s.front().t; t < s.back().t; t += step) {
             if (const auto value = interpolator.at(t)) result.append({t, *value});
+            // A step of 0 or less never ends the grid; only limits do.
+            checkElements(result.size());
+            if (++steps % 4096 == 0) checkTime();
         }
         finish(Sequence(result.finish()));
     }

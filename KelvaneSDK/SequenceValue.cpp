@@ -1,5 +1,8 @@
 #include "KelvaneSDK/SequenceValue.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "KelvaneSDK/FileProcessing/ValueText.h"
 
 namespace KelvaneSDK {
@@ -31,15 +34,30 @@ std::span<const Sample> samplesOf(const TimestampedVariable& slot) { return slot
 }  // namespace
 
 std::optional<double> SequenceInterpolator::at(double t) {
-    if (samples.size() < 2 || t < samples.front().t || t > samples.back().t) return std::nullopt;
-    // The segment of a later time is never before that of an earlier one, so a rising t goes on where the last ended.
-    if (!(t >= furthest)) segmentEnd = 1;
-    while (segmentEnd < samples.size() && !(t <= samples[segmentEnd].t)) ++segmentEnd;
+    if (samples.size() < 2 || std::isnan(t) || t < samples.front().t || t > samples.back().t) return std::nullopt;
+    if (t < furthest) {
+        segmentEnd = segmentEndFor(t);
+    } else {
+        // The segment of a later time is never before that of an earlier one.
+        while (segmentEnd < samples.size() && !(t <= samples[segmentEnd].t)) ++segmentEnd;
+    }
     furthest = t;
-    if (segmentEnd == samples.size()) return std::nullopt;  // only where times are NaN
-    const Sample& a = samples[segmentEnd - 1];
-    const Sample& b = samples[segmentEnd];
-    return a.f + (b.f - a.f) * ((t - a.t) / (b.t - a.t));
+    if (segmentEnd == samples.size()) return std::nullopt;  // only where the last time is NaN
+    return valueOnLine(samples[segmentEnd - 1], samples[segmentEnd], t);
+}
+
+std::size_t SequenceInterpolator::segmentEndFor(double t) {
+    // Times may come in any order, so the search goes over the latest time up to each sample, which only rises.
+    if (latestTimes.empty()) {
+        latestTimes.reserve(samples.size() - 1);
+        double latest = -std::numeric_limits<double>::infinity();
+        for (const Sample& sample : samples.subspan(1)) {
+            if (sample.t > latest) latest = sample.t;
+            latestTimes.push_back(latest);
+        }
+    }
+    const auto found = std::lower_bound(latestTimes.begin(), latestTimes.end(), t);
+    return static_cast<std::size_t>(found - latestTimes.begin()) + 1;
 }
 
 SequenceValue::SequenceValue(bool withDefault) {
@@ -49,7 +67,7 @@ SequenceValue::SequenceValue(bool withDefault) {
 std::string SequenceValue::stringValue() const { return joinedSamples(samplesOf(*this)); }
 
 void SequenceValue::setValueFromString(std::string_view text) {
-    const auto numbers = numbersBetweenCommas(withoutCharacters(text, "()[]{} "));
+    const auto numbers = numbersBetweenCommas(withoutCharacters(text, brackets));
     if (!numbers || numbers->size() % 2 != 0) return reportConversionError(text);
     ListBuilder<Sample> samples(numbers->size() / 2);
     for (std::size_t i = 0; i < numbers->size(); i += 2) samples.append({(*numbers)[i], (*numbers)[i + 1]});
@@ -77,7 +95,7 @@ std::optional<Value> SequenceValue::negate() const {
 }
 
 std::optional<bool> SequenceValue::isEqual(const TimestampedVariable& other) const {
-    if (hasValue() && other.hasValue() && payload()->type() != other.payload()->type()) return std::nullopt;
+    if (!isComparable(other)) return std::nullopt;
     const auto left = samplesOf(*this);
     const auto right = samplesOf(other);
     if (left.size() != right.size()) return std::nullopt;

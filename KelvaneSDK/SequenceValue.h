@@ -1,5 +1,8 @@
 #pragma once
 
+#include <limits>
+#include <vector>
+
 #include "KelvaneSDK/TimestampedVariable.h"
 
 namespace KelvaneSDK {
@@ -26,8 +29,13 @@ public:
     std::optional<Value> negate() const override;
 };
 
-/// Finds values of a sequence by linear interpolation, for times that rise or fall. Reading times in rising order
-/// costs one pass over the samples in all.
+/// The value at time `t` on the line through two samples.
+inline double valueOnLine(const Sample& a, const Sample& b, double t) {
+    return a.f + ((t - a.t) / (b.t - a.t)) * (b.f - a.f);
+}
+
+/// Finds values of a sequence by linear interpolation. Reading times in rising order costs one pass over the samples
+/// in all; a time before the previous one costs a binary search.
 class SequenceInterpolator {
 public:
     explicit SequenceInterpolator(std::span<const Sample> sequence) : samples(sequence) {}
@@ -37,9 +45,13 @@ public:
     std::optional<double> at(double t);
 
 private:
+    std::size_t segmentEndFor(double t);
+
     std::span<const Sample> samples;
     std::size_t segmentEnd = 1;
-    double furthest = 0;
+    double furthest = -std::numeric_limits<double>::infinity();
+    // For times that fall: the latest time among the second to the k-th sample.
+    std::vector<double> latestTimes;
 };
 
 }  // namespace KelvaneSDK

@@ -79,6 +79,11 @@ public:
     virtual std::optional<bool> isLargerOrEqual(const TimestampedVariable& other) const;
     virtual std::optional<Value> negate() const;
 
+    /// False when both slots hold values of different types, for which isEqual() has no answer.
+    bool isComparable(const TimestampedVariable& other) const {
+        return !present || !other.present || stored.type() == other.stored.type();
+    }
+
     /// Stops the program with a reason that names the node that owns this slot.
     [[noreturn]] void stop(std::string_view reason) const;
 

@@ -197,6 +197,9 @@ public:
         return holdsItems<Item>() ? itemsUnchecked<Item>() : std::span<const Item>();
     }
 
+    /// How many elements, samples or bytes a list, sequence or text has; 0 for the other types.
+    std::size_t elementCount() const { return isInline(tag) ? 0 : storage().count; }
+
     /// True when both are of the same type and equal: exact equality of numbers (so NaN differs from itself), of
     /// bytes and of elements.
     friend bool operator==(const Value& a, const Value& b);

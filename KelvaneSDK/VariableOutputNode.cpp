@@ -12,7 +12,12 @@ void VariableOutputNode::initialize() {
     descriptionString = typeString;
 }
 
-void VariableOutputNode::setTypeString() { typeString = inputValues().front()->typeString(); }
+const TimestampedVariable& VariableOutputNode::input() const {
+    if (inputValues().empty()) stop("the variable output has no input slot");
+    return *inputValues().front();
+}
+
+void VariableOutputNode::setTypeString() { typeString = input().typeString(); }
 
 void VariableOutputNode::connectOutput(TimestampedVariable&) {
     printDiagnostic("ERROR: cannot connect to the output of a Variable Output node!");
@@ -33,12 +38,11 @@ std::vector<Property> VariableOutputNode::getProperties() const {
 }
 
 void VariableOutputNode::passOn(ValueType admitted) {
-    const TimestampedVariable& input = *inputValues().front();
-    if (!input.hasValue()) stop("a variable output was evaluated without a value");
-    if (input.payload()->type() == admitted) {
-        outputValue()->copyValue(input);
+    if (!input().hasValue()) stop("a variable output was evaluated without a value");
+    if (input().payload()->type() == admitted) {
+        output().copyValue(input());
     } else {
-        outputValue()->clearValue();
+        output().clearValue();
     }
     completeStep();
 }

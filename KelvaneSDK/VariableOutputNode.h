@@ -31,6 +31,9 @@ protected:
     /// The evaluation step: passes a value of exactly the admitted type on and anything else as absent. An input
     /// without a value stops the program.
     void passOn(ValueType admitted);
+
+private:
+    const TimestampedVariable& input() const;
 };
 
 /// A variable output of one value class.

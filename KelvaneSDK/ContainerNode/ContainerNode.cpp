@@ -75,13 +75,18 @@ Node& Container::updateOutputPort() {
                 "\" holds no node that could provide its output: it is empty, or its nodes feed only one another");
 }
 
+Node& Container::outputProvider() const {
+    if (outputValue() == nullptr) stop("the container presents no output");
+    return *outputValue()->owner;
+}
+
 void Container::connectOutput(TimestampedVariable& input) {
-    updateOutputPort().connectOutput(input);
+    outputProvider().connectOutput(input);
     refreshPorts();
 }
 
 void Container::disconnect(TimestampedVariable& input) {
-    updateOutputPort().disconnect(input);
+    outputProvider().disconnect(input);
     refreshPorts();
 }
 
@@ -93,6 +98,7 @@ std::vector<Property> Container::getProperties() const {
 
 ContainerInfo Container::ownInfo() const {
     ContainerInfo info;
+    if (!position.isFinite()) stop("the position is not finite, which a document cannot say");
     info.x = position.x;
     info.y = position.y;
     info.description = label();

@@ -38,6 +38,8 @@ public:
 private:
     void updateInputPorts();
     Node& updateOutputPort();
+    /// The inner node whose output the container presents.
+    Node& outputProvider() const;
     ContainerInfo ownInfo() const;
 };
 

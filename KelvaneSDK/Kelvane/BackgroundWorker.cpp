@@ -24,11 +24,10 @@ BackgroundWorker::~BackgroundWorker() {
 }
 
 void BackgroundWorker::submit(std::function<void()> task) {
-    {
-        const std::lock_guard lock(mutex);
-        tasks.push_back(std::move(task));
-        if (!thread.joinable()) thread = std::thread([this] { run(); });
-    }
+    const std::lock_guard lock(mutex);
+    tasks.push_back(std::move(task));
+    if (!thread.joinable()) thread = std::thread([this] { run(); });
+    // Under the lock, so that a task that ends the process finds nobody in here.
     submitted.notify_one();
 }
 

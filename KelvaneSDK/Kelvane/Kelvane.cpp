@@ -35,6 +35,7 @@ Node* Kelvane::addNode(NodeCategory category, std::unique_ptr<Node> node) {
         if (output == nullptr) node->stop("a class of the category \"Variable output\" must be a VariableOutputNode");
         variableOutputs.push_back(output);
     }
+    node->keepTo(budget);
     return listOf(category).emplace_back(std::move(node)).get();
 }
 

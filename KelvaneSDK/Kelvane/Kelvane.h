@@ -97,6 +97,9 @@ public:
     /// answers the result, which may be empty. The body that both entry points share.
     KelvaneOutput evaluate(const KelvaneInput& input);
 
+    /// Limits what evaluation may use up, from the next batch on; none at first.
+    void setLimits(const EvaluationLimits& limits) { budget.setLimits(limits); }
+
     /// Makes an application's own node classes known to this engine, in the same way as the library's. A class under
     /// a name that is taken replaces the earlier one for documents read from now on. Classes of the categories "Input
     /// stream" and "Variable output" must derive from InputStreamNode and VariableOutputNode.
@@ -127,7 +130,7 @@ private:
     void discardDiagram();
 
     void evaluateBatch(double timestamp, const LabelledValues& updates);
-    bool feedsAnyStream(const LabelledValues& values) const;
+    bool needsPass(const LabelledValues& fed) const;
     void pushConstants();
     void setInputStreams(const LabelledValues& values, double timestamp);
     void sweepFunctionNodes();
@@ -137,6 +140,7 @@ private:
     void clearChecked();
     void removeUnwantedOutputs();
 
+    EvaluationBudget budget;
     std::weak_ptr<VariableOutputUpdatesReceiver> updatesReceiver;
     std::shared_ptr<MainQueue> mainQueue;
     std::shared_ptr<const NodeRegistry> registry;

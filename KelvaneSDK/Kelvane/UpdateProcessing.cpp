@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <chrono>
 #include <limits>
 #include <utility>
@@ -67,6 +66,7 @@ KelvaneOutput Kelvane::evaluate(const KelvaneInput& input) {
 }
 
 void Kelvane::evaluateBatch(double timestamp, const LabelledValues& updates) {
+    budget.beginBatch();
     diagramOutput = {timestamp, {}};
     allInputValues = updates;
     pushConstants();
@@ -91,14 +91,22 @@ void Kelvane::evaluateBatch(double timestamp, const LabelledValues& updates) {
             if (allInputValues.try_emplace(label, *value).second) fed.try_emplace(label, std::move(*value));
         }
         values = &fed;
-        // A pass that feeds no stream would evaluate nothing.
-    } while (feedsAnyStream(fed));
+    } while (needsPass(fed));
 }
 
-bool Kelvane::feedsAnyStream(const LabelledValues& values) const {
-    if (values.empty()) return false;
-    return std::any_of(inputStreams.begin(), inputStreams.end(),
-                       [&](const auto* stream) { return values.contains(stream->label()); });
+// A pass that feeds no stream would evaluate nothing and is left out, unless it may still change the order: a slot
+// that a constant shares with a function is unchecked by now, so that its node waits for the function.
+bool Kelvane::needsPass(const LabelledValues& fed) const {
+    if (fed.empty()) return false;
+    for (const auto* stream : inputStreams) {
+        if (fed.contains(stream->label())) return true;
+    }
+    for (const auto& node : nodeList(NodeCategory::Constant)) {
+        for (const auto* slot : node->connectedInputValues()) {
+            if (!slot->checked) return true;
+        }
+    }
+    return false;
 }
 
 void Kelvane::pushConstants() {
@@ -131,6 +139,7 @@ bool Kelvane::visit(Node& node) {
 void Kelvane::sweepFunctionNodes() {
     for (bool progress = true; std::exchange(progress, false);) {
         std::size_t settled = 0;
+        if (!functionNodes.empty()) functionNodes.front()->checkTime();
         while (settled < functionNodes.size() && isReady(*functionNodes[settled])) {
             progress |= visit(*functionNodes[settled++]);
         }
@@ -147,6 +156,7 @@ void Kelvane::sweepFunctionNodes() {
             head = (head + 1) % ring.size();
             if (!isReady(*node)) {
                 ring[end] = node;
+                if (head == 0) node->checkTime();
                 continue;
             }
             --count;

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "KelvaneSDK/DiagramCheck/Wiring.h"
+
+namespace KelvaneSDK {
+
+/// Which wires count.
+using WireFilter = std::function<bool(const Wire& wire)>;
+
+/// Nodes that all lead to one another through wires, at least one wire among them.
+struct Cycle {
+    std::vector<NodeIndex> members;
+    /// One way round: each wire leads from the node before. The last wire is the one listed last in the
+    /// document.
+    std::vector<Wire> path;
+};
+
+/// Every strongly connected group of nodes, once, without recursion.
+std::vector<Cycle> findCycles(const Wiring& wiring, NodeIndex nodeCount, const WireFilter& counts);
+
+}  // namespace KelvaneSDK

@@ -1,0 +1,24 @@
+// Any bytes as a document: decoding and checking survive them, and what decodes is written and read back equal.
+
+#include "support.h"
+
+using namespace KelvaneSDK;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    KelvaneFuzz::prepare();
+    const auto text = KelvaneFuzz::textOf(data, size);
+    DecodeFailure failure;
+    const auto document = DiagramData::decode(text, &failure);
+    const auto findings = checkDiagram(text);
+    if (!document) {
+        KelvaneFuzz::require(!failure.reason.empty(), "a refused document has a reason");
+        KelvaneFuzz::require(!findings.empty() && findings.front().fatal, "a refused document is a fatal finding");
+        return 0;
+    }
+    const auto again = DiagramData::decode(document->encode());
+    KelvaneFuzz::require(again && again->info == document->info, "a written document reads back equal");
+    for (const auto& finding : findings) {
+        KelvaneFuzz::require(!findingText(finding).empty(), "every finding has a text");
+    }
+    return 0;
+}

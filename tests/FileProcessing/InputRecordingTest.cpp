@@ -1,0 +1,165 @@
+#include "KelvaneSDK/FileProcessing/InputRecording.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "support/DiagramDocument.h"
+#include "support/Slots.h"
+
+namespace KelvaneSDK::testing_support {
+
+static std::string describe(const std::vector<KelvaneInput>& batches) {
+    std::string text;
+    for (const auto& [timestamp, updates] : batches) {
+        text += "@" + getValueString(timestamp);
+        for (const auto& [name, value] : updates) text += " " + name + "=" + testing_support::describe(value);
+        text += ";";
+    }
+    return text;
+}
+
+static std::string line(const std::string& rest, const std::string& timestamp = "1") {
+    return "{\"timestamp\":" + timestamp + ",\"name\":\"a\"," + rest + "}";
+}
+
+static const std::string a = line(R"("floatValue":2)"), at2 = line(R"("stringValue":"é")", "2");
+static const std::string b = R"({"timestamp":1,"name":"b","booleanValue":true})";
+
+TEST(ReadKelvaneInputs, GroupsNeighbouringLinesOfOneTimestamp) {
+    const struct {
+        std::string text, expected, diagnostic;
+    } rows[]{
+        {"", "@0.0;", "ERROR: invalid JSON at line 0!"},
+        {a + "\n" + b, "@0.0;@1.0 a=Float 2.0 b=Boolean true;", ""},
+        {a + "\r\n" + b + "\r\n", "@0.0;@1.0 a=Float 2.0 b=Boolean true;", "ERROR: invalid JSON at line 2!"},
+        {b + "\n" + at2 + "\n" + b, "@0.0;@1.0 b=Boolean true;@2.0 a=String é;@1.0 b=Boolean true;", ""},
+        {a + "\n" + line(R"("stringValue":"later")"), "@0.0;@1.0 a=String later;", ""},
+        {line(R"("integerValue":5)", "-0.0"), "@0.0 a=Integer 5;", ""},
+        {a + "\n{\"timestamp\":1}\n" + b, "@0.0;@1.0 a=Float 2.0;", "ERROR: invalid JSON at line 1!"},
+    };
+    for (const auto& [text, expected, diagnostic] : rows) {
+        const CapturedDiagnostics diagnostics;
+        EXPECT_EQ(describe(readKelvaneInputs(text)), expected) << text;
+        EXPECT_EQ(diagnostics.lines, std::vector<std::string>(diagnostic.empty() ? 0 : 1, diagnostic))
+            << text;
+    }
+}
+
+TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
+    const std::pair<std::string, std::string> rows[]{
+        {R"("floatValue":18446744073709551616)", "Float 1.8446744073709552e+19"},
+        {R"("integerValue":-9223372036854775808)", "Integer -9223372036854775808"},
+        {R"("integerValue":9223372036854775807,"x":["1\"2",-9223372036854775809])",
+         "Integer 9223372036854775807"},
+        {R"("vectorValue":{"x":1,"y":2,"z":3,"more":null})", "Vector (x:1.0,y:2.0,z:3.0)"},
+        {R"("sequenceValue":[{"t":0,"f":1},{"f":2,"t":0.5}])",
+         "Sequence [(t: 0.0, f: 1.0), (t: 0.5, f: 2.0)]"},
+        {R"("integerArrayValue":[1,2e1])", "Integer array [1, 20]"},
+        {R"("stringArrayValue":[],"vectorValue":{"x":1,"y":2,"z":3})", "Vector (x:1.0,y:2.0,z:3.0)"},
+        {R"("floatValue":null,"stringValue":"s","unknown":{},"FloatValue":1)", "String s"},
+        {R"("floatValue":"3")", R"("floatValue" is a string; a number was expected)"},
+        {R"("floatValue":1,"stringValue":2)", R"("stringValue" is a number; a string was expected)"},
+        {R"("integerValue":3.5)", R"("integerValue" is a number; an integer of 64 bits was expected)"},
+        {R"("integerValue":9223372036854775808)",
+         R"("integerValue" is a number; an integer of 64 bits was expected)"},
+        {R"("vectorValue":{"x":1,"y":2})", R"("vectorValue": "z" is missing; a number was expected)"},
+        {R"("sequenceValue":[{"t":0,"f":"1"}])",
+         R"("sequenceValue": element 0: "f" is a string; a number was expected)"},
+        {R"("stringArrayValue":["a",null])",
+         R"("stringArrayValue": element 1 is null; a string was expected)"},
+        {R"("sequenceArrayValue":[])",
+         "no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected"},
+        {R"("timestamp":null)", R"("timestamp" is missing; a number was expected)"},
+        {R"("floatValue":1e999)", "not JSON: a number is malformed or out of range"},
+        {"\"stringValue\":\"\xff\"", "not valid UTF-8"},
+    };
+    for (const auto& [rest, expected] : rows) {
+        RecordingReader reader;
+        reader.append(line(rest));
+        reader.finish();
+        EXPECT_TRUE(reader.next()) << "the batch at time 0";
+        const auto batch = reader.next();
+        EXPECT_EQ(batch ? testing_support::describe(batch->updates.at("a")) : reader.failure().value().reason,
+                  expected);
+    }
+}
+
+// Reads the pieces between cuts, taking batches as they come; what was read and why reading ended.
+static std::string read(std::string_view text, std::initializer_list<std::size_t> cuts,
+                        RecordingReader::Ending ending) {
+    RecordingReader reader(ending);
+    std::vector<KelvaneInput> batches;
+    std::size_t begin = 0;
+    for (const auto cut : cuts) {
+        reader.append(text.substr(begin, cut - begin));
+        while (auto batch = reader.next()) batches.push_back(std::move(*batch));
+        begin = cut;
+    }
+    reader.append(text.substr(begin));
+    reader.finish();
+    while (auto batch = reader.next()) batches.push_back(std::move(*batch));
+    return describe(batches) +
+           (reader.failure() ? reader.failure()->diagnostic() + reader.failure()->reason : "");
+}
+
+TEST(RecordingReader, ReadsInPiecesAsWhole) {
+    const std::string good = a + "\n" + b + "\n" + at2,
+                      noLine = "the text is empty; a JSON object was expected";
+    const auto exact = RecordingReader::Ending::exact, lenient = RecordingReader::Ending::lineBreakAllowed;
+    for (const std::string& text : {good, good + "\n", std::string("[]"), a + " " + a, std::string("   \n"),
+                                    good + "\n\n", "\n" + good, std::string(), std::string("\n"),
+                                    good + "\r\n", a + "\nbroken\n" + b, good.substr(0, good.size() - 1)}) {
+        for (const auto ending : {exact, lenient}) {
+            const auto whole = read(text, {}, ending);
+            for (std::size_t cut = 0; cut <= text.size(); ++cut) {
+                ASSERT_EQ(read(text, {cut / 2, cut / 2, cut}, ending), whole) << text << " cut at " << cut;
+            }
+        }
+        const CapturedDiagnostics diagnostics;
+        ASSERT_EQ(read(text, {}, exact).find(describe(readKelvaneInputs(text))), 0u);
+    }
+    EXPECT_EQ(read(good + "\n", {}, lenient), read(good, {}, exact));
+    EXPECT_EQ(read(good + "\n\n", {}, lenient),
+              read(good, {}, exact) + "ERROR: invalid JSON at line 3!" + noLine);
+    EXPECT_EQ(read("", {}, lenient), "@0.0;ERROR: invalid JSON at line 0!" + noLine);
+}
+
+TEST(CreateJsonLines, WritesALinePerUpdate) {
+    EXPECT_EQ(createJsonLines({{1, {}}, {2, {}}}), "");
+    EXPECT_EQ(
+        createJsonLines({{1.5, {{"b", 2.0}, {"a\n", List<Sample>{{0, 1}}}}}, {2, {{"c", std::nan("")}}}}),
+        R"({"timestamp":1.5,"name":"a\n","sequenceValue":[{"t":0,"f":1}]}
+{"timestamp":1.5,"name":"b","floatValue":2}
+{"timestamp":2,"name":"c","floatValue":null})");
+    const LabelledValues withoutKeys{{"s", Sequence{{0, 1}}}, {"t", List<Sequence>{Sequence{{0, 1}}}}};
+    EXPECT_EQ(createJsonLines({{1, withoutKeys}}), R"({"timestamp":1,"name":"s"}
+{"timestamp":1,"name":"t"})");
+    std::string results = "before\n";
+    appendJsonLines(results, {1, withoutKeys});
+    EXPECT_EQ(results, R"(before
+{"timestamp":1,"name":"s","sequenceValue":[{"t":0,"f":1}]}
+{"timestamp":1,"name":"t","sequenceArrayValue":[[{"t":0,"f":1}]]}
+)");
+}
+
+TEST(CreateJsonLines, WhatIsWrittenReadsBackToTheSameBits) {
+    RandomPayloads payloads(5);
+    payloads.onlyFinite = true;
+    std::vector<KelvaneInput> batches{{0, {}}}, expected{{0, {}}};
+    for (int i = 1; i < 1000; ++i) {
+        batches.push_back({i / 3.0, {{"\u00e9\x01\"", "\U0001f600\n" + std::to_string(payloads.random())}}});
+        expected.push_back(batches.back());
+        for (const Value& value : payloads.values()) {
+            const auto name = std::string(valueTypeName(value.type()));
+            const auto sequence = value.get<Sequence>();
+            batches.back().updates.insert_or_assign(name, sequence ? Value(sequence->samples()) : value);
+            expected.back().updates.insert_or_assign(name, value);
+        }
+    }
+    const auto found = readKelvaneInputs(createJsonLines(batches));
+    ASSERT_EQ(found.size(), expected.size());
+    for (std::size_t i = 0; i < found.size(); ++i) ASSERT_EQ(describe({found[i]}), describe({expected[i]}));
+}
+
+}  // namespace KelvaneSDK::testing_support

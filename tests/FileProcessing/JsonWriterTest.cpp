@@ -1,0 +1,58 @@
+#include "KelvaneSDK/FileProcessing/JsonWriter.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+
+namespace KelvaneSDK::testing_support {
+
+template <class T>
+static std::string written(const T& content) {
+    std::string text;
+    JsonWriter(text).value(content);
+    return text;
+}
+
+TEST(JsonWriter, WritesShortestNumbersAndNullForWhatJsonLacks) {
+    for (const auto text : {"2", "0.1", "1e+300"}) EXPECT_EQ(written(std::strtod(text, nullptr)), text);
+    for (const double x : {HUGE_VAL, -HUGE_VAL, std::nan("")}) EXPECT_EQ(written(x), "null");
+    EXPECT_EQ(written(-0.0), "-0.0") << "an integer would lose the sign";
+    EXPECT_EQ(written(INT64_MIN), "-9223372036854775808");
+}
+
+TEST(JsonWriter, WritesValidTextWhateverTheBytes) {
+    const std::pair<std::string, std::string_view> rows[]{
+        {"caf\u00e9 \U0001f600 \x7f/", "\"caf\u00e9 \U0001f600 \x7f/\""},
+        {"\"\\\b\f\n\r\t", R"("\"\\\b\f\n\r\t")"},
+        {std::string("\0\x1f", 2), R"("\u0000\u001f")"},
+        {"a\xff\u00e9\x80\n", "\"a\uFFFD\u00e9\uFFFD\\n\""},
+        {"\xe2\x82", "\"\uFFFD\uFFFD\""},                      // cut short
+        {"\xed\xa0\x80", "\"\uFFFD\uFFFD\uFFFD\""},            // a surrogate
+        {"\xf4\x90\x80\x80", "\"\uFFFD\uFFFD\uFFFD\uFFFD\""},  // past U+10FFFF
+    };
+    for (const auto& [bytes, expected] : rows) EXPECT_EQ(written(std::string_view(bytes)), expected);
+}
+
+TEST(JsonWriter, NestsInBothLayouts) {
+    const auto text = [](JsonWriter::Layout layout) {
+        std::string target;
+        JsonWriter json(target, layout);
+        json.beginObject();
+        json.key("list");
+        json.beginArray();
+        json.value(1.5);
+        json.beginObject();
+        json.endObject();
+        json.null();
+        json.endArray();
+        json.member("a\"b", true);
+        json.endObject();
+        return target;
+    };
+    EXPECT_EQ(text(JsonWriter::Layout::compact), R"({"list":[1.5,{},null],"a\"b":true})");
+    EXPECT_EQ(text(JsonWriter::Layout::pretty),
+              "{\n  \"list\": [\n    1.5,\n    {},\n    null\n  ],\n  \"a\\\"b\": true\n}");
+}
+
+}  // namespace KelvaneSDK::testing_support

@@ -1,0 +1,154 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "support/DiagramDocument.h"
+
+namespace KelvaneSDK::testing_support {
+
+namespace {
+
+using Lines = std::vector<std::string>;
+using Ids = std::vector<std::int64_t>;
+
+template <class Nodes>
+Ids idsOf(const Nodes& nodes) {
+    Ids ids;
+    for (const auto& node : nodes) ids.push_back(node->id.value());
+    return ids;
+}
+
+template <class NodeType>
+NodeType& nodeOf(Kelvane& engine, NodeCategory category, std::size_t index) {
+    return dynamic_cast<NodeType&>(*engine.nodeList(category)[index]);
+}
+
+}  // namespace
+
+TEST(DiagramBuildingTest, UnknownTypesEndTheBuildingAndKeepTheNodesBefore) {
+    CapturedDiagnostics captured;
+    Kelvane engine;
+    engine.read(DiagramDocument::chain("Absolute").text(), true);
+    EXPECT_FALSE(engine.read("{}", true));
+    EXPECT_EQ(engine.getInputStreams(), Lines{"x"}) << "nothing has changed";
+    auto document = DiagramDocument::chain("Absolute");
+    document.function("absolute");
+    EXPECT_FALSE(engine.read(document.text(), true));
+    EXPECT_EQ(idsOf(engine.nodeList(NodeCategory::Function)), Ids{2});
+    EXPECT_TRUE(engine.evaluate({1, {{"x", 1.0}}}).outputs.empty()) << "nothing was connected";
+    document = DiagramDocument::chain("Absolute");
+    document.add("function", "Absolute");
+    EXPECT_FALSE(engine.read(document.text(), false));
+    EXPECT_EQ(captured.lines,
+              (Lines{"ERROR: failed to decode kelvane data!",
+                     "ERROR: typeString absolute for classString Function not found!",
+                     "ERROR: failed to process diagram info", "ERROR: classString function not found!",
+                     "ERROR: failed to process diagram info"}));
+    EXPECT_EQ(idsOf(engine.nodeList(NodeCategory::Function)), (Ids{6, 2})) << "the old one made room";
+    EXPECT_TRUE(engine.read(DiagramDocument::chain("Absolute").text(), true));
+    EXPECT_EQ(engine.evaluate({1, {{"x", -1.0}}}).outputs, (LabelledValues{{"y", 1.0}}));
+}
+
+TEST(DiagramBuildingTest, ChecksReportInOrder) {
+    CapturedDiagnostics captured;
+    auto document = DiagramDocument::chain("Absolute");
+    document.function("Add");
+    document.function("Updated");
+    document.connect(1, 5);
+    document.data.info.containers = {
+        {{5, 6, "box", {9, 2}, "cyan", {{{0, 0, "inner", {8, 1}, "Cyan", {}}}}}}};
+    document.data.info.subdiagrams = {{{"main", {3, 77, 1}}, {"rest", {1}}}};
+    document.property(2, "Description", "first");
+    document.property(2, "Size", "3");
+    document.property(2, "Description", "last");
+    Kelvane engine;
+    EXPECT_TRUE(engine.read(document.text(), true));
+    EXPECT_EQ(captured.lines, (Lines{"ERROR: unknown propertyName Size!", "ERROR: wrong id 9 for container!",
+                                     "ERROR: wrong id 8 for container!", "ERROR: unknown nodeId 77",
+                                     "ERROR: node 2 not contained in subdiagram!!",
+                                     "ERROR: node 4 not contained in subdiagram!!",
+                                     "ERROR: node 5 not contained in subdiagram!!",
+                                     "ERROR: nodes detected that are not contained in subdiagram!",
+                                     "WARNING: unconnected functions!", "WARNING: unconnected functions!"}));
+    EXPECT_EQ(engine.nodeList(NodeCategory::Function)[0]->label(), "last");
+    const Container& box = *engine.getContainers()[0];
+    EXPECT_EQ(idsOf(box.nodes), Ids{2});
+    EXPECT_EQ(box.color, BodyColor::cyan);
+    EXPECT_EQ(box.containers[0]->color, std::nullopt);
+    EXPECT_EQ(idsOf(engine.getSubdiagrams()[0].nodes), (Ids{3, 1}));
+}
+
+TEST(DiagramBuildingTest, AppendingRenumbersTheOldNodesAboveTheDocument) {
+    Kelvane engine;
+    auto old = DiagramDocument::chain("Absolute");
+    old.constant("Float", "2", "c");
+    old.data.info.manualLines = {"old"};
+    engine.read(old.text(), true);
+    EXPECT_FALSE(engine.getAddedNodes());
+    auto added = DiagramDocument::chain("Absolute");
+    added.data.info.nodes[0].id = added.data.info.positions[0].id = 50;
+    added.data.info.connections[0].outputNodeId = 50;
+    added.data.info.properties[0].id = added.data.info.properties[1].id = 50;
+    added.data.info.properties[0].valueString = "added";
+    added.data.info.manualLines = {"new"};
+    added.data.info.subdiagrams = {{{"ignored", {2}}}};
+    EXPECT_TRUE(engine.read(added.text(), false));
+    EXPECT_EQ(idsOf(engine.nodeList(NodeCategory::Constant)), Ids{51});
+    EXPECT_EQ(idsOf(engine.nodeList(NodeCategory::InputStream)), (Ids{52, 50}));
+    EXPECT_EQ(idsOf(engine.getFunctionNodes()), (Ids{53, 2}));
+    EXPECT_EQ(idsOf(engine.nodeList(NodeCategory::VariableOutput)), (Ids{54, 3}));
+    EXPECT_EQ(idsOf(*engine.getAddedNodes()), (Ids{50, 2, 3}));
+    EXPECT_EQ(engine.getManualLines(), Lines{"new"});
+    ASSERT_EQ(engine.getSubdiagrams().size(), 1U);
+    EXPECT_EQ(engine.getSubdiagrams()[0].nodes.size(), 4U);
+    EXPECT_EQ(engine.evaluate({1, {{"added", -3.0}}}).outputs, (LabelledValues{{"y", 3.0}}));
+    EXPECT_TRUE(engine.read(DiagramDocument().text(), false));
+    EXPECT_EQ(idsOf(engine.nodeList(NodeCategory::Constant)), Ids{1})
+        << "an empty document leaves room for id 0";
+    added.data.info.nodes[0].id = INT64_MAX - 6;
+    EXPECT_DEATH(engine.read(added.text(), false), "leave no room for the present nodes");
+}
+
+TEST(DiagramBuildingTest, LinksStreamsToTheFirstOutputOfTheirLabel) {
+    DiagramDocument document;
+    document.stream("Float", "a");
+    document.stream("Float", "b");
+    for (const auto* label : {"a", "c", "a"}) document.output("Float", label);
+    Kelvane engine;
+    engine.read(document.text(), true);
+    EXPECT_TRUE(nodeOf<InputStreamNode>(engine, NodeCategory::InputStream, 0).linked);
+    EXPECT_FALSE(nodeOf<InputStreamNode>(engine, NodeCategory::InputStream, 1).linked);
+    const int numLinks[] = {1, 0, 0};
+    for (const std::size_t i : {0U, 1U, 2U}) {
+        const auto& output = nodeOf<VariableOutputNode>(engine, NodeCategory::VariableOutput, i);
+        EXPECT_EQ(output.numLinks, numLinks[i]);
+        EXPECT_EQ(output.duplications, i != 1);
+    }
+}
+
+TEST(DiagramBuildingTest, StopsAtAnInputThatTheNodeDoesNotHave) {
+    for (const std::int64_t index : {1, -1}) {
+        auto document = DiagramDocument::chain("Absolute");
+        document.connect(1, 2, index);
+        Kelvane engine;
+        EXPECT_DEATH(engine.read(document.text(), true),
+                     "node 2 .*connection names input -?1; the node has 1 input");
+    }
+}
+
+TEST(DiagramBuildingTest, AConnectionToAnUnknownIdIsRetriedWithoutEnd) {
+    auto document = DiagramDocument::chain("Absolute");
+    document.connect(2, 99);
+    const auto build = [&] {
+        setDiagnosticSink([count = 0](std::string_view line) mutable {
+            if (line != "ERROR: wrong id(s) for connection with outputNodeId 2 and inputNodeId 99!")
+                std::_Exit(1);
+            if (++count == 10000) alarm(1);
+        });
+        Kelvane().read(document.text(), true);
+    };
+    EXPECT_EXIT(build(), testing::KilledBySignal(SIGALRM), "");
+}
+
+}  // namespace KelvaneSDK::testing_support

@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "support/DiagramDocument.h"
+
+namespace KelvaneSDK::testing_support {
+
+namespace {
+
+// One node of every category, out of the order of categories, with everything that a document can say.
+DiagramDocument everything() {
+    DiagramDocument document;
+    const auto output = document.output("Float", "sum"), add = document.function("Add"),
+               x = document.stream("Float", "x"), c = document.constant("Float", "2.5", "c");
+    document.connect(x, add, 0);
+    document.connect(c, add, 1);
+    document.connect(add, output);
+    document.property(add, "Color", "orange");
+    document.property(output, "Hidden", "true");
+    document.data.info.positions[1] = {add, 12.25, -3};
+    document.data.info.containers = {
+        {{1, 2, "box", {add}, "red", {{{3, 4, "inner", {c}, std::nullopt, {}}}}}}};
+    document.data.info.manualLines = {{"first", "second"}};
+    document.data.info.subdiagrams = {{{"main", {x, c, add, output}}, {"again", {add}}}};
+    return document;
+}
+
+}  // namespace
+
+TEST(DiagramExportTest, AnEmptyEngineExportsTheDefaultSubdiagram) {
+    DiagramInfo expected;
+    expected.containers.emplace();
+    expected.manualLines.emplace();
+    expected.subdiagrams = {{{"[0]", {}}}};
+    Kelvane engine;
+    EXPECT_EQ(DiagramData::decode(engine.createJSON())->info, expected);
+    EXPECT_TRUE(engine.getConstants().empty() && engine.getManualLines().empty());
+    EXPECT_TRUE(engine.evaluate({1, {{"x", 1.0}}}).outputs.empty());
+}
+
+TEST(DiagramExportTest, NumbersTheNodesByCategoryAndWritesThemAll) {
+    Kelvane engine;
+    engine.read(everything().text(), true);
+    const auto written = DiagramData::decode(engine.createJSON())->info;
+    DiagramInfo expected;
+    expected.nodes = {{0, "Constant", "Float", {}},
+                      {1, "Input stream", "Float", {}},
+                      {2, "Function", "Add", "Float"},
+                      {3, "Variable output", "Float", {}}};
+    expected.properties = {{0, "Description", "c"},    {0, "OutputValue", "2.5"}, {1, "Description", "x"},
+                           {1, "Forwarding", "false"}, {2, "Color", "orange"},    {3, "Description", "sum"},
+                           {3, "Hidden", "true"}};
+    expected.connections = {{0, 2, 1}, {1, 2, 0}, {2, 3, 0}};
+    expected.positions = {{0, 0, 0}, {1, 0, 0}, {2, 12.25, -3}, {3, 0, 0}};
+    expected.containers = {
+        {{1, 2, "box", {2}, "red", {{{3, 4, "inner", {0}, std::nullopt, std::vector<ContainerInfo>()}}}}}};
+    expected.manualLines = {{"first", "second"}};
+    expected.subdiagrams = {{{"main", {1, 0, 2, 3}}, {"again", {2}}}};
+    EXPECT_EQ(written, expected);
+    EXPECT_EQ(engine.nodeList(NodeCategory::VariableOutput)[0]->id, 3) << "the live nodes keep the new ids";
+}
+
+TEST(DiagramExportTest, WhatIsWrittenReadsBackAndWritesTheSame) {
+    Kelvane engine, again;
+    engine.read(everything().text(), true);
+    engine.read(everything().text(), false);
+    const auto text = engine.createJSON();
+    ASSERT_TRUE(again.read(text, true));
+    EXPECT_EQ(again.createJSON(), text);
+    const KelvaneInput batch{1, {{"x", 4.0}}};
+    for (auto* copy : {&engine, &again}) {
+        copy->setVariableOutputHidden("sum", false);
+        EXPECT_EQ(copy->evaluate(batch).outputs, (LabelledValues{{"sum", 6.5}}));
+    }
+}
+
+TEST(DiagramExportTest, EditsReachEveryNodeOfTheLabel) {
+    DiagramDocument document;
+    for (const auto* label : {"b", "a", "b"}) {
+        document.constant("Float", "1", label);
+        document.stream("Float", label);
+    }
+    document.constant("Integer", "1", "b");
+    document.output("Vector", "v");
+    Kelvane engine;
+    engine.read(document.text(), true);
+    EXPECT_EQ(engine.getInputStreams(), (std::vector<std::string>{"b", "a", "b"}));
+    EXPECT_EQ(engine.getVariableOutputs(), (std::vector<VariableOutputDescription>{{"v", "Vector"}}));
+    CapturedDiagnostics captured;
+    engine.setConstant("b", 9);
+    engine.setConstant("unknown", 9);
+    engine.setInputStreamForwarding("unknown", true);
+    engine.setInputStreamForwarding("b", true);
+    EXPECT_TRUE(captured.lines.empty());
+    EXPECT_EQ(engine.getConstants(),
+              (std::vector<ConstantDescription>{{"b", 1.0}, {"a", 1.0}, {"b", 1.0}, {"b", 9}}));
+    engine.setConstant("b", 5.0);
+    EXPECT_EQ(engine.getConstants()[2].value, Value(5.0));
+    EXPECT_EQ(engine.evaluate({1, {{"a", 1.0}, {"b", 2.0}}}).outputs, (LabelledValues{{"b", 2.0}}));
+}
+
+TEST(DiagramExportTest, StopsAtWhatADocumentCannotSay) {
+    Kelvane engine;
+    engine.read(everything().text(), true);
+    auto& node = *engine.nodeList(NodeCategory::Function)[0];
+    node.position.x = std::numeric_limits<double>::infinity();
+    EXPECT_DEATH(engine.createJSON(), "node 2 \\(\"Add\".*position is not finite");
+    engine.nodeList(NodeCategory::InputStream)[0]->descriptionString.reset();
+    EXPECT_DEATH(engine.getInputStreams(), "has no label");
+    EXPECT_DEATH(engine.evaluate({1, {}}), "node 3 \\(\"Float\"\\): the node has no label");
+}
+
+}  // namespace KelvaneSDK::testing_support

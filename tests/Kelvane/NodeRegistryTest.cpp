@@ -1,0 +1,91 @@
+#include "KelvaneSDK/Kelvane/NodeRegistry.h"
+
+#include <gtest/gtest.h>
+
+#include "KelvaneSDK/FunctionNode.h"
+#include "support/DiagramDocument.h"
+
+namespace KelvaneSDK::testing_support {
+
+namespace {
+
+class NamelessFunction final : public FunctionNode {};
+
+// An application's own absolute value, which answers 42.
+class OwnFunction final : public FunctionNode {
+public:
+    void createInputs() override { addInputs<FloatValue>("x"); }
+    void createOutput() override { setOutput<FloatValue>(); }
+    void setTypeString() override { typeString = "Absolute"; }
+    void process() override { finish(42.0); }
+};
+
+// Neither of these has the slots that its category needs.
+class EmptyStream final : public InputStreamNode {};
+class EmptyOutput final : public VariableOutputNode {};
+
+}  // namespace
+
+TEST(NodeRegistryTest, EveryFunctionIsNamedDescribedAndLabelled) {
+    const auto& functions = NodeRegistry::library().classes(NodeCategory::Function);
+    std::size_t listed = 0;
+    for (const auto& family : functionFamilies()) {
+        for (const auto& nodeClass : family.classes) {
+            const auto node = nodeClass.make();
+            SCOPED_TRACE(node->typeString);
+            ++listed;
+            EXPECT_EQ(functions.at(node->typeString).family, family.title)
+                << "another family has the name, too";
+            EXPECT_FALSE(nodeClass.description.empty());
+            EXPECT_EQ(node->classString, "Function");
+            EXPECT_EQ(node->descriptionString, node->typeString);
+            ASSERT_NE(node->outputValue(), nullptr);
+            EXPECT_EQ(node->outputValue()->owner, node.get());
+            EXPECT_FALSE(node->inputValues().empty());
+            for (const auto* slot : node->inputValues()) {
+                EXPECT_TRUE(slot->label != nullptr && *slot->label != '\0');
+                EXPECT_TRUE(slot->connectable && !slot->hasValue() && slot->owner == node.get());
+            }
+        }
+    }
+    EXPECT_EQ(functions.size(), listed) << "two classes bear one name";
+}
+
+TEST(NodeRegistryTest, EveryOtherCategoryHasAClassPerValueType) {
+    for (const auto category :
+         {NodeCategory::Constant, NodeCategory::InputStream, NodeCategory::VariableOutput}) {
+        const auto& classes = NodeRegistry::library().classes(category);
+        EXPECT_EQ(classes.size(), 14U);
+        for (const auto& [name, nodeClass] : classes) {
+            const auto node = nodeClass.make();
+            EXPECT_EQ(node->typeString, name);
+            EXPECT_EQ(node->classString, classStringOf(category));
+            EXPECT_EQ(node->outputValue()->valueClass(), concreteClassNamed(name));
+            EXPECT_EQ(node->outputValue()->hasValue(), category != NodeCategory::VariableOutput);
+            EXPECT_EQ(node->outputValue()->isConstant, category == NodeCategory::Constant);
+        }
+        EXPECT_EQ(NodeRegistry::library().find(category, "float"), nullptr);
+    }
+}
+
+TEST(NodeRegistryTest, AnApplicationMayBringClassesOfItsOwn) {
+    auto document = DiagramDocument::chain("Absolute");
+    Kelvane own, other;
+    own.registerNodes(functionFamily("Own", {entry<OwnFunction>("always 42")}));
+    for (auto* engine : {&own, &other}) {
+        engine->read(document.text(), true);
+        EXPECT_EQ(engine->evaluate({1, {{"x", -1.0}}}).outputs.at("y"), Value(engine == &own ? 42.0 : 1.0));
+    }
+    EXPECT_EQ(own.nodeTypes().find(NodeCategory::Function, "Absolute")->family, "Own");
+    EXPECT_DEATH(own.registerNodes(functionFamily("Own", {entry<NamelessFunction>("")})),
+                 "class of the family \"Own\" has no type string");
+    EXPECT_DEATH(own.registerNodes({NodeCategory::InputStream, "Own", {entry<EmptyStream>("")}}),
+                 "no output slot");
+    EXPECT_DEATH(own.registerNodes({NodeCategory::VariableOutput, "Own", {entry<EmptyOutput>("")}}),
+                 "no input slot");
+    own.registerNodes({NodeCategory::InputStream, "Own", {entry<OwnFunction>("")}});
+    document.add("Input stream", "Absolute");
+    EXPECT_DEATH(own.read(document.text(), true), "must be an InputStreamNode");
+}
+
+}  // namespace KelvaneSDK::testing_support

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <initializer_list>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "KelvaneSDK/ArrayVariables.h"
+#include "KelvaneSDK/ScalarVariables.h"
+#include "KelvaneSDK/SequenceValue.h"
+
+namespace KelvaneSDK::testing_support {
+
+/// A slot of a concrete class that holds this value.
+std::unique_ptr<TimestampedVariable> slotHolding(const Value& value);
+
+/// The type and the exact text of a value ("Float -0.0"), by which tests compare values bit for bit; "absent"
+/// for none.
+std::string describe(const std::optional<Value>& value);
+
+/// What an operation of the left value's slot answers, described. The names are those of the slots'
+/// operations.
+std::string apply(std::string_view operation, const Value& left, const Value& right = Value(0.0));
+
+struct OperationRow {
+    std::string_view operation;
+    Value left, right;
+    std::string_view expected;
+};
+void expectOperations(std::initializer_list<OperationRow> rows);
+/// What is expected is the reason with which the program stops (a regular expression).
+void expectStops(std::initializer_list<OperationRow> rows);
+
+/// A text read into a slot, what the slot holds then, and whether the text was refused with the line for it.
+struct ParseRow {
+    Value before;
+    std::string_view text, expected;
+    bool isRefused = false;
+};
+void expectParses(std::initializer_list<ParseRow> rows);
+
+/// Random payloads; doubles of all magnitudes, from ordinary ones to any bit pattern, and lists of up to
+/// three items.
+class RandomPayloads {
+public:
+    explicit RandomPayloads(unsigned seed) : random(seed) {}
+    double number();
+    std::int64_t integer() { return static_cast<std::int64_t>(random()) >> (random() % 64); }
+    bool truth() { return random() % 2 == 0; }
+    Sample sample() { return {number(), number()}; }
+    Vector vector() { return {number(), number(), number()}; }
+    Orientation orientation() { return {number(), number(), number(), number()}; }
+    template <class T>
+    List<T> list(T (RandomPayloads::*item)()) {
+        ListBuilder<T> items;
+        for (auto count = random() % 4; count > 0; --count) items.append((this->*item)());
+        return items.finish();
+    }
+    /// A value of each type that recordings have, in the order of ValueType.
+    std::vector<Value> values();
+
+    std::mt19937_64 random;
+    /// NaN and infinities are replaced by zero.
+    bool onlyFinite = false;
+};
+
+}  // namespace KelvaneSDK::testing_support

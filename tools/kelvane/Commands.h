@@ -1,0 +1,51 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// The tool's commands, one source file each. A command answers its exit status, or throws a `Failure`. A path
+// "-" is the standard stream.
+
+namespace kelvane {
+
+struct RunOptions {
+    std::string diagram;
+    std::string recording = "-";
+    std::string output = "-";
+    /// "LABEL=TEXT"
+    std::vector<std::string> constants;
+    std::vector<std::string> hidden;
+    bool withoutInputs = false;
+    bool withStatistics = false;
+};
+int run(const RunOptions& options);
+
+struct CheckOptions {
+    std::vector<std::string> diagrams;
+    /// Empty: none.
+    std::string recording;
+    bool asJson = false;
+    /// Warnings count as errors.
+    bool isStrict = false;
+};
+int check(const CheckOptions& options);
+
+struct InfoOptions {
+    std::string diagram;
+    bool asJson = false;
+};
+int info(const InfoOptions& options);
+
+struct ExportOptions {
+    std::string diagram;
+};
+int exportDiagram(const ExportOptions& options);
+
+struct FunctionsOptions {
+    /// Empty: all functions.
+    std::string name;
+    bool asJson = false;
+};
+int functions(const FunctionsOptions& options);
+
+}  // namespace kelvane

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
+#include "KelvaneSDK/KelvaneSDK.h"
+
+namespace kelvane {
+
+/// Takes the library's lines while it lives: errors go to standard error, each different line once.
+class LibraryMessages {
+public:
+    LibraryMessages();
+    ~LibraryMessages();
+    LibraryMessages(const LibraryMessages&) = delete;
+    LibraryMessages& operator=(const LibraryMessages&) = delete;
+
+    /// Lines are dropped while `muted`.
+    bool muted = false;
+    bool hasErrors() const { return errors; }
+    /// Tells how often lines came that stand only once on standard error.
+    void tellRepetitions() const;
+
+private:
+    void take(std::string_view line);
+
+    KelvaneSDK::DiagnosticSink previous;
+    // In the order in which they came.
+    std::vector<std::string> lines;
+    std::unordered_map<std::string, std::size_t> counts;
+    bool errors = false;
+};
+
+/// A diagram in an engine.
+struct Diagram {
+    /// As messages name it.
+    std::string name;
+    std::unique_ptr<KelvaneSDK::Kelvane> engine;
+    /// The document has errors, which have been told; the engine does without what is wrong.
+    bool hasErrors = false;
+
+    int exitStatus() const;
+};
+
+/// Reads, checks and builds a diagram ("-" is standard input), and tells the document's errors. A document
+/// that would stop or hang the engine, or cannot be built, is refused with a `Failure`.
+Diagram loadDiagram(const std::string& path, LibraryMessages& messages);
+
+/// `walk.json:12: nodes[4]: ...`: a finding behind the name of its file.
+std::string findingLine(const std::string& fileName, const KelvaneSDK::Finding& finding);
+
+/// The labels of the nodes of a category, in document order.
+std::vector<std::string> labels(const KelvaneSDK::Kelvane& engine, KelvaneSDK::NodeCategory category);
+
+}  // namespace kelvane

@@ -1,0 +1,167 @@
+#include "Files.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "Interruption.h"
+#include "Messages.h"
+
+namespace kelvane {
+
+namespace {
+
+std::string reason(int error) { return std::generic_category().message(error); }
+
+[[noreturn]] void failToRead(const std::string& name, int error) {
+    throw Failure{ExitStatus::failed, "kelvane: cannot read " + name + ": " + reason(error)};
+}
+
+/// What the path, or the standard stream in its place, stands for; absent when there is nothing.
+std::optional<struct stat> statusOf(const std::string& path, int standardStream) {
+    struct stat status {};
+    const int answer = path == "-" ? ::fstat(standardStream, &status) : ::stat(path.c_str(), &status);
+    return answer == 0 ? std::optional(status) : std::nullopt;
+}
+
+bool isSameFile(const struct stat& a, const struct stat& b) {
+    return S_ISREG(a.st_mode) && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+/// The place of a file behind all symbolic links; the path itself for a new file.
+std::string resolved(const std::string& path) {
+    std::array<char, PATH_MAX> buffer{};
+    return ::realpath(path.c_str(), buffer.data()) != nullptr ? std::string(buffer.data()) : path;
+}
+
+mode_t creationMask() {
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return mask;
+}
+
+}  // namespace
+
+void occupyStandardStreams() {
+    for (int stream = 0; stream <= 2; ++stream) {
+        // Opened the wrong way round, so that using the closed stream still fails.
+        if (::fcntl(stream, F_GETFD) < 0) ::open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
+    }
+}
+
+InputFile::InputFile(const std::string& path)
+    : descriptor(path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)),
+      shownName(nameOf(path)) {
+    if (descriptor < 0) failToRead(shownName, errno);
+}
+
+InputFile::~InputFile() {
+    if (descriptor > STDERR_FILENO) ::close(descriptor);
+}
+
+std::string_view InputFile::read(std::span<char> space) {
+    while (waitForInput(descriptor)) {
+        const auto count = ::read(descriptor, space.data(), space.size());
+        if (count >= 0) return {space.data(), static_cast<std::size_t>(count)};
+        if (errno != EINTR && errno != EAGAIN) failToRead(shownName, errno);
+    }
+    return {};
+}
+
+std::string nameOf(const std::string& path) { return path == "-" ? "standard input" : printable(path); }
+
+std::string readWholeFile(const std::string& path) {
+    InputFile file(path);
+    std::string text;
+    std::array<char, 65536> space;
+    for (auto piece = file.read(space); !piece.empty(); piece = file.read(space)) text += piece;
+    if (interruption() != 0) throw Failure{128 + interruption(), {}};
+    return text;
+}
+
+ResultOutput::ResultOutput(const std::string& path, std::span<const std::string> inputPaths)
+    : descriptor(STDOUT_FILENO), shownName(path == "-" ? "standard output" : printable(path)) {
+    const auto status = statusOf(path, STDOUT_FILENO);
+    for (const auto& inputPath : inputPaths) {
+        const auto input = statusOf(inputPath, STDIN_FILENO);
+        if (!status || !input || !isSameFile(*status, *input)) continue;
+        throw Failure{ExitStatus::wrongUsage,
+                      "kelvane: " + shownName + " is the file that is read, and would be overwritten"};
+    }
+    if (path != "-") openFile(path);
+}
+
+void ResultOutput::openFile(const std::string& path) {
+    const auto status = statusOf(path, STDOUT_FILENO);
+    if (status && !S_ISREG(status->st_mode)) {
+        descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        if (descriptor < 0) fail(errno);
+        return;
+    }
+    target = resolved(path);
+    temporary = target + ".XXXXXX";
+    descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);
+    if (descriptor < 0) {
+        temporary.clear();
+        fail(errno);
+    }
+    ::fchmod(descriptor, status ? status->st_mode & 07777 : 0666 & ~creationMask());
+}
+
+ResultOutput::~ResultOutput() {
+    if (descriptor > STDERR_FILENO) ::close(descriptor);
+    if (!temporary.empty()) ::unlink(temporary.c_str());
+}
+
+void ResultOutput::flush() {
+    std::string_view rest = pending;
+    while (!rest.empty()) {
+        const auto written = ::write(descriptor, rest.data(), rest.size());
+        if (written > 0) {
+            rest.remove_prefix(static_cast<std::size_t>(written));
+        } else if (written < 0 && errno == EAGAIN) {
+            pollfd watched{descriptor, POLLOUT, 0};
+            ::poll(&watched, 1, -1);
+        } else if (written < 0 && errno != EINTR) {
+            pending.clear();
+            fail(errno);
+        }
+    }
+    pending.clear();
+}
+
+void ResultOutput::finish() {
+    flush();
+    if (descriptor > STDERR_FILENO && ::close(std::exchange(descriptor, -1)) != 0) fail(errno);
+    if (temporary.empty()) return;
+    if (::rename(temporary.c_str(), target.c_str()) != 0) fail(errno);
+    temporary.clear();
+}
+
+void ResultOutput::endEarly() {
+    flush();
+    if (!temporary.empty()) tell("kelvane: interrupted; " + shownName + " was not written");
+}
+
+void ResultOutput::fail(int error) const {
+    // The reader of a pipe that left has seen enough.
+    if (error == EPIPE) throw Failure{ExitStatus::failed, {}};
+    throw Failure{ExitStatus::failed, "kelvane: cannot write " + shownName + ": " + reason(error)};
+}
+
+void writeToStandardOutput(std::string text) {
+    ResultOutput output("-");
+    output.text() = std::move(text);
+    output.finish();
+}
+
+}  // namespace kelvane

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+// Files and standard streams. A path "-" is the standard stream. Failures are thrown as `Failure`.
+
+namespace kelvane {
+
+/// Makes sure that the three standard descriptors are taken, so that no file is opened in their place.
+void occupyStandardStreams();
+
+/// A file or standard input, read piece by piece.
+class InputFile {
+public:
+    explicit InputFile(const std::string& path);
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    /// What is there now, at most as much as `space` holds: waits only for the first byte. Empty at the end
+    /// of the file and after an interruption.
+    std::string_view read(std::span<char> space);
+
+    /// As messages name it.
+    const std::string& name() const { return shownName; }
+
+private:
+    int descriptor;
+    std::string shownName;
+};
+
+/// A path as messages name it.
+std::string nameOf(const std::string& path);
+
+/// A whole file.
+std::string readWholeFile(const std::string& path);
+
+/// Where a command's results go: standard output, or a file that appears under its name only when it is
+/// complete. Devices and pipes are written to directly.
+class ResultOutput {
+public:
+    /// Refuses to write to a file that is one of the inputs, under whatever path.
+    explicit ResultOutput(const std::string& path, std::span<const std::string> inputPaths = {});
+    /// Removes an unfinished file.
+    ~ResultOutput();
+    ResultOutput(const ResultOutput&) = delete;
+    ResultOutput& operator=(const ResultOutput&) = delete;
+
+    /// What has not been written yet; append whole lines.
+    std::string& text() { return pending; }
+    /// Writes all that is pending.
+    void flush();
+    /// Writes all that is pending and gives the file its name.
+    void finish();
+    /// Writes all that is pending, and tells that a file stays away: its content is not complete.
+    void endEarly();
+
+private:
+    void openFile(const std::string& path);
+    [[noreturn]] void fail(int error) const;
+
+    int descriptor;
+    std::string shownName;
+    std::string target;
+    std::string temporary;
+    std::string pending;
+};
+
+/// Writes a text to standard output.
+void writeToStandardOutput(std::string text);
+
+}  // namespace kelvane

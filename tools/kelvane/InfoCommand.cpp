@@ -1,0 +1,137 @@
+#include <algorithm>
+#include <map>
+
+#include "Commands.h"
+#include "Diagram.h"
+#include "Files.h"
+#include "Messages.h"
+
+namespace kelvane {
+
+using namespace KelvaneSDK;
+
+namespace {
+
+struct Row {
+    std::string label, type;
+    /// A constant's value, or what is unusual about a stream or an output.
+    std::string remark;
+};
+
+/// What people want to know about a diagram; rows in document order, functions by name.
+struct Summary {
+    std::vector<Row> inputStreams, variableOutputs, constants;
+    std::vector<std::string> manualLines;
+    std::map<std::string, std::int64_t> functionCounts;
+};
+
+Summary summaryOf(const Kelvane& engine) {
+    Summary summary;
+    for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
+        const bool forwards = static_cast<const InputStreamNode&>(*node).forwarding;
+        summary.inputStreams.push_back({node->label(), node->typeString, forwards ? "" : "not forwarded"});
+    }
+    for (const auto& node : engine.nodeList(NodeCategory::VariableOutput)) {
+        const bool isHidden = static_cast<const VariableOutputNode&>(*node).hidden;
+        summary.variableOutputs.push_back({node->label(), node->typeString, isHidden ? "hidden" : ""});
+    }
+    for (const auto& node : engine.nodeList(NodeCategory::Constant)) {
+        const auto* value = node->outputValue()->payload();
+        summary.constants.push_back({node->label(), node->typeString, value ? getValueString(*value) : ""});
+    }
+    for (const auto& node : engine.nodeList(NodeCategory::Function))
+        ++summary.functionCounts[node->typeString];
+    summary.manualLines = engine.getManualLines();
+    return summary;
+}
+
+std::size_t width(std::string_view text) {
+    return static_cast<std::size_t>(std::count_if(
+        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xc0) != 0x80; }));
+}
+
+void appendPadded(std::string& text, const std::string& cell, std::size_t columnWidth) {
+    text += cell;
+    text.append(columnWidth - width(cell) + 2, ' ');
+}
+
+void appendTable(std::string& text, std::string_view title, std::vector<Row> rows) {
+    if (rows.empty()) return;
+    std::size_t labelWidth = 0, typeWidth = 0;
+    for (auto& row : rows) {
+        row = {printable(row.label), row.type, printable(row.remark)};
+        labelWidth = std::max(labelWidth, width(row.label));
+        typeWidth = std::max(typeWidth, width(row.type));
+    }
+    text += std::string(title) + "\n";
+    for (const auto& row : rows) {
+        text += "  ";
+        appendPadded(text, row.label, labelWidth);
+        appendPadded(text, row.type, typeWidth);
+        text += row.remark;
+        text.erase(text.find_last_not_of(' ') + 1);
+        text += '\n';
+    }
+}
+
+std::string textOf(const Summary& summary) {
+    std::string text;
+    appendTable(text, "Input streams", summary.inputStreams);
+    appendTable(text, "Variable outputs", summary.variableOutputs);
+    appendTable(text, "Constants", summary.constants);
+    std::vector<Row> counts;
+    for (const auto& [name, count] : summary.functionCounts)
+        counts.push_back({name, std::to_string(count), ""});
+    appendTable(text, "Functions", counts);
+    if (!summary.manualLines.empty()) text += "Manual\n";
+    for (const auto& line : summary.manualLines) text += "  " + printable(line) + "\n";
+    return text;
+}
+
+template <class Members>
+void writeRows(JsonWriter& json, std::string_view key, const std::vector<Row>& rows, Members members) {
+    json.key(key);
+    json.beginArray();
+    for (const auto& row : rows) {
+        json.beginObject();
+        json.member("label", std::string_view(row.label));
+        json.member("type", std::string_view(row.type));
+        members(row);
+        json.endObject();
+    }
+    json.endArray();
+}
+
+std::string jsonOf(const Summary& summary) {
+    std::string text;
+    JsonWriter json(text, JsonWriter::Layout::pretty);
+    json.beginObject();
+    writeRows(json, "inputStreams", summary.inputStreams,
+              [&](const Row& row) { json.member("forwarding", row.remark.empty()); });
+    writeRows(json, "variableOutputs", summary.variableOutputs,
+              [&](const Row& row) { json.member("hidden", !row.remark.empty()); });
+    writeRows(json, "constants", summary.constants,
+              [&](const Row& row) { json.member("value", std::string_view(row.remark)); });
+    json.key("functions");
+    json.beginObject();
+    for (const auto& [name, count] : summary.functionCounts) json.member(name, count);
+    json.endObject();
+    json.key("manualLines");
+    json.beginArray();
+    for (const auto& line : summary.manualLines) json.value(std::string_view(line));
+    json.endArray();
+    json.endObject();
+    return text + "\n";
+}
+
+}  // namespace
+
+int info(const InfoOptions& options) {
+    LibraryMessages messages;
+    const auto diagram = loadDiagram(options.diagram, messages);
+    const auto summary = summaryOf(*diagram.engine);
+    writeToStandardOutput(options.asJson ? jsonOf(summary) : textOf(summary));
+    return diagram.exitStatus();
+}
+
+}  // namespace kelvane

@@ -1,0 +1,16 @@
+#pragma once
+
+// SIGINT and SIGTERM, which end a run after the current line.
+
+namespace kelvane {
+
+/// Catches the two signals from now on. A second one ends the process at once.
+void catchInterruptions();
+
+/// The signal that came, or 0.
+int interruption();
+
+/// Waits until `descriptor` can be read or a signal came; true in the first case.
+bool waitForInput(int descriptor);
+
+}  // namespace kelvane

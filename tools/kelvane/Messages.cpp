@@ -1,0 +1,114 @@
+#include "Messages.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "KelvaneSDK/DiagramCheck/NearestName.h"
+
+namespace kelvane {
+
+namespace {
+
+constexpr std::size_t longestText = 480;
+
+/// The length of the UTF-8 sequence at the text's beginning that is no control character; 0 when there is
+/// none.
+std::size_t printableLength(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned first = byte(0);
+    if (first < 0x80) return first >= 0x20 && first != 0x7f ? 1 : 0;
+    const std::size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
+    if (first < 0xc2 || first > 0xf4 || text.size() < length) return 0;
+    std::uint32_t codePoint = first & (0xffu >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xc0u) != 0x80u) return 0;
+        codePoint = codePoint << 6 | (byte(i) & 0x3fu);
+    }
+    const bool isOverlong = codePoint < (length == 4 ? 0x10000u : length == 3 ? 0x800u : 0x80u);
+    const bool isSurrogate = codePoint >= 0xd800 && codePoint < 0xe000;
+    // C1 controls, line and paragraph separators, and the marks that turn the direction of writing.
+    const bool isControl = codePoint < 0xa0 || codePoint == 0x2028 || codePoint == 0x2029 ||
+                           (codePoint >= 0x202a && codePoint <= 0x202e) ||
+                           (codePoint >= 0x2066 && codePoint <= 0x2069);
+    return isOverlong || isSurrogate || isControl || codePoint > 0x10ffff ? 0 : length;
+}
+
+void appendEscaped(std::string& text, char character) {
+    switch (character) {
+        case '\n':
+            text += "\\n";
+            return;
+        case '\r':
+            text += "\\r";
+            return;
+        case '\t':
+            text += "\\t";
+            return;
+        default:
+            break;
+    }
+    constexpr std::string_view digits = "0123456789abcdef";
+    const auto byte = static_cast<unsigned char>(character);
+    text += "\\x";
+    text += digits[byte >> 4];
+    text += digits[byte & 0xf];
+}
+
+bool continuesCharacter(char character) { return (static_cast<unsigned char>(character) & 0xc0) == 0x80; }
+
+/// The text without its middle when it is long.
+std::string shortened(std::string_view text) {
+    if (text.size() <= longestText) return std::string(text);
+    std::size_t head = longestText * 2 / 3, tail = text.size() - longestText / 3;
+    for (int i = 0; i < 3 && continuesCharacter(text[head]); ++i) --head;
+    for (int i = 0; i < 3 && continuesCharacter(text[tail]); ++i) ++tail;
+    return std::string(text.substr(0, head)) + "..." + std::string(text.substr(tail));
+}
+
+}  // namespace
+
+void tell(std::string_view line) {
+    std::string text(line);
+    text += '\n';
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        const auto written = ::write(STDERR_FILENO, rest.data(), rest.size());
+        if (written < 0 && errno != EINTR) return;
+        if (written > 0) rest.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+std::string printable(std::string_view text) {
+    const std::string visible = shortened(text);
+    std::string result;
+    for (std::string_view rest = visible; !rest.empty();) {
+        const auto length = printableLength(rest);
+        if (length == 0) appendEscaped(result, rest.front());
+        result += rest.substr(0, length);
+        rest.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    return result;
+}
+
+std::string inQuotes(std::string_view text) { return "\"" + printable(text) + "\""; }
+
+std::string nearestNameHint(std::string_view name, std::span<const std::string> names) {
+    const std::vector<std::string_view> candidates(names.begin(), names.end());
+    const auto nearest = KelvaneSDK::nearestName(name, candidates);
+    return nearest.empty() ? std::string() : "did you mean " + inQuotes(nearest) + "?";
+}
+
+std::string withHint(std::string text, const std::string& hint) {
+    return hint.empty() ? std::move(text) : std::move(text) + "; " + hint;
+}
+
+std::string counted(std::size_t count, std::string_view noun) {
+    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+}
+
+}  // namespace kelvane

@@ -1,0 +1,170 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+
+#include "Commands.h"
+#include "Diagram.h"
+#include "Files.h"
+#include "Interruption.h"
+#include "Messages.h"
+#include "Recording.h"
+
+namespace kelvane {
+
+using namespace KelvaneSDK;
+
+namespace {
+
+/// A value of a slot class from its text, or absent.
+std::optional<Value> parsedValue(ValueClass slotClass, std::string_view text) {
+    const auto slot = makeSlot(slotClass);
+    slot->setValueFromString(text);
+    return slot->value();
+}
+
+[[noreturn]] void refuseOption(const std::string& option, const std::string& reason) {
+    throw Failure{ExitStatus::wrongUsage, "kelvane: " + printable(option) + ": " + reason};
+}
+
+/// Where the label of "LABEL=TEXT" ends: a label may contain "=" itself.
+std::size_t endOfLabel(std::string_view setting, const std::vector<std::string>& known) {
+    for (auto end = setting.find('='); end != std::string_view::npos; end = setting.find('=', end + 1)) {
+        if (std::find(known.begin(), known.end(), setting.substr(0, end)) != known.end()) return end;
+    }
+    return std::string_view::npos;
+}
+
+void setConstant(Kelvane& engine, const std::string& setting) {
+    const std::string option = "--set " + setting;
+    const auto known = labels(engine, NodeCategory::Constant);
+    const auto end = endOfLabel(setting, known);
+    if (end == std::string::npos) {
+        const auto equals = setting.find('=');
+        if (equals == std::string::npos) refuseOption(option, "LABEL=TEXT was expected");
+        const auto label = setting.substr(0, equals);
+        refuseOption(option,
+                     withHint("no constant is called " + inQuotes(label), nearestNameHint(label, known)));
+    }
+    const auto label = setting.substr(0, end), text = setting.substr(end + 1);
+    for (const auto& node : engine.nodeList(NodeCategory::Constant)) {
+        if (node->label() != label) continue;
+        const auto value = parsedValue(node->outputValue()->valueClass(), text);
+        if (!value) refuseOption(option, inQuotes(text) + " does not read as " + node->typeString);
+        engine.setConstant(label, *value);
+    }
+}
+
+void hide(Kelvane& engine, const std::string& label) {
+    auto known = labels(engine, NodeCategory::VariableOutput);
+    const auto streams = labels(engine, NodeCategory::InputStream);
+    known.insert(known.end(), streams.begin(), streams.end());
+    if (std::find(known.begin(), known.end(), label) == known.end()) {
+        refuseOption("--hide " + label,
+                     withHint("no variable output or input stream is called " + inQuotes(label),
+                              nearestNameHint(label, known)));
+    }
+    engine.setVariableOutputHidden(label, true);
+    engine.setInputStreamForwarding(label, false);
+}
+
+void applyOptions(Kelvane& engine, const RunOptions& options, LibraryMessages& messages) {
+    messages.muted = true;
+    for (const auto& setting : options.constants) setConstant(engine, setting);
+    messages.muted = false;
+    for (const auto& label : options.hidden) hide(engine, label);
+    if (!options.withoutInputs) return;
+    for (const auto& label : engine.getInputStreams()) engine.setInputStreamForwarding(label, false);
+}
+
+/// One recording on its way through one diagram.
+class Run {
+public:
+    explicit Run(const RunOptions& options)
+        : diagram(loadDiagram(options.diagram, messages)),
+          recording(options.recording),
+          output(options.output, std::array{options.diagram, options.recording}) {
+        applyOptions(*diagram.engine, options, messages);
+        previousHandler = setStopHandler([this](std::string_view reason) { endAfterStop(reason); });
+    }
+    ~Run() { setStopHandler(previousHandler); }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    int process() {
+        while (recording.readPiece()) {
+            while (const auto batch = recording.next()) {
+                evaluate(*batch);
+                if (interruption() != 0) break;
+            }
+            output.flush();
+        }
+        if (interruption() != 0) {
+            output.endEarly();
+            return 128 + interruption();
+        }
+        output.finish();
+        messages.tellRepetitions();
+        const auto failure = recording.failure();
+        if (!failure.empty()) tell(failure);
+        const bool hasErrors = diagram.hasErrors || messages.hasErrors() || !failure.empty();
+        return hasErrors ? ExitStatus::failed : ExitStatus::done;
+    }
+
+    void tellStatistics() const {
+        const auto elapsed = std::chrono::steady_clock::now() - start;
+        std::array<char, 32> seconds{};
+        std::snprintf(seconds.data(), seconds.size(), "%.3f", std::chrono::duration<double>(elapsed).count());
+        tell("kelvane: " + std::to_string(batches) + " batches, " + std::to_string(updates) + " updates, " +
+             std::to_string(outputValues) + " output values, " + seconds.data() + " seconds");
+    }
+
+private:
+    void evaluate(const KelvaneInput& batch) {
+        ++batches;
+        updates += batch.updates.size();
+        timestamp = batch.timestamp;
+        const auto result = diagram.engine->evaluate(batch);
+        outputValues += result.outputs.size();
+        appendJsonLines(output.text(), result);
+    }
+
+    /// The engine's invariants are broken, so nothing of it is touched or destroyed any more.
+    [[noreturn]] void endAfterStop(std::string_view reason) {
+        try {
+            output.finish();
+            messages.tellRepetitions();
+        } catch (const Failure& failure) {
+            if (!failure.message.empty()) tell(failure.message);
+        }
+        tell("kelvane: " + diagram.name + " stopped in batch " + std::to_string(batches) + " at timestamp " +
+             doubleText(timestamp) + ": " + printable(reason));
+        ::_exit(ExitStatus::failed);
+    }
+
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+    LibraryMessages messages;
+    Diagram diagram;
+    Recording recording;
+    ResultOutput output;
+    std::size_t batches = 0, updates = 0, outputValues = 0;
+    double timestamp = 0;
+    StopHandler previousHandler;
+};
+
+}  // namespace
+
+int run(const RunOptions& options) {
+    if (options.diagram == "-" && options.recording == "-") {
+        throw Failure{ExitStatus::wrongUsage,
+                      "kelvane: the diagram and the recording cannot both be standard input"};
+    }
+    Run run(options);
+    const int status = run.process();
+    if (options.withStatistics) run.tellStatistics();
+    return status;
+}
+
+}  // namespace kelvane

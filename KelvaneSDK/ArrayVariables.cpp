@@ -76,8 +76,8 @@ void readPieces(TimestampedVariable& slot, std::string_view text, std::string_vi
 
 // Reads numbers in groups of `width`, labelled or not.
 template <class Item, class Make>
-void readGroups(TimestampedVariable& slot, std::string_view text, std::size_t width, std::string_view unwanted,
-                Make make) {
+void readGroups(TimestampedVariable& slot, std::string_view text, std::size_t width,
+                std::string_view unwanted, Make make) {
     const auto numbers = numbersBetweenCommas(withoutCharacters(text, unwanted));
     if (!numbers || numbers->size() % width != 0) return slot.reportConversionError(text);
     ListBuilder<Item> items(numbers->size() / width);
@@ -107,12 +107,15 @@ std::optional<Value> ArrayVariable::sorted(bool descending) const {
     if (!hasValue()) stop("an array without a value was to be sorted");
     const Value& list = *payload();
     switch (list.type()) {
-        case ValueType::FloatArray: return sortedItems<double>(list, descending, floatLess);
-        case ValueType::IntegerArray: return sortedItems<std::int64_t>(list, descending, std::less<>());
+        case ValueType::FloatArray:
+            return sortedItems<double>(list, descending, floatLess);
+        case ValueType::IntegerArray:
+            return sortedItems<std::int64_t>(list, descending, std::less<>());
         case ValueType::StringArray:
             return sortedItems<String>(
                 list, descending, [](const String& a, const String& b) { return compareTexts(a, b) < 0; });
-        case ValueType::BooleanArray: return sortedItems<bool>(list, descending, std::less<>());
+        case ValueType::BooleanArray:
+            return sortedItems<bool>(list, descending, std::less<>());
         case ValueType::VectorArray:
             if (list.items<Vector>().empty()) return list;
             break;
@@ -122,7 +125,8 @@ std::optional<Value> ArrayVariable::sorted(bool descending) const {
         case ValueType::SequenceArray:
             if (list.items<Sequence>().empty()) return list;
             break;
-        default: stop("a value of type " + std::string(valueTypeName(list.type())) + " was to be sorted");
+        default:
+            stop("a value of type " + std::string(valueTypeName(list.type())) + " was to be sorted");
     }
     printDiagnostic("ERROR: sorting unsupported type");
     return std::nullopt;
@@ -201,7 +205,9 @@ void BooleanArrayVariable::setValueFromString(std::string_view text) {
 std::optional<bool> BooleanArrayVariable::isEqual(const TimestampedVariable& other) const {
     return equalLists<bool>(*this, other);
 }
-std::optional<Value> BooleanArrayVariable::negate() const { return mapped<bool>(*this, std::logical_not<>()); }
+std::optional<Value> BooleanArrayVariable::negate() const {
+    return mapped<bool>(*this, std::logical_not<>());
+}
 
 StringArrayVariable::StringArrayVariable(bool withDefault) {
     if (withDefault) setValue(Value(List<String>()));
@@ -234,7 +240,9 @@ std::string VectorArrayVariable::stringValue() const {
     return joined<Vector>(*this, [](std::string& text, const Vector& item) { text += item.description(); });
 }
 void VectorArrayVariable::setValueFromString(std::string_view text) {
-    readGroups<Vector>(*this, text, 3, " :xyz()[]{}", [](const double* n) { return Vector{n[0], n[1], n[2]}; });
+    readGroups<Vector>(*this, text, 3, " :xyz()[]{}", [](const double* n) {
+        return Vector{n[0], n[1], n[2]};
+    });
 }
 std::optional<Value> VectorArrayVariable::add(const TimestampedVariable& other) const {
     return combined<Vector>(*this, other, std::plus<>());
@@ -261,11 +269,13 @@ OrientationArrayVariable::OrientationArrayVariable(bool withDefault) {
     if (withDefault) setValue(Value(List<Orientation>()));
 }
 std::string OrientationArrayVariable::stringValue() const {
-    return joined<Orientation>(*this, [](std::string& text, const Orientation& item) { text += item.description(); });
+    return joined<Orientation>(
+        *this, [](std::string& text, const Orientation& item) { text += item.description(); });
 }
 void OrientationArrayVariable::setValueFromString(std::string_view text) {
-    readGroups<Orientation>(*this, text, 4, " :xyzw()[]{}",
-                            [](const double* n) { return Orientation{n[0], n[1], n[2], n[3]}; });
+    readGroups<Orientation>(*this, text, 4, " :xyzw()[]{}", [](const double* n) {
+        return Orientation{n[0], n[1], n[2], n[3]};
+    });
 }
 std::optional<Value> OrientationArrayVariable::add(const TimestampedVariable& other) const {
     return combined<Orientation>(*this, other, std::plus<>());
@@ -285,7 +295,9 @@ std::optional<Value> OrientationArrayVariable::scale(double factor) const {
 std::optional<bool> OrientationArrayVariable::isEqual(const TimestampedVariable& other) const {
     return equalLists<Orientation>(*this, other);
 }
-std::optional<Value> OrientationArrayVariable::negate() const { return mapped<Orientation>(*this, std::negate<>()); }
+std::optional<Value> OrientationArrayVariable::negate() const {
+    return mapped<Orientation>(*this, std::negate<>());
+}
 std::optional<Value> OrientationArrayVariable::sum() const { return total(*this, Orientation{0, 0, 0, 0}); }
 
 SequenceArrayVariable::SequenceArrayVariable(bool withDefault) {

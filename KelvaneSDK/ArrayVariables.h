@@ -4,17 +4,17 @@
 
 namespace KelvaneSDK {
 
-// Arithmetic on arrays works element by element, as on the scalar class, up to the shorter of the two lists. Arrays
-// of different lengths cannot be compared (absent).
+// Arithmetic on arrays works element by element, as on the scalar class, up to the shorter of the two lists.
+// Arrays of different lengths cannot be compared (absent).
 
 /// A list whose element type is not yet fixed, and the base of the typed lists.
 class ArrayVariable : public TimestampedVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::ArrayVariable;
     ValueClass valueClass() const override { return slotClass; }
-    /// The list in rising or falling order: floats, integers, texts (as StringValue orders them) or booleans (false
-    /// before true). Lists of other elements are reported with "ERROR: sorting unsupported type" and give absent; an
-    /// empty list is returned as it is. NaN has no defined place.
+    /// The list in rising or falling order: floats, integers, texts (as StringValue orders them) or booleans
+    /// (false before true). Lists of other elements are reported with "ERROR: sorting unsupported type" and
+    /// give absent; an empty list is returned as it is. NaN has no defined place.
     std::optional<Value> sorted(bool descending) const;
     /// The sum of the elements in list order (texts are joined), or absent when the elements have none.
     virtual std::optional<Value> sum() const;
@@ -45,7 +45,8 @@ public:
     IntegerArrayVariable() = default;
     explicit IntegerArrayVariable(bool withDefault);
     ValueClass valueClass() const override { return slotClass; }
-    /// The empty text for an empty list. A list with elements stops the program: its elements are read as doubles.
+    /// The empty text for an empty list. A list with elements stops the program: its elements are read as
+    /// doubles.
     std::string stringValue() const override;
     void setValueFromString(std::string_view text) override;
     /// The factor is truncated to an integer first; overflow stops the program.

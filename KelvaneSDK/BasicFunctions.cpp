@@ -48,7 +48,8 @@ public:
     void createInputs() override {
         addInputs<ValueVariable, ValueVariable>("a", "b");
         unsupported<BooleanValue, VectorValue, OrientationValue, FloatArrayVariable, IntegerArrayVariable,
-                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable, OrientationArrayVariable>();
+                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable,
+                    OrientationArrayVariable>();
     }
     void createOutput() override { setOutput<BooleanValue>(); }
     void setTypeString() override { typeString = "Larger"; }
@@ -60,7 +61,8 @@ public:
     void createInputs() override {
         addInputs<ValueVariable, ValueVariable>("a", "b");
         unsupported<BooleanValue, VectorValue, OrientationValue, FloatArrayVariable, IntegerArrayVariable,
-                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable, OrientationArrayVariable>();
+                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable,
+                    OrientationArrayVariable>();
     }
     void createOutput() override { setOutput<BooleanValue>(); }
     void setTypeString() override { typeString = "Smaller"; }
@@ -72,7 +74,8 @@ public:
     void createInputs() override {
         addInputs<ValueVariable, ValueVariable>("a", "b");
         unsupported<BooleanValue, VectorValue, OrientationValue, FloatArrayVariable, IntegerArrayVariable,
-                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable, OrientationArrayVariable>();
+                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable,
+                    OrientationArrayVariable>();
     }
     void createOutput() override { setOutput<BooleanValue>(); }
     void setTypeString() override { typeString = "Larger or equal"; }
@@ -84,7 +87,8 @@ public:
     void createInputs() override {
         addInputs<ValueVariable, ValueVariable>("a", "b");
         unsupported<BooleanValue, VectorValue, OrientationValue, FloatArrayVariable, IntegerArrayVariable,
-                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable, OrientationArrayVariable>();
+                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable,
+                    OrientationArrayVariable>();
     }
     void createOutput() override { setOutput<BooleanValue>(); }
     void setTypeString() override { typeString = "Smaller or equal"; }
@@ -185,22 +189,23 @@ private:
 
 NodeFamily basicFunctions() {
     return functionFamily(
-        "Basic", {
-                     entry<EqualFunction>("true when a equals b exactly; silent when they cannot be compared"),
-                     entry<MaxFunction>("the larger of a and b; b when they are equal"),
-                     entry<MinFunction>("the smaller of a and b; b when they are equal"),
-                     entry<LargerFunction>("true when a is larger than b"),
-                     entry<SmallerFunction>("true when a is smaller than b"),
-                     entry<LargerOrEqualFunction>("true when a is larger than b or equal to it"),
-                     entry<SmallerOrEqualFunction>("true when a is smaller than b or equal to it"),
-                     entry<AddFunction>("a + b; texts are joined, sequences meet at the times of a"),
-                     entry<SubtractFunction>("a - b"),
-                     entry<MultiplyFunction>("a * b, component by component; the product of two rotations"),
-                     entry<DivideFunction>("a / b, component by component; a times the inverse of rotation b"),
-                     entry<ScaleFunction>("the value times the factor; for integers the factor loses its fraction"),
-                     entry<NegateFunction>("minus the value; for a boolean, not the value"),
-                     entry<AdderFunction>("the running sum of all values since the last reset"),
-                 });
+        "Basic",
+        {
+            entry<EqualFunction>("true when a equals b exactly; silent when they cannot be compared"),
+            entry<MaxFunction>("the larger of a and b; b when they are equal"),
+            entry<MinFunction>("the smaller of a and b; b when they are equal"),
+            entry<LargerFunction>("true when a is larger than b"),
+            entry<SmallerFunction>("true when a is smaller than b"),
+            entry<LargerOrEqualFunction>("true when a is larger than b or equal to it"),
+            entry<SmallerOrEqualFunction>("true when a is smaller than b or equal to it"),
+            entry<AddFunction>("a + b; texts are joined, sequences meet at the times of a"),
+            entry<SubtractFunction>("a - b"),
+            entry<MultiplyFunction>("a * b, component by component; the product of two rotations"),
+            entry<DivideFunction>("a / b, component by component; a times the inverse of rotation b"),
+            entry<ScaleFunction>("the value times the factor; for integers the factor loses its fraction"),
+            entry<NegateFunction>("minus the value; for a boolean, not the value"),
+            entry<AdderFunction>("the running sum of all values since the last reset"),
+        });
 }
 
 }  // namespace KelvaneSDK

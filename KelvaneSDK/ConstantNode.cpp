@@ -12,8 +12,7 @@ void ConstantNode::initialize() {
 void ConstantNode::setTypeString() { typeString = output().typeString(); }
 
 std::vector<Property> ConstantNode::getProperties() const {
-    std::vector<Property> properties{{"Description", label()},
-                                     {"OutputValue", output().stringValue()}};
+    std::vector<Property> properties{{"Description", label()}, {"OutputValue", output().stringValue()}};
     for (auto& property : Node::getProperties()) properties.push_back(std::move(property));
     return properties;
 }

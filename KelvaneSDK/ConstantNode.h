@@ -8,9 +8,9 @@
 
 namespace KelvaneSDK {
 
-/// The base of the constants: no inputs, and an output of a fixed type that is marked constant and always holds a
-/// value. The value comes from the property "OutputValue" or from Kelvane::setConstant(), survives resets, and
-/// reaches the connected slots at the start of every batch.
+/// The base of the constants: no inputs, and an output of a fixed type that is marked constant and always
+/// holds a value. The value comes from the property "OutputValue" or from Kelvane::setConstant(), survives
+/// resets, and reaches the connected slots at the start of every batch.
 class ConstantNode : public Node {
 public:
     void initialize() override;

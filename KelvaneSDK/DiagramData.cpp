@@ -15,10 +15,12 @@ std::size_t lengthOf(const simdjson::dom::array& array) {
     // The parser's own count stops at 24 bits.
     constexpr std::size_t saturated = 0xFFFFFF;
     const std::size_t counted = array.size();
-    return counted < saturated ? counted : static_cast<std::size_t>(std::distance(array.begin(), array.end()));
+    return counted < saturated ? counted
+                               : static_cast<std::size_t>(std::distance(array.begin(), array.end()));
 }
 
-// Reads records out of a parsed document. The first problem ends the decoding; what was read until then is dropped.
+// Reads records out of a parsed document. The first problem ends the decoding; what was read until then is
+// dropped.
 class Decoder {
 public:
     explicit Decoder(DecodeFailure& target) : failure(target) {}
@@ -43,8 +45,8 @@ private:
     using MaybeElement = std::optional<Element>;
 
     template <std::size_t count>
-    std::optional<std::array<MaybeElement, count>> fieldsOf(const Element& element,
-                                                            const std::array<std::string_view, count>& names) {
+    std::optional<std::array<MaybeElement, count>> fieldsOf(
+        const Element& element, const std::array<std::string_view, count>& names) {
         simdjson::dom::object object;
         if (element.get_object().get(object) != simdjson::SUCCESS) {
             fail("", "an object was expected, " + std::string(kindOf(element)) + " was found");
@@ -66,7 +68,8 @@ private:
         const auto keys = fieldsOf<3>(element, {"id", "propertyString", "valueString"});
         if (!keys) return false;
         const auto& [id, propertyString, valueString] = *keys;
-        return required(id, "id", info.id) && required(propertyString, "propertyString", info.propertyString) &&
+        return required(id, "id", info.id) &&
+               required(propertyString, "propertyString", info.propertyString) &&
                required(valueString, "valueString", info.valueString);
     }
 
@@ -106,7 +109,8 @@ private:
         nested = containers;
         return required(x, "x", info.x) && required(y, "y", info.y) &&
                required(description, "description", info.description) &&
-               list(nodeIds, "nodeIds", info.nodeIds, &Decoder::nodeId) && optional(color, "color", info.color);
+               list(nodeIds, "nodeIds", info.nodeIds, &Decoder::nodeId) &&
+               optional(color, "color", info.color);
     }
 
     // Containers nest as deep as the document does, so they are read level by level.
@@ -123,7 +127,8 @@ private:
             open.pop_back();
             where = level.pointer;
             simdjson::dom::array array;
-            if (level.array.get_array().get(array) != simdjson::SUCCESS) return expected("", "an array", level.array);
+            if (level.array.get_array().get(array) != simdjson::SUCCESS)
+                return expected("", "an array", level.array);
             // Sized first, so that the addresses handed to the next levels stay.
             level.target->resize(lengthOf(array));
             std::size_t index = 0;
@@ -159,7 +164,8 @@ private:
     }
 
     template <class Record>
-    bool optionalList(const MaybeElement& element, std::string_view name, std::optional<std::vector<Record>>& target,
+    bool optionalList(const MaybeElement& element, std::string_view name,
+                      std::optional<std::vector<Record>>& target,
                       bool (Decoder::*decodeItem)(const Element&, Record&)) {
         return !element || list(element, name, target.emplace(), decodeItem);
     }
@@ -200,7 +206,8 @@ private:
     }
 
     static std::string describe(const Element& element) {
-        if (element.type() == simdjson::dom::element_type::DOUBLE) return "the number " + simdjson::minify(element);
+        if (element.type() == simdjson::dom::element_type::DOUBLE)
+            return "the number " + simdjson::minify(element);
         return std::string(kindOf(element));
     }
 

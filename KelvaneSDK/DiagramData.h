@@ -90,8 +90,8 @@ inline constexpr std::size_t maximumDocumentDepth = 2048;
 struct DiagramData {
     DiagramInfo info;
 
-    /// Decodes a document, or answers absent and tells why. Required keys must be there with exactly their type,
-    /// optional ones may be missing or null, unknown ones are passed over. Any thread; prints nothing.
+    /// Decodes a document, or answers absent and tells why. Required keys must be there with exactly their
+    /// type, optional ones may be missing or null, unknown ones are passed over. Any thread; prints nothing.
     static std::optional<DiagramData> decode(std::string_view text, DecodeFailure* failure = nullptr);
 
     /// The document as pretty-printed JSON: required keys always, optional ones when present. Any thread.

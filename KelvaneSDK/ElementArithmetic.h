@@ -80,8 +80,8 @@ inline std::optional<std::int64_t> checkedQuotient(std::int64_t a, std::int64_t 
     return a / b;
 }
 
-/// Negative, zero or positive as text a sorts before, with or after text b: by Unicode scalar values after canonical
-/// composition (NFC, Unicode Standard Annex 15). Text that is not UTF-8 compares by its bytes.
+/// Negative, zero or positive as text a sorts before, with or after text b: by Unicode scalar values after
+/// canonical composition (NFC, Unicode Standard Annex 15). Text that is not UTF-8 compares by its bytes.
 int compareTexts(std::string_view a, std::string_view b);
 
 }  // namespace KelvaneSDK

@@ -6,8 +6,9 @@
 
 namespace KelvaneSDK {
 
-/// What the evaluation of a diagram may use up. Beyond a limit the program stops, with a reason that names the node, so
-/// that a diagram from a stranger cannot exhaust memory or time. Without limits nothing is checked.
+/// What the evaluation of a diagram may use up. Beyond a limit the program stops, with a reason that names
+/// the node, so that a diagram from a stranger cannot exhaust memory or time. Without limits nothing is
+/// checked.
 struct EvaluationLimits {
     /// The elements of any list that a function makes or keeps: array elements, samples, bytes of a text.
     std::size_t maxElements = std::numeric_limits<std::size_t>::max();
@@ -15,7 +16,8 @@ struct EvaluationLimits {
     double maxBatchSeconds = std::numeric_limits<double>::infinity();
 };
 
-/// The limits of an engine together with the time used by the batch in progress. Nodes ask it while they work.
+/// The limits of an engine together with the time used by the batch in progress. Nodes ask it while they
+/// work.
 class EvaluationBudget {
 public:
     using Clock = std::chrono::steady_clock;
@@ -27,7 +29,8 @@ public:
     std::size_t maxElements() const { return limits.maxElements; }
     double maxBatchSeconds() const { return limits.maxBatchSeconds; }
     bool isOutOfTime() const {
-        return isTimed() && std::chrono::duration<double>(Clock::now() - batchBegin).count() > limits.maxBatchSeconds;
+        return isTimed() &&
+               std::chrono::duration<double>(Clock::now() - batchBegin).count() > limits.maxBatchSeconds;
     }
 
 private:

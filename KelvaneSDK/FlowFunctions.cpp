@@ -52,7 +52,8 @@ public:
         checkElements(buffer.size());
         const auto count = static_cast<std::int64_t>(buffer.size());
         if (length >= count) return endWithoutOutput();
-        if (length < -1) stop("a buffer of length " + std::to_string(length) + " drops more values than it holds");
+        if (length < -1)
+            stop("a buffer of length " + std::to_string(length) + " drops more values than it holds");
         while (static_cast<std::int64_t>(buffer.size()) > length + 1) buffer.pop_front();
         finish(buffer.empty() ? std::nullopt : std::optional(buffer.front()));
     }
@@ -131,8 +132,10 @@ NodeFamily flowFunctions() {
             entry<BufferFunction>("the value that arrived `length` updates ago"),
             entry<GateFunction>("the value while open is true; silent otherwise"),
             entry<UpdateCounterFunction>("how many values have arrived since the last reset"),
-            entry<TriggerFunction>("the latest value, each time the trigger becomes true or stays true by an update"),
-            entry<SwitchFunction>("whenTrue while select is true, whenFalse otherwise; fires with that input's updates"),
+            entry<TriggerFunction>(
+                "the latest value, each time the trigger becomes true or stays true by an update"),
+            entry<SwitchFunction>(
+                "whenTrue while select is true, whenFalse otherwise; fires with that input's updates"),
         });
 }
 

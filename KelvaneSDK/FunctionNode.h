@@ -7,10 +7,10 @@
 
 namespace KelvaneSDK {
 
-/// The base of every function class. A class is its contract: createInputs(), createOutput(), setTypeString() and
-/// process(), written with the helpers below; a class with state also overrides reset(). process() runs when every
-/// input was updated and holds a value, unless the class has readiness rules of its own, and ends in exactly one of
-/// the helpers that finish a step.
+/// The base of every function class. A class is its contract: createInputs(), createOutput(), setTypeString()
+/// and process(), written with the helpers below; a class with state also overrides reset(). process() runs
+/// when every input was updated and holds a value, unless the class has readiness rules of its own, and ends
+/// in exactly one of the helpers that finish a step.
 ///
 /// Reading an input that holds no value, or a value of another type than asked for, stops the program.
 class FunctionNode : public Node {
@@ -18,11 +18,10 @@ public:
     void initialize() override;
 
 protected:
-    /// Appends an input slot per class, each with its label (static text). TimestampedVariable takes any value,
-    /// ValueVariable any scalar, ArrayVariable any list; the concrete classes take their own type.
+    /// Appends an input slot per class, each with its label (static text). TimestampedVariable takes any
+    /// value, ValueVariable any scalar, ArrayVariable any list; the concrete classes take their own type.
     template <class... Slots, class... Labels>
-        requires(sizeof...(Slots) == sizeof...(Labels))
-    void addInputs(Labels... labels) {
+    requires(sizeof...(Slots) == sizeof...(Labels)) void addInputs(Labels... labels) {
         (appendInput(Slots::slotClass, labels), ...);
     }
     /// Says which value classes the generic inputs do not support.
@@ -64,9 +63,9 @@ protected:
         return input(index).items<Item>(PayloadType<List<Item>>::value);
     }
 
-    /// Ends the step with a new output: every input's `updated` flag is consumed, the output is stamped with the
-    /// latest input timestamp and forwarded. Takes a payload, a Value, or an optional value or answer: an absent one
-    /// clears the output and emits nothing.
+    /// Ends the step with a new output: every input's `updated` flag is consumed, the output is stamped with
+    /// the latest input timestamp and forwarded. Takes a payload, a Value, or an optional value or answer: an
+    /// absent one clears the output and emits nothing.
     template <class T>
     void finish(T newOutput) {
         if constexpr (std::is_same_v<T, std::optional<Value>>) {
@@ -84,7 +83,8 @@ protected:
     void endWithoutOutput();
     /// Consumes one input's `updated` flag.
     void consume(std::size_t index) { inputValues()[index]->updated = false; }
-    /// Emits an output now, stamped with the latest input timestamp, and leaves the inputs' flags to the class.
+    /// Emits an output now, stamped with the latest input timestamp, and leaves the inputs' flags to the
+    /// class.
     void emit(Value newOutput);
 
     /// a + b, where an overflow of 64 bits stops the program.

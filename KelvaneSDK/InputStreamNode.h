@@ -8,8 +8,8 @@
 
 namespace KelvaneSDK {
 
-/// The base of the input streams, where the application's values enter a diagram: no inputs, and an output of a fixed
-/// type that always holds a value.
+/// The base of the input streams, where the application's values enter a diagram: no inputs, and an output of
+/// a fixed type that always holds a value.
 class InputStreamNode : public Node {
 public:
     void initialize() override;
@@ -18,9 +18,9 @@ public:
     void setProperty(std::string_view propertyString, std::string_view valueString) override;
     std::vector<Property> getProperties() const override;
 
-    /// Takes one update of the stream, produced at `timestamp` (seconds), and forwards it. A value of another type
-    /// than the stream's prints "ERROR: trying to set input stream '<label>' with wrong type!" and is dropped. In
-    /// either case the connected slots are marked checked.
+    /// Takes one update of the stream, produced at `timestamp` (seconds), and forwards it. A value of another
+    /// type than the stream's prints "ERROR: trying to set input stream '<label>' with wrong type!" and is
+    /// dropped. In either case the connected slots are marked checked.
     void setValue(const Value& value, double timestamp);
 
     /// Marks every slot that the stream feeds as dealt with in this pass.

@@ -16,8 +16,8 @@ struct ListStorage {
     std::size_t count = 0;
 };
 
-/// An immutable list with value semantics: copies share one block, so passing a list on copies no elements. A changed
-/// list is built anew with ListBuilder. Reading from several threads at once is safe.
+/// An immutable list with value semantics: copies share one block, so passing a list on copies no elements. A
+/// changed list is built anew with ListBuilder. Reading from several threads at once is safe.
 template <class T>
 class List {
 public:
@@ -38,13 +38,16 @@ public:
     std::span<const T> items() const { return {data(), size()}; }
     const ListStorage& shared() const { return storage; }
 
-    friend bool operator==(const List& a, const List& b) { return std::equal(a.begin(), a.end(), b.begin(), b.end()); }
+    friend bool operator==(const List& a, const List& b) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end());
+    }
 
 private:
     ListStorage storage;
 };
 
-/// Builds a list element by element; one allocation when the capacity given is enough, and none for an empty list.
+/// Builds a list element by element; one allocation when the capacity given is enough, and none for an empty
+/// list.
 template <class T>
 class ListBuilder {
 public:

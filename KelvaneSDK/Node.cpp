@@ -10,10 +10,11 @@ namespace KelvaneSDK {
 namespace {
 
 using enum BodyColor;
-constexpr std::array bodyColors{blue,    red,    black,  brown,  cyan, gray, green,
-                                magenta, orange, purple, yellow, white};
+constexpr std::array bodyColors{blue,  red,     black,  brown,  cyan,   gray,
+                                green, magenta, orange, purple, yellow, white};
 constexpr std::array<std::string_view, bodyColors.size()> bodyColorNames{
-    "blue", "red", "black", "brown", "cyan", "gray", "green", "magenta", "orange", "purple", "yellow", "white"};
+    "blue",  "red",     "black",  "brown",  "cyan",   "gray",
+    "green", "magenta", "orange", "purple", "yellow", "white"};
 
 // Keeps a slot alive while an operation may replace it.
 class Pin {
@@ -35,10 +36,14 @@ private:
 
 std::string_view classStringOf(NodeCategory category) {
     switch (category) {
-        case NodeCategory::Constant: return "Constant";
-        case NodeCategory::InputStream: return "Input stream";
-        case NodeCategory::Function: return "Function";
-        case NodeCategory::VariableOutput: return "Variable output";
+        case NodeCategory::Constant:
+            return "Constant";
+        case NodeCategory::InputStream:
+            return "Input stream";
+        case NodeCategory::Function:
+            return "Function";
+        case NodeCategory::VariableOutput:
+            return "Variable output";
     }
     return {};
 }
@@ -150,7 +155,8 @@ void Node::revertIfNothingFixesTypes() {
 }
 
 void Node::revertGenericTypes() {
-    if (outputSlot != nullptr && outputSlot->isTyped) replaceSlot(*outputSlot, *outputSlot->isTyped, std::nullopt);
+    if (outputSlot != nullptr && outputSlot->isTyped)
+        replaceSlot(*outputSlot, *outputSlot->isTyped, std::nullopt);
     for (std::size_t i = 0; i < inputSlots.size(); ++i) {
         if (!inputSlots[i]->isTyped) continue;
         replaceSlot(*inputSlots[i], *inputSlots[i]->isTyped, std::nullopt);
@@ -159,11 +165,13 @@ void Node::revertGenericTypes() {
 }
 
 bool Node::allInputsUpdated() const {
-    return std::all_of(inputSlots.begin(), inputSlots.end(), [](const auto* input) { return input->updated; });
+    return std::all_of(inputSlots.begin(), inputSlots.end(),
+                       [](const auto* input) { return input->updated; });
 }
 
 bool Node::allInputsHaveValues() const {
-    return std::all_of(inputSlots.begin(), inputSlots.end(), [](const auto* input) { return input->hasValue(); });
+    return std::all_of(inputSlots.begin(), inputSlots.end(),
+                       [](const auto* input) { return input->hasValue(); });
 }
 
 void Node::forwardOutput() {
@@ -228,7 +236,8 @@ void Node::stopOverElements(std::size_t count) const {
 }
 
 void Node::stopOutOfTime() const {
-    stop("the batch has taken longer than the limit of " + doubleText(budget->maxBatchSeconds()) + " seconds");
+    stop("the batch has taken longer than the limit of " + doubleText(budget->maxBatchSeconds()) +
+         " seconds");
 }
 
 void Node::stop(std::string_view reason) const { stopProgram(nameInMessages() + ": " + std::string(reason)); }

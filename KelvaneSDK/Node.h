@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -19,8 +18,8 @@ namespace KelvaneSDK {
 /// The four kinds of node that a diagram lists, in the order in which the engine walks them.
 enum class NodeCategory : std::uint8_t { Constant, InputStream, Function, VariableOutput };
 
-inline constexpr std::array<NodeCategory, 4> allNodeCategories{NodeCategory::Constant, NodeCategory::InputStream,
-                                                               NodeCategory::Function, NodeCategory::VariableOutput};
+inline constexpr std::array<NodeCategory, 4> allNodeCategories{
+    NodeCategory::Constant, NodeCategory::InputStream, NodeCategory::Function, NodeCategory::VariableOutput};
 
 /// The category's name in documents: "Constant", "Input stream", "Function", "Variable output".
 std::string_view classStringOf(NodeCategory category);
@@ -53,8 +52,6 @@ std::optional<BodyColor> bodyColorNamed(std::string_view name);
 struct Position {
     double x = 0, y = 0;
 
-    bool isFinite() const { return std::isfinite(x) && std::isfinite(y); }
-
     friend bool operator==(const Position&, const Position&) = default;
 };
 
@@ -66,12 +63,12 @@ struct Property {
     friend bool operator==(const Property&, const Property&) = default;
 };
 
-/// The base of every node: ordered input slots, at most one output slot, the slots that the output feeds, and the
-/// descriptive data of the document. Also makes the connections, and lets generic slots take on a type when they are
-/// connected and fall back when the last such connection goes.
+/// The base of every node: ordered input slots, at most one output slot, the slots that the output feeds, and
+/// the descriptive data of the document. Also makes the connections, and lets generic slots take on a type
+/// when they are connected and fall back when the last such connection goes.
 ///
-/// Nodes belong to the thread that drives their engine. A slot may be replaced by one of another class when it is
-/// connected or disconnected: read it from the node again afterwards.
+/// Nodes belong to the thread that drives their engine. A slot may be replaced by one of another class when
+/// it is connected or disconnected: read it from the node again afterwards.
 class Node {
 public:
     Node() = default;
@@ -87,28 +84,29 @@ public:
     virtual void createOutput() {}
     virtual void setTypeString() {}
 
-    /// Returns to the state before any input arrived: inputs lose their value, flags and timestamp, the output its
-    /// flags and timestamp.
+    /// Returns to the state before any input arrived: inputs lose their value, flags and timestamp, the
+    /// output its flags and timestamp.
     virtual void reset();
 
-    /// Fixes a generic output to the class that `outputType` names, or sets `outputType` to the type of a concrete
-    /// output. Prints "ERROR: unexpected outputType == nil!" or "ERROR: setting output type!" and changes nothing
-    /// when there is no such class.
+    /// Fixes a generic output to the class that `outputType` names, or sets `outputType` to the type of a
+    /// concrete output. Prints "ERROR: unexpected outputType == nil!" or "ERROR: setting output type!" and
+    /// changes nothing when there is no such class.
     void resolveOutputType();
 
-    /// Makes the output feed an input slot of another node; generic slots on both sides take on types first. Whether
-    /// the types fit is not checked, and a slot may be fed twice.
+    /// Makes the output feed an input slot of another node; generic slots on both sides take on types first.
+    /// Whether the types fit is not checked, and a slot may be fed twice.
     virtual void connectOutput(TimestampedVariable& input);
 
-    /// Called on the owner of `input`: marks it connected, after a generic input took on the type of `output`, and
-    /// returns the slot that now stands in its place.
+    /// Called on the owner of `input`: marks it connected, after a generic input took on the type of
+    /// `output`, and returns the slot that now stands in its place.
     TimestampedVariable& connectInput(TimestampedVariable& input, const TimestampedVariable& output);
 
     /// Replaces the generic output and then every generic input by slots of the class that each adopts from
     /// `variable`.
     void specializeGenericTypes(const TimestampedVariable& variable);
 
-    /// Stops feeding `input`, and lets both nodes fall back to their generic slots when nothing fixes them any more.
+    /// Stops feeding `input`, and lets both nodes fall back to their generic slots when nothing fixes them
+    /// any more.
     virtual void disconnect(TimestampedVariable& input);
 
     void revertGenericTypes();
@@ -117,7 +115,8 @@ public:
     virtual bool allInputsUpdated() const;
     virtual bool allInputsHaveValues() const;
 
-    /// Copies the output's value, constant flag and timestamp into every slot that it feeds and marks them updated.
+    /// Copies the output's value, constant flag and timestamp into every slot that it feeds and marks them
+    /// updated.
     void forwardOutput();
 
     /// The evaluation step. A class computes its output and ends with completeStep().
@@ -170,10 +169,11 @@ public:
     std::span<const ValueClass> unsupportedTypes;
 
 protected:
-    /// Ends an evaluation step: consumes every input's `updated` flag and, when the output holds a value, marks it
-    /// updated, stamps it with the latest input timestamp (0.0 at least) and forwards it.
+    /// Ends an evaluation step: consumes every input's `updated` flag and, when the output holds a value,
+    /// marks it updated, stamps it with the latest input timestamp (0.0 at least) and forwards it.
     void completeStep();
-    /// Marks the output, which holds a value, updated, stamps it with the latest input timestamp and forwards it.
+    /// Marks the output, which holds a value, updated, stamps it with the latest input timestamp and forwards
+    /// it.
     void publishOutput();
     /// The latest timestamp of the inputs, 0.0 at least; NaN timestamps are passed over.
     double latestInputTimestamp() const;
@@ -185,7 +185,9 @@ protected:
     // Containers present slots that other nodes own.
     void presentInputs(std::vector<TimestampedVariable*> slots) { inputSlots = std::move(slots); }
     void presentOutput(TimestampedVariable* slot) { outputSlot = slot; }
-    void presentConnected(std::span<TimestampedVariable* const> slots) { connectedSlots.assign(slots.begin(), slots.end()); }
+    void presentConnected(std::span<TimestampedVariable* const> slots) {
+        connectedSlots.assign(slots.begin(), slots.end());
+    }
 
 private:
     TimestampedVariable& own(std::unique_ptr<TimestampedVariable> slot);

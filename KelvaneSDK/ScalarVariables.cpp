@@ -14,7 +14,8 @@ std::optional<bool> exactlyEqual(const TimestampedVariable& a, const Timestamped
     return a.as<T>() == b.as<T>();
 }
 
-std::int64_t orStop(const TimestampedVariable& slot, std::optional<std::int64_t> result, std::string_view reason) {
+std::int64_t orStop(const TimestampedVariable& slot, std::optional<std::int64_t> result,
+                    std::string_view reason) {
     if (!result) slot.stop(reason);
     return *result;
 }
@@ -72,21 +73,26 @@ IntegerValue::IntegerValue(bool withDefault) {
 std::string IntegerValue::stringValue() const { return std::to_string(as<std::int64_t>()); }
 void IntegerValue::setValueFromString(std::string_view text) { readFirstPiece(*this, text, parseInteger); }
 std::optional<Value> IntegerValue::add(const TimestampedVariable& other) const {
-    return Value(orStop(*this, checkedSum(as<std::int64_t>(), other.as<std::int64_t>()), "an integer addition overflows 64 bits"));
+    return Value(orStop(*this, checkedSum(as<std::int64_t>(), other.as<std::int64_t>()),
+                        "an integer addition overflows 64 bits"));
 }
 std::optional<Value> IntegerValue::subtract(const TimestampedVariable& other) const {
-    return Value(orStop(*this, checkedDifference(as<std::int64_t>(), other.as<std::int64_t>()), "an integer subtraction overflows 64 bits"));
+    return Value(orStop(*this, checkedDifference(as<std::int64_t>(), other.as<std::int64_t>()),
+                        "an integer subtraction overflows 64 bits"));
 }
 std::optional<Value> IntegerValue::multiply(const TimestampedVariable& other) const {
-    return Value(orStop(*this, checkedProduct(as<std::int64_t>(), other.as<std::int64_t>()), "an integer multiplication overflows 64 bits"));
+    return Value(orStop(*this, checkedProduct(as<std::int64_t>(), other.as<std::int64_t>()),
+                        "an integer multiplication overflows 64 bits"));
 }
 std::optional<Value> IntegerValue::divide(const TimestampedVariable& other) const {
-    return Value(orStop(*this, checkedQuotient(as<std::int64_t>(), other.as<std::int64_t>()), "an integer division is by zero or overflows 64 bits"));
+    return Value(orStop(*this, checkedQuotient(as<std::int64_t>(), other.as<std::int64_t>()),
+                        "an integer division is by zero or overflows 64 bits"));
 }
 std::optional<Value> IntegerValue::scale(double factor) const {
     const auto whole = truncatedInteger(factor);
     if (!whole) stop("the scale factor " + doubleText(factor) + " is no 64-bit integer");
-    return Value(orStop(*this, checkedProduct(as<std::int64_t>(), *whole), "an integer scaling overflows 64 bits"));
+    return Value(
+        orStop(*this, checkedProduct(as<std::int64_t>(), *whole), "an integer scaling overflows 64 bits"));
 }
 std::optional<bool> IntegerValue::isEqual(const TimestampedVariable& other) const {
     return exactlyEqual<std::int64_t>(*this, other);
@@ -104,7 +110,8 @@ std::optional<bool> IntegerValue::isLargerOrEqual(const TimestampedVariable& oth
     return as<std::int64_t>() >= other.as<std::int64_t>();
 }
 std::optional<Value> IntegerValue::negate() const {
-    return Value(orStop(*this, checkedDifference(0, as<std::int64_t>()), "an integer negation overflows 64 bits"));
+    return Value(
+        orStop(*this, checkedDifference(0, as<std::int64_t>()), "an integer negation overflows 64 bits"));
 }
 
 VectorValue::VectorValue(bool withDefault) {
@@ -152,7 +159,8 @@ OrientationValue::OrientationValue(bool withDefault) {
 }
 std::string OrientationValue::stringValue() const {
     const auto q = as<Orientation>();
-    return "(" + doubleText(q.x) + ", " + doubleText(q.y) + ", " + doubleText(q.z) + ", " + doubleText(q.w) + ")";
+    return "(" + doubleText(q.x) + ", " + doubleText(q.y) + ", " + doubleText(q.z) + ", " + doubleText(q.w) +
+           ")";
 }
 void OrientationValue::setValueFromString(std::string_view text) {
     const auto numbers = numbersBetweenCommas(withoutCharacters(text, brackets));
@@ -171,7 +179,9 @@ std::optional<Value> OrientationValue::multiply(const TimestampedVariable& other
 std::optional<Value> OrientationValue::divide(const TimestampedVariable& other) const {
     return Value(as<Orientation>() / other.as<Orientation>());
 }
-std::optional<Value> OrientationValue::scale(double factor) const { return Value(as<Orientation>() * factor); }
+std::optional<Value> OrientationValue::scale(double factor) const {
+    return Value(as<Orientation>() * factor);
+}
 std::optional<bool> OrientationValue::isEqual(const TimestampedVariable& other) const {
     return exactlyEqual<Orientation>(*this, other);
 }

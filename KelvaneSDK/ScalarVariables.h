@@ -4,11 +4,11 @@
 
 namespace KelvaneSDK {
 
-// Every concrete class has two constructors: the plain one leaves the slot without a value; the one with an argument
-// stores the type's default value when the argument is true.
+// Every concrete class has two constructors: the plain one leaves the slot without a value; the one with an
+// argument stores the type's default value when the argument is true.
 
-/// A double. Arithmetic and comparisons are IEEE 754: a division by zero is an infinity or NaN, and NaN compares
-/// false with everything.
+/// A double. Arithmetic and comparisons are IEEE 754: a division by zero is an infinity or NaN, and NaN
+/// compares false with everything.
 class FloatValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::FloatValue;
@@ -31,8 +31,8 @@ public:
     std::optional<Value> negate() const override;
 };
 
-/// A signed 64-bit integer with checked arithmetic: an overflow, a division by zero and a scale factor that is no
-/// 64-bit integer after truncation stop the program. Division truncates toward zero.
+/// A signed 64-bit integer with checked arithmetic: an overflow, a division by zero and a scale factor that
+/// is no 64-bit integer after truncation stop the program. Division truncates toward zero.
 class IntegerValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::IntegerValue;
@@ -86,9 +86,9 @@ public:
     std::optional<Value> negate() const override;
 };
 
-/// A quaternion. Sum, difference, scale and negation work on the four components; multiply is the Hamilton product
-/// this × other (W. R. Hamilton, 1844), divide is this × inverse(other), the inverse being the conjugate divided by
-/// the squared length. Nothing normalises.
+/// A quaternion. Sum, difference, scale and negation work on the four components; multiply is the Hamilton
+/// product this × other (W. R. Hamilton, 1844), divide is this × inverse(other), the inverse being the
+/// conjugate divided by the squared length. Nothing normalises.
 class OrientationValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::OrientationValue;
@@ -107,8 +107,8 @@ public:
     std::optional<Value> negate() const override;
 };
 
-/// A text. add() appends the other text; the orderings compare by Unicode scalar values after canonical composition,
-/// and canonically equivalent texts are equal.
+/// A text. add() appends the other text; the orderings compare by Unicode scalar values after canonical
+/// composition, and canonically equivalent texts are equal.
 class StringValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::StringValue;

@@ -29,12 +29,15 @@ Value mapped(std::span<const Sample> samples, Operation operation) {
     return Value(Sequence(result.finish()));
 }
 
-std::span<const Sample> samplesOf(const TimestampedVariable& slot) { return slot.items<Sample>(ValueType::Sequence); }
+std::span<const Sample> samplesOf(const TimestampedVariable& slot) {
+    return slot.items<Sample>(ValueType::Sequence);
+}
 
 }  // namespace
 
 std::optional<double> SequenceInterpolator::at(double t) {
-    if (samples.size() < 2 || std::isnan(t) || t < samples.front().t || t > samples.back().t) return std::nullopt;
+    if (samples.size() < 2 || std::isnan(t) || t < samples.front().t || t > samples.back().t)
+        return std::nullopt;
     if (t < furthest) {
         segmentEnd = segmentEndFor(t);
     } else {
@@ -47,7 +50,8 @@ std::optional<double> SequenceInterpolator::at(double t) {
 }
 
 std::size_t SequenceInterpolator::segmentEndFor(double t) {
-    // Times may come in any order, so the search goes over the latest time up to each sample, which only rises.
+    // Times may come in any order, so the search goes over the latest time up to each sample, which only
+    // rises.
     if (latestTimes.empty()) {
         latestTimes.reserve(samples.size() - 1);
         double latest = -std::numeric_limits<double>::infinity();
@@ -75,13 +79,16 @@ void SequenceValue::setValueFromString(std::string_view text) {
 }
 
 std::optional<Value> SequenceValue::add(const TimestampedVariable& other) const {
-    return combined(samplesOf(*this), samplesOf(other), [](double f, double v) { return std::optional(f + v); });
+    return combined(samplesOf(*this), samplesOf(other),
+                    [](double f, double v) { return std::optional(f + v); });
 }
 std::optional<Value> SequenceValue::subtract(const TimestampedVariable& other) const {
-    return combined(samplesOf(*this), samplesOf(other), [](double f, double v) { return std::optional(f - v); });
+    return combined(samplesOf(*this), samplesOf(other),
+                    [](double f, double v) { return std::optional(f - v); });
 }
 std::optional<Value> SequenceValue::multiply(const TimestampedVariable& other) const {
-    return combined(samplesOf(*this), samplesOf(other), [](double f, double v) { return std::optional(f * v); });
+    return combined(samplesOf(*this), samplesOf(other),
+                    [](double f, double v) { return std::optional(f * v); });
 }
 std::optional<Value> SequenceValue::divide(const TimestampedVariable& other) const {
     return combined(samplesOf(*this), samplesOf(other),

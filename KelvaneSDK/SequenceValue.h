@@ -7,10 +7,10 @@
 
 namespace KelvaneSDK {
 
-/// A whole time series. In arithmetic this slot's sequence gives the times and the other one is interpolated at them:
-/// the result covers the times that lie within the other sequence, both ends included; a sample whose divisor is zero
-/// is left out, and another sequence of fewer than two samples gives an empty result. Sequences of different lengths
-/// cannot be compared (absent).
+/// A whole time series. In arithmetic this slot's sequence gives the times and the other one is interpolated
+/// at them: the result covers the times that lie within the other sequence, both ends included; a sample
+/// whose divisor is zero is left out, and another sequence of fewer than two samples gives an empty result.
+/// Sequences of different lengths cannot be compared (absent).
 class SequenceValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::SequenceValue;
@@ -34,14 +34,14 @@ inline double valueOnLine(const Sample& a, const Sample& b, double t) {
     return a.f + ((t - a.t) / (b.t - a.t)) * (b.f - a.f);
 }
 
-/// Finds values of a sequence by linear interpolation. Reading times in rising order costs one pass over the samples
-/// in all; a time before the previous one costs a binary search.
+/// Finds values of a sequence by linear interpolation. Reading times in rising order costs one pass over the
+/// samples in all; a time before the previous one costs a binary search.
 class SequenceInterpolator {
 public:
     explicit SequenceInterpolator(std::span<const Sample> sequence) : samples(sequence) {}
 
-    /// The value at time t: on the line through the first sample from the second on that is not before t, and the one
-    /// before it. Absent outside the first and last time and for fewer than two samples.
+    /// The value at time t: on the line through the first sample from the second on that is not before t, and
+    /// the one before it. Absent outside the first and last time and for fewer than two samples.
     std::optional<double> at(double t);
 
 private:

@@ -8,8 +8,8 @@ namespace KelvaneSDK {
 ValueClass TimestampedVariable::adoptedType(const TimestampedVariable& source) const {
     const auto companion = [&](std::optional<ValueClass> companionClass) {
         if (!companionClass) {
-            stop("a slot of type \"" + std::string(typeString()) + "\" cannot adopt a type from one of type \"" +
-                 std::string(source.typeString()) + "\"");
+            stop("a slot of type \"" + std::string(typeString()) +
+                 "\" cannot adopt a type from one of type \"" + std::string(source.typeString()) + "\"");
         }
         return *companionClass;
     };
@@ -18,7 +18,8 @@ ValueClass TimestampedVariable::adoptedType(const TimestampedVariable& source) c
             return isArray(source.valueClass()) ? source.valueClass() : companion(source.arrayType());
         case ValueClass::ValueVariable:
             return isArray(source.valueClass()) ? companion(source.baseType()) : source.valueClass();
-        default: return source.valueClass();
+        default:
+            return source.valueClass();
     }
 }
 
@@ -26,7 +27,8 @@ std::string TimestampedVariable::stringValue() const { return "<NO STRING CONVER
 void TimestampedVariable::setValueFromString(std::string_view) {}
 
 void TimestampedVariable::reportConversionError(std::string_view text) const {
-    printDiagnostic("ERROR: converting " + std::string(text) + " to " + std::string(typeString()) + " failed!");
+    printDiagnostic("ERROR: converting " + std::string(text) + " to " + std::string(typeString()) +
+                    " failed!");
 }
 
 std::optional<Value> TimestampedVariable::add(const TimestampedVariable&) const { return std::nullopt; }
@@ -37,8 +39,12 @@ std::optional<Value> TimestampedVariable::scale(double) const { return std::null
 std::optional<bool> TimestampedVariable::isEqual(const TimestampedVariable&) const { return std::nullopt; }
 std::optional<bool> TimestampedVariable::isLarger(const TimestampedVariable&) const { return std::nullopt; }
 std::optional<bool> TimestampedVariable::isSmaller(const TimestampedVariable&) const { return std::nullopt; }
-std::optional<bool> TimestampedVariable::isSmallerOrEqual(const TimestampedVariable&) const { return std::nullopt; }
-std::optional<bool> TimestampedVariable::isLargerOrEqual(const TimestampedVariable&) const { return std::nullopt; }
+std::optional<bool> TimestampedVariable::isSmallerOrEqual(const TimestampedVariable&) const {
+    return std::nullopt;
+}
+std::optional<bool> TimestampedVariable::isLargerOrEqual(const TimestampedVariable&) const {
+    return std::nullopt;
+}
 std::optional<Value> TimestampedVariable::negate() const { return std::nullopt; }
 
 void TimestampedVariable::stop(std::string_view reason) const {
@@ -48,7 +54,8 @@ void TimestampedVariable::stop(std::string_view reason) const {
 
 void TimestampedVariable::stopOnPayload(ValueType wanted) const {
     const std::string name = label != nullptr ? "input \"" + std::string(label) + "\"" : "a slot";
-    const std::string found = present ? "a value of type " + std::string(valueTypeName(stored.type())) : "no value";
+    const std::string found =
+        present ? "a value of type " + std::string(valueTypeName(stored.type())) : "no value";
     stop(name + " holds " + found + " where " + std::string(valueTypeName(wanted)) + " is needed");
 }
 

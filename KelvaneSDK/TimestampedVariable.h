@@ -11,15 +11,16 @@ namespace KelvaneSDK {
 
 class Node;
 
-/// A value slot: an input or output of a node. It holds at most one value, says when that value was produced and
-/// whether it is new, and offers the operations that let one function work for every type.
+/// A value slot: an input or output of a node. It holds at most one value, says when that value was produced
+/// and whether it is new, and offers the operations that let one function work for every type.
 ///
-/// The root class itself is the generic slot that takes any value. Slots are unsynchronised and belong to the thread
-/// that evaluates their diagram.
+/// The root class itself is the generic slot that takes any value. Slots are unsynchronised and belong to the
+/// thread that evaluates their diagram.
 ///
-/// Operations read this slot as the left operand and the other slot as the right one, and change neither. An absent
-/// result means that the class does not support the operation. An operand without a value, or one whose payload is
-/// not of this slot's class, stops the program; isEqual() alone answers absent for two payloads of different types.
+/// Operations read this slot as the left operand and the other slot as the right one, and change neither. An
+/// absent result means that the class does not support the operation. An operand without a value, or one
+/// whose payload is not of this slot's class, stops the program; isEqual() alone answers absent for two
+/// payloads of different types.
 class TimestampedVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::TimestampedVariable;
@@ -31,13 +32,14 @@ public:
     virtual ValueClass valueClass() const { return slotClass; }
     std::string_view typeCode() const { return KelvaneSDK::typeCode(valueClass()); }
     std::string_view typeString() const { return KelvaneSDK::typeString(valueClass()); }
-    /// The class of an array of such values (concrete scalar classes) or of one element (concrete array classes).
+    /// The class of an array of such values (concrete scalar classes) or of one element (concrete array
+    /// classes).
     std::optional<ValueClass> arrayType() const { return arrayClass(valueClass()); }
     std::optional<ValueClass> baseType() const { return elementClass(valueClass()); }
     bool isGenericSlot() const { return isGeneric(valueClass()); }
 
-    /// The class that this slot takes on when `source` is connected to it. A generic scalar and a generic array
-    /// adopt from each other through the companion class; a source without one stops the program.
+    /// The class that this slot takes on when `source` is connected to it. A generic scalar and a generic
+    /// array adopt from each other through the companion class; a source without one stops the program.
     ValueClass adoptedType(const TimestampedVariable& source) const;
 
     bool hasValue() const { return present; }
@@ -48,9 +50,7 @@ public:
         stored = std::move(newValue);
         present = true;
     }
-    void setValue(std::optional<Value> newValue) {
-        newValue ? setValue(std::move(*newValue)) : clearValue();
-    }
+    void setValue(std::optional<Value> newValue) { newValue ? setValue(std::move(*newValue)) : clearValue(); }
     void copyValue(const TimestampedVariable& from) {
         present = from.present;
         stored = from.stored;
@@ -62,7 +62,8 @@ public:
 
     /// The value as shown to users; classes without a text form answer "<NO STRING CONVERSION>".
     virtual std::string stringValue() const;
-    /// Replaces the value by the one that `text` says; a text that does not parse is reported and changes nothing.
+    /// Replaces the value by the one that `text` says; a text that does not parse is reported and changes
+    /// nothing.
     virtual void setValueFromString(std::string_view text);
     /// Prints "ERROR: converting <text> to <typeString> failed!".
     void reportConversionError(std::string_view text) const;
@@ -93,7 +94,8 @@ public:
         if (!present || !stored.holds<T>()) stopOnPayload(PayloadType<T>::value);
         return *stored.get<T>();
     }
-    /// The elements of the list, sequence or text in place; an absent value or another type stops the program.
+    /// The elements of the list, sequence or text in place; an absent value or another type stops the
+    /// program.
     template <class Item>
     std::span<const Item> items(ValueType type) const {
         if (!present || stored.type() != type) stopOnPayload(type);

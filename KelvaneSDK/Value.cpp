@@ -8,21 +8,36 @@ namespace KelvaneSDK {
 
 std::string_view valueTypeName(ValueType type) {
     switch (type) {
-        case ValueType::Float: return "Float";
-        case ValueType::Integer: return "Integer";
-        case ValueType::Boolean: return "Boolean";
-        case ValueType::Vector: return "Vector";
-        case ValueType::Orientation: return "Orientation";
-        case ValueType::String: return "String";
-        case ValueType::Sequence: return "Sequence";
-        case ValueType::FloatArray: return "Float array";
-        case ValueType::IntegerArray: return "Integer array";
-        case ValueType::BooleanArray: return "Boolean array";
-        case ValueType::StringArray: return "String array";
-        case ValueType::VectorArray: return "Vector array";
-        case ValueType::OrientationArray: return "Orientation array";
-        case ValueType::SequenceArray: return "Sequence array";
-        case ValueType::SampleArray: return "Sample array";
+        case ValueType::Float:
+            return "Float";
+        case ValueType::Integer:
+            return "Integer";
+        case ValueType::Boolean:
+            return "Boolean";
+        case ValueType::Vector:
+            return "Vector";
+        case ValueType::Orientation:
+            return "Orientation";
+        case ValueType::String:
+            return "String";
+        case ValueType::Sequence:
+            return "Sequence";
+        case ValueType::FloatArray:
+            return "Float array";
+        case ValueType::IntegerArray:
+            return "Integer array";
+        case ValueType::BooleanArray:
+            return "Boolean array";
+        case ValueType::StringArray:
+            return "String array";
+        case ValueType::VectorArray:
+            return "Vector array";
+        case ValueType::OrientationArray:
+            return "Orientation array";
+        case ValueType::SequenceArray:
+            return "Sequence array";
+        case ValueType::SampleArray:
+            return "Sample array";
     }
     return "unknown";
 }
@@ -46,21 +61,35 @@ bool sameItems(const Value& a, const Value& b) {
 bool operator==(const Value& a, const Value& b) {
     if (a.tag != b.tag) return false;
     switch (a.tag) {
-        case ValueType::Float: return a.unchecked<double>() == b.unchecked<double>();
-        case ValueType::Integer: return a.unchecked<std::int64_t>() == b.unchecked<std::int64_t>();
-        case ValueType::Boolean: return a.unchecked<bool>() == b.unchecked<bool>();
-        case ValueType::Vector: return a.unchecked<Vector>() == b.unchecked<Vector>();
-        case ValueType::Orientation: return a.unchecked<Orientation>() == b.unchecked<Orientation>();
-        case ValueType::String: return sameItems<char>(a, b);
+        case ValueType::Float:
+            return a.unchecked<double>() == b.unchecked<double>();
+        case ValueType::Integer:
+            return a.unchecked<std::int64_t>() == b.unchecked<std::int64_t>();
+        case ValueType::Boolean:
+            return a.unchecked<bool>() == b.unchecked<bool>();
+        case ValueType::Vector:
+            return a.unchecked<Vector>() == b.unchecked<Vector>();
+        case ValueType::Orientation:
+            return a.unchecked<Orientation>() == b.unchecked<Orientation>();
+        case ValueType::String:
+            return sameItems<char>(a, b);
         case ValueType::Sequence:
-        case ValueType::SampleArray: return sameItems<Sample>(a, b);
-        case ValueType::FloatArray: return sameItems<double>(a, b);
-        case ValueType::IntegerArray: return sameItems<std::int64_t>(a, b);
-        case ValueType::BooleanArray: return sameItems<bool>(a, b);
-        case ValueType::StringArray: return sameItems<String>(a, b);
-        case ValueType::VectorArray: return sameItems<Vector>(a, b);
-        case ValueType::OrientationArray: return sameItems<Orientation>(a, b);
-        case ValueType::SequenceArray: return sameItems<Sequence>(a, b);
+        case ValueType::SampleArray:
+            return sameItems<Sample>(a, b);
+        case ValueType::FloatArray:
+            return sameItems<double>(a, b);
+        case ValueType::IntegerArray:
+            return sameItems<std::int64_t>(a, b);
+        case ValueType::BooleanArray:
+            return sameItems<bool>(a, b);
+        case ValueType::StringArray:
+            return sameItems<String>(a, b);
+        case ValueType::VectorArray:
+            return sameItems<Vector>(a, b);
+        case ValueType::OrientationArray:
+            return sameItems<Orientation>(a, b);
+        case ValueType::SequenceArray:
+            return sameItems<Sequence>(a, b);
     }
     return false;
 }

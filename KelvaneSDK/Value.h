@@ -25,7 +25,8 @@ struct Vector {
     friend bool operator==(const Vector&, const Vector&) = default;
 };
 
-/// A quaternion with vector part (x, y, z) and real part w; a unit quaternion by convention, which nothing enforces.
+/// A quaternion with vector part (x, y, z) and real part w; a unit quaternion by convention, which nothing
+/// enforces.
 struct Orientation {
     double x = 0, y = 0, z = 0, w = 1;
 
@@ -63,9 +64,9 @@ private:
     List<char> chars;
 };
 
-/// The engine's own time series: a list of samples that travels as one value, ordered by `t` where an operation needs
-/// an order. A distinct type from `List<Sample>`, the list of sample records: an application converts with the
-/// constructor and samples(), which copy no samples.
+/// The engine's own time series: a list of samples that travels as one value, ordered by `t` where an
+/// operation needs an order. A distinct type from `List<Sample>`, the list of sample records: an application
+/// converts with the constructor and samples(), which copy no samples.
 class Sequence {
 public:
     Sequence() = default;
@@ -83,7 +84,8 @@ private:
     List<Sample> list;
 };
 
-/// The exact type of a payload. Those from String on share a block between copies; the others are held inline.
+/// The exact type of a payload. Those from String on share a block between copies; the others are held
+/// inline.
 enum class ValueType : std::uint8_t {
     Float,
     Integer,
@@ -108,10 +110,10 @@ std::string_view valueTypeName(ValueType type);
 /// The payload type of a C++ type; defined for exactly the fifteen types that a Value can hold.
 template <class T>
 struct PayloadType;
-#define KELVANE_PAYLOAD(cppType, tag)                          \
-    template <>                                                \
-    struct PayloadType<cppType> {                              \
-        static constexpr ValueType value = ValueType::tag;     \
+#define KELVANE_PAYLOAD(cppType, tag)                      \
+    template <>                                            \
+    struct PayloadType<cppType> {                          \
+        static constexpr ValueType value = ValueType::tag; \
     }
 KELVANE_PAYLOAD(double, Float);
 KELVANE_PAYLOAD(std::int64_t, Integer);
@@ -131,10 +133,13 @@ KELVANE_PAYLOAD(List<Sample>, SampleArray);
 #undef KELVANE_PAYLOAD
 
 template <class T>
-concept Payload = requires { PayloadType<T>::value; };
+concept Payload = requires {
+    PayloadType<T>::value;
+};
 
-/// One value of one of the payload types, with exact type equality: an integer is never a float. Copying a scalar is
-/// a few instructions; copying a text, list or sequence shares its block. Reading from several threads is safe.
+/// One value of one of the payload types, with exact type equality: an integer is never a float. Copying a
+/// scalar is a few instructions; copying a text, list or sequence shares its block. Reading from several
+/// threads is safe.
 class Value {
 public:
     template <Payload T>
@@ -147,9 +152,9 @@ public:
     }
     /// Any other integer type becomes an Integer.
     template <class T>
-        requires(std::is_integral_v<T> && !std::is_same_v<T, bool> && !std::is_same_v<T, std::int64_t> &&
-                 (sizeof(T) < 8 || std::is_signed_v<T>))
-    Value(T integer) noexcept : Value(static_cast<std::int64_t>(integer)) {}
+    requires(std::is_integral_v<T> && !std::is_same_v<T, bool> && !std::is_same_v<T, std::int64_t> &&
+             (sizeof(T) < 8 || std::is_signed_v<T>)) Value(T integer)
+    noexcept : Value(static_cast<std::int64_t>(integer)) {}
     Value(std::string_view text) : Value(String(text)) {}
     Value(const char* text) : Value(String(text)) {}
     Value(const std::string& text) : Value(String(text)) {}
@@ -178,7 +183,8 @@ public:
     bool holds() const {
         return tag == PayloadType<T>::value;
     }
-    /// The payload, or absent when the value is of another type. Lists and texts share their block with this value.
+    /// The payload, or absent when the value is of another type. Lists and texts share their block with this
+    /// value.
     template <Payload T>
     std::optional<T> get() const {
         if (!holds<T>()) return std::nullopt;
@@ -190,8 +196,8 @@ public:
         if (!holds<T>()) stopOnWrongType(PayloadType<T>::value);
         return unchecked<T>();
     }
-    /// The elements of a list or sequence (samples) or the bytes of a text, valid as long as this value is unchanged;
-    /// empty when the value is of another type.
+    /// The elements of a list or sequence (samples) or the bytes of a text, valid as long as this value is
+    /// unchanged; empty when the value is of another type.
     template <class Item>
     std::span<const Item> items() const {
         return holdsItems<Item>() ? itemsUnchecked<Item>() : std::span<const Item>();
@@ -200,8 +206,8 @@ public:
     /// How many elements, samples or bytes a list, sequence or text has; 0 for the other types.
     std::size_t elementCount() const { return isInline(tag) ? 0 : storage().count; }
 
-    /// True when both are of the same type and equal: exact equality of numbers (so NaN differs from itself), of
-    /// bytes and of elements.
+    /// True when both are of the same type and equal: exact equality of numbers (so NaN differs from itself),
+    /// of bytes and of elements.
     friend bool operator==(const Value& a, const Value& b);
 
 private:
@@ -261,8 +267,8 @@ private:
 
 /// The text of any value as an application shows it, distinct from a slot's
 /// stringValue(). A Float is its shortest exact decimal ("2.0"), a text stands without quotes, a vector is
-/// "(x:1.0,y:2.0,z:3.0)", a sequence "[(t: 0.0, f: 1.0)]", a list of sample records "[(t:0.0,f:1.0)]", a list of
-/// floats "[1.0,2.0]", any other list "[a, b]" with texts in double quotes.
+/// "(x:1.0,y:2.0,z:3.0)", a sequence "[(t: 0.0, f: 1.0)]", a list of sample records "[(t:0.0,f:1.0)]", a list
+/// of floats "[1.0,2.0]", any other list "[a, b]" with texts in double quotes.
 std::string getValueString(const Value& value);
 
 }  // namespace KelvaneSDK

@@ -72,23 +72,40 @@ std::optional<ValueClass> concreteClassNamed(std::string_view typeString) {
 
 std::unique_ptr<TimestampedVariable> makeSlot(ValueClass valueClass, bool withDefault) {
     switch (valueClass) {
-        case Class::TimestampedVariable: return std::make_unique<TimestampedVariable>();
-        case Class::ValueVariable: return std::make_unique<ValueVariable>();
-        case Class::FloatValue: return make<FloatValue>(withDefault);
-        case Class::IntegerValue: return make<IntegerValue>(withDefault);
-        case Class::VectorValue: return make<VectorValue>(withDefault);
-        case Class::BooleanValue: return make<BooleanValue>(withDefault);
-        case Class::OrientationValue: return make<OrientationValue>(withDefault);
-        case Class::SequenceValue: return make<SequenceValue>(withDefault);
-        case Class::StringValue: return make<StringValue>(withDefault);
-        case Class::ArrayVariable: return std::make_unique<ArrayVariable>();
-        case Class::FloatArrayVariable: return make<FloatArrayVariable>(withDefault);
-        case Class::IntegerArrayVariable: return make<IntegerArrayVariable>(withDefault);
-        case Class::BooleanArrayVariable: return make<BooleanArrayVariable>(withDefault);
-        case Class::StringArrayVariable: return make<StringArrayVariable>(withDefault);
-        case Class::VectorArrayVariable: return make<VectorArrayVariable>(withDefault);
-        case Class::OrientationArrayVariable: return make<OrientationArrayVariable>(withDefault);
-        case Class::SequenceArrayVariable: return make<SequenceArrayVariable>(withDefault);
+        case Class::TimestampedVariable:
+            return std::make_unique<TimestampedVariable>();
+        case Class::ValueVariable:
+            return std::make_unique<ValueVariable>();
+        case Class::FloatValue:
+            return make<FloatValue>(withDefault);
+        case Class::IntegerValue:
+            return make<IntegerValue>(withDefault);
+        case Class::VectorValue:
+            return make<VectorValue>(withDefault);
+        case Class::BooleanValue:
+            return make<BooleanValue>(withDefault);
+        case Class::OrientationValue:
+            return make<OrientationValue>(withDefault);
+        case Class::SequenceValue:
+            return make<SequenceValue>(withDefault);
+        case Class::StringValue:
+            return make<StringValue>(withDefault);
+        case Class::ArrayVariable:
+            return std::make_unique<ArrayVariable>();
+        case Class::FloatArrayVariable:
+            return make<FloatArrayVariable>(withDefault);
+        case Class::IntegerArrayVariable:
+            return make<IntegerArrayVariable>(withDefault);
+        case Class::BooleanArrayVariable:
+            return make<BooleanArrayVariable>(withDefault);
+        case Class::StringArrayVariable:
+            return make<StringArrayVariable>(withDefault);
+        case Class::VectorArrayVariable:
+            return make<VectorArrayVariable>(withDefault);
+        case Class::OrientationArrayVariable:
+            return make<OrientationArrayVariable>(withDefault);
+        case Class::SequenceArrayVariable:
+            return make<SequenceArrayVariable>(withDefault);
     }
     return nullptr;
 }

@@ -8,8 +8,8 @@
 
 namespace KelvaneSDK {
 
-/// The base of the variable outputs, where values leave a diagram: one input of a fixed type, whose value the engine
-/// hands to the application under the node's label. The output cannot feed other nodes.
+/// The base of the variable outputs, where values leave a diagram: one input of a fixed type, whose value the
+/// engine hands to the application under the node's label. The output cannot feed other nodes.
 class VariableOutputNode : public Node {
 public:
     void initialize() override;
@@ -20,7 +20,8 @@ public:
     void setProperty(std::string_view propertyString, std::string_view valueString) override;
     std::vector<Property> getProperties() const override;
 
-    /// How many input streams have this output as the first of their label. Maintained while a diagram is built.
+    /// How many input streams have this output as the first of their label. Maintained while a diagram is
+    /// built.
     std::int64_t numLinks = 0;
     /// Another variable output bears the same label. Maintained while a diagram is built.
     bool duplications = false;
@@ -28,8 +29,8 @@ public:
     bool hidden = false;
 
 protected:
-    /// The evaluation step: passes a value of exactly the admitted type on and anything else as absent. An input
-    /// without a value stops the program.
+    /// The evaluation step: passes a value of exactly the admitted type on and anything else as absent. An
+    /// input without a value stops the program.
     void passOn(ValueType admitted);
 
 private:

@@ -12,7 +12,8 @@ std::vector<KelvaneOutput> batches(std::size_t count) {
     std::vector<KelvaneOutput> all;
     for (std::size_t i = 0; i < count; ++i) {
         const double t = static_cast<double>(i) * 0.01;
-        all.push_back({t, {{"acceleration", Vector{t * 0.37, 9.81 - t, 1 / (t + 1)}}, {"temperature", 20 + t / 3}}});
+        all.push_back(
+            {t, {{"acceleration", Vector{t * 0.37, 9.81 - t, 1 / (t + 1)}}, {"temperature", 20 + t / 3}}});
     }
     return all;
 }

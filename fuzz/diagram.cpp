@@ -1,6 +1,6 @@
-// Random diagrams over the whole registry: what the checker calls sound builds and evaluates without an end that the
-// diagram alone causes, two engines agree batch by batch, a reset engine repeats itself, and an exported diagram
-// reads back the same.
+// Random diagrams over the whole registry: what the checker calls sound builds and evaluates without an end
+// that the diagram alone causes, two engines agree batch by batch, a reset engine repeats itself, and an
+// exported diagram reads back the same.
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -17,15 +17,20 @@ using Provider = FuzzedDataProvider;
 double anyDouble(Provider& data) {
     constexpr double special[] = {0.0, -0.0, 1.0, -1.0, 0.5, 1e308, -1e308, 5e-324, 9223372036854775808.0};
     switch (data.ConsumeIntegralInRange(0, 4)) {
-        case 0: return data.PickValueInArray(special);
-        case 1: return std::numeric_limits<double>::infinity();
-        case 2: return std::numeric_limits<double>::quiet_NaN();
-        default: return data.ConsumeIntegralInRange(-20, 20) * 0.25;
+        case 0:
+            return data.PickValueInArray(special);
+        case 1:
+            return std::numeric_limits<double>::infinity();
+        case 2:
+            return std::numeric_limits<double>::quiet_NaN();
+        default:
+            return data.ConsumeIntegralInRange(-20, 20) * 0.25;
     }
 }
 
 std::int64_t anyInteger(Provider& data) {
-    return data.ConsumeBool() ? data.ConsumeIntegralInRange<std::int64_t>(-3, 5) : data.ConsumeIntegral<std::int64_t>();
+    return data.ConsumeBool() ? data.ConsumeIntegralInRange<std::int64_t>(-3, 5)
+                              : data.ConsumeIntegral<std::int64_t>();
 }
 
 template <class Item, class Make>
@@ -46,21 +51,36 @@ Sequence anySequence(Provider& data) {
 
 Value anyValue(Provider& data, ValueType type) {
     switch (type) {
-        case ValueType::Float: return anyDouble(data);
-        case ValueType::Integer: return anyInteger(data);
-        case ValueType::Boolean: return data.ConsumeBool();
-        case ValueType::Vector: return anyVector(data);
-        case ValueType::Orientation: return anyOrientation(data);
-        case ValueType::String: return anyText(data);
-        case ValueType::Sequence: return anySequence(data);
-        case ValueType::FloatArray: return anyList<double>(data, anyDouble);
-        case ValueType::IntegerArray: return anyList<std::int64_t>(data, anyInteger);
-        case ValueType::BooleanArray: return anyList<bool>(data, [](Provider& d) { return d.ConsumeBool(); });
-        case ValueType::StringArray: return anyList<String>(data, anyText);
-        case ValueType::VectorArray: return anyList<Vector>(data, anyVector);
-        case ValueType::OrientationArray: return anyList<Orientation>(data, anyOrientation);
-        case ValueType::SequenceArray: return anyList<Sequence>(data, anySequence);
-        default: return anyList<Sample>(data, [](Provider& d) { return Sample{anyDouble(d), anyDouble(d)}; });
+        case ValueType::Float:
+            return anyDouble(data);
+        case ValueType::Integer:
+            return anyInteger(data);
+        case ValueType::Boolean:
+            return data.ConsumeBool();
+        case ValueType::Vector:
+            return anyVector(data);
+        case ValueType::Orientation:
+            return anyOrientation(data);
+        case ValueType::String:
+            return anyText(data);
+        case ValueType::Sequence:
+            return anySequence(data);
+        case ValueType::FloatArray:
+            return anyList<double>(data, anyDouble);
+        case ValueType::IntegerArray:
+            return anyList<std::int64_t>(data, anyInteger);
+        case ValueType::BooleanArray:
+            return anyList<bool>(data, [](Provider& d) { return d.ConsumeBool(); });
+        case ValueType::StringArray:
+            return anyList<String>(data, anyText);
+        case ValueType::VectorArray:
+            return anyList<Vector>(data, anyVector);
+        case ValueType::OrientationArray:
+            return anyList<Orientation>(data, anyOrientation);
+        case ValueType::SequenceArray:
+            return anyList<Sequence>(data, anySequence);
+        default:
+            return anyList<Sample>(data, [](Provider& d) { return Sample{anyDouble(d), anyDouble(d)}; });
     }
 }
 
@@ -75,15 +95,17 @@ DiagramInfo anyDiagram(Provider& data) {
     DiagramInfo info;
     const auto count = data.ConsumeIntegralInRange<std::int64_t>(1, 12);
     for (std::int64_t id = 0; id < count; ++id) {
-        const auto category = data.PickValueInArray(
-            {NodeCategory::Function, NodeCategory::Function, NodeCategory::InputStream, NodeCategory::Constant,
-             NodeCategory::VariableOutput});
+        const auto category =
+            data.PickValueInArray({NodeCategory::Function, NodeCategory::Function, NodeCategory::InputStream,
+                                   NodeCategory::Constant, NodeCategory::VariableOutput});
         const std::string label(1, static_cast<char>('a' + data.ConsumeIntegralInRange(0, 5)));
-        info.nodes.push_back({id, std::string(classStringOf(category)), anyName(data, category), std::nullopt});
+        info.nodes.push_back(
+            {id, std::string(classStringOf(category)), anyName(data, category), std::nullopt});
         if (data.ConsumeBool()) info.nodes.back().outputType = anyName(data, NodeCategory::Constant);
         info.properties.push_back({id, "Description", label});
         if (category == NodeCategory::Constant) {
-            constexpr const char* texts[] = {"0", "1", "-1", "0.5", "true", "(1,2,3)", "(0,0,0,1)", "1,2,3,4", "x"};
+            constexpr const char* texts[] = {"0",       "1",         "-1",      "0.5", "true",
+                                             "(1,2,3)", "(0,0,0,1)", "1,2,3,4", "x"};
             info.properties.push_back({id, "OutputValue", data.PickValueInArray(texts)});
         }
         info.positions.push_back({id, static_cast<double>(id), 0});
@@ -137,7 +159,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     }
     Kelvane engine, twin;
     try {
-        KelvaneFuzz::require(engine.read(document, true) && twin.read(document, true), "a sound diagram builds");
+        KelvaneFuzz::require(engine.read(document, true) && twin.read(document, true),
+                             "a sound diagram builds");
     } catch (const KelvaneFuzz::Stopped&) {
         KelvaneFuzz::require(false, "a sound diagram builds without a stop");
     }

@@ -1,4 +1,5 @@
-// Any bytes as a recording: reading in pieces equals reading whole, and what was read is written and read back equal.
+// Any bytes as a recording: reading in pieces equals reading whole, and what was read is written and read
+// back equal.
 
 #include "support.h"
 
@@ -46,7 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto text = KelvaneFuzz::textOf(data + 1, size - 1);
     const Reading whole = read(text, text.size() + 1);
     const Reading pieces = read(text, pieceSize);
-    KelvaneFuzz::require(whole.failedLine == pieces.failedLine, "pieces fail at the line where the whole fails");
+    KelvaneFuzz::require(whole.failedLine == pieces.failedLine,
+                         "pieces fail at the line where the whole fails");
     KelvaneFuzz::require(whole.batches == pieces.batches, "pieces give the batches of the whole");
 
     auto batches = whole.batches;

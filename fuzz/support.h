@@ -15,7 +15,8 @@ inline void require(bool holds, const char* property) {
     std::abort();
 }
 
-/// Thrown out of the library where it would end the program, so that fuzzing goes on; the engine is then dropped.
+/// Thrown out of the library where it would end the program, so that fuzzing goes on; the engine is then
+/// dropped.
 struct Stopped {};
 
 /// Silences the diagnostics and turns stops into exceptions; call once.

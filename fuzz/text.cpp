@@ -8,19 +8,28 @@ using namespace KelvaneSDK;
 
 namespace {
 
-constexpr ValueClass classes[] = {
-    ValueClass::FloatValue,           ValueClass::IntegerValue,         ValueClass::VectorValue,
-    ValueClass::BooleanValue,         ValueClass::OrientationValue,     ValueClass::SequenceValue,
-    ValueClass::StringValue,          ValueClass::FloatArrayVariable,   ValueClass::IntegerArrayVariable,
-    ValueClass::BooleanArrayVariable, ValueClass::StringArrayVariable,  ValueClass::VectorArrayVariable,
-    ValueClass::OrientationArrayVariable, ValueClass::SequenceArrayVariable};
+constexpr ValueClass classes[] = {ValueClass::FloatValue,
+                                  ValueClass::IntegerValue,
+                                  ValueClass::VectorValue,
+                                  ValueClass::BooleanValue,
+                                  ValueClass::OrientationValue,
+                                  ValueClass::SequenceValue,
+                                  ValueClass::StringValue,
+                                  ValueClass::FloatArrayVariable,
+                                  ValueClass::IntegerArrayVariable,
+                                  ValueClass::BooleanArrayVariable,
+                                  ValueClass::StringArrayVariable,
+                                  ValueClass::VectorArrayVariable,
+                                  ValueClass::OrientationArrayVariable,
+                                  ValueClass::SequenceArrayVariable};
 
 void checkSlot(ValueClass slotClass, std::string_view text) {
     const auto slot = makeSlot(slotClass);
     slot->setValueFromString(text);
     if (!slot->hasValue()) return;
     // Filled integer arrays have no text form, and a float shows six digits only.
-    const bool hasExactText = slotClass != ValueClass::FloatValue && slotClass != ValueClass::IntegerArrayVariable;
+    const bool hasExactText =
+        slotClass != ValueClass::FloatValue && slotClass != ValueClass::IntegerArrayVariable;
     if (!hasExactText) return;
     const auto again = makeSlot(slotClass);
     again->setValueFromString(slot->stringValue());
@@ -42,7 +51,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                              "a number's text gives the same number");
     }
     if (const auto vector = Vector::fromText(text)) {
-        KelvaneFuzz::require(Vector::fromText(vector->description()).has_value(), "a vector's description parses");
+        KelvaneFuzz::require(Vector::fromText(vector->description()).has_value(),
+                             "a vector's description parses");
     }
     if (const auto list = doublesFromText(text)) {
         KelvaneFuzz::require(doublesFromText(description(*list)).has_value(), "a list's description parses");
@@ -50,6 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string json;
     JsonWriter writer(json);
     writer.value(text);
-    KelvaneFuzz::require(json.size() >= 2 && json.front() == '"' && json.back() == '"', "any bytes make a JSON string");
+    KelvaneFuzz::require(json.size() >= 2 && json.front() == '"' && json.back() == '"',
+                         "any bytes make a JSON string");
     return 0;
 }

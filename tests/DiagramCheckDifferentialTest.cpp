@@ -498,6 +498,45 @@ TEST(DiagramCheckDifferential, ForeseesWhatConstantsDo) {
     }
 }
 
+// What random documents seldom hold: a function (2) between a stream (1) and a variable output (3), and what
+// is wired to it besides.
+TEST(DiagramCheckDifferential, ForeseesWhatCyclesDo) {
+    struct Row {
+        std::string code, type, function;
+        std::vector<std::pair<std::int64_t, std::int64_t>> wires;  // from a node to an input of node 2
+        std::string constant = {};                                 // node 4
+    };
+    const Row rows[] = {
+        {"endless-cycle", "Float", "Absolute", {{2, 0}}},
+        {"endless-cycle", "Vector", "Normalize vector", {{2, 0}}},
+        {"endless-cycle", "Float", "Add", {{1, 1}, {2, 0}, {2, 1}}},
+        {"endless-cycle", "Float", "Pass updated", {{1, 1}, {2, 1}}},
+        {"resting-cycle", "Float", "Add", {{4, 1}, {2, 0}}, "1"},
+        {"resting-cycle", "Float", "Limiter", {{1, 1}, {2, 0}}},
+        {"cycle", "Float", "Add", {{2, 1}}},
+        {"cycle", "Float", "Add", {{4, 1}, {2, 1}}, "1"},
+        {"self-connection-stops", "Float", "Pass-through", {}},
+        {"type-mismatch", "Float", "Switch", {{1, 1}}},
+    };
+    for (const Row& row : rows) {
+        const auto& [code, type, function, wires, constant] = row;
+        DiagramDocument document;
+        const auto stream = document.stream(type, "in");
+        const auto node = document.function(function);
+        const auto output = document.output(type, "out");
+        if (!constant.empty()) document.constant(type, constant);
+        if (code == "self-connection-stops") document.connect(node, node);
+        document.connect(stream, node);
+        document.connect(node, output);
+        for (const auto& [from, input] : wires) document.connect(from, node, input);
+        const auto findings = checkDiagram(document.data.info);
+        SCOPED_TRACE(summaryOf(document.data.info) + textOf(findings));
+        EXPECT_TRUE(contains(findings, [&](const Finding& f) { return f.code == row.code; }));
+        EXPECT_EQ(outcomeOf(document.text()).ended(),
+                  !contains(findings, [](const Finding& f) { return f.fatal; }));
+    }
+}
+
 TEST(DiagramCheckDifferential, TellsDamagedTextsAsTheDecoderDoes) {
     DocumentMaker maker(7);
     int damaged = 0;

@@ -342,6 +342,14 @@ INSTANTIATE_TEST_SUITE_P(
                           {"never-runs", "/nodes/2", warning},
                           {"type-mismatch", "/connections/0", error},
                           {"type-mismatch", "/connections/2", error}}},
+                    Case{"ASelectorIsReadBeforeTheNodeRuns",
+                         [](Document& d) {
+                             chain(d, "Float", "Switch", "Float");
+                             link(d, {1, 2, 1});
+                         },
+                         {{"input-unconnected", "/nodes/1", warning},
+                          {"never-runs", "/nodes/2", warning},
+                          {"type-mismatch", "/connections/0", fatal}}},
                     Case{"UnsupportedTypes",
                          [](Document& d) {
                              chain(d, "Boolean", "Add", "Boolean");

@@ -2,27 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
-#include <cstdlib>
-#include <new>
 
 #include "support/DiagramDocument.h"
 #include "support/Slots.h"
-
-// Counts the allocations of the whole test program.
-static std::atomic<long> allocations = 0;
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    ++allocations;
-    return std::malloc(size == 0 ? 1 : size);
-}
-void* operator new(std::size_t size) {
-    if (void* block = operator new(size, std::nothrow)) return block;
-    throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace KelvaneSDK::testing_support {
 
@@ -67,42 +50,6 @@ TEST(Value, SurvivesEveryAssignment) {
             EXPECT_TRUE(source == to && copied == from);
         }
     }
-}
-
-TEST(Allocations, ScalarsAreCopiedAndForwardedWithoutAny) {
-    for (const Value& value : oneOfEach()) {
-        if (value.type() >= ValueType::String) break;
-        const auto from = slotHolding(value), to = slotHolding(value);
-        const long before = allocations;
-        const Value copy = value;
-        from->setValue(copy);
-        to->copyValue(*from);
-        const bool same = to->isEqual(*from).value();
-        to->setValue(to->negate());
-        EXPECT_EQ(allocations, before) << valueTypeName(value.type());
-        EXPECT_TRUE(same);
-    }
-}
-
-TEST(Allocations, AForwardedListKeepsItsBlock) {
-    const long atFirst = allocations;
-    const Value list(Sequence(List<Sample>(std::vector<Sample>(100000))));
-    EXPECT_EQ(allocations - atFirst, 2) << "the vector and the list";
-    const Sample* const block = list.items<Sample>().data();
-    const auto from = slotHolding(list), to = slotHolding(Sequence());
-    const long before = allocations;
-    const Value copy = list;
-    to->copyValue(*from);
-    const Value records(copy.as<Sequence>().samples());
-    EXPECT_EQ(allocations, before);
-    EXPECT_EQ(to->payload()->items<Sample>().data(), block);
-    EXPECT_EQ(records.items<Sample>().data(), block);
-
-    DiagramDocument document;
-    document.connect(document.stream("Sequence", "in"), document.output("Sequence", "out"));
-    Kelvane engine;
-    ASSERT_TRUE(engine.read(document.text(), true));
-    EXPECT_EQ(engine.evaluate({1, {{"in", list}}}).outputs.at("out").items<Sample>().data(), block);
 }
 
 }  // namespace KelvaneSDK::testing_support

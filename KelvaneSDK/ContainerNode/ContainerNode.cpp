@@ -52,8 +52,9 @@ void Container::updateInputPorts() {
             if (!fed.contains(slot)) ports.push_back(slot);
         }
     }
-    std::stable_sort(ports.begin(), ports.end(),
-                     [](const auto* a, const auto* b) { return a->owner->position.y < b->owner->position.y; });
+    std::stable_sort(ports.begin(), ports.end(), [](const auto* a, const auto* b) {
+        return a->owner->position.y < b->owner->position.y;
+    });
     for (auto* slot : ports) slot->pinned = true;
     presentInputs(std::move(ports));
 }
@@ -71,8 +72,9 @@ Node& Container::updateOutputPort() {
         presentOutput(node->outputValue());
         return *node;
     }
-    stopProgram("the container \"" + descriptionString.value_or("") +
-                "\" holds no node that could provide its output: it is empty, or its nodes feed only one another");
+    stopProgram(
+        "the container \"" + descriptionString.value_or("") +
+        "\" holds no node that could provide its output: it is empty, or its nodes feed only one another");
 }
 
 Node& Container::outputProvider() const {
@@ -98,7 +100,6 @@ std::vector<Property> Container::getProperties() const {
 
 ContainerInfo Container::ownInfo() const {
     ContainerInfo info;
-    if (!position.isFinite()) stop("the position is not finite, which a document cannot say");
     info.x = position.x;
     info.y = position.y;
     info.description = label();

@@ -8,9 +8,9 @@
 
 namespace KelvaneSDK {
 
-/// A box that groups nodes of a diagram and presents them as if they were one node: its inputs are the inner input
-/// slots that no inner node feeds, from top to bottom as drawn, and its output is the output of one inner node. The
-/// engine owns the inner nodes, and the inner nodes own the slots. Containers nest.
+/// A box that groups nodes of a diagram and presents them as if they were one node: its inputs are the inner
+/// input slots that no inner node feeds, from top to bottom as drawn, and its output is the output of one
+/// inner node. The engine owns the inner nodes, and the inner nodes own the slots. Containers nest.
 class Container final : public Node {
 public:
     /// Refused: a container cannot be made without its contents. Stops the program.
@@ -18,8 +18,8 @@ public:
 
     ~Container() override;
 
-    /// Computes the inputs and the output from the inner nodes, then does the same for every nested container. A
-    /// container without a node that could provide its output stops the program.
+    /// Computes the inputs and the output from the inner nodes, then does the same for every nested
+    /// container. A container without a node that could provide its output stops the program.
     void updatePorts();
     /// Recomputes the ports of this container alone, after a connection of it changed.
     void refreshPorts();

@@ -12,7 +12,8 @@
 namespace KelvaneSDK {
 
 enum class Severity : std::uint8_t {
-    warning,  ///< what the engine passes over in silence or with a WARNING line, and a careful author wants to know
+    warning,  ///< what the engine passes over in silence or with a WARNING line, and a careful author wants
+              ///< to know
     error,    ///< the engine would print an ERROR line, stop, never end, or lose a value
 };
 
@@ -40,13 +41,15 @@ struct Finding {
     friend bool operator==(const Finding&, const Finding&) = default;
 };
 
-/// Everything that is wrong or suspicious in a document, in document order, without touching an engine. A document
-/// without fatal findings builds, and evaluates without a stop or hang that the document alone causes. Pure: any
-/// thread, prints nothing, never stops the program.
-std::vector<Finding> checkDiagram(std::string_view text, const NodeRegistry& registry = NodeRegistry::library());
+/// Everything that is wrong or suspicious in a document, in document order, without touching an engine. A
+/// document without fatal findings builds, and evaluates without a stop or hang that the document alone
+/// causes. Pure: any thread, prints nothing, never stops the program.
+std::vector<Finding> checkDiagram(std::string_view text,
+                                  const NodeRegistry& registry = NodeRegistry::library());
 
 /// The same for a decoded document; findings then have no line and column.
-std::vector<Finding> checkDiagram(const DiagramInfo& info, const NodeRegistry& registry = NodeRegistry::library());
+std::vector<Finding> checkDiagram(const DiagramInfo& info,
+                                  const NodeRegistry& registry = NodeRegistry::library());
 
 /// `nodes[4]: node 7 ("Add", "sum"): ...; hint`, as the tool prints a finding behind the file's name.
 std::string findingText(const Finding& finding);

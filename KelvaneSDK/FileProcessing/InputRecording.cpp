@@ -14,8 +14,8 @@ using Element = simdjson::dom::element;
 
 // The value keys in the order in which the first present one wins.
 constexpr std::array<std::string_view, 13> valueKeys{
-    "floatValue",      "integerValue",      "vectorValue",       "booleanValue",     "orientationValue",
-    "stringValue",     "sequenceValue",     "floatArrayValue",   "integerArrayValue", "booleanArrayValue",
+    "floatValue",       "integerValue",          "vectorValue",     "booleanValue",      "orientationValue",
+    "stringValue",      "sequenceValue",         "floatArrayValue", "integerArrayValue", "booleanArrayValue",
     "vectorArrayValue", "orientationArrayValue", "stringArrayValue"};
 
 std::string quoted(std::string_view name) { return "\"" + std::string(name) + "\""; }
@@ -57,7 +57,8 @@ public:
             if (!present) return fail(quoted(valueKeys[key]) + payloads.why());
             if (!value) value = std::move(present);
         }
-        if (!value) return fail("no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected");
+        if (!value)
+            return fail("no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected");
         return Update{timestamp, name, std::move(*value)};
     }
 
@@ -66,19 +67,32 @@ public:
 private:
     std::optional<Value> decodeValue(std::size_t key, const Element& element) {
         switch (key) {
-            case 0: return decoded<double>(element);
-            case 1: return decoded<std::int64_t>(element);
-            case 2: return decoded<Vector>(element);
-            case 3: return decoded<bool>(element);
-            case 4: return decoded<Orientation>(element);
-            case 5: return decoded<String>(element);
-            case 6: return decoded<Sequence>(element);
-            case 7: return decoded<List<double>>(element);
-            case 8: return decoded<List<std::int64_t>>(element);
-            case 9: return decoded<List<bool>>(element);
-            case 10: return decoded<List<Vector>>(element);
-            case 11: return decoded<List<Orientation>>(element);
-            default: return decoded<List<String>>(element);
+            case 0:
+                return decoded<double>(element);
+            case 1:
+                return decoded<std::int64_t>(element);
+            case 2:
+                return decoded<Vector>(element);
+            case 3:
+                return decoded<bool>(element);
+            case 4:
+                return decoded<Orientation>(element);
+            case 5:
+                return decoded<String>(element);
+            case 6:
+                return decoded<Sequence>(element);
+            case 7:
+                return decoded<List<double>>(element);
+            case 8:
+                return decoded<List<std::int64_t>>(element);
+            case 9:
+                return decoded<List<bool>>(element);
+            case 10:
+                return decoded<List<Vector>>(element);
+            case 11:
+                return decoded<List<Orientation>>(element);
+            default:
+                return decoded<List<String>>(element);
         }
     }
 
@@ -102,7 +116,8 @@ std::string RecordingFailure::diagnostic() const {
     return "ERROR: invalid JSON at line " + std::to_string(line) + "!";
 }
 
-RecordingReader::RecordingReader(Ending textEnding) : decoder(std::make_unique<LineDecoder>()), ending(textEnding) {}
+RecordingReader::RecordingReader(Ending textEnding)
+    : decoder(std::make_unique<LineDecoder>()), ending(textEnding) {}
 RecordingReader::~RecordingReader() = default;
 RecordingReader::RecordingReader(RecordingReader&&) noexcept = default;
 RecordingReader& RecordingReader::operator=(RecordingReader&&) noexcept = default;

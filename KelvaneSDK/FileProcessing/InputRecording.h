@@ -22,20 +22,20 @@ struct RecordingFailure {
     std::string diagnostic() const;
 };
 
-/// Reads a recording of input batches from pieces of text as they arrive, in memory that does not grow with the
-/// recording. A recording has one JSON object a line, each one update of one stream:
+/// Reads a recording of input batches from pieces of text as they arrive, in memory that does not grow with
+/// the recording. A recording has one JSON object a line, each one update of one stream:
 ///
 ///     {"timestamp":12.3,"name":"accelerometer","vectorValue":{"x":0.1,"y":0,"z":9.8}}
 ///
-/// Neighbouring lines of one timestamp make a batch; a later line of the same name replaces the earlier one. The first
-/// batch is at time 0.0, empty unless the recording begins there. Reading ends at the first line that is not such an
-/// object; the batches before it, its own unfinished one included, stay valid.
+/// Neighbouring lines of one timestamp make a batch; a later line of the same name replaces the earlier one.
+/// The first batch is at time 0.0, empty unless the recording begins there. Reading ends at the first line
+/// that is not such an object; the batches before it, its own unfinished one included, stay valid.
 class RecordingReader {
 public:
     /// What may stand at the end of the text.
     enum class Ending {
-        exact,              ///< the text ends with its last line; a line break there is an invalid, empty line
-        lineBreakAllowed,   ///< one line break after the last line is no line
+        exact,             ///< the text ends with its last line; a line break there is an invalid, empty line
+        lineBreakAllowed,  ///< one line break after the last line is no line
     };
 
     explicit RecordingReader(Ending ending = Ending::exact);
@@ -67,17 +67,18 @@ private:
     std::optional<RecordingFailure> failed;
 };
 
-/// Reads a whole recording. An invalid line prints "ERROR: invalid JSON at line <index>!" (counted from 0) and ends the
-/// reading; what stands before it is returned. Any thread.
+/// Reads a whole recording. An invalid line prints "ERROR: invalid JSON at line <index>!" (counted from 0)
+/// and ends the reading; what stands before it is returned. Any thread.
 std::vector<KelvaneInput> readKelvaneInputs(std::string_view from);
 
-/// Writes batches as a recording, one line per update, labels in ascending byte order, without a line break at the end.
-/// A sequence is written only when it is given as a list of sample records; values without a key (sequences of the
-/// engine, sequence arrays) give a line with "timestamp" and "name" alone. Any thread.
+/// Writes batches as a recording, one line per update, labels in ascending byte order, without a line break
+/// at the end. A sequence is written only when it is given as a list of sample records; values without a key
+/// (sequences of the engine, sequence arrays) give a line with "timestamp" and "name" alone. Any thread.
 std::string createJsonLines(const std::vector<KelvaneInput>& from);
 
-/// Appends a batch's results as lines of a recording, each with its line break. Besides the keys of recordings,
-/// sequences are written under "sequenceValue" and sequence arrays under "sequenceArrayValue". Any thread.
+/// Appends a batch's results as lines of a recording, each with its line break. Besides the keys of
+/// recordings, sequences are written under "sequenceValue" and sequence arrays under "sequenceArrayValue".
+/// Any thread.
 void appendJsonLines(std::string& text, const KelvaneOutput& output);
 
 }  // namespace KelvaneSDK

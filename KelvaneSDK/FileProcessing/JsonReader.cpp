@@ -16,8 +16,9 @@ bool fitsIn64Bits(std::string_view digits, bool negative) {
     return result.ec == std::errc() && (!negative || magnitude <= std::uint64_t{1} << 63);
 }
 
-// Appends "e0" to every integer literal that does not fit in 64 bits, outside strings. simdjson refuses those, which
-// are legal JSON numbers where a double is wanted; as decimals it reads them with correct rounding.
+// Appends "e0" to every integer literal that does not fit in 64 bits, outside strings. simdjson refuses
+// those, which are legal JSON numbers where a double is wanted; as decimals it reads them with correct
+// rounding.
 std::string withLongIntegersAsDecimals(std::string_view text) {
     std::string changed;
     changed.reserve(text.size() + 16);
@@ -60,15 +61,26 @@ std::optional<simdjson::dom::element> JsonReader::parse(std::string_view text, J
         if (changed.size() != text.size()) error = parser.parse(changed).get(root);
     }
     switch (error) {
-        case simdjson::SUCCESS: return root;
-        case simdjson::EMPTY: failure = {"", "the text is empty; a JSON object was expected"}; break;
+        case simdjson::SUCCESS:
+            return root;
+        case simdjson::EMPTY:
+            failure = {"", "the text is empty; a JSON object was expected"};
+            break;
         case simdjson::DEPTH_ERROR:
             failure = {"", "nested deeper than the limit of " + std::to_string(maximumDepth) + " levels"};
             break;
-        case simdjson::UTF8_ERROR: failure = {"", "not valid UTF-8"}; break;
-        case simdjson::NUMBER_ERROR: failure = {"", "not JSON: a number is malformed or out of range"}; break;
-        case simdjson::UNCLOSED_STRING: failure = {"", "not JSON: a string is not closed"}; break;
-        case simdjson::STRING_ERROR: failure = {"", "not JSON: a string holds an invalid escape"}; break;
+        case simdjson::UTF8_ERROR:
+            failure = {"", "not valid UTF-8"};
+            break;
+        case simdjson::NUMBER_ERROR:
+            failure = {"", "not JSON: a number is malformed or out of range"};
+            break;
+        case simdjson::UNCLOSED_STRING:
+            failure = {"", "not JSON: a string is not closed"};
+            break;
+        case simdjson::STRING_ERROR:
+            failure = {"", "not JSON: a string holds an invalid escape"};
+            break;
         case simdjson::UNESCAPED_CHARS:
             failure = {"", "not JSON: a string holds an unescaped control character"};
             break;
@@ -78,8 +90,12 @@ std::optional<simdjson::dom::element> JsonReader::parse(std::string_view text, J
             failure = {"", "not JSON: a word other than true, false and null stands outside a string"};
             break;
         case simdjson::CAPACITY:
-        case simdjson::MEMALLOC: failure = {"", "the text is too large to be read"}; break;
-        default: failure = {"", "not JSON: brackets, commas or colons are out of place"}; break;
+        case simdjson::MEMALLOC:
+            failure = {"", "the text is too large to be read"};
+            break;
+        default:
+            failure = {"", "not JSON: brackets, commas or colons are out of place"};
+            break;
     }
     return std::nullopt;
 }
@@ -93,7 +109,8 @@ std::optional<std::int64_t> asInteger(const simdjson::dom::element& element) {
     std::int64_t integer = 0;
     if (element.get_int64().get(integer) == simdjson::SUCCESS) return integer;
     double number = 0;
-    if (element.type() != simdjson::dom::element_type::DOUBLE || element.get_double().get(number)) return std::nullopt;
+    if (element.type() != simdjson::dom::element_type::DOUBLE || element.get_double().get(number))
+        return std::nullopt;
     // 2^63 does not fit, -2^63 does; both are exact doubles.
     if (std::trunc(number) != number || number < -9223372036854775808.0 || number >= 9223372036854775808.0) {
         return std::nullopt;
@@ -113,14 +130,20 @@ std::optional<std::string_view> asString(const simdjson::dom::element& element) 
 
 std::string_view kindOf(const simdjson::dom::element& element) {
     switch (element.type()) {
-        case simdjson::dom::element_type::ARRAY: return "an array";
-        case simdjson::dom::element_type::OBJECT: return "an object";
+        case simdjson::dom::element_type::ARRAY:
+            return "an array";
+        case simdjson::dom::element_type::OBJECT:
+            return "an object";
         case simdjson::dom::element_type::INT64:
         case simdjson::dom::element_type::UINT64:
-        case simdjson::dom::element_type::DOUBLE: return "a number";
-        case simdjson::dom::element_type::STRING: return "a string";
-        case simdjson::dom::element_type::BOOL: return "a boolean";
-        case simdjson::dom::element_type::NULL_VALUE: return "null";
+        case simdjson::dom::element_type::DOUBLE:
+            return "a number";
+        case simdjson::dom::element_type::STRING:
+            return "a string";
+        case simdjson::dom::element_type::BOOL:
+            return "a boolean";
+        case simdjson::dom::element_type::NULL_VALUE:
+            return "null";
     }
     return "unknown";
 }

@@ -36,11 +36,11 @@ private:
     simdjson::dom::parser parser;
 };
 
-/// The member of an object under each of the names, in their order. A name that comes twice gives its last member;
-/// members that are missing or null are absent.
+/// The member of an object under each of the names, in their order. A name that comes twice gives its last
+/// member; members that are missing or null are absent.
 template <std::size_t count>
-std::array<std::optional<simdjson::dom::element>, count> members(const simdjson::dom::object& object,
-                                                                 const std::array<std::string_view, count>& names) {
+std::array<std::optional<simdjson::dom::element>, count> members(
+    const simdjson::dom::object& object, const std::array<std::string_view, count>& names) {
     std::array<std::optional<simdjson::dom::element>, count> found;
     for (const auto field : object) {
         for (std::size_t i = 0; i < count; ++i) {

@@ -24,13 +24,27 @@ std::size_t sequenceLength(std::string_view text) {
 void appendEscaped(std::string& text, char c) {
     constexpr char digits[] = "0123456789abcdef";
     switch (c) {
-        case '"': text += "\\\""; break;
-        case '\\': text += "\\\\"; break;
-        case '\b': text += "\\b"; break;
-        case '\f': text += "\\f"; break;
-        case '\n': text += "\\n"; break;
-        case '\r': text += "\\r"; break;
-        case '\t': text += "\\t"; break;
+        case '"':
+            text += "\\\"";
+            break;
+        case '\\':
+            text += "\\\\";
+            break;
+        case '\b':
+            text += "\\b";
+            break;
+        case '\f':
+            text += "\\f";
+            break;
+        case '\n':
+            text += "\\n";
+            break;
+        case '\r':
+            text += "\\r";
+            break;
+        case '\t':
+            text += "\\t";
+            break;
         default:
             text += "\\u00";
             text += digits[static_cast<unsigned char>(c) >> 4];

@@ -6,9 +6,9 @@
 
 namespace KelvaneSDK {
 
-/// Appends JSON text (RFC 8259) to a string. Numbers are the shortest decimals that read back exactly; NaN and
-/// infinities, which JSON does not have, are written as null. Bytes that are not UTF-8 become U+FFFD, so the text is
-/// valid JSON whatever it is given. The caller opens and closes objects and arrays in pairs.
+/// Appends JSON text (RFC 8259) to a string. Numbers are the shortest decimals that read back exactly; NaN
+/// and infinities, which JSON does not have, are written as null. Bytes that are not UTF-8 become U+FFFD, so
+/// the text is valid JSON whatever it is given. The caller opens and closes objects and arrays in pairs.
 class JsonWriter {
 public:
     enum class Layout {

@@ -18,8 +18,8 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
                       [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; });
 }
 
-// Tells a number too large for a double from one too small, by its decimal magnitude. `digits` is a well-formed
-// number without sign that is out of range, so its magnitude is far from 1.
+// Tells a number too large for a double from one too small, by its decimal magnitude. `digits` is a
+// well-formed number without sign that is out of range, so its magnitude is far from 1.
 bool isTooLarge(std::string_view digits) {
     const auto exponentAt = digits.find_first_of("eE");
     const auto mantissa = digits.substr(0, exponentAt);
@@ -32,7 +32,8 @@ bool isTooLarge(std::string_view digits) {
     const bool negative = exponentText.front() == '-';
     if (exponentText.front() == '+' || negative) exponentText.remove_prefix(1);
     std::int64_t exponent = 0;
-    const auto result = std::from_chars(exponentText.data(), exponentText.data() + exponentText.size(), exponent);
+    const auto result =
+        std::from_chars(exponentText.data(), exponentText.data() + exponentText.size(), exponent);
     if (result.ec != std::errc()) return !negative;
     return magnitude > (negative ? exponent : -exponent);
 }
@@ -93,7 +94,8 @@ std::optional<std::int64_t> parseInteger(std::string_view text) {
     if (text.size() > 1 && text.front() == '+' && isDigit(text[1])) text.remove_prefix(1);
     std::int64_t value = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size()) return std::nullopt;
+    if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size())
+        return std::nullopt;
     return value;
 }
 

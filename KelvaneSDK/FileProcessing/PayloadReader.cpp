@@ -59,7 +59,8 @@ bool PayloadReader::readMembers(const Element& element, const std::array<std::st
 }
 
 template <class T>
-bool PayloadReader::take(const std::optional<T>& decoded, T& target, const Element& element, std::string_view wanted) {
+bool PayloadReader::take(const std::optional<T>& decoded, T& target, const Element& element,
+                         std::string_view wanted) {
     if (!decoded) return expected(element, wanted);
     target = *decoded;
     return true;

@@ -51,22 +51,36 @@ void member(JsonWriter& json, std::string_view key, const T& content) {
     write(json, content);
 }
 
-// Writes the value under its key. Only results have keys for the engine's own sequences and for arrays of them.
+// Writes the value under its key. Only results have keys for the engine's own sequences and for arrays of
+// them.
 void writeValue(JsonWriter& json, const Value& value, bool isResult) {
     switch (value.type()) {
-        case ValueType::Float: return member(json, "floatValue", value.as<double>());
-        case ValueType::Integer: return member(json, "integerValue", value.as<std::int64_t>());
-        case ValueType::Boolean: return member(json, "booleanValue", value.as<bool>());
-        case ValueType::Vector: return member(json, "vectorValue", value.as<Vector>());
-        case ValueType::Orientation: return member(json, "orientationValue", value.as<Orientation>());
-        case ValueType::String: return member(json, "stringValue", value.as<String>());
-        case ValueType::SampleArray: return member(json, "sequenceValue", value.items<Sample>());
-        case ValueType::FloatArray: return member(json, "floatArrayValue", value.items<double>());
-        case ValueType::IntegerArray: return member(json, "integerArrayValue", value.items<std::int64_t>());
-        case ValueType::BooleanArray: return member(json, "booleanArrayValue", value.items<bool>());
-        case ValueType::VectorArray: return member(json, "vectorArrayValue", value.items<Vector>());
-        case ValueType::OrientationArray: return member(json, "orientationArrayValue", value.items<Orientation>());
-        case ValueType::StringArray: return member(json, "stringArrayValue", value.items<String>());
+        case ValueType::Float:
+            return member(json, "floatValue", value.as<double>());
+        case ValueType::Integer:
+            return member(json, "integerValue", value.as<std::int64_t>());
+        case ValueType::Boolean:
+            return member(json, "booleanValue", value.as<bool>());
+        case ValueType::Vector:
+            return member(json, "vectorValue", value.as<Vector>());
+        case ValueType::Orientation:
+            return member(json, "orientationValue", value.as<Orientation>());
+        case ValueType::String:
+            return member(json, "stringValue", value.as<String>());
+        case ValueType::SampleArray:
+            return member(json, "sequenceValue", value.items<Sample>());
+        case ValueType::FloatArray:
+            return member(json, "floatArrayValue", value.items<double>());
+        case ValueType::IntegerArray:
+            return member(json, "integerArrayValue", value.items<std::int64_t>());
+        case ValueType::BooleanArray:
+            return member(json, "booleanArrayValue", value.items<bool>());
+        case ValueType::VectorArray:
+            return member(json, "vectorArrayValue", value.items<Vector>());
+        case ValueType::OrientationArray:
+            return member(json, "orientationArrayValue", value.items<Orientation>());
+        case ValueType::StringArray:
+            return member(json, "stringArrayValue", value.items<String>());
         case ValueType::Sequence:
             if (isResult) member(json, "sequenceValue", value.items<Sample>());
             return;
@@ -76,7 +90,8 @@ void writeValue(JsonWriter& json, const Value& value, bool isResult) {
     }
 }
 
-void appendLine(std::string& text, double timestamp, std::string_view name, const Value& value, bool isResult) {
+void appendLine(std::string& text, double timestamp, std::string_view name, const Value& value,
+                bool isResult) {
     JsonWriter json(text);
     json.beginObject();
     json.member("timestamp", timestamp);

@@ -40,13 +40,26 @@ void appendQuoted(std::string& text, std::string_view unquoted) {
     text += '"';
     for (const char c : unquoted) {
         switch (c) {
-            case '"': text += "\\\""; break;
-            case '\\': text += "\\\\"; break;
-            case '\n': text += "\\n"; break;
-            case '\r': text += "\\r"; break;
-            case '\t': text += "\\t"; break;
-            case '\0': text += "\\0"; break;
-            default: text += c;
+            case '"':
+                text += "\\\"";
+                break;
+            case '\\':
+                text += "\\\\";
+                break;
+            case '\n':
+                text += "\\n";
+                break;
+            case '\r':
+                text += "\\r";
+                break;
+            case '\t':
+                text += "\\t";
+                break;
+            case '\0':
+                text += "\\0";
+                break;
+            default:
+                text += c;
         }
     }
     text += '"';
@@ -66,7 +79,8 @@ std::string Vector::description() const {
 }
 
 std::string Orientation::description() const {
-    return "(x:" + doubleText(x) + ",y:" + doubleText(y) + ",z:" + doubleText(z) + ",w:" + doubleText(w) + ")";
+    return "(x:" + doubleText(x) + ",y:" + doubleText(y) + ",z:" + doubleText(z) + ",w:" + doubleText(w) +
+           ")";
 }
 
 std::optional<Vector> Vector::fromText(std::string_view text) {
@@ -132,12 +146,18 @@ std::string joinedDoubles(std::span<const double> doubles) {
 
 std::string getValueString(const Value& value) {
     switch (value.type()) {
-        case ValueType::Float: return doubleText(value.as<double>());
-        case ValueType::Integer: return std::to_string(value.as<std::int64_t>());
-        case ValueType::Boolean: return value.as<bool>() ? "true" : "false";
-        case ValueType::Vector: return value.as<Vector>().description();
-        case ValueType::Orientation: return value.as<Orientation>().description();
-        case ValueType::String: return std::string(value.as<String>().view());
+        case ValueType::Float:
+            return doubleText(value.as<double>());
+        case ValueType::Integer:
+            return std::to_string(value.as<std::int64_t>());
+        case ValueType::Boolean:
+            return value.as<bool>() ? "true" : "false";
+        case ValueType::Vector:
+            return value.as<Vector>().description();
+        case ValueType::Orientation:
+            return value.as<Orientation>().description();
+        case ValueType::String:
+            return std::string(value.as<String>().view());
         case ValueType::Sequence: {
             std::string text;
             appendSequence(text, value.items<Sample>());
@@ -148,17 +168,21 @@ std::string getValueString(const Value& value) {
             appendSamples(text, value.items<Sample>(), "(t:", ",f:", ",");
             return text + "]";
         }
-        case ValueType::FloatArray: return "[" + joinedDoubles(value.items<double>()) + "]";
+        case ValueType::FloatArray:
+            return "[" + joinedDoubles(value.items<double>()) + "]";
         case ValueType::IntegerArray:
-            return spacedList<std::int64_t>(value, [](auto& text, auto item) { text += std::to_string(item); });
+            return spacedList<std::int64_t>(value,
+                                            [](auto& text, auto item) { text += std::to_string(item); });
         case ValueType::BooleanArray:
             return spacedList<bool>(value, [](auto& text, bool item) { text += item ? "true" : "false"; });
         case ValueType::StringArray:
             return spacedList<String>(value, [](auto& text, const auto& item) { appendQuoted(text, item); });
         case ValueType::VectorArray:
-            return spacedList<Vector>(value, [](auto& text, const auto& item) { text += item.description(); });
+            return spacedList<Vector>(value,
+                                      [](auto& text, const auto& item) { text += item.description(); });
         case ValueType::OrientationArray:
-            return spacedList<Orientation>(value, [](auto& text, const auto& item) { text += item.description(); });
+            return spacedList<Orientation>(value,
+                                           [](auto& text, const auto& item) { text += item.description(); });
         case ValueType::SequenceArray:
             return spacedList<Sequence>(
                 value, [](auto& text, const auto& item) { appendSequence(text, item.samples().items()); });

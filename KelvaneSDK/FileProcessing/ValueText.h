@@ -13,8 +13,8 @@ namespace KelvaneSDK {
 /// "[1.0,2.5,-3.0]", without spaces; "[]" for an empty list.
 std::string description(const List<double>& list);
 
-/// Deletes spaces and square brackets, splits at commas and reads every piece as a double; absent when one fails.
-/// A text with nothing left is the empty list.
+/// Deletes spaces and square brackets, splits at commas and reads every piece as a double; absent when one
+/// fails. A text with nothing left is the empty list.
 std::optional<List<double>> doublesFromText(std::string_view text);
 
 /// The characters that slots delete from a text before they read numbers and truths in it.
@@ -26,8 +26,8 @@ std::string withoutCharacters(std::string_view text, std::string_view unwanted);
 /// The pieces of a text between commas; one empty piece for the empty text.
 std::vector<std::string_view> splitAtCommas(std::string_view text);
 
-/// Every piece of a text between commas as a double, in order; absent when one is not a number. The empty text has no
-/// numbers.
+/// Every piece of a text between commas as a double, in order; absent when one is not a number. The empty
+/// text has no numbers.
 std::optional<std::vector<double>> numbersBetweenCommas(std::string_view text);
 
 /// The slots' forms, without outer brackets: "(0.0, 1.0),(0.5, 2.0)" for samples, "1.0,2.5" for doubles.

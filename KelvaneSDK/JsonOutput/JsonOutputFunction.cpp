@@ -11,15 +11,32 @@ namespace {
 
 void fill(ValueInfo& entry, const Value& value) {
     switch (value.type()) {
-        case ValueType::Float: entry.floatValue = value.get<double>(); break;
-        case ValueType::Integer: entry.integerValue = value.get<std::int64_t>(); break;
-        case ValueType::Vector: entry.vectorValue = value.get<Vector>(); break;
-        case ValueType::Orientation: entry.orientationValue = value.get<Orientation>(); break;
-        case ValueType::FloatArray: entry.arrayValue = value.get<List<double>>(); break;
-        case ValueType::Sequence: entry.sequenceValue = value.get<Sequence>(); break;
-        case ValueType::Boolean: entry.booleanValue = value.get<bool>(); break;
-        case ValueType::String: entry.stringValue = value.get<String>(); break;
-        default: printDiagnostic("ERROR: unsupported type in JSON conversion!");
+        case ValueType::Float:
+            entry.floatValue = value.get<double>();
+            break;
+        case ValueType::Integer:
+            entry.integerValue = value.get<std::int64_t>();
+            break;
+        case ValueType::Vector:
+            entry.vectorValue = value.get<Vector>();
+            break;
+        case ValueType::Orientation:
+            entry.orientationValue = value.get<Orientation>();
+            break;
+        case ValueType::FloatArray:
+            entry.arrayValue = value.get<List<double>>();
+            break;
+        case ValueType::Sequence:
+            entry.sequenceValue = value.get<Sequence>();
+            break;
+        case ValueType::Boolean:
+            entry.booleanValue = value.get<bool>();
+            break;
+        case ValueType::String:
+            entry.stringValue = value.get<String>();
+            break;
+        default:
+            printDiagnostic("ERROR: unsupported type in JSON conversion!");
     }
 }
 
@@ -46,8 +63,9 @@ public:
 }  // namespace
 
 NodeFamily jsonOutputFunctions() {
-    return functionFamily("JSON output",
-                          {entry<JsonOutputFunction>("the JSON document with the value entered under the label")});
+    return functionFamily(
+        "JSON output",
+        {entry<JsonOutputFunction>("the JSON document with the value entered under the label")});
 }
 
 }  // namespace KelvaneSDK

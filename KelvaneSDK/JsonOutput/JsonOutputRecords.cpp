@@ -17,18 +17,20 @@ bool readEntry(PayloadReader& payloads, const simdjson::dom::element& element, V
     simdjson::dom::object object;
     if (element.get_object().get(object) != simdjson::SUCCESS) return false;
     const auto found =
-        members<9>(object, {"label", "floatValue", "integerValue", "vectorValue", "orientationValue", "arrayValue",
-                            "sequenceValue", "booleanValue", "stringValue"});
+        members<9>(object, {"label", "floatValue", "integerValue", "vectorValue", "orientationValue",
+                            "arrayValue", "sequenceValue", "booleanValue", "stringValue"});
     const auto& [label, real, integer, vector, orientation, array, sequence, boolean, string] = found;
     std::optional<String> labelText;
     if (!readOptional(payloads, label, labelText)) return false;
     if (labelText) entry.label = std::string(labelText->view());
-    return readOptional(payloads, real, entry.floatValue) && readOptional(payloads, integer, entry.integerValue) &&
+    return readOptional(payloads, real, entry.floatValue) &&
+           readOptional(payloads, integer, entry.integerValue) &&
            readOptional(payloads, vector, entry.vectorValue) &&
            readOptional(payloads, orientation, entry.orientationValue) &&
            readOptional(payloads, array, entry.arrayValue) &&
            readOptional(payloads, sequence, entry.sequenceValue) &&
-           readOptional(payloads, boolean, entry.booleanValue) && readOptional(payloads, string, entry.stringValue);
+           readOptional(payloads, boolean, entry.booleanValue) &&
+           readOptional(payloads, string, entry.stringValue);
 }
 
 void writeEntry(JsonWriter& json, const ValueInfo& entry) {

@@ -7,7 +7,8 @@
 
 namespace KelvaneSDK {
 
-/// What an engine and its background runs share: how many runs are pending, and whether the engine still exists.
+/// What an engine and its background runs share: how many runs are pending, and whether the engine still
+/// exists.
 struct Kelvane::BackgroundRuns {
     void enter();
     void leave();

@@ -8,7 +8,8 @@
 
 namespace KelvaneSDK {
 
-/// One background thread that runs tasks in the order of their submission. The thread starts with the first task.
+/// One background thread that runs tasks in the order of their submission. The thread starts with the first
+/// task.
 class BackgroundWorker {
 public:
     /// The worker that all engines share.

@@ -169,8 +169,9 @@ void DiagramBuilder::connect() {
         Node* const to = find(inputNodeId);
         while (from == nullptr || to == nullptr) {
             // Retried without limit: a document must not name an unknown id.
-            printDiagnostic("ERROR: wrong id(s) for connection with outputNodeId " + std::to_string(outputNodeId) +
-                            " and inputNodeId " + std::to_string(inputNodeId) + "!");
+            printDiagnostic("ERROR: wrong id(s) for connection with outputNodeId " +
+                            std::to_string(outputNodeId) + " and inputNodeId " + std::to_string(inputNodeId) +
+                            "!");
         }
         const auto inputs = to->inputValues();
         if (inputIndex < 0 || static_cast<std::uint64_t>(inputIndex) >= inputs.size()) {
@@ -257,7 +258,8 @@ void DiagramBuilder::linkStreamsAndOutputs() {
         ++byLabel.try_emplace(output->label(), Bearers{output, 0}).first->second.count;
     }
     for (auto* stream : engine.inputStreams) {
-        const auto found = stream->descriptionString ? byLabel.find(*stream->descriptionString) : byLabel.end();
+        const auto found =
+            stream->descriptionString ? byLabel.find(*stream->descriptionString) : byLabel.end();
         stream->linked = found != byLabel.end();
         if (stream->linked) ++found->second.first->numLinks;
     }
@@ -272,7 +274,8 @@ void DiagramBuilder::checkContainment() const {
     bool complete = true;
     forEachNode([&](const Node& node) {
         if (contained.contains(&node)) return;
-        printDiagnostic("ERROR: node " + std::to_string(node.id.value_or(0)) + " not contained in subdiagram!!");
+        printDiagnostic("ERROR: node " + std::to_string(node.id.value_or(0)) +
+                        " not contained in subdiagram!!");
         complete = false;
     });
     if (!complete) printDiagnostic("ERROR: nodes detected that are not contained in subdiagram!");

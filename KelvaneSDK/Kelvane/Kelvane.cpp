@@ -28,11 +28,13 @@ void Kelvane::registerNodes(const NodeFamily& family) {
 Node* Kelvane::addNode(NodeCategory category, std::unique_ptr<Node> node) {
     if (category == NodeCategory::InputStream) {
         auto* stream = dynamic_cast<InputStreamNode*>(node.get());
-        if (stream == nullptr) node->stop("a class of the category \"Input stream\" must be an InputStreamNode");
+        if (stream == nullptr)
+            node->stop("a class of the category \"Input stream\" must be an InputStreamNode");
         inputStreams.push_back(stream);
     } else if (category == NodeCategory::VariableOutput) {
         auto* output = dynamic_cast<VariableOutputNode*>(node.get());
-        if (output == nullptr) node->stop("a class of the category \"Variable output\" must be a VariableOutputNode");
+        if (output == nullptr)
+            node->stop("a class of the category \"Variable output\" must be a VariableOutputNode");
         variableOutputs.push_back(output);
     }
     node->keepTo(budget);

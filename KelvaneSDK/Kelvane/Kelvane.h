@@ -36,31 +36,31 @@ struct ConstantDescription {
     friend bool operator==(const ConstantDescription&, const ConstantDescription&) = default;
 };
 
-/// The diagram engine: one object per diagram. Load a document with read(), then hand it batches of input values; the
-/// results go to the receiver.
+/// The diagram engine: one object per diagram. Load a document with read(), then hand it batches of input
+/// values; the results go to the receiver.
 ///
-/// Not synchronised: call an engine from one thread at a time, and not at all between processAllUpdates() and the
-/// delivery of its results. Different engines are independent. Nothing throws; failures are diagnostic lines and a
-/// false or empty result, and a broken invariant stops the program.
+/// Not synchronised: call an engine from one thread at a time, and not at all between processAllUpdates() and
+/// the delivery of its results. Different engines are independent. Nothing throws; failures are diagnostic
+/// lines and a false or empty result, and a broken invariant stops the program.
 class Kelvane {
 public:
-    /// An engine with an empty diagram. The receiver is held weakly and may be missing. Results of background runs
-    /// are posted to `mainQueue`, or to DrainedMainQueue::standard() when there is none.
+    /// An engine with an empty diagram. The receiver is held weakly and may be missing. Results of background
+    /// runs are posted to `mainQueue`, or to DrainedMainQueue::standard() when there is none.
     explicit Kelvane(std::weak_ptr<VariableOutputUpdatesReceiver> variableOutputUpdatesReceiver = {},
                      std::shared_ptr<MainQueue> mainQueue = nullptr);
-    /// Waits for a background run in progress. Results that have been posted are still delivered if the receiver
-    /// lives then.
+    /// Waits for a background run in progress. Results that have been posted are still delivered if the
+    /// receiver lives then.
     virtual ~Kelvane();
     Kelvane(const Kelvane&) = delete;
     Kelvane& operator=(const Kelvane&) = delete;
 
-    /// Builds the diagram of a document, in place of the present one or, with `replace` false, beside it (its nodes
-    /// are then renumbered above the document's, and the document's subdiagrams are passed over). True when the
-    /// diagram was built, warnings or not; false when the text is no document or names an unknown node type, and then
-    /// the nodes created so far stay.
+    /// Builds the diagram of a document, in place of the present one or, with `replace` false, beside it (its
+    /// nodes are then renumbered above the document's, and the document's subdiagrams are passed over). True
+    /// when the diagram was built, warnings or not; false when the text is no document or names an unknown
+    /// node type, and then the nodes created so far stay.
     ///
-    /// The document is trusted: a connection that names an unknown id is retried for ever, and one that names an
-    /// input that the node does not have stops the program.
+    /// The document is trusted: a connection that names an unknown id is retried for ever, and one that names
+    /// an input that the node does not have stops the program.
     virtual bool read(std::string_view text, bool replace);
 
     /// The labels of the input streams, in document order.
@@ -68,19 +68,20 @@ public:
     virtual std::vector<VariableOutputDescription> getVariableOutputs() const;
     /// The free-text lines of the document.
     virtual std::vector<std::string> getManualLines() const;
-    /// The diagram as a document. Renumbers the nodes from 0: constants, input streams, functions, variable outputs,
-    /// each in list order. A filled integer-array constant, which has no text form, stops the program.
+    /// The diagram as a document. Renumbers the nodes from 0: constants, input streams, functions, variable
+    /// outputs, each in list order. A filled integer-array constant, which has no text form, stops the
+    /// program.
     virtual std::string createJSON();
     virtual std::vector<ConstantDescription> getConstants() const;
-    /// Gives every constant with this label a new value, effective from the next batch on; constants of another type
-    /// stay as they are.
+    /// Gives every constant with this label a new value, effective from the next batch on; constants of
+    /// another type stay as they are.
     virtual void setConstant(std::string_view label, const Value& newValue);
 
-    /// Evaluates one batch on the calling thread and delivers at most one output to the receiver; an empty result is
-    /// not delivered. A batch that follows the previous one (by timestamps) sooner than that one took to evaluate is
-    /// skipped and answered with an empty output, so that a live feed faster than the engine drops batches instead of
-    /// queueing them; the batch after a skipped one is always evaluated. Values of a wrong type are reported and
-    /// ignored, and so, silently, are labels without an input stream.
+    /// Evaluates one batch on the calling thread and delivers at most one output to the receiver; an empty
+    /// result is not delivered. A batch that follows the previous one (by timestamps) sooner than that one
+    /// took to evaluate is skipped and answered with an empty output, so that a live feed faster than the
+    /// engine drops batches instead of queueing them; the batch after a skipped one is always evaluated.
+    /// Values of a wrong type are reported and ignored, and so, silently, are labels without an input stream.
     virtual void updateInputStreams(const KelvaneInput& input);
     /// Returns every node to the state before any input arrived. Constants, flags and the timing stay.
     virtual void reset();
@@ -88,21 +89,22 @@ public:
     virtual void setVariableOutputHidden(std::string_view label, bool hidden);
     /// Takes the values of the input streams with this label into the results, or leaves them out.
     virtual void setInputStreamForwarding(std::string_view label, bool forwarding);
-    /// Evaluates a whole list of batches on the shared background worker, without skipping, and posts one call of
-    /// allUpdatesProcessed() with every non-empty result to the main queue. Returns at once. A receiver that is gone
-    /// when the results arrive stops the program.
+    /// Evaluates a whole list of batches on the shared background worker, without skipping, and posts one
+    /// call of allUpdatesProcessed() with every non-empty result to the main queue. Returns at once. A
+    /// receiver that is gone when the results arrive stops the program.
     virtual void processAllUpdates(std::vector<KelvaneInput> diagramInputs);
 
-    /// Evaluates one batch on the calling thread, without the clock and without the receiver: never skips, and
-    /// answers the result, which may be empty. The body that both entry points share.
+    /// Evaluates one batch on the calling thread, without the clock and without the receiver: never skips,
+    /// and answers the result, which may be empty. The body that both entry points share.
     KelvaneOutput evaluate(const KelvaneInput& input);
 
     /// Limits what evaluation may use up, from the next batch on; none at first.
     void setLimits(const EvaluationLimits& limits) { budget.setLimits(limits); }
 
-    /// Makes an application's own node classes known to this engine, in the same way as the library's. A class under
-    /// a name that is taken replaces the earlier one for documents read from now on. Classes of the categories "Input
-    /// stream" and "Variable output" must derive from InputStreamNode and VariableOutputNode.
+    /// Makes an application's own node classes known to this engine, in the same way as the library's. A
+    /// class under a name that is taken replaces the earlier one for documents read from now on. Classes of
+    /// the categories "Input stream" and "Variable output" must derive from InputStreamNode and
+    /// VariableOutputNode.
     void registerNodes(const NodeFamily& family);
 
     const NodeRegistry& nodeTypes() const { return *registry; }

@@ -11,8 +11,8 @@ namespace KelvaneSDK {
 /// Values by label, in ascending byte order of the labels.
 using LabelledValues = std::map<std::string, Value, std::less<>>;
 
-/// One batch of input updates: at `timestamp` (seconds, on the application's own time axis) each labelled input
-/// stream takes a new value.
+/// One batch of input updates: at `timestamp` (seconds, on the application's own time axis) each labelled
+/// input stream takes a new value.
 struct KelvaneInput {
     double timestamp = 0;
     LabelledValues updates;
@@ -20,8 +20,8 @@ struct KelvaneInput {
     friend bool operator==(const KelvaneInput&, const KelvaneInput&) = default;
 };
 
-/// The results of one batch: variable-output labels, and the labels of forwarding input streams, with their new
-/// values. `timestamp` is the batch's.
+/// The results of one batch: variable-output labels, and the labels of forwarding input streams, with their
+/// new values. `timestamp` is the batch's.
 struct KelvaneOutput {
     double timestamp = 0;
     LabelledValues outputs;
@@ -33,8 +33,8 @@ struct KelvaneOutput {
 class VariableOutputUpdatesReceiver {
 public:
     virtual ~VariableOutputUpdatesReceiver() = default;
-    /// One batch's results, on the thread that called Kelvane::updateInputStreams(). A skipped batch gives an empty
-    /// output.
+    /// One batch's results, on the thread that called Kelvane::updateInputStreams(). A skipped batch gives an
+    /// empty output.
     virtual void newVariableOutputUpdates(const KelvaneOutput& output) = 0;
     /// Every non-empty result of one Kelvane::processAllUpdates(), in order, on the main queue's thread.
     virtual void allUpdatesProcessed(const std::vector<KelvaneOutput>& outputs) = 0;

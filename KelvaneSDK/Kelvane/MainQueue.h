@@ -9,13 +9,13 @@
 
 namespace KelvaneSDK {
 
-/// Where an engine posts the results of a background run: the application's main thread. An application with an
-/// event loop of its own implements this and hands it to its engines.
+/// Where an engine posts the results of a background run: the application's main thread. An application with
+/// an event loop of its own implements this and hands it to its engines.
 class MainQueue {
 public:
     virtual ~MainQueue() = default;
-    /// Takes a task to be run later on the main thread, in the order of posting. Called from any thread; must not run
-    /// the task itself.
+    /// Takes a task to be run later on the main thread, in the order of posting. Called from any thread; must
+    /// not run the task itself.
     virtual void post(std::function<void()> task) = 0;
 };
 

@@ -10,16 +10,8 @@ namespace KelvaneSDK {
 
 std::vector<NodeFamily> functionFamilies() {
     return {
-        basicFunctions(),
-        flowFunctions(),
-        floatFunctions(),
-        sequenceFunctions(),
-        quaternionFunctions(),
-        vectorFunctions(),
-        arrayFunctions(),
-        logicFunctions(),
-        trigonometryFunctions(),
-        jsonOutputFunctions(),
+        basicFunctions(),  flowFunctions(),  floatFunctions(), sequenceFunctions(),     quaternionFunctions(),
+        vectorFunctions(), arrayFunctions(), logicFunctions(), trigonometryFunctions(), jsonOutputFunctions(),
     };
 }
 
@@ -38,8 +30,9 @@ const NodeRegistry& NodeRegistry::library() {
 void NodeRegistry::add(const NodeFamily& family) {
     for (NodeClass nodeClass : family.classes) {
         const auto instance = nodeClass.make();
-        if (instance->typeString.empty()) stopProgram("a node class of the family \"" + std::string(family.title) +
-                                                      "\" has no type string");
+        if (instance->typeString.empty())
+            stopProgram("a node class of the family \"" + std::string(family.title) +
+                        "\" has no type string");
         nodeClass.family = family.title;
         byCategory[static_cast<std::size_t>(family.category)].insert_or_assign(instance->typeString,
                                                                                std::move(nodeClass));

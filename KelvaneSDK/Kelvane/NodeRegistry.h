@@ -20,8 +20,8 @@ struct NodeClass {
     std::string_view family = {};
 };
 
-/// Node classes of one category that belong together, in the order in which people should see them. Titles and
-/// descriptions are static text.
+/// Node classes of one category that belong together, in the order in which people should see them. Titles
+/// and descriptions are static text.
 struct NodeFamily {
     NodeCategory category;
     std::string_view title;
@@ -48,11 +48,13 @@ public:
     /// A registry with every class of the library.
     static const NodeRegistry& library();
 
-    /// Enters a family's classes, each under the type string that a new instance reports. A class under a name that
-    /// is taken replaces the earlier one. A class without a type string stops the program.
+    /// Enters a family's classes, each under the type string that a new instance reports. A class under a
+    /// name that is taken replaces the earlier one. A class without a type string stops the program.
     void add(const NodeFamily& family);
 
-    const Classes& classes(NodeCategory category) const { return byCategory[static_cast<std::size_t>(category)]; }
+    const Classes& classes(NodeCategory category) const {
+        return byCategory[static_cast<std::size_t>(category)];
+    }
     /// The class with this name, or null.
     const NodeClass* find(NodeCategory category, std::string_view typeString) const;
 

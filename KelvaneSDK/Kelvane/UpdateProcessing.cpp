@@ -46,7 +46,8 @@ void Kelvane::updateInputStreams(const KelvaneInput& input) {
         const auto skipped = checkedSum(framesSkipped, 1);
         if (!skipped) stopProgram("the count of skipped batches overflows 64 bits");
         framesSkipped = *skipped;
-        if (const auto receiver = updatesReceiver.lock()) receiver->newVariableOutputUpdates({input.timestamp, {}});
+        if (const auto receiver = updatesReceiver.lock())
+            receiver->newVariableOutputUpdates({input.timestamp, {}});
         return;
     }
 
@@ -71,8 +72,8 @@ void Kelvane::evaluateBatch(double timestamp, const LabelledValues& updates) {
     allInputValues = updates;
     pushConstants();
 
-    // A variable output feeds the input streams of its label, in a further pass of the same batch. Every label is fed
-    // at most once, so the passes end.
+    // A variable output feeds the input streams of its label, in a further pass of the same batch. Every
+    // label is fed at most once, so the passes end.
     LabelledValues fed;
     const LabelledValues* values = &updates;
     do {
@@ -94,8 +95,8 @@ void Kelvane::evaluateBatch(double timestamp, const LabelledValues& updates) {
     } while (needsPass(fed));
 }
 
-// A pass that feeds no stream would evaluate nothing and is left out, unless it may still change the order: a slot
-// that a constant shares with a function is unchecked by now, so that its node waits for the function.
+// A pass that feeds no stream would evaluate nothing and is left out, unless it may still change the order: a
+// slot that a constant shares with a function is unchecked by now, so that its node waits for the function.
 bool Kelvane::needsPass(const LabelledValues& fed) const {
     if (fed.empty()) return false;
     for (const auto* stream : inputStreams) {
@@ -145,10 +146,11 @@ void Kelvane::sweepFunctionNodes() {
         }
         if (settled == functionNodes.size()) continue;
 
-        // Nodes that wait move to the end of the order. The rest of the order is kept as a ring, so that a move
-        // costs constant time; what becomes ready leaves the ring for the settled front. A cycle of function nodes
-        // keeps the ring turning without end.
-        std::vector<Node*> ring(functionNodes.begin() + static_cast<std::ptrdiff_t>(settled), functionNodes.end());
+        // Nodes that wait move to the end of the order. The rest of the order is kept as a ring, so that a
+        // move costs constant time; what becomes ready leaves the ring for the settled front. A cycle of
+        // function nodes keeps the ring turning without end.
+        std::vector<Node*> ring(functionNodes.begin() + static_cast<std::ptrdiff_t>(settled),
+                                functionNodes.end());
         std::size_t head = 0, count = ring.size();
         while (count > 0) {
             Node* const node = ring[head];

@@ -127,6 +127,16 @@ TEST(DiagramBuildingTest, LinksStreamsToTheFirstOutputOfTheirLabel) {
     }
 }
 
+TEST(DiagramBuildingTest, TheFirstNodeOfAnIdIsMeant) {
+    auto document = DiagramDocument::chain("Absolute");
+    document.constant("Float", "-4", "c");
+    document.data.info.nodes[3].id = document.data.info.properties.back().id = 1;
+    Kelvane engine;
+    engine.read(document.text(), true);
+    EXPECT_EQ(engine.evaluate({1, {}}).outputs, (LabelledValues{{"y", 4.0}}))
+        << "constants come before streams";
+}
+
 TEST(DiagramBuildingTest, StopsAtAnInputThatTheNodeDoesNotHave) {
     for (const std::int64_t index : {1, -1}) {
         auto document = DiagramDocument::chain("Absolute");

@@ -105,10 +105,10 @@ TEST(DiagramExportTest, StopsAtWhatADocumentCannotSay) {
     engine.read(everything().text(), true);
     auto& node = *engine.nodeList(NodeCategory::Function)[0];
     node.position.x = std::numeric_limits<double>::infinity();
-    EXPECT_DEATH(engine.createJSON(), "node 2 \\(\"Add\".*position is not finite");
+    EXPECT_NE(engine.createJSON().find("\"x\": null"), std::string::npos) << "JSON has no infinity";
     engine.nodeList(NodeCategory::InputStream)[0]->descriptionString.reset();
     EXPECT_DEATH(engine.getInputStreams(), "has no label");
-    EXPECT_DEATH(engine.evaluate({1, {}}), "node 3 \\(\"Float\"\\): the node has no label");
+    EXPECT_DEATH(engine.evaluate({1, {}}), "node 1 \\(\"Float\"\\): the node has no label");
 }
 
 }  // namespace KelvaneSDK::testing_support

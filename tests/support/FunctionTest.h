@@ -16,8 +16,7 @@ inline constexpr std::nullopt_t none = std::nullopt;
 struct Expectation {
     Expectation(std::nullopt_t) {}
     template <class T>
-        requires std::is_constructible_v<Value, T>
-    Expectation(T expected) : value(Value(expected)) {}
+    requires std::is_constructible_v<Value, T> Expectation(T expected) : value(Value(expected)) {}
 
     std::optional<Value> value;
     double tolerance = 0;

@@ -11,9 +11,6 @@ using namespace KelvaneSDK;
 
 namespace {
 
-// More different lines than this are printed without being counted.
-constexpr std::size_t mostLinesCounted = 1000;
-
 /// Tells the errors of a document and answers whether there are any.
 bool tellErrors(const std::string& name, const std::vector<Finding>& findings) {
     bool hasErrors = false, isFatal = false;
@@ -35,26 +32,9 @@ LibraryMessages::LibraryMessages()
 LibraryMessages::~LibraryMessages() { setDiagnosticSink(std::move(previous)); }
 
 void LibraryMessages::take(std::string_view line) {
-    if (muted || !line.starts_with("ERROR: ")) return;
-    errors = true;
-    const auto text = printable(line);
-    const auto found = counts.find(text);
-    if (found != counts.end()) {
-        ++found->second;
-        return;
-    }
-    tell(text);
-    if (lines.size() == mostLinesCounted) return;
-    counts.emplace(text, 1);
-    lines.push_back(text);
-}
-
-void LibraryMessages::tellRepetitions() const {
-    for (const auto& line : lines) {
-        if (const auto count = counts.at(line); count > 1) {
-            tell("kelvane: " + std::to_string(count) + " times: " + line);
-        }
-    }
+    if (muted) return;
+    errors |= line.starts_with("ERROR: ");
+    tell(printable(line));
 }
 
 int Diagram::exitStatus() const { return hasErrors ? ExitStatus::failed : ExitStatus::done; }
@@ -63,10 +43,7 @@ Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
     const auto text = readWholeFile(path);
     Diagram diagram{nameOf(path), std::make_unique<Kelvane>()};
     diagram.hasErrors = tellErrors(diagram.name, checkDiagram(text));
-    // The engine's own lines would say the same again.
-    messages.muted = diagram.hasErrors;
     const bool isBuilt = diagram.engine->read(text, true);
-    messages.muted = false;
     diagram.hasErrors |= messages.hasErrors();
     if (!isBuilt) throw Failure{ExitStatus::failed, "kelvane: " + diagram.name + " cannot be built"};
     return diagram;

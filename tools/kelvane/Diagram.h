@@ -1,10 +1,8 @@
 #pragma once
 
-#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
@@ -12,7 +10,7 @@
 
 namespace kelvane {
 
-/// Takes the library's lines while it lives: errors go to standard error, each different line once.
+/// Takes the library's lines while it lives and passes each on to standard error.
 class LibraryMessages {
 public:
     LibraryMessages();
@@ -23,16 +21,11 @@ public:
     /// Lines are dropped while `muted`.
     bool muted = false;
     bool hasErrors() const { return errors; }
-    /// Tells how often lines came that stand only once on standard error.
-    void tellRepetitions() const;
 
 private:
     void take(std::string_view line);
 
     KelvaneSDK::DiagnosticSink previous;
-    // In the order in which they came.
-    std::vector<std::string> lines;
-    std::unordered_map<std::string, std::size_t> counts;
     bool errors = false;
 };
 

@@ -106,7 +106,6 @@ public:
             return 128 + interruption();
         }
         output.finish();
-        messages.tellRepetitions();
         const auto failure = recording.failure();
         if (!failure.empty()) tell(failure);
         const bool hasErrors = diagram.hasErrors || messages.hasErrors() || !failure.empty();
@@ -135,7 +134,6 @@ private:
     [[noreturn]] void endAfterStop(std::string_view reason) {
         try {
             output.finish();
-            messages.tellRepetitions();
         } catch (const Failure& failure) {
             if (!failure.message.empty()) tell(failure.message);
         }

@@ -60,31 +60,6 @@ std::string joined(const TimestampedVariable& slot, Append append) {
     return text;
 }
 
-template <class Item, class Parse>
-void readPieces(TimestampedVariable& slot, std::string_view text, std::string_view unwanted, Parse parse) {
-    const std::string stripped = withoutCharacters(text, unwanted);
-    ListBuilder<Item> items;
-    if (!stripped.empty()) {
-        for (const auto piece : splitAtCommas(stripped)) {
-            const auto item = parse(piece);
-            if (!item) return slot.reportConversionError(text);
-            items.append(*item);
-        }
-    }
-    slot.setValue(Value(items.finish()));
-}
-
-// Reads numbers in groups of `width`, labelled or not.
-template <class Item, class Make>
-void readGroups(TimestampedVariable& slot, std::string_view text, std::size_t width,
-                std::string_view unwanted, Make make) {
-    const auto numbers = numbersBetweenCommas(withoutCharacters(text, unwanted));
-    if (!numbers || numbers->size() % width != 0) return slot.reportConversionError(text);
-    ListBuilder<Item> items(numbers->size() / width);
-    for (std::size_t i = 0; i < numbers->size(); i += width) items.append(make(numbers->data() + i));
-    slot.setValue(Value(items.finish()));
-}
-
 template <class Item, class Less>
 Value sortedItems(const Value& list, bool descending, Less less) {
     ListBuilder<Item> result(list.items<Item>().size());
@@ -138,9 +113,6 @@ FloatArrayVariable::FloatArrayVariable(bool withDefault) {
     if (withDefault) setValue(Value(List<double>()));
 }
 std::string FloatArrayVariable::stringValue() const { return joinedDoubles(itemsOf<double>(*this)); }
-void FloatArrayVariable::setValueFromString(std::string_view text) {
-    readPieces<double>(*this, text, brackets, parseDouble);
-}
 std::optional<Value> FloatArrayVariable::add(const TimestampedVariable& other) const {
     return combined<double>(*this, other, std::plus<>());
 }
@@ -171,9 +143,6 @@ std::string IntegerArrayVariable::stringValue() const {
     }
     return {};
 }
-void IntegerArrayVariable::setValueFromString(std::string_view text) {
-    readPieces<std::int64_t>(*this, text, brackets, parseInteger);
-}
 std::optional<Value> IntegerArrayVariable::scale(double factor) const {
     const auto whole = truncatedInteger(factor);
     if (!whole) stop("the scale factor " + doubleText(factor) + " is no 64-bit integer");
@@ -199,9 +168,6 @@ BooleanArrayVariable::BooleanArrayVariable(bool withDefault) {
 std::string BooleanArrayVariable::stringValue() const {
     return joined<bool>(*this, [](std::string& text, bool item) { text += item ? "true" : "false"; });
 }
-void BooleanArrayVariable::setValueFromString(std::string_view text) {
-    readPieces<bool>(*this, text, brackets, parseBoolean);
-}
 std::optional<bool> BooleanArrayVariable::isEqual(const TimestampedVariable& other) const {
     return equalLists<bool>(*this, other);
 }
@@ -214,9 +180,6 @@ StringArrayVariable::StringArrayVariable(bool withDefault) {
 }
 std::string StringArrayVariable::stringValue() const {
     return joined<String>(*this, [](std::string& text, const String& item) { text += item.view(); });
-}
-void StringArrayVariable::setValueFromString(std::string_view text) {
-    readPieces<String>(*this, text, "", [](std::string_view piece) { return std::optional(String(piece)); });
 }
 std::optional<Value> StringArrayVariable::add(const TimestampedVariable& other) const {
     return combined<String>(*this, other, std::plus<>());
@@ -238,11 +201,6 @@ VectorArrayVariable::VectorArrayVariable(bool withDefault) {
 }
 std::string VectorArrayVariable::stringValue() const {
     return joined<Vector>(*this, [](std::string& text, const Vector& item) { text += item.description(); });
-}
-void VectorArrayVariable::setValueFromString(std::string_view text) {
-    readGroups<Vector>(*this, text, 3, " :xyz()[]{}", [](const double* n) {
-        return Vector{n[0], n[1], n[2]};
-    });
 }
 std::optional<Value> VectorArrayVariable::add(const TimestampedVariable& other) const {
     return combined<Vector>(*this, other, std::plus<>());
@@ -271,11 +229,6 @@ OrientationArrayVariable::OrientationArrayVariable(bool withDefault) {
 std::string OrientationArrayVariable::stringValue() const {
     return joined<Orientation>(
         *this, [](std::string& text, const Orientation& item) { text += item.description(); });
-}
-void OrientationArrayVariable::setValueFromString(std::string_view text) {
-    readGroups<Orientation>(*this, text, 4, " :xyzw()[]{}", [](const double* n) {
-        return Orientation{n[0], n[1], n[2], n[3]};
-    });
 }
 std::optional<Value> OrientationArrayVariable::add(const TimestampedVariable& other) const {
     return combined<Orientation>(*this, other, std::plus<>());

@@ -28,7 +28,6 @@ public:
     ValueClass valueClass() const override { return slotClass; }
     /// "1.0,2.5".
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     std::optional<Value> add(const TimestampedVariable& other) const override;
     std::optional<Value> subtract(const TimestampedVariable& other) const override;
     std::optional<Value> multiply(const TimestampedVariable& other) const override;
@@ -48,7 +47,6 @@ public:
     /// The empty text for an empty list. A list with elements stops the program: its elements are read as
     /// doubles.
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     /// The factor is truncated to an integer first; overflow stops the program.
     std::optional<Value> scale(double factor) const override;
     std::optional<Value> sum() const override;
@@ -62,7 +60,6 @@ public:
     ValueClass valueClass() const override { return slotClass; }
     /// "true,false".
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     std::optional<bool> isEqual(const TimestampedVariable& other) const override;
     std::optional<Value> negate() const override;
 };
@@ -75,8 +72,6 @@ public:
     ValueClass valueClass() const override { return slotClass; }
     /// "a,b".
     std::string stringValue() const override;
-    /// The elements as they stand between commas; the empty text is the empty list.
-    void setValueFromString(std::string_view text) override;
     std::optional<Value> add(const TimestampedVariable& other) const override;
     std::optional<bool> isEqual(const TimestampedVariable& other) const override;
     std::optional<Value> sum() const override;
@@ -90,7 +85,6 @@ public:
     ValueClass valueClass() const override { return slotClass; }
     /// "(x:1.0,y:0.0,z:0.0),(x:0.0,y:1.0,z:0.0)".
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     std::optional<Value> add(const TimestampedVariable& other) const override;
     std::optional<Value> subtract(const TimestampedVariable& other) const override;
     std::optional<Value> multiply(const TimestampedVariable& other) const override;
@@ -109,7 +103,6 @@ public:
     ValueClass valueClass() const override { return slotClass; }
     /// "(x:0.0,y:0.0,z:0.0,w:1.0)".
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     std::optional<Value> add(const TimestampedVariable& other) const override;
     std::optional<Value> subtract(const TimestampedVariable& other) const override;
     std::optional<Value> multiply(const TimestampedVariable& other) const override;

@@ -284,7 +284,9 @@ NodeFamily floatFunctions() {
                 "the mean of the last `length` values of x; silent until there are as many"),
             entry<DelayFunction>("x as it was `delay` seconds ago, interpolated between samples"),
             entry<DerivativeFunction>("the change of x per second since its previous value"),
-            entry<IntegralFunction>("the integral of x over time in seconds since the last reset"),
+            entry<IntegralFunction>("the integral of x over time in seconds since the last reset; between "
+                                    "values of different sign the rule "
+                                    "counts the time of the crossing from 0"),
             entry<PeakDetectorFunction>(
                 "each new highest x that reaches the level; starts anew when the level rises above the peak"),
             entry<ModuloFunction>("the remainder of x / y, with the sign of x; silent when y is 0"),

@@ -11,6 +11,7 @@
 #include "KelvaneSDK/FileProcessing/InputRecording.h"
 #include "KelvaneSDK/FileProcessing/JsonWriter.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
+#include "KelvaneSDK/FileProcessing/ValueParsing.h"
 #include "KelvaneSDK/FileProcessing/ValueText.h"
 #include "KelvaneSDK/FunctionNode.h"
 #include "KelvaneSDK/InputStreamNode.h"

@@ -20,23 +20,12 @@ std::int64_t orStop(const TimestampedVariable& slot, std::optional<std::int64_t>
     return *result;
 }
 
-template <class Read>
-void readFirstPiece(TimestampedVariable& slot, std::string_view text, Read read) {
-    const std::string stripped = withoutCharacters(text, brackets);
-    if (const auto parsed = read(splitAtCommas(stripped).front())) {
-        slot.setValue(Value(*parsed));
-    } else {
-        slot.reportConversionError(text);
-    }
-}
-
 }  // namespace
 
 FloatValue::FloatValue(bool withDefault) {
     if (withDefault) setValue(Value(0.0));
 }
 std::string FloatValue::stringValue() const { return sixDigitText(as<double>()); }
-void FloatValue::setValueFromString(std::string_view text) { readFirstPiece(*this, text, parseDouble); }
 std::optional<Value> FloatValue::add(const TimestampedVariable& other) const {
     return Value(as<double>() + other.as<double>());
 }
@@ -71,7 +60,6 @@ IntegerValue::IntegerValue(bool withDefault) {
     if (withDefault) setValue(Value(0));
 }
 std::string IntegerValue::stringValue() const { return std::to_string(as<std::int64_t>()); }
-void IntegerValue::setValueFromString(std::string_view text) { readFirstPiece(*this, text, parseInteger); }
 std::optional<Value> IntegerValue::add(const TimestampedVariable& other) const {
     return Value(orStop(*this, checkedSum(as<std::int64_t>(), other.as<std::int64_t>()),
                         "an integer addition overflows 64 bits"));
@@ -121,11 +109,6 @@ std::string VectorValue::stringValue() const {
     const auto v = as<Vector>();
     return "(" + doubleText(v.x) + ", " + doubleText(v.y) + ", " + doubleText(v.z) + ")";
 }
-void VectorValue::setValueFromString(std::string_view text) {
-    const auto numbers = numbersBetweenCommas(withoutCharacters(text, brackets));
-    if (!numbers || numbers->size() != 3) return reportConversionError(text);
-    setValue(Value(Vector{(*numbers)[0], (*numbers)[1], (*numbers)[2]}));
-}
 std::optional<Value> VectorValue::add(const TimestampedVariable& other) const {
     return Value(as<Vector>() + other.as<Vector>());
 }
@@ -148,7 +131,6 @@ BooleanValue::BooleanValue(bool withDefault) {
     if (withDefault) setValue(Value(false));
 }
 std::string BooleanValue::stringValue() const { return as<bool>() ? "true" : "false"; }
-void BooleanValue::setValueFromString(std::string_view text) { readFirstPiece(*this, text, parseBoolean); }
 std::optional<bool> BooleanValue::isEqual(const TimestampedVariable& other) const {
     return exactlyEqual<bool>(*this, other);
 }
@@ -161,11 +143,6 @@ std::string OrientationValue::stringValue() const {
     const auto q = as<Orientation>();
     return "(" + doubleText(q.x) + ", " + doubleText(q.y) + ", " + doubleText(q.z) + ", " + doubleText(q.w) +
            ")";
-}
-void OrientationValue::setValueFromString(std::string_view text) {
-    const auto numbers = numbersBetweenCommas(withoutCharacters(text, brackets));
-    if (!numbers || numbers->size() != 4) return reportConversionError(text);
-    setValue(Value(Orientation{(*numbers)[0], (*numbers)[1], (*numbers)[2], (*numbers)[3]}));
 }
 std::optional<Value> OrientationValue::add(const TimestampedVariable& other) const {
     return Value(as<Orientation>() + other.as<Orientation>());
@@ -191,7 +168,6 @@ StringValue::StringValue(bool withDefault) {
     if (withDefault) setValue(Value(""));
 }
 std::string StringValue::stringValue() const { return std::string(as<String>().view()); }
-void StringValue::setValueFromString(std::string_view text) { setValue(Value(text)); }
 std::optional<Value> StringValue::add(const TimestampedVariable& other) const {
     return Value(as<String>() + other.as<String>());
 }

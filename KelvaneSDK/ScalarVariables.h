@@ -17,7 +17,6 @@ public:
     ValueClass valueClass() const override { return slotClass; }
     /// The C format "%g": six significant digits.
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     std::optional<Value> add(const TimestampedVariable& other) const override;
     std::optional<Value> subtract(const TimestampedVariable& other) const override;
     std::optional<Value> multiply(const TimestampedVariable& other) const override;
@@ -40,7 +39,6 @@ public:
     explicit IntegerValue(bool withDefault);
     ValueClass valueClass() const override { return slotClass; }
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     std::optional<Value> add(const TimestampedVariable& other) const override;
     std::optional<Value> subtract(const TimestampedVariable& other) const override;
     std::optional<Value> multiply(const TimestampedVariable& other) const override;
@@ -63,7 +61,6 @@ public:
     ValueClass valueClass() const override { return slotClass; }
     /// "(1.0, 2.0, 3.0)".
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     std::optional<Value> add(const TimestampedVariable& other) const override;
     std::optional<Value> subtract(const TimestampedVariable& other) const override;
     std::optional<Value> multiply(const TimestampedVariable& other) const override;
@@ -80,7 +77,6 @@ public:
     explicit BooleanValue(bool withDefault);
     ValueClass valueClass() const override { return slotClass; }
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     std::optional<bool> isEqual(const TimestampedVariable& other) const override;
     /// Logical not.
     std::optional<Value> negate() const override;
@@ -97,7 +93,6 @@ public:
     ValueClass valueClass() const override { return slotClass; }
     /// "(0.0, 0.0, 0.0, 1.0)".
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     std::optional<Value> add(const TimestampedVariable& other) const override;
     std::optional<Value> subtract(const TimestampedVariable& other) const override;
     std::optional<Value> multiply(const TimestampedVariable& other) const override;
@@ -116,7 +111,6 @@ public:
     explicit StringValue(bool withDefault);
     ValueClass valueClass() const override { return slotClass; }
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     std::optional<Value> add(const TimestampedVariable& other) const override;
     std::optional<bool> isEqual(const TimestampedVariable& other) const override;
     std::optional<bool> isLarger(const TimestampedVariable& other) const override;

@@ -70,14 +70,6 @@ SequenceValue::SequenceValue(bool withDefault) {
 
 std::string SequenceValue::stringValue() const { return joinedSamples(samplesOf(*this)); }
 
-void SequenceValue::setValueFromString(std::string_view text) {
-    const auto numbers = numbersBetweenCommas(withoutCharacters(text, brackets));
-    if (!numbers || numbers->size() % 2 != 0) return reportConversionError(text);
-    ListBuilder<Sample> samples(numbers->size() / 2);
-    for (std::size_t i = 0; i < numbers->size(); i += 2) samples.append({(*numbers)[i], (*numbers)[i + 1]});
-    setValue(Value(Sequence(samples.finish())));
-}
-
 std::optional<Value> SequenceValue::add(const TimestampedVariable& other) const {
     return combined(samplesOf(*this), samplesOf(other),
                     [](double f, double v) { return std::optional(f + v); });

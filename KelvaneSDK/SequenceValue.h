@@ -19,7 +19,6 @@ public:
     ValueClass valueClass() const override { return slotClass; }
     /// "(0.0, 1.0),(0.5, 2.0)".
     std::string stringValue() const override;
-    void setValueFromString(std::string_view text) override;
     std::optional<Value> add(const TimestampedVariable& other) const override;
     std::optional<Value> subtract(const TimestampedVariable& other) const override;
     std::optional<Value> multiply(const TimestampedVariable& other) const override;

@@ -1,6 +1,7 @@
 #include "KelvaneSDK/TimestampedVariable.h"
 
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/FileProcessing/ValueParsing.h"
 #include "KelvaneSDK/Node.h"
 
 namespace KelvaneSDK {
@@ -24,7 +25,15 @@ ValueClass TimestampedVariable::adoptedType(const TimestampedVariable& source) c
 }
 
 std::string TimestampedVariable::stringValue() const { return "<NO STRING CONVERSION>"; }
-void TimestampedVariable::setValueFromString(std::string_view) {}
+
+void TimestampedVariable::setValueFromString(std::string_view text) {
+    if (!readsText(valueClass())) return;
+    if (auto parsed = valueFromText(valueClass(), text)) {
+        setValue(std::move(*parsed));
+    } else {
+        reportConversionError(text);
+    }
+}
 
 void TimestampedVariable::reportConversionError(std::string_view text) const {
     printDiagnostic("ERROR: converting " + std::string(text) + " to " + std::string(typeString()) +

@@ -62,8 +62,8 @@ public:
 
     /// The value as shown to users; classes without a text form answer "<NO STRING CONVERSION>".
     virtual std::string stringValue() const;
-    /// Replaces the value by the one that `text` says; a text that does not parse is reported and changes
-    /// nothing.
+    /// Replaces the value by the one that `text` says, as valueFromText() reads it; a text that does not
+    /// parse is reported and changes nothing, and classes without a text form ignore it.
     virtual void setValueFromString(std::string_view text);
     /// Prints "ERROR: converting <text> to <typeString> failed!".
     void reportConversionError(std::string_view text) const;

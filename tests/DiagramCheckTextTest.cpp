@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "KelvaneSDK/DiagramCheck/ConstantText.h"
 #include "KelvaneSDK/DiagramCheck/NearestName.h"
 #include "support/DiagramDocument.h"
 
@@ -72,28 +71,6 @@ TEST(DiagramCheck, PlacesFollowTheTextAndNotTheRecord) {
     EXPECT_EQ(findings[1].line, 5U);
     EXPECT_EQ(findings[1].column, 4U);
     EXPECT_EQ(findings[2].hint, "did you mean \"Float\"?");
-}
-
-TEST(DiagramCheck, ReadsConstantsAsTheirSlotsDo) {
-    constexpr std::string_view texts[] = {"",        "1",          "1.5",
-                                          " (2, 3)", "1,2,3",      "(x:1,y:2,z:3)",
-                                          "1,2,3,4", "true",       "false",
-                                          "True",    "true,false", "nan",
-                                          "1e999",   "-",          "1,,2",
-                                          "{1}",     "0,1,1,2",    "9223372036854775808",
-                                          "a,b",     "\t1",        "(x:0,y:0,z:0,w:1)"};
-    const CapturedDiagnostics diagnostics;
-    for (int i = 0; i <= static_cast<int>(ValueClass::SequenceArrayVariable); ++i) {
-        const auto valueClass = static_cast<ValueClass>(i);
-        for (const auto text : texts) {
-            const auto slot = makeSlot(valueClass);
-            slot->setValueFromString(text);
-            const auto value = valueFromText(valueClass, text);
-            ASSERT_EQ(value.has_value(), slot->hasValue()) << typeString(valueClass) << " from " << text;
-            if (!value) continue;
-            EXPECT_EQ(getValueString(*value), getValueString(*slot->value())) << text;
-        }
-    }
 }
 
 TEST(DiagramCheck, SuggestsOnlyCloseNames) {

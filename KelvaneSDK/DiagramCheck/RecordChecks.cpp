@@ -7,6 +7,7 @@
 
 #include "KelvaneSDK/DiagramCheck/ConstantText.h"
 #include "KelvaneSDK/DiagramCheck/NearestName.h"
+#include "KelvaneSDK/FileProcessing/ValueParsing.h"
 
 namespace KelvaneSDK {
 
@@ -207,7 +208,7 @@ private:
                 .about(node)
                 .subject(name)
                 .fatal();
-        } else if (ignoresText(*outputClass)) {
+        } else if (!readsText(*outputClass)) {
             findings
                 .warning("value-ignored", Section::properties, row,
                          "a value of type " + quoted(typeString(*outputClass)) + " cannot be set by a text")

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,9 @@ struct RunOptions {
     std::vector<std::string> hidden;
     bool withoutInputs = false;
     bool withStatistics = false;
+    /// What an evaluation may use up before the run ends.
+    std::size_t maxElements = 10'000'000;
+    double maxBatchSeconds = 10;
 };
 int run(const RunOptions& options);
 

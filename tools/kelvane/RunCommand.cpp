@@ -18,13 +18,6 @@ using namespace KelvaneSDK;
 
 namespace {
 
-/// A value of a slot class from its text, or absent.
-std::optional<Value> parsedValue(ValueClass slotClass, std::string_view text) {
-    const auto slot = makeSlot(slotClass);
-    slot->setValueFromString(text);
-    return slot->value();
-}
-
 [[noreturn]] void refuseOption(const std::string& option, const std::string& reason) {
     throw Failure{ExitStatus::wrongUsage, "kelvane: " + printable(option) + ": " + reason};
 }
@@ -51,7 +44,7 @@ void setConstant(Kelvane& engine, const std::string& setting) {
     const auto label = setting.substr(0, end), text = setting.substr(end + 1);
     for (const auto& node : engine.nodeList(NodeCategory::Constant)) {
         if (node->label() != label) continue;
-        const auto value = parsedValue(node->outputValue()->valueClass(), text);
+        const auto value = valueFromText(node->outputValue()->valueClass(), text);
         if (!value) refuseOption(option, inQuotes(text) + " does not read as " + node->typeString);
         engine.setConstant(label, *value);
     }
@@ -70,11 +63,10 @@ void hide(Kelvane& engine, const std::string& label) {
     engine.setInputStreamForwarding(label, false);
 }
 
-void applyOptions(Kelvane& engine, const RunOptions& options, LibraryMessages& messages) {
-    messages.muted = true;
+void applyOptions(Kelvane& engine, const RunOptions& options) {
     for (const auto& setting : options.constants) setConstant(engine, setting);
-    messages.muted = false;
     for (const auto& label : options.hidden) hide(engine, label);
+    engine.setLimits({options.maxElements, options.maxBatchSeconds});
     if (!options.withoutInputs) return;
     for (const auto& label : engine.getInputStreams()) engine.setInputStreamForwarding(label, false);
 }
@@ -86,7 +78,7 @@ public:
         : diagram(loadDiagram(options.diagram, messages)),
           recording(options.recording),
           output(options.output, std::array{options.diagram, options.recording}) {
-        applyOptions(*diagram.engine, options, messages);
+        applyOptions(*diagram.engine, options);
         previousHandler = setStopHandler([this](std::string_view reason) { endAfterStop(reason); });
     }
     ~Run() { setStopHandler(previousHandler); }

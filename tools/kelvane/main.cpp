@@ -40,6 +40,17 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
                   "LABEL=TEXT");
     addRepeatable(command, "--hide", options.hidden, "Leave this label out of the results", "LABEL");
     command.add_flag("--no-inputs", options.withoutInputs, "Leave the input streams out of the results");
+    command
+        .add_option("--max-elements", options.maxElements,
+                    "End the run when a list, sequence or text grows beyond N elements")
+        ->type_name("N")
+        ->capture_default_str();
+    command
+        .add_option("--max-batch-seconds", options.maxBatchSeconds,
+                    "End the run when a batch takes longer than S seconds")
+        ->type_name("S")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
     command.add_flag("--stats", options.withStatistics, "Tell how much was done, on standard error");
 }
 

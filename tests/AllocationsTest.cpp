@@ -15,8 +15,7 @@ using Texts = List<String>;
 }  // namespace
 
 TEST(Allocations, ScalarsAreCopiedAndForwardedWithoutAny) {
-    for (const Value& value :
-         {Value(1.5), Value(2), Value(true), Value(Vector{1, 2, 3}), Value(Orientation{})}) {
+    for (const Value& value : {Value(1.5), Value(2), Value(true), Value(Vector{1, 2, 3}), Value(Orientation{})}) {
         const auto from = slotHolding(value), to = slotHolding(value);
         const long before = allocations();
         const Value copy = value;

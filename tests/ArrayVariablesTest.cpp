@@ -45,8 +45,7 @@ TEST(ArrayVariables, Operate) {
 }
 
 TEST(ArrayVariables, ListsOfOtherElementsAreNotSorted) {
-    for (const Value& list :
-         {Value(Vectors{{}}), Value(Orientations{{}}), Value(List<Sequence>{Sequence()})}) {
+    for (const Value& list : {Value(Vectors{{}}), Value(Orientations{{}}), Value(List<Sequence>{Sequence()})}) {
         const CapturedDiagnostics diagnostics;
         EXPECT_EQ(apply("sorted", list), "absent");
         EXPECT_EQ(diagnostics.lines, std::vector<std::string>{"ERROR: sorting unsupported type"});
@@ -58,8 +57,7 @@ TEST(ArrayVariablesDeathTest, Stops) {
         {"sum", Integers{INT64_MAX, 1}, 0.0, "an integer sum overflows 64 bits"},
         {"scale", Integers{1}, 1e19, "the scale factor 1e\\+19 is no 64-bit integer"},
         {"stringValue", Integers{1}, 0.0, "an integer array has no text form unless it is empty .*"},
-        {"add", Floats{1}, Vectors{},
-         "a slot holds a value of type Vector array where Float array is needed"},
+        {"add", Floats{1}, Vectors{}, "a slot holds a value of type Vector array where Float array is needed"},
     });
     EXPECT_DEATH(ArrayVariable().sorted(false), "^FATAL: an array without a value was to be sorted\n$");
 }

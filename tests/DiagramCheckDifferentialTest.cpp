@@ -126,8 +126,7 @@ Outcome outcomeOf(const std::string& text, bool append = false) {
 
     Outcome outcome;
     outcome.hung = WIFSIGNALED(status) && WTERMSIG(status) == SIGVTALRM;
-    if (WIFSIGNALED(status) && !outcome.hung)
-        outcome.stopReason = "signal " + std::to_string(WTERMSIG(status));
+    if (WIFSIGNALED(status) && !outcome.hung) outcome.stopReason = "signal " + std::to_string(WTERMSIG(status));
     for (std::size_t begin = 0; begin < told.size();) {
         const auto end = told.find('\n', begin);
         const std::string line = told.substr(begin, end - begin);
@@ -143,20 +142,16 @@ Outcome outcomeOf(const std::string& text, bool append = false) {
 // Stops that depend on the values that arrive, not on the document alone.
 bool dependsOnValues(std::string_view reason) {
     constexpr std::string_view parts[] = {
-        "overflows 64 bits",  "is by zero",     "no 64-bit integer", "does not fit",
-        "a buffer of length", "an array of",    "lies outside",      "lie",
-        "is empty",           "fewer than two", "a width of",        "no earlier sample",
-        "an empty array"};
-    return std::any_of(std::begin(parts), std::end(parts),
-                       [&](auto part) { return reason.find(part) != std::string_view::npos; });
+        "overflows 64 bits", "is by zero",     "no 64-bit integer", "does not fit",      "a buffer of length", "an array of", "lies outside", "lie",
+        "is empty",          "fewer than two", "a width of",        "no earlier sample", "an empty array"};
+    return std::any_of(std::begin(parts), std::end(parts), [&](auto part) { return reason.find(part) != std::string_view::npos; });
 }
 
 /// Random documents: mostly sound wiring with faults strewn in.
 class DocumentMaker {
 public:
     explicit DocumentMaker(std::uint32_t seed) : random(seed) {
-        for (const auto& [name, nodeClass] : NodeRegistry::library().classes(NodeCategory::Function))
-            functions.push_back(name);
+        for (const auto& [name, nodeClass] : NodeRegistry::library().classes(NodeCategory::Function)) functions.push_back(name);
     }
 
     DiagramDocument make() {
@@ -164,24 +159,19 @@ public:
         outputs.clear();
         careful = chance(2);
         const int streams = 1 + below(3), constants = below(3), steps = 1 + below(7);
-        for (int i = 0; i < streams; ++i)
-            source(document.stream(type(), std::string(1, static_cast<char>('p' + i))));
+        for (int i = 0; i < streams; ++i) source(document.stream(type(), std::string(1, static_cast<char>('p' + i))));
         for (int i = 0; i < constants; ++i) {
             const auto name = type();
             source(document.constant(name, constantText(name), "c" + std::to_string(i)));
         }
         for (int i = 0; i < steps; ++i) step();
         deliverUnused();
-        if (slip(3))
-            std::shuffle(document.data.info.connections.begin(), document.data.info.connections.end(),
-                         random);
+        if (slip(3)) std::shuffle(document.data.info.connections.begin(), document.data.info.connections.end(), random);
         if (slip(2)) disturb();
         return std::move(document);
     }
 
-    std::size_t below(std::size_t count) {
-        return std::uniform_int_distribution<std::size_t>(0, count - 1)(random);
-    }
+    std::size_t below(std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(random); }
     int below(int count) { return static_cast<int>(below(static_cast<std::size_t>(count))); }
     bool chance(int oneIn) { return below(oneIn) == 0; }
     bool slip(int oneIn) { return !careful && chance(oneIn); }
@@ -193,8 +183,7 @@ private:
     };
 
     std::string type() {
-        static const std::vector<std::string> common{"Float",   "Float",  "Float",   "Integer",
-                                                     "Boolean", "Vector", "Sequence"};
+        static const std::vector<std::string> common{"Float", "Float", "Float", "Integer", "Boolean", "Vector", "Sequence"};
         if (!chance(4)) return common[below(common.size())];
         const auto& all = NodeRegistry::library().classes(NodeCategory::InputStream);
         return std::next(all.begin(), static_cast<std::ptrdiff_t>(below(all.size())))->first;
@@ -211,15 +200,12 @@ private:
         return slip(6) ? std::to_string(below(4) - 3) : std::to_string(1 + below(2));
     }
 
-    void source(std::int64_t id) {
-        outputs.push_back({id, *concreteClassNamed(document.data.info.nodes.back().typeString)});
-    }
+    void source(std::int64_t id) { outputs.push_back({id, *concreteClassNamed(document.data.info.nodes.back().typeString)}); }
 
     std::optional<Output> choose(ValueClass wanted) {
         std::vector<Output> fitting;
         for (const auto& output : outputs) {
-            const bool fits = output.valueClass == wanted || isGeneric(output.valueClass) ||
-                              wanted == ValueClass::TimestampedVariable ||
+            const bool fits = output.valueClass == wanted || isGeneric(output.valueClass) || wanted == ValueClass::TimestampedVariable ||
                               (wanted == ValueClass::ValueVariable && !isArray(output.valueClass)) ||
                               (wanted == ValueClass::ArrayVariable && isArray(output.valueClass));
             if (fits) fitting.push_back(output);
@@ -229,19 +215,16 @@ private:
     }
 
     void step() {
-        static const std::vector<std::string> flow{
-            "Pass-through", "Add",     "Equal",     "Pass updated", "Gate",           "Max",  "Negate",
-            "Switch",       "Trigger", "Timestamp", "Scale",        "Update counter", "Adder"};
+        static const std::vector<std::string> flow{"Pass-through", "Add",     "Equal",     "Pass updated", "Gate",           "Max",  "Negate",
+                                                   "Switch",       "Trigger", "Timestamp", "Scale",        "Update counter", "Adder"};
         const auto& name = chance(2) ? flow[below(flow.size())] : functions[below(functions.size())];
         const auto id = document.function(name);
         const auto shape = NodeRegistry::library().find(NodeCategory::Function, name)->make();
         ValueClass adopted = ValueClass::TimestampedVariable;
         for (const auto* slot : shape->inputValues()) {
             if (slip(30)) continue;
-            const ValueClass wanted = slot->isGenericSlot() && !isGeneric(adopted) &&
-                                              slot->valueClass() == ValueClass::TimestampedVariable
-                                          ? adopted
-                                          : slot->valueClass();
+            const ValueClass wanted =
+                slot->isGenericSlot() && !isGeneric(adopted) && slot->valueClass() == ValueClass::TimestampedVariable ? adopted : slot->valueClass();
             const auto from = choose(wanted);
             if (slot->isGenericSlot()) adopted = from->valueClass;
             document.connect(from->id, id, slot->index);
@@ -250,9 +233,8 @@ private:
         if (slip(12)) document.outputType(id, type());
         // Loops: a node behind feeds one before, or itself.
         if (slip(6)) {
-            const auto functionsSoFar = static_cast<std::size_t>(
-                std::count_if(document.data.info.nodes.begin(), document.data.info.nodes.end(),
-                              [](const auto& n) { return n.classString == "Function"; }));
+            const auto functionsSoFar = static_cast<std::size_t>(std::count_if(document.data.info.nodes.begin(), document.data.info.nodes.end(),
+                                                                               [](const auto& n) { return n.classString == "Function"; }));
             const auto back = id - static_cast<std::int64_t>(below(functionsSoFar));
             document.connect(id, back, below(2));
         }
@@ -266,11 +248,9 @@ private:
         int number = 0;
         for (const auto& from : outputs) {
             if (used.contains(from.id) || slip(20)) continue;
-            const auto name =
-                isGeneric(from.valueClass) || slip(20) ? type() : std::string(typeString(from.valueClass));
+            const auto name = isGeneric(from.valueClass) || slip(20) ? type() : std::string(typeString(from.valueClass));
             // Now and then the label of a stream, which is then fed back.
-            const auto label = chance(6) ? std::string(1, static_cast<char>('p' + below(3)))
-                                         : "out" + std::to_string(number++);
+            const auto label = chance(6) ? std::string(1, static_cast<char>('p' + below(3))) : "out" + std::to_string(number++);
             document.connect(from.id, document.output(name, label));
         }
     }
@@ -335,18 +315,17 @@ private:
 
 // Functions that may hold a value back, or need not read all they get.
 bool hasChoosyFunctions(const DiagramDocument& document) {
-    return std::any_of(
-        document.data.info.nodes.begin(), document.data.info.nodes.end(), [](const auto& node) {
-            const bool readsAll = node.typeString != "And" && node.typeString != "Or";
-            return node.classString == "Function" && !(readsAll && traitsOf(node.typeString).alwaysEmits);
-        });
+    return std::any_of(document.data.info.nodes.begin(), document.data.info.nodes.end(), [](const auto& node) {
+        const bool readsAll = node.typeString != "And" && node.typeString != "Or";
+        return node.classString == "Function" && !(readsAll && traitsOf(node.typeString).alwaysEmits);
+    });
 }
 
 std::string textOf(const std::vector<Finding>& findings) {
     std::string text;
     for (const auto& finding : findings) {
-        text += (finding.severity == Severity::error ? finding.fatal ? "fatal " : "error " : "warning ") +
-                finding.code + " " + findingText(finding) + "\n";
+        text += (finding.severity == Severity::error ? finding.fatal ? "fatal " : "error " : "warning ") + finding.code + " " + findingText(finding) +
+                "\n";
     }
     return text;
 }
@@ -354,31 +333,25 @@ std::string textOf(const std::vector<Finding>& findings) {
 std::string summaryOf(const DiagramInfo& info) {
     std::string text = "\n";
     for (const auto& node : info.nodes) {
-        text += std::to_string(node.id) + " " + node.classString + " " + node.typeString + " " +
-                node.outputType.value_or("") + "\n";
+        text += std::to_string(node.id) + " " + node.classString + " " + node.typeString + " " + node.outputType.value_or("") + "\n";
     }
     for (const auto& [from, to, input] : info.connections) {
         text += std::to_string(from) + " -> " + std::to_string(to) + "." + std::to_string(input) + "\n";
     }
-    for (const auto& [id, name, value] : info.properties)
-        text += std::to_string(id) + "." + name + " = " + value + "\n";
+    for (const auto& [id, name, value] : info.properties) text += std::to_string(id) + "." + name + " = " + value + "\n";
     return text;
 }
 
-bool contains(const std::vector<Finding>& findings, auto predicate) {
-    return std::any_of(findings.begin(), findings.end(), predicate);
-}
+bool contains(const std::vector<Finding>& findings, auto predicate) { return std::any_of(findings.begin(), findings.end(), predicate); }
 
 // Something that the finding says is visible in the run.
-bool isConfirmed(const Finding& finding, const Outcome& outcome, const std::vector<Finding>& all,
-                 const std::string& text) {
+bool isConfirmed(const Finding& finding, const Outcome& outcome, const std::vector<Finding>& all, const std::string& text) {
     if (outcome.printedError || outcome.failedToRead || !outcome.ended()) return true;
     if (finding.code == "id-leaves-no-room") return !outcomeOf(text, true).stopReason.empty();
     // The engine finds only the first node of an id.
     if (finding.code == "duplicate-id") return true;
     const bool fedTwice = contains(all, [](const Finding& f) { return f.code == "input-connected-twice"; });
-    return finding.code == "type-mismatch" &&
-           (fedTwice || !outcome.nodesWithOutput.contains(*finding.nodeId));
+    return finding.code == "type-mismatch" && (fedTwice || !outcome.nodesWithOutput.contains(*finding.nodeId));
 }
 
 }  // namespace
@@ -394,8 +367,7 @@ TEST(DiagramCheckDifferential, FindsWhatTheEngineMeets) {
         SCOPED_TRACE(summaryOf(document.data.info) + textOf(findings));
         const bool isFatal = contains(findings, [](const Finding& f) { return f.fatal; });
         const bool mayHang = contains(findings, [](const Finding& f) {
-            return f.fatal && (f.code.ends_with("cycle") || f.code == "connection-unknown-id" ||
-                               f.code == "constant-never-ends");
+            return f.fatal && (f.code.ends_with("cycle") || f.code == "connection-unknown-id" || f.code == "constant-never-ends");
         });
         if (mayHang && hangsLeft-- <= 0) continue;
 
@@ -405,11 +377,9 @@ TEST(DiagramCheckDifferential, FindsWhatTheEngineMeets) {
             ++fatal;
             // A value of a wrong type stops its receiver only if it is sent, and if no other value replaces
             // it.
-            const bool onlyTypes = !contains(findings, [](const Finding& f) {
-                return f.fatal && f.code != "type-mismatch" && !f.code.starts_with("constant");
-            });
-            const bool fedTwice =
-                contains(findings, [](const Finding& f) { return f.code == "input-connected-twice"; });
+            const bool onlyTypes =
+                !contains(findings, [](const Finding& f) { return f.fatal && f.code != "type-mismatch" && !f.code.starts_with("constant"); });
+            const bool fedTwice = contains(findings, [](const Finding& f) { return f.code == "input-connected-twice"; });
             if (onlyTypes && (fedTwice || hasChoosyFunctions(document))) {
                 if (outcome.ended()) ++unconfirmed;
             } else {
@@ -417,8 +387,7 @@ TEST(DiagramCheckDifferential, FindsWhatTheEngineMeets) {
             }
         } else {
             EXPECT_TRUE(outcome.stopReason.empty() || dependsOnValues(outcome.stopReason));
-            const bool restless =
-                contains(findings, [](const Finding& f) { return f.code == "restless-cycle"; });
+            const bool restless = contains(findings, [](const Finding& f) { return f.code == "restless-cycle"; });
             EXPECT_TRUE(!outcome.hung || restless);
         }
         for (const auto& finding : findings) {
@@ -487,8 +456,7 @@ TEST(DiagramCheckDifferential, ForeseesWhatConstantsDo) {
         for (std::size_t i = 0; i < inputs.size(); ++i) {
             const auto& [type, text] = inputs[i];
             const auto label = std::string(1, static_cast<char>('p' + i));
-            const auto source =
-                text.empty() ? document.stream(type, label) : document.constant(type, text, label);
+            const auto source = text.empty() ? document.stream(type, label) : document.constant(type, text, label);
             document.connect(source, node, static_cast<std::int64_t>(i));
         }
         const auto findings = checkDiagram(document.data.info);
@@ -532,8 +500,7 @@ TEST(DiagramCheckDifferential, ForeseesWhatCyclesDo) {
         const auto findings = checkDiagram(document.data.info);
         SCOPED_TRACE(summaryOf(document.data.info) + textOf(findings));
         EXPECT_TRUE(contains(findings, [&](const Finding& f) { return f.code == row.code; }));
-        EXPECT_EQ(outcomeOf(document.text()).ended(),
-                  !contains(findings, [](const Finding& f) { return f.fatal; }));
+        EXPECT_EQ(outcomeOf(document.text()).ended(), !contains(findings, [](const Finding& f) { return f.fatal; }));
     }
 }
 
@@ -576,8 +543,7 @@ TEST(DiagramCheckDifferential, TellsDamagedTextsAsTheDecoderDoes) {
         ++damaged;
         ASSERT_GT(findings[0].line, 0U);
         // The scan, which finds the place, agrees with the decoder on what is JSON.
-        const bool isJson =
-            !failure.reason.starts_with("not ") && !failure.reason.starts_with("the text is empty");
+        const bool isJson = !failure.reason.starts_with("not ") && !failure.reason.starts_with("the text is empty");
         ASSERT_EQ(findJsonFault(text, maximumDocumentDepth).has_value(), !isJson);
     }
     EXPECT_GT(damaged, 1000);

@@ -14,8 +14,8 @@ struct DecodeCase {
 };
 
 // The smallest document with some of its members replaced.
-std::string document(std::string_view nodes = "[]", std::string_view connections = "[]",
-                     std::string_view positions = "[]", std::string_view others = "") {
+std::string document(std::string_view nodes = "[]", std::string_view connections = "[]", std::string_view positions = "[]",
+                     std::string_view others = "") {
     std::string text = R"({"properties": [], "nodes": )";
     return text.append(nodes)
         .append(R"(, "connections": )")
@@ -41,11 +41,10 @@ TEST_P(DecodeTest, AcceptsOrNamesTheCulprit) {
 INSTANTIATE_TEST_SUITE_P(
     DiagramData, DecodeTest,
     testing::Values(
-        DecodeCase{"Smallest", document(), std::nullopt},
-        DecodeCase{"UnknownKeys", document("[]", "[]", "[]", R"(, "version": 3)"), std::nullopt},
+        DecodeCase{"Smallest", document(), std::nullopt}, DecodeCase{"UnknownKeys", document("[]", "[]", "[]", R"(, "version": 3)"), std::nullopt},
         DecodeCase{"NullOptionals",
-                   document(R"([{"id": 1, "classString": "a", "typeString": "b", "outputType": null}])", "[]",
-                            "[]", R"(, "containers": null, "manualLines": null, "subdiagrams": null)"),
+                   document(R"([{"id": 1, "classString": "a", "typeString": "b", "outputType": null}])", "[]", "[]",
+                            R"(, "containers": null, "manualLines": null, "subdiagrams": null)"),
                    std::nullopt},
         DecodeCase{"Empty", "", ""}, DecodeCase{"Array", "[]", ""},
 
@@ -53,24 +52,15 @@ INSTANTIATE_TEST_SUITE_P(
 
         DecodeCase{"ObjectForAList", document("{}"), "/nodes"},
 
-        DecodeCase{"NumberForAText", document(R"([{"id": 1, "classString": 2, "typeString": "b"}])"),
-                   "/nodes/0/classString"},
-        DecodeCase{"IdTooLarge",
-                   document(R"([{"id": 9223372036854775808, "classString": "", "typeString": ""}])"),
-                   "/nodes/0/id"},
-        DecodeCase{"FractionForAnInteger",
-                   document("[]", R"([{"outputNodeId": 1, "inputNodeId": 2, "inputIndex": 1.5}])"),
+        DecodeCase{"NumberForAText", document(R"([{"id": 1, "classString": 2, "typeString": "b"}])"), "/nodes/0/classString"},
+        DecodeCase{"IdTooLarge", document(R"([{"id": 9223372036854775808, "classString": "", "typeString": ""}])"), "/nodes/0/id"},
+        DecodeCase{"FractionForAnInteger", document("[]", R"([{"outputNodeId": 1, "inputNodeId": 2, "inputIndex": 1.5}])"),
                    "/connections/0/inputIndex"},
-        DecodeCase{"TextForANumber",
-                   document("[]", "[]", R"([{"id": 1, "x": 0, "y": 0}, {"id": 1, "x": "3", "y": 0}])"),
-                   "/positions/1/x"},
-        DecodeCase{"NumberAsManualLine", document("[]", "[]", "[]", R"(, "manualLines": ["a", 1])"),
-                   "/manualLines/1"},
-        DecodeCase{
-            "NestedContainerWithoutIds",
-            document("[]", "[]", "[]", R"(, "containers": [{"x": 0, "y": 0, "description": "", "nodeIds": [],
+        DecodeCase{"TextForANumber", document("[]", "[]", R"([{"id": 1, "x": 0, "y": 0}, {"id": 1, "x": "3", "y": 0}])"), "/positions/1/x"},
+        DecodeCase{"NumberAsManualLine", document("[]", "[]", "[]", R"(, "manualLines": ["a", 1])"), "/manualLines/1"},
+        DecodeCase{"NestedContainerWithoutIds", document("[]", "[]", "[]", R"(, "containers": [{"x": 0, "y": 0, "description": "", "nodeIds": [],
                             "containers": [{"x": 0, "y": 0, "description": ""}]}])"),
-            "/containers/0/containers/0/nodeIds"}),
+                   "/containers/0/containers/0/nodeIds"}),
     [](const auto& test) { return test.param.name; });
 
 TEST(DiagramDataTest, ReadsIntegersHoweverWritten) {
@@ -90,8 +80,7 @@ TEST(DiagramDataTest, WhatIsWrittenReadsBackEqual) {
     data.info.properties = {{-1, "Description", "\"quoted\" \n \\ \x01 é"}};
     data.info.connections = {{1, 2, 3}};
     data.info.positions = {{1, 1e-300, 123456789.123456789}};
-    data.info.containers = {{nested("a", {nested("b", {nested("c", {}), nested("d", {})}), nested("e", {})}),
-                             {1, 2, "f", {}, "red", std::nullopt}}};
+    data.info.containers = {{nested("a", {nested("b", {nested("c", {}), nested("d", {})}), nested("e", {})}), {1, 2, "f", {}, "red", std::nullopt}}};
     data.info.manualLines = {{"", "line"}};
     data.info.subdiagrams = {{{"main", {1, 2}}, {"empty", {}}}};
     EXPECT_EQ(DiagramData::decode(data.encode())->info, data.info);

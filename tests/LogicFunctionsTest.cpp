@@ -16,19 +16,12 @@ FunctionCase ofOne(std::string name, std::string function, std::vector<Step> ste
 
 INSTANTIATE_TEST_SUITE_P(
     Logic, FunctionTest,
-    testing::Values(
-        ofTwo(
-            "And",
-            {{{false, false}, false}, {{false, true}, false}, {{true, false}, false}, {{true, true}, true}}),
-        ofTwo("Or",
-              {{{false, false}, false}, {{false, true}, true}, {{true, false}, true}, {{true, true}, true}}),
-        ofTwo("Xor",
-              {{{false, false}, false}, {{false, true}, true}, {{true, false}, true}, {{true, true}, false}}),
-        ofOne("NotNegates", "Not", {{{false}, true}, {{true}, false}}),
-        ofOne("ToggledMarksChanges", "Toggled",
-              {{{true}, false}, {{true}, false}, {{false}, true}, {{false}, false}, {{true}, true}}),
-        ofOne("ToggledForgetsOnReset", "Toggled",
-              {{{true}, false}, resetStep, {{false}, false}, {{true}, true}})),
+    testing::Values(ofTwo("And", {{{false, false}, false}, {{false, true}, false}, {{true, false}, false}, {{true, true}, true}}),
+                    ofTwo("Or", {{{false, false}, false}, {{false, true}, true}, {{true, false}, true}, {{true, true}, true}}),
+                    ofTwo("Xor", {{{false, false}, false}, {{false, true}, true}, {{true, false}, true}, {{true, true}, false}}),
+                    ofOne("NotNegates", "Not", {{{false}, true}, {{true}, false}}),
+                    ofOne("ToggledMarksChanges", "Toggled", {{{true}, false}, {{true}, false}, {{false}, true}, {{false}, false}, {{true}, true}}),
+                    ofOne("ToggledForgetsOnReset", "Toggled", {{{true}, false}, resetStep, {{false}, false}, {{true}, true}})),
     caseName);
 
 }  // namespace KelvaneSDK::testing_support

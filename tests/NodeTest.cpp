@@ -14,16 +14,12 @@ namespace {
 // One input of every generic kind and a concrete one; the output is generic too.
 class ProbeFunction final : public FunctionNode {
 public:
-    void createInputs() override {
-        addInputs<ValueVariable, ArrayVariable, TimestampedVariable, FloatValue>("a", "b", "c", "d");
-    }
+    void createInputs() override { addInputs<ValueVariable, ArrayVariable, TimestampedVariable, FloatValue>("a", "b", "c", "d"); }
     void createOutput() override { setOutput<ArrayVariable>(); }
     void setTypeString() override { typeString = "Probe"; }
 };
 
-std::unique_ptr<Node> make(NodeCategory category, std::string_view typeString) {
-    return NodeRegistry::library().find(category, typeString)->make();
-}
+std::unique_ptr<Node> make(NodeCategory category, std::string_view typeString) { return NodeRegistry::library().find(category, typeString)->make(); }
 std::unique_ptr<Node> stream(std::string_view type) { return make(NodeCategory::InputStream, type); }
 std::unique_ptr<Node> function(std::string_view name) { return make(NodeCategory::Function, name); }
 
@@ -46,12 +42,9 @@ struct Adoption {
 };
 
 const Adoption adoptions[] = {
-    {0, "Integer", "i [i] i f -> [i]", "Integer array"},
-    {0, "Vector array", "v [v] v f -> [v]", "Vector array"},
-    {1, "Float array", "f [f] [f] f -> [f]", "Float array"},
-    {1, "Boolean", "b [b] [b] f -> [b]", "Boolean array"},
-    {2, "String", "$ [$] $ f -> [$]", "String array"},
-    {3, "Float", genericCodes, std::nullopt},
+    {0, "Integer", "i [i] i f -> [i]", "Integer array"},     {0, "Vector array", "v [v] v f -> [v]", "Vector array"},
+    {1, "Float array", "f [f] [f] f -> [f]", "Float array"}, {1, "Boolean", "b [b] [b] f -> [b]", "Boolean array"},
+    {2, "String", "$ [$] $ f -> [$]", "String array"},       {3, "Float", genericCodes, std::nullopt},
 };
 
 }  // namespace
@@ -80,8 +73,7 @@ TEST(NodeTest, GenericSlotsTakeOnTheTypeOfAConnectionAndFallBackWithIt) {
 }
 
 TEST(NodeTest, TypesStayFixedWhileAnyConnectionFixesThem) {
-    const auto a = stream("Float"), b = stream("Float"), add = function("Add"),
-               output = make(NodeCategory::VariableOutput, "Float");
+    const auto a = stream("Float"), b = stream("Float"), add = function("Add"), output = make(NodeCategory::VariableOutput, "Float");
     connect(*a, *add, 0);
     connect(*b, *add, 1);
     a->disconnect(*add->inputValues()[0]);
@@ -168,8 +160,7 @@ TEST(NodeTest, ANodeMayFeedItself) {
     const auto other = function("Pass-through");
     other->id = 7;
     other->setProperty("Description", "left foot");
-    EXPECT_DEATH(connect(*other, *other, 0),
-                 "FATAL: node 7 \\(\"Pass-through\", \"left foot\"\\): .*is not among its node's inputs");
+    EXPECT_DEATH(connect(*other, *other, 0), "FATAL: node 7 \\(\"Pass-through\", \"left foot\"\\): .*is not among its node's inputs");
     FloatValue loose;
     EXPECT_DEATH(other->connectOutput(loose), "the slot to connect to has no owner");
     EXPECT_DEATH(Node().resolveOutputType(), "a node without id .*no output slot");
@@ -201,8 +192,7 @@ TEST(NodeTest, CompletionConsumesTheInputsAndStampsTheOutput) {
 TEST(NodeTest, PropertiesOfEveryCategory) {
     using Properties = std::vector<Property>;
     EXPECT_EQ(function("Add")->getProperties(), Properties{});
-    EXPECT_EQ(make(NodeCategory::Constant, "Integer")->getProperties(),
-              (Properties{{"Description", "Integer"}, {"OutputValue", "0"}}));
+    EXPECT_EQ(make(NodeCategory::Constant, "Integer")->getProperties(), (Properties{{"Description", "Integer"}, {"OutputValue", "0"}}));
     const auto input = stream("Float"), output = make(NodeCategory::VariableOutput, "String");
     EXPECT_EQ(input->getProperties(), (Properties{{"Description", "Float"}, {"Forwarding", "true"}}));
     EXPECT_EQ(output->getProperties(), (Properties{{"Description", "String"}, {"Hidden", "false"}}));
@@ -218,8 +208,7 @@ TEST(NodeTest, PropertiesOfEveryCategory) {
     output->setProperty("Hidden", "true");
     output->setProperty("Description", "result");
     output->setProperty("Color", "blue");
-    EXPECT_EQ(output->getProperties(),
-              (Properties{{"Description", "result"}, {"Hidden", "true"}, {"Color", "blue"}}));
+    EXPECT_EQ(output->getProperties(), (Properties{{"Description", "result"}, {"Hidden", "true"}, {"Color", "blue"}}));
     output->setProperty("Color", "Blue");
     EXPECT_FALSE(output->color);
     EXPECT_TRUE(captured.lines.empty());
@@ -227,8 +216,7 @@ TEST(NodeTest, PropertiesOfEveryCategory) {
     output->setProperty("Forwarding", "true");
     input->setProperty("description", "x");
     input->setProperty("OutputValue", "abc");
-    const std::vector<std::string> expected{"ERROR: unknown propertyName Forwarding!",
-                                            "ERROR: unknown propertyName description!",
+    const std::vector<std::string> expected{"ERROR: unknown propertyName Forwarding!", "ERROR: unknown propertyName description!",
                                             "ERROR: converting abc to Float failed!"};
     EXPECT_EQ(captured.lines, expected);
     for (const auto color : allBodyColors()) EXPECT_EQ(bodyColorNamed(bodyColorName(color)), color);
@@ -238,8 +226,7 @@ TEST(VariableOutputNodeTest, PassesOnlyItsTypeAndFeedsNothing) {
     CapturedDiagnostics captured;
     const auto node = make(NodeCategory::VariableOutput, "Float"), next = function("Absolute");
     connect(*node, *next, 0);
-    EXPECT_EQ(captured.lines,
-              std::vector<std::string>{"ERROR: cannot connect to the output of a Variable Output node!"});
+    EXPECT_EQ(captured.lines, std::vector<std::string>{"ERROR: cannot connect to the output of a Variable Output node!"});
     EXPECT_TRUE(next->inputValues()[0]->connectable && node->connectedInputValues().empty());
     auto& input = *node->inputValues()[0];
     EXPECT_DEATH(node->process(), "evaluated without a value");

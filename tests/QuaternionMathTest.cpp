@@ -17,14 +17,10 @@ constexpr double pi = std::numbers::pi;
 constexpr double tolerance = 1e-13;
 
 double dot(const Vector& a, const Vector& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-Vector cross(const Vector& a, const Vector& b) {
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
+Vector cross(const Vector& a, const Vector& b) { return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x}; }
 double distance(const Orientation& a, const Orientation& b) { return std::sqrt(squaredLength(a - b)); }
 // Of rotations: q and -q are one.
-double rotationDistance(const Orientation& a, const Orientation& b) {
-    return std::min(distance(a, b), distance(a, -b));
-}
+double rotationDistance(const Orientation& a, const Orientation& b) { return std::min(distance(a, b), distance(a, -b)); }
 Vector rotated(const Orientation& q, const Vector& v) {
     const Orientation turned = q * Orientation{v.x, v.y, v.z, 0} * inverse(q);
     return {turned.x, turned.y, turned.z};
@@ -44,9 +40,7 @@ struct Turn {
 std::vector<Turn> turns() {
     std::vector<Turn> all;
     std::mt19937 random(1);
-    const auto uniform = [&random](double from, double to) {
-        return from + (to - from) * (static_cast<double>(random()) / 4294967296.0);
-    };
+    const auto uniform = [&random](double from, double to) { return from + (to - from) * (static_cast<double>(random()) / 4294967296.0); };
     for (int i = 0; i < 300; ++i) {
         const double z = uniform(-1, 1), around = uniform(0, 2 * pi), r = std::sqrt(1 - z * z);
         const double angle = i % 3 == 0 ? pi - 1e-3 * uniform(-1, 1) : uniform(0.01, 2 * pi - 0.01);
@@ -59,8 +53,7 @@ const std::vector<Vector> basis{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
 TEST(QuaternionMath, AnAxisAndAngleRotateLikeTheRotationFormula) {
     for (const auto& [angle, axis, q] : turns()) {
         for (const Vector& v : basis) {
-            expectNear(rotated(q, v), v * std::cos(angle) + cross(axis, v) * std::sin(angle) +
-                                          axis * (dot(axis, v) * (1 - std::cos(angle))));
+            expectNear(rotated(q, v), v * std::cos(angle) + cross(axis, v) * std::sin(angle) + axis * (dot(axis, v) * (1 - std::cos(angle))));
         }
         expectNear(rotationAxis(q), axis);
         EXPECT_NEAR(rotationAngle(q), angle, tolerance);
@@ -80,9 +73,7 @@ TEST(QuaternionMath, EulerAnglesTurnAboutZThenYThenX) {
         for (double b = -85; b < 90; b += 17) {
             for (double c = -165; c < 180; c += 55) {
                 const Orientation q = quaternionFromEuler({a, b, c});
-                const auto about = [](const Vector& axis, double degrees) {
-                    return quaternionFromAxis(degrees / 180 * pi, axis);
-                };
+                const auto about = [](const Vector& axis, double degrees) { return quaternionFromAxis(degrees / 180 * pi, axis); };
                 const Orientation product = about(basis[2], a) * about(basis[1], b) * about(basis[0], c);
                 EXPECT_LT(distance(q, product), tolerance);
                 expectNear(eulerFromQuaternion(q) * (pi / 180), Vector{a, b, c} * (pi / 180));
@@ -174,8 +165,7 @@ TEST(QuaternionMath, ASplineOfUniformTurnsTurnsUniformly) {
     const Vector axis{0.6, 0, 0.8};
     const auto at = [axis](double angle) { return quaternionFromAxis(angle, axis); };
     for (const double f : {0.0, 0.2, 0.5, 0.9}) {
-        EXPECT_LT(distance(quaternionSpline(at(0), at(0.5), at(1), at(1.5), f), at(0.5 + 0.5 * f)),
-                  tolerance);
+        EXPECT_LT(distance(quaternionSpline(at(0), at(0.5), at(1), at(1.5), f), at(0.5 + 0.5 * f)), tolerance);
     }
 }
 

@@ -72,19 +72,15 @@ TEST(ValueClass, EveryClassHasItsNamesCompanionDefaultAndOperations) {
         EXPECT_EQ(describe(slot->value()), "absent");
         EXPECT_EQ(describe(filled->value()), row.defaultValue);
         EXPECT_TRUE(slot->connectable && slot->timestamp == 0);
-        EXPECT_FALSE(slot->updated || slot->checked || slot->isConstant || slot->isTyped || slot->owner ||
-                     slot->label);
+        EXPECT_FALSE(slot->updated || slot->checked || slot->isConstant || slot->isTyped || slot->owner || slot->label);
         if (valueClass == Class::IntegerValue) filled->setValue(Value(1));  // it is divided by itself
         EXPECT_EQ(operationsOf(*filled), row.operations) << row.name;
-        EXPECT_EQ(filled->stringValue() == "<NO STRING CONVERSION>",
-                  !isConcrete || row.name == "Sequence array");
+        EXPECT_EQ(filled->stringValue() == "<NO STRING CONVERSION>", !isConcrete || row.name == "Sequence array");
     }
 }
 
 TEST(AdoptedType, GenericSlotsTakeTheElementOrTheArray) {
-    const auto adopted = [](Class receiver, Class source) {
-        return makeSlot(receiver)->adoptedType(*makeSlot(source));
-    };
+    const auto adopted = [](Class receiver, Class source) { return makeSlot(receiver)->adoptedType(*makeSlot(source)); };
     for (std::size_t i = 0; i < std::size(classes); ++i) {
         const auto source = static_cast<Class>(i);
         EXPECT_EQ(adopted(Class::TimestampedVariable, source), source);
@@ -94,8 +90,7 @@ TEST(AdoptedType, GenericSlotsTakeTheElementOrTheArray) {
         EXPECT_EQ(adopted(Class::ArrayVariable, source), isArray(source) ? source : companion);
         EXPECT_EQ(adopted(Class::ValueVariable, source), isArray(source) ? companion : source);
     }
-    const std::string reason =
-        "^FATAL: a slot of type \"Array\" cannot adopt a type from one of type \"Generic v";
+    const std::string reason = "^FATAL: a slot of type \"Array\" cannot adopt a type from one of type \"Generic v";
     EXPECT_DEATH(adopted(Class::ArrayVariable, Class::ValueVariable), reason + "ariable\"\n$");
     EXPECT_DEATH(adopted(Class::ArrayVariable, Class::TimestampedVariable), reason + "alue\"\n$");
 }
@@ -152,8 +147,7 @@ TEST(ScalarVariablesDeathTest, MisuseAndIntegerOverflowStop) {
         const auto empty = makeSlot(static_cast<Class>(i)), filled = makeSlot(static_cast<Class>(i), true);
         empty->label = "x";
         if (classes[i].operations.find('e') == std::string_view::npos) continue;
-        EXPECT_DEATH(filled->isEqual(*empty), "^FATAL: input \"x\" holds no value where " +
-                                                  std::string(classes[i].name) + " is needed\n$");
+        EXPECT_DEATH(filled->isEqual(*empty), "^FATAL: input \"x\" holds no value where " + std::string(classes[i].name) + " is needed\n$");
     }
 }
 

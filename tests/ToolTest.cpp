@@ -35,8 +35,7 @@ const std::string firstResult =
     R"({"timestamp":1,"name":"sum","floatValue":11}
 {"timestamp":1,"name":"x","floatValue":1}
 )";
-const std::string invalid =
-    R"("floatValue" is a string; a number was expected (ERROR: invalid JSON at line 1!))";
+const std::string invalid = R"("floatValue" is a string; a number was expected (ERROR: invalid JSON at line 1!))";
 
 const std::string badConstant =
     "bad-constant.json:11: properties[2]: node 1 (\"Float\", \"offset\"): \"ten\" is no value of type "
@@ -78,130 +77,114 @@ const auto run = [](auto... more) { return std::vector<std::string>{"run", "sum.
 
 INSTANTIATE_TEST_SUITE_P(
     Run, ToolTest,
-    testing::Values(
-        ToolCase{"ReplaysAFile", run("walk.jsonl"), "", 0, walkResults, ""},
-        ToolCase{"ReadsStandardInput", run(), x(1, R"("floatValue":1)"), 0, firstResult, ""},
-        ToolCase{"TakesADashForStandardInput", run("-"), x(1, R"("floatValue":1)"), 0, firstResult, ""},
-        ToolCase{"LeavesInputsOut", run("walk.jsonl", "--no-inputs"), "", 0, walkSums, ""},
-        ToolCase{"HidesStreams", run("walk.jsonl", "--hide", "x"), "", 0, walkSums, ""},
-        ToolCase{"HidesOutputs", run("walk.jsonl", "--hide", "x", "--hide", "sum"), "", 0, "", ""},
-        ToolCase{"SetsConstants", run("--no-inputs", "--set", "offset=-1e1", "--set", "offset=-0.5"),
-                 x(1, R"("floatValue":1)"), 0, "{\"timestamp\":1,\"name\":\"sum\",\"floatValue\":0.5}\n", ""},
-        ToolCase{"AcceptsAnEmptyRecording", run(), "", 0, "", ""},
-        ToolCase{"AcceptsCarriageReturns", run(),
-                 R"({"timestamp":1,"name":"x","floatValue":1})"
-                 "\r\n",
-                 0, firstResult, ""},
-        ToolCase{"ToleratesNoMoreThanOneFinalLineBreak", run(), x(1, R"("floatValue":1)") + "\n", 1,
-                 firstResult,
-                 "standard input:2: the text is empty; a JSON object was expected (ERROR: invalid JSON at "
-                 "line 1!)\n"},
-        ToolCase{"WritesTheBatchesBeforeAnInvalidLine", run(),
-                 x(1, R"("floatValue":1)") + x(2, R"("floatValue":"1")") + x(3, R"("floatValue":1)"), 1,
-                 firstResult, "standard input:2: " + invalid + "\n"},
-        ToolCase{
-            "TellsAnInterruptedRecording", run(), x(1, R"("floatValue":1)") + R"({"timestamp":2,"name)", 1,
-            firstResult,
-            "standard input:2: the recording ends within this line: not JSON: a string is not closed (ERROR: "
-            "invalid JSON at line 1!)\n"},
-        ToolCase{"PassesEveryLineOfTheLibraryOn", run("--no-inputs"),
-                 x(1, R"("integerValue":1)") + x(2, R"("booleanValue":true)"), 1, "",
-                 "ERROR: trying to set input stream 'x' with wrong type!\n"
-                 "ERROR: trying to set input stream 'x' with wrong type!\n"},
-        ToolCase{"EscapesControlCharacters",
-                 {"run", "escape.json"},
-                 R"({"timestamp":1,"name":"red\u001b[31m","integerValue":1})",
-                 1,
-                 R"({"timestamp":1,"name":"red\u001b[31m","floatValue":0})"
-                 "\n",
-                 "ERROR: trying to set input stream 'red\\x1b[31m' with wrong type!\n"},
-        ToolCase{"TellsWhereEvaluationStopped",
-                 {"run", "overflow.json", "--no-inputs"},
-                 R"({"timestamp":0,"name":"n","integerValue":0})"
-                 "\n"
-                 R"({"timestamp":0.25,"name":"n","integerValue":1})",
-                 1,
-                 R"({"timestamp":0,"name":"sum","integerValue":9223372036854775807})"
-                 "\n",
-                 "kelvane: overflow.json stopped in batch 2 at timestamp 0.25: node 2 (\"Add\", \"total\"): "
-                 "an integer "
-                 "addition overflows 64 bits\n"}),
+    testing::Values(ToolCase{"ReplaysAFile", run("walk.jsonl"), "", 0, walkResults, ""},
+                    ToolCase{"ReadsStandardInput", run(), x(1, R"("floatValue":1)"), 0, firstResult, ""},
+                    ToolCase{"TakesADashForStandardInput", run("-"), x(1, R"("floatValue":1)"), 0, firstResult, ""},
+                    ToolCase{"LeavesInputsOut", run("walk.jsonl", "--no-inputs"), "", 0, walkSums, ""},
+                    ToolCase{"HidesStreams", run("walk.jsonl", "--hide", "x"), "", 0, walkSums, ""},
+                    ToolCase{"HidesOutputs", run("walk.jsonl", "--hide", "x", "--hide", "sum"), "", 0, "", ""},
+                    ToolCase{"SetsConstants", run("--no-inputs", "--set", "offset=-1e1", "--set", "offset=-0.5"), x(1, R"("floatValue":1)"), 0,
+                             "{\"timestamp\":1,\"name\":\"sum\",\"floatValue\":0.5}\n", ""},
+                    ToolCase{"AcceptsAnEmptyRecording", run(), "", 0, "", ""},
+                    ToolCase{"AcceptsCarriageReturns", run(),
+                             R"({"timestamp":1,"name":"x","floatValue":1})"
+                             "\r\n",
+                             0, firstResult, ""},
+                    ToolCase{"ToleratesNoMoreThanOneFinalLineBreak", run(), x(1, R"("floatValue":1)") + "\n", 1, firstResult,
+                             "standard input:2: the text is empty; a JSON object was expected (ERROR: invalid JSON at "
+                             "line 1!)\n"},
+                    ToolCase{"WritesTheBatchesBeforeAnInvalidLine", run(),
+                             x(1, R"("floatValue":1)") + x(2, R"("floatValue":"1")") + x(3, R"("floatValue":1)"), 1, firstResult,
+                             "standard input:2: " + invalid + "\n"},
+                    ToolCase{"TellsAnInterruptedRecording", run(), x(1, R"("floatValue":1)") + R"({"timestamp":2,"name)", 1, firstResult,
+                             "standard input:2: the recording ends within this line: not JSON: a string is not closed (ERROR: "
+                             "invalid JSON at line 1!)\n"},
+                    ToolCase{"PassesEveryLineOfTheLibraryOn", run("--no-inputs"), x(1, R"("integerValue":1)") + x(2, R"("booleanValue":true)"), 1, "",
+                             "ERROR: trying to set input stream 'x' with wrong type!\n"
+                             "ERROR: trying to set input stream 'x' with wrong type!\n"},
+                    ToolCase{"EscapesControlCharacters",
+                             {"run", "escape.json"},
+                             R"({"timestamp":1,"name":"red\u001b[31m","integerValue":1})",
+                             1,
+                             R"({"timestamp":1,"name":"red\u001b[31m","floatValue":0})"
+                             "\n",
+                             "ERROR: trying to set input stream 'red\\x1b[31m' with wrong type!\n"},
+                    ToolCase{"TellsWhereEvaluationStopped",
+                             {"run", "overflow.json", "--no-inputs"},
+                             R"({"timestamp":0,"name":"n","integerValue":0})"
+                             "\n"
+                             R"({"timestamp":0.25,"name":"n","integerValue":1})",
+                             1,
+                             R"({"timestamp":0,"name":"sum","integerValue":9223372036854775807})"
+                             "\n",
+                             "kelvane: overflow.json stopped in batch 2 at timestamp 0.25: node 2 (\"Add\", \"total\"): "
+                             "an integer "
+                             "addition overflows 64 bits\n"}),
     caseName);
 
 INSTANTIATE_TEST_SUITE_P(
     DocumentErrors, ToolTest,
-    testing::Values(
-        ToolCase{"AreToldAndTheRunGoesOn",
-                 {"run", "bad-constant.json", "walk.jsonl", "--no-inputs", "--set", "offset=10"},
-                 "",
-                 1,
-                 walkSums,
-                 badConstant + "ERROR: converting ten to Float failed!\n"},
-        ToolCase{"RefuseWhatWouldHang",
-                 {"run", "unknown-id.json"},
-                 "",
-                 1,
-                 "",
-                 unknownId + "kelvane: unknown-id.json cannot be evaluated\n"},
-        ToolCase{"RefuseWhatCannotBeBuilt",
-                 {"info", "misspelt.json"},
-                 "",
-                 1,
-                 "",
-                 misspelt + "ERROR: typeString Moving avrager for classString Function not found!\n"
-                            "ERROR: failed to process diagram info\n"
-                            "kelvane: misspelt.json cannot be built\n"},
-        ToolCase{"AreCheckedInSeveralDiagrams",
-                 {"check", "sum.json", "unknown-id.json", "none.json", "bad-constant.json"},
-                 "",
-                 1,
-                 unknownId + badConstant + "4 diagrams checked: 2 errors, 0 warnings\n",
-                 "kelvane: cannot read none.json: No such file or directory\n"},
-        ToolCase{"MayBeNone", {"check", "sum.json"}, "", 0, "1 diagram checked: 0 errors, 0 warnings\n", ""},
-        ToolCase{"AreComparedWithTheRecordingToo",
-                 {"check", "misspelt.json", "--recording", "walk.jsonl"},
-                 "",
-                 1,
-                 misspelt +
-                     "misspelt.json:5: warning: nodes[2]: node 2 (\"Float\", \"mean\"): input 0 (\"value\") "
-                     "is not "
-                     "connected, so that the node never runs\n"
-                     "misspelt.json: warning: nodes[0]: node 0 (\"Float\", \"Speed\"): the recording gives "
-                     "no values for "
-                     "this input stream; did you mean \"speed\"?\n"
-                     "misspelt.json: warning: the document: no input stream takes the recorded values "
-                     "\"speed\"; did you "
-                     "mean \"Speed\"?\n"
-                     "misspelt.json: warning: the document: no input stream takes the recorded values \"x\"\n"
-                     "1 diagram checked: 1 error, 4 warnings\n",
-                 ""},
-        ToolCase{"IncludeTypesOfTheRecording",
-                 {"check", "sum.json", "--recording", "-"},
-                 x(1, R"("floatValue":1)") + x(2, R"("integerValue":1)") + x(3, R"("integerValue":1)"),
-                 1,
-                 "sum.json: nodes[0]: node 0 (\"Float\", \"x\"): the recording gives 2 values of type "
-                 "Integer, the first "
-                 "at timestamp 2.0; Float was expected\n"
-                 "1 diagram checked: 1 error, 0 warnings\n",
-                 ""},
-        ToolCase{"IncludeAnInvalidLine",
-                 {"check", "sum.json", "--recording", "-"},
-                 x(1, R"("floatValue":1)") + x(2, R"("floatValue":"1")"),
-                 1,
-                 "standard input:2: " + invalid + "\n1 diagram checked: 1 error, 0 warnings\n",
-                 ""},
-        ToolCase{"AreOnlyWarningsHere", {"check", "sum.json", "--recording", "-"}, "", 0, notRecorded, ""},
-        ToolCase{"IncludeWarningsWhenStrict",
-                 {"check", "sum.json", "--strict", "--recording", "-"},
-                 "",
-                 1,
-                 notRecorded,
-                 ""},
-        ToolCase{"CanBeJson",
-                 {"check", "sum.json", "--json", "--recording", "-"},
-                 "",
-                 0,
-                 R"({
+    testing::Values(ToolCase{"AreToldAndTheRunGoesOn",
+                             {"run", "bad-constant.json", "walk.jsonl", "--no-inputs", "--set", "offset=10"},
+                             "",
+                             1,
+                             walkSums,
+                             badConstant + "ERROR: converting ten to Float failed!\n"},
+                    ToolCase{
+                        "RefuseWhatWouldHang", {"run", "unknown-id.json"}, "", 1, "", unknownId + "kelvane: unknown-id.json cannot be evaluated\n"},
+                    ToolCase{"RefuseWhatCannotBeBuilt",
+                             {"info", "misspelt.json"},
+                             "",
+                             1,
+                             "",
+                             misspelt + "ERROR: typeString Moving avrager for classString Function not found!\n"
+                                        "ERROR: failed to process diagram info\n"
+                                        "kelvane: misspelt.json cannot be built\n"},
+                    ToolCase{"AreCheckedInSeveralDiagrams",
+                             {"check", "sum.json", "unknown-id.json", "none.json", "bad-constant.json"},
+                             "",
+                             1,
+                             unknownId + badConstant + "4 diagrams checked: 2 errors, 0 warnings\n",
+                             "kelvane: cannot read none.json: No such file or directory\n"},
+                    ToolCase{"MayBeNone", {"check", "sum.json"}, "", 0, "1 diagram checked: 0 errors, 0 warnings\n", ""},
+                    ToolCase{"AreComparedWithTheRecordingToo",
+                             {"check", "misspelt.json", "--recording", "walk.jsonl"},
+                             "",
+                             1,
+                             misspelt + "misspelt.json:5: warning: nodes[2]: node 2 (\"Float\", \"mean\"): input 0 (\"value\") "
+                                        "is not "
+                                        "connected, so that the node never runs\n"
+                                        "misspelt.json: warning: nodes[0]: node 0 (\"Float\", \"Speed\"): the recording gives "
+                                        "no values for "
+                                        "this input stream; did you mean \"speed\"?\n"
+                                        "misspelt.json: warning: the document: no input stream takes the recorded values "
+                                        "\"speed\"; did you "
+                                        "mean \"Speed\"?\n"
+                                        "misspelt.json: warning: the document: no input stream takes the recorded values \"x\"\n"
+                                        "1 diagram checked: 1 error, 4 warnings\n",
+                             ""},
+                    ToolCase{"IncludeTypesOfTheRecording",
+                             {"check", "sum.json", "--recording", "-"},
+                             x(1, R"("floatValue":1)") + x(2, R"("integerValue":1)") + x(3, R"("integerValue":1)"),
+                             1,
+                             "sum.json: nodes[0]: node 0 (\"Float\", \"x\"): the recording gives 2 values of type "
+                             "Integer, the first "
+                             "at timestamp 2.0; Float was expected\n"
+                             "1 diagram checked: 1 error, 0 warnings\n",
+                             ""},
+                    ToolCase{"IncludeAnInvalidLine",
+                             {"check", "sum.json", "--recording", "-"},
+                             x(1, R"("floatValue":1)") + x(2, R"("floatValue":"1")"),
+                             1,
+                             "standard input:2: " + invalid + "\n1 diagram checked: 1 error, 0 warnings\n",
+                             ""},
+                    ToolCase{"AreOnlyWarningsHere", {"check", "sum.json", "--recording", "-"}, "", 0, notRecorded, ""},
+                    ToolCase{"IncludeWarningsWhenStrict", {"check", "sum.json", "--strict", "--recording", "-"}, "", 1, notRecorded, ""},
+                    ToolCase{"CanBeJson",
+                             {"check", "sum.json", "--json", "--recording", "-"},
+                             "",
+                             0,
+                             R"({
   "findings": [
     {
       "file": "sum.json",
@@ -219,69 +202,46 @@ INSTANTIATE_TEST_SUITE_P(
   "warnings": 1
 }
 )",
-                 ""}),
+                             ""}),
     caseName);
 
 INSTANTIATE_TEST_SUITE_P(
     WrongUse, ToolTest,
-    testing::Values(
-        ToolCase{"NoCommand",
-                 {},
-                 "",
-                 2,
-                 "",
-                 "kelvane: A subcommand is required\nRun with --help for more information.\n"},
-        ToolCase{"AnUnknownCommand",
-                 {"rnu"},
-                 "",
-                 2,
-                 "",
-                 "kelvane: no command is called \"rnu\"; did you mean \"run\"?\n"},
-        ToolCase{"AnUnknownConstant", run("--set", "ofset=1"), "", 2, "",
-                 "kelvane: --set ofset=1: no constant is called \"ofset\"; did you mean \"offset\"?\n"},
-        ToolCase{"AConstantWithoutText", run("--set", "offset"), "", 2, "",
-                 "kelvane: --set offset: LABEL=TEXT was expected\n"},
-        ToolCase{"AConstantOfAnotherType", run("--set", "offset=a\nb"), "", 2, "",
-                 "kelvane: --set offset=a\\nb: \"a\\nb\" does not read as Float\n"},
-        ToolCase{"AnUnknownLabelToHide", run("--hide", "Sum"), "", 2, "",
-                 "kelvane: --hide Sum: no variable output or input stream is called \"Sum\"; did you mean "
-                 "\"sum\"?\n"},
-        ToolCase{"StandardInputTwice",
-                 {"run", "-"},
-                 "",
-                 2,
-                 "",
-                 "kelvane: the diagram and the recording cannot both be standard input\n"},
-        ToolCase{"OverwritingTheRecording", run("walk.jsonl", "-o", "./walk.jsonl"), "", 2, "",
-                 "kelvane: ./walk.jsonl is the file that is read, and would be overwritten\n"},
-        ToolCase{"AMissingDiagram",
-                 {"run", "none.json"},
-                 "",
-                 1,
-                 "",
-                 "kelvane: cannot read none.json: No such file or directory\n"},
-        ToolCase{"ADirectoryAsRecording", run("."), "", 1, "", "kelvane: cannot read .: Is a directory\n"},
-        ToolCase{"ADirectoryThatIsMissing", run("-o", "none/out.jsonl"), "", 1, "",
-                 "kelvane: cannot write none/out.jsonl: No such file or directory\n"},
-        ToolCase{"AnUnknownFunction",
-                 {"functions", "Vector lenght"},
-                 "",
-                 2,
-                 "",
-                 "kelvane: no function is called \"Vector lenght\"; did you mean \"Vector length\"?\n"}),
+    testing::Values(ToolCase{"NoCommand", {}, "", 2, "", "kelvane: A subcommand is required\nRun with --help for more information.\n"},
+                    ToolCase{"AnUnknownCommand", {"rnu"}, "", 2, "", "kelvane: no command is called \"rnu\"; did you mean \"run\"?\n"},
+                    ToolCase{"AnUnknownConstant", run("--set", "ofset=1"), "", 2, "",
+                             "kelvane: --set ofset=1: no constant is called \"ofset\"; did you mean \"offset\"?\n"},
+                    ToolCase{"AConstantWithoutText", run("--set", "offset"), "", 2, "", "kelvane: --set offset: LABEL=TEXT was expected\n"},
+                    ToolCase{"AConstantOfAnotherType", run("--set", "offset=a\nb"), "", 2, "",
+                             "kelvane: --set offset=a\\nb: \"a\\nb\" does not read as Float\n"},
+                    ToolCase{"AnUnknownLabelToHide", run("--hide", "Sum"), "", 2, "",
+                             "kelvane: --hide Sum: no variable output or input stream is called \"Sum\"; did you mean "
+                             "\"sum\"?\n"},
+                    ToolCase{"StandardInputTwice", {"run", "-"}, "", 2, "", "kelvane: the diagram and the recording cannot both be standard input\n"},
+                    ToolCase{"OverwritingTheRecording", run("walk.jsonl", "-o", "./walk.jsonl"), "", 2, "",
+                             "kelvane: ./walk.jsonl is the file that is read, and would be overwritten\n"},
+                    ToolCase{"AMissingDiagram", {"run", "none.json"}, "", 1, "", "kelvane: cannot read none.json: No such file or directory\n"},
+                    ToolCase{"ADirectoryAsRecording", run("."), "", 1, "", "kelvane: cannot read .: Is a directory\n"},
+                    ToolCase{"ADirectoryThatIsMissing", run("-o", "none/out.jsonl"), "", 1, "",
+                             "kelvane: cannot write none/out.jsonl: No such file or directory\n"},
+                    ToolCase{"AnUnknownFunction",
+                             {"functions", "Vector lenght"},
+                             "",
+                             2,
+                             "",
+                             "kelvane: no function is called \"Vector lenght\"; did you mean \"Vector length\"?\n"}),
     caseName);
 
 INSTANTIATE_TEST_SUITE_P(
     Lists, ToolTest,
     testing::Values(
-        ToolCase{
-            "Info",
-            {"info", "sum.json"},
-            "",
-            0,
-            "Input streams\n  x  Float\nVariable outputs\n  sum  Float\nConstants\n  offset  Float  10.0\n"
-            "Functions\n  Add  1\nManual\n  Adds the offset to x.\n",
-            ""},
+        ToolCase{"Info",
+                 {"info", "sum.json"},
+                 "",
+                 0,
+                 "Input streams\n  x  Float\nVariable outputs\n  sum  Float\nConstants\n  offset  Float  10.0\n"
+                 "Functions\n  Add  1\nManual\n  Adds the offset to x.\n",
+                 ""},
         ToolCase{"InfoAsJson",
                  {"info", "escape.json", "--json"},
                  "",
@@ -301,12 +261,7 @@ INSTANTIATE_TEST_SUITE_P(
 }
 )",
                  ""},
-        ToolCase{"OneFunction",
-                 {"functions", "Vector length"},
-                 "",
-                 0,
-                 "Vector\n  Vector length(v: Vector) -> Float\n      the length of v\n",
-                 ""}),
+        ToolCase{"OneFunction", {"functions", "Vector length"}, "", 0, "Vector\n  Vector length(v: Vector) -> Float\n      the length of v\n", ""}),
     caseName);
 
 /// A directory of the test's own.
@@ -350,27 +305,23 @@ TEST_F(ToolFileTest, AnInterruptedRunLeavesNoFile) {
 }
 
 TEST_F(ToolFileTest, AStopLeavesTheFinishedBatches) {
-    const auto outcome = runTool({"run", "overflow.json", "--no-inputs", "-o", path("out.jsonl")},
-                                 R"({"timestamp":0,"name":"n","integerValue":-1})"
-                                 "\n"
-                                 R"({"timestamp":1,"name":"n","integerValue":1})");
+    const auto outcome = runTool({"run", "overflow.json", "--no-inputs", "-o", path("out.jsonl")}, R"({"timestamp":0,"name":"n","integerValue":-1})"
+                                                                                                   "\n"
+                                                                                                   R"({"timestamp":1,"name":"n","integerValue":1})");
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(content("out.jsonl"),
-              "{\"timestamp\":0,\"name\":\"sum\",\"integerValue\":9223372036854775806}\n");
+    EXPECT_EQ(content("out.jsonl"), "{\"timestamp\":0,\"name\":\"sum\",\"integerValue\":9223372036854775806}\n");
 }
 
 TEST_F(ToolFileTest, WhatWasThereStaysUntilTheEndAndKeepsItsModeAndLink) {
     std::ofstream(path("real.jsonl")) << "old";
-    fs::permissions(path("real.jsonl"),
-                    fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    fs::permissions(path("real.jsonl"), fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
     fs::create_symlink("real.jsonl", path("link.jsonl"));
     EXPECT_EQ(runTool({"run", "none.json", "-o", path("link.jsonl")}).status, 1);
     EXPECT_EQ(content("real.jsonl"), "old");
     EXPECT_EQ(runTool(run("walk.jsonl", "-o", path("link.jsonl"))).status, 0);
     EXPECT_EQ(content("real.jsonl"), walkResults);
     EXPECT_TRUE(fs::is_symlink(path("link.jsonl")));
-    EXPECT_EQ(fs::status(path("real.jsonl")).permissions(),
-              fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    EXPECT_EQ(fs::status(path("real.jsonl")).permissions(), fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
 }
 
 TEST_F(ToolFileTest, ResultsAreNotAppendedToTheRecordingThatIsRead) {
@@ -378,8 +329,7 @@ TEST_F(ToolFileTest, ResultsAreNotAppendedToTheRecordingThatIsRead) {
     ToolProcess tool(run(path("walk.jsonl")), path("walk.jsonl"));
     const auto outcome = tool.finish();
     EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.messages,
-              "kelvane: standard output is the file that is read, and would be overwritten\n");
+    EXPECT_EQ(outcome.messages, "kelvane: standard output is the file that is read, and would be overwritten\n");
     EXPECT_EQ(content("walk.jsonl"), x(1, R"("floatValue":1)"));
 }
 
@@ -415,8 +365,7 @@ TEST(ToolStreamTest, AReaderThatLeavesEndsTheRunQuietly) {
 }
 
 TEST(ToolStreamTest, AFullDeviceIsTold) {
-    for (const auto& arguments :
-         {run("walk.jsonl"), std::vector<std::string>{"info", "sum.json"}, {"--help"}}) {
+    for (const auto& arguments : {run("walk.jsonl"), std::vector<std::string>{"info", "sum.json"}, {"--help"}}) {
         ToolProcess tool(arguments, "/dev/full");
         const auto outcome = tool.finish();
         EXPECT_EQ(outcome.status, 1);
@@ -443,8 +392,7 @@ TEST_F(ToolFileTest, PiecesCutAnywhereGiveTheResultsOfTheWhole) {
     int count = 0;
     for (; std::getline(lines, line); ++count) {
         std::ostringstream expected;
-        expected << R"({"timestamp":)" << count + 1 << R"(,"name":"sum","floatValue":)"
-                 << (count + 1) % 7 + 10 << "}";
+        expected << R"({"timestamp":)" << count + 1 << R"(,"name":"sum","floatValue":)" << (count + 1) % 7 + 10 << "}";
         ASSERT_EQ(line, expected.str());
     }
     EXPECT_EQ(count, 20000);

@@ -25,14 +25,14 @@ std::string quoted(std::string_view name) { return "\"" + std::string(name) + "\
 /// Decodes one line at a time; keeps the parser's buffers.
 class RecordingReader::LineDecoder {
 public:
-    struct Update {
+    struct InputValue {
         double timestamp;
         std::string_view name;
         Value value;
     };
 
     /// The line's update, or absent with reason() telling why. The name lives until the next call.
-    std::optional<Update> decode(std::string_view line) {
+    std::optional<InputValue> decode(std::string_view line) {
         JsonFailure notJson;
         const auto root = reader.parse(line, notJson);
         if (!root) return fail(notJson.reason);
@@ -59,7 +59,7 @@ public:
         }
         if (!value)
             return fail("no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected");
-        return Update{timestamp, name, std::move(*value)};
+        return InputValue{timestamp, name, std::move(*value)};
     }
 
     const std::string& reason() const { return failureReason; }

@@ -8,8 +8,7 @@ namespace KelvaneSDK::testing_support {
 
 namespace {
 
-std::unique_ptr<Node> make(NodeCategory category, std::string_view typeString, std::int64_t id,
-                           double y = 0) {
+std::unique_ptr<Node> make(NodeCategory category, std::string_view typeString, std::int64_t id, double y = 0) {
     auto node = NodeRegistry::library().find(category, typeString)->make();
     node->id = id;
     node->position.y = y;

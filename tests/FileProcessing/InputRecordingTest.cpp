@@ -41,8 +41,7 @@ TEST(ReadKelvaneInputs, GroupsNeighbouringLinesOfOneTimestamp) {
     for (const auto& [text, expected, diagnostic] : rows) {
         const CapturedDiagnostics diagnostics;
         EXPECT_EQ(describe(readKelvaneInputs(text)), expected) << text;
-        EXPECT_EQ(diagnostics.lines, std::vector<std::string>(diagnostic.empty() ? 0 : 1, diagnostic))
-            << text;
+        EXPECT_EQ(diagnostics.lines, std::vector<std::string>(diagnostic.empty() ? 0 : 1, diagnostic)) << text;
     }
 }
 
@@ -50,26 +49,20 @@ TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
     const std::pair<std::string, std::string> rows[]{
         {R"("floatValue":18446744073709551616)", "Float 1.8446744073709552e+19"},
         {R"("integerValue":-9223372036854775808)", "Integer -9223372036854775808"},
-        {R"("integerValue":9223372036854775807,"x":["1\"2",-9223372036854775809])",
-         "Integer 9223372036854775807"},
+        {R"("integerValue":9223372036854775807,"x":["1\"2",-9223372036854775809])", "Integer 9223372036854775807"},
         {R"("vectorValue":{"x":1,"y":2,"z":3,"more":null})", "Vector (x:1.0,y:2.0,z:3.0)"},
-        {R"("sequenceValue":[{"t":0,"f":1},{"f":2,"t":0.5}])",
-         "Sequence [(t: 0.0, f: 1.0), (t: 0.5, f: 2.0)]"},
+        {R"("sequenceValue":[{"t":0,"f":1},{"f":2,"t":0.5}])", "Sequence [(t: 0.0, f: 1.0), (t: 0.5, f: 2.0)]"},
         {R"("integerArrayValue":[1,2e1])", "Integer array [1, 20]"},
         {R"("stringArrayValue":[],"vectorValue":{"x":1,"y":2,"z":3})", "Vector (x:1.0,y:2.0,z:3.0)"},
         {R"("floatValue":null,"stringValue":"s","unknown":{},"FloatValue":1)", "String s"},
         {R"("floatValue":"3")", R"("floatValue" is a string; a number was expected)"},
         {R"("floatValue":1,"stringValue":2)", R"("stringValue" is a number; a string was expected)"},
         {R"("integerValue":3.5)", R"("integerValue" is a number; an integer of 64 bits was expected)"},
-        {R"("integerValue":9223372036854775808)",
-         R"("integerValue" is a number; an integer of 64 bits was expected)"},
+        {R"("integerValue":9223372036854775808)", R"("integerValue" is a number; an integer of 64 bits was expected)"},
         {R"("vectorValue":{"x":1,"y":2})", R"("vectorValue": "z" is missing; a number was expected)"},
-        {R"("sequenceValue":[{"t":0,"f":"1"}])",
-         R"("sequenceValue": element 0: "f" is a string; a number was expected)"},
-        {R"("stringArrayValue":["a",null])",
-         R"("stringArrayValue": element 1 is null; a string was expected)"},
-        {R"("sequenceArrayValue":[])",
-         "no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected"},
+        {R"("sequenceValue":[{"t":0,"f":"1"}])", R"("sequenceValue": element 0: "f" is a string; a number was expected)"},
+        {R"("stringArrayValue":["a",null])", R"("stringArrayValue": element 1 is null; a string was expected)"},
+        {R"("sequenceArrayValue":[])", "no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected"},
         {R"("timestamp":null)", R"("timestamp" is missing; a number was expected)"},
         {R"("floatValue":1e999)", "not JSON: a number is malformed or out of range"},
         {"\"stringValue\":\"\xff\"", "not valid UTF-8"},
@@ -80,14 +73,12 @@ TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
         reader.finish();
         EXPECT_TRUE(reader.next()) << "the batch at time 0";
         const auto batch = reader.next();
-        EXPECT_EQ(batch ? testing_support::describe(batch->updates.at("a")) : reader.failure().value().reason,
-                  expected);
+        EXPECT_EQ(batch ? testing_support::describe(batch->updates.at("a")) : reader.failure().value().reason, expected);
     }
 }
 
 // Reads the pieces between cuts, taking batches as they come; what was read and why reading ended.
-static std::string read(std::string_view text, std::initializer_list<std::size_t> cuts,
-                        RecordingReader::Ending ending) {
+static std::string read(std::string_view text, std::initializer_list<std::size_t> cuts, RecordingReader::Ending ending) {
     RecordingReader reader(ending);
     std::vector<KelvaneInput> batches;
     std::size_t begin = 0;
@@ -99,17 +90,14 @@ static std::string read(std::string_view text, std::initializer_list<std::size_t
     reader.append(text.substr(begin));
     reader.finish();
     while (auto batch = reader.next()) batches.push_back(std::move(*batch));
-    return describe(batches) +
-           (reader.failure() ? reader.failure()->diagnostic() + reader.failure()->reason : "");
+    return describe(batches) + (reader.failure() ? reader.failure()->diagnostic() + reader.failure()->reason : "");
 }
 
 TEST(RecordingReader, ReadsInPiecesAsWhole) {
-    const std::string good = a + "\n" + b + "\n" + at2,
-                      noLine = "the text is empty; a JSON object was expected";
+    const std::string good = a + "\n" + b + "\n" + at2, noLine = "the text is empty; a JSON object was expected";
     const auto exact = RecordingReader::Ending::exact, lenient = RecordingReader::Ending::lineBreakAllowed;
-    for (const std::string& text : {good, good + "\n", std::string("[]"), a + " " + a, std::string("   \n"),
-                                    good + "\n\n", "\n" + good, std::string(), std::string("\n"),
-                                    good + "\r\n", a + "\nbroken\n" + b, good.substr(0, good.size() - 1)}) {
+    for (const std::string& text : {good, good + "\n", std::string("[]"), a + " " + a, std::string("   \n"), good + "\n\n", "\n" + good,
+                                    std::string(), std::string("\n"), good + "\r\n", a + "\nbroken\n" + b, good.substr(0, good.size() - 1)}) {
         for (const auto ending : {exact, lenient}) {
             const auto whole = read(text, {}, ending);
             for (std::size_t cut = 0; cut <= text.size(); ++cut) {
@@ -120,16 +108,14 @@ TEST(RecordingReader, ReadsInPiecesAsWhole) {
         ASSERT_EQ(read(text, {}, exact).find(describe(readKelvaneInputs(text))), 0u);
     }
     EXPECT_EQ(read(good + "\n", {}, lenient), read(good, {}, exact));
-    EXPECT_EQ(read(good + "\n\n", {}, lenient),
-              read(good, {}, exact) + "ERROR: invalid JSON at line 3!" + noLine);
+    EXPECT_EQ(read(good + "\n\n", {}, lenient), read(good, {}, exact) + "ERROR: invalid JSON at line 3!" + noLine);
     EXPECT_EQ(read("", {}, lenient), "@0.0;ERROR: invalid JSON at line 0!" + noLine);
 }
 
 TEST(CreateJsonLines, WritesALinePerUpdate) {
     EXPECT_EQ(createJsonLines({{1, {}}, {2, {}}}), "");
-    EXPECT_EQ(
-        createJsonLines({{1.5, {{"b", 2.0}, {"a\n", List<Sample>{{0, 1}}}}}, {2, {{"c", std::nan("")}}}}),
-        R"({"timestamp":1.5,"name":"a\n","sequenceValue":[{"t":0,"f":1}]}
+    EXPECT_EQ(createJsonLines({{1.5, {{"b", 2.0}, {"a\n", List<Sample>{{0, 1}}}}}, {2, {{"c", std::nan("")}}}}),
+              R"({"timestamp":1.5,"name":"a\n","sequenceValue":[{"t":0,"f":1}]}
 {"timestamp":1.5,"name":"b","floatValue":2}
 {"timestamp":2,"name":"c","floatValue":null})");
     const LabelledValues withoutKeys{{"s", Sequence{{0, 1}}}, {"t", List<Sequence>{Sequence{{0, 1}}}}};

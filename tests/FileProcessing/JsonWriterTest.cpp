@@ -51,8 +51,7 @@ TEST(JsonWriter, NestsInBothLayouts) {
         return target;
     };
     EXPECT_EQ(text(JsonWriter::Layout::compact), R"({"list":[1.5,{},null],"a\"b":true})");
-    EXPECT_EQ(text(JsonWriter::Layout::pretty),
-              "{\n  \"list\": [\n    1.5,\n    {},\n    null\n  ],\n  \"a\\\"b\": true\n}");
+    EXPECT_EQ(text(JsonWriter::Layout::pretty), "{\n  \"list\": [\n    1.5,\n    {},\n    null\n  ],\n  \"a\\\"b\": true\n}");
 }
 
 }  // namespace KelvaneSDK::testing_support

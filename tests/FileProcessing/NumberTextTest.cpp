@@ -17,8 +17,8 @@ static const double infinity = std::numeric_limits<double>::infinity();
 static std::uint64_t bits(double x) { return std::bit_cast<std::uint64_t>(x); }
 
 TEST(DoubleText, IsShortestAndKeepsThePoint) {
-    for (const auto text : {"-3.0", "2.5", "-0.0", "0.0001", "9.99e-05", "1e-05", "1000000000000000.0",
-                            "1e+16", "9007199254740992.0", "5e-324", "0.30000000000000004", "-inf", "nan"}) {
+    for (const auto text : {"-3.0", "2.5", "-0.0", "0.0001", "9.99e-05", "1e-05", "1000000000000000.0", "1e+16", "9007199254740992.0", "5e-324",
+                            "0.30000000000000004", "-inf", "nan"}) {
         EXPECT_EQ(doubleText(std::strtod(text, nullptr)), text);
     }
 }
@@ -29,12 +29,10 @@ TEST(ParseDouble, TakesNumbersOnly) {
         EXPECT_EQ(parseDouble(text), infinity) << text;
     EXPECT_EQ(parseDouble("1" + zeros), infinity);
     EXPECT_EQ(parseDouble("0." + zeros + "1e402"), 10);
-    for (const auto& text : {"1e-400", "1e-99999999999999999999", "0e99999999999999999999"})
-        EXPECT_EQ(parseDouble(text), 0) << text;
+    for (const auto& text : {"1e-400", "1e-99999999999999999999", "0e99999999999999999999"}) EXPECT_EQ(parseDouble(text), 0) << text;
     EXPECT_TRUE(std::isnan(parseDouble("NaN").value()));
     EXPECT_FALSE(parseDouble(std::string("1\0", 2)));
-    for (const auto text :
-         {"", "1 ", " 1", "\t1", "1\n", "0x10", "1,5", "1_000", "1f", "infi", "nan(1)", "-+inf"})
+    for (const auto text : {"", "1 ", " 1", "\t1", "1\n", "0x10", "1,5", "1_000", "1f", "infi", "nan(1)", "-+inf"})
         EXPECT_FALSE(parseDouble(text)) << text;
 }
 
@@ -42,8 +40,7 @@ TEST(ParseInteger, TakesIntegersOf64Bits) {
     EXPECT_EQ(parseInteger("-9223372036854775808"), INT64_MIN);
     EXPECT_EQ(parseInteger("+9223372036854775807"), INT64_MAX);
     EXPECT_EQ(parseInteger("-007"), -7);
-    for (const auto text :
-         {"9223372036854775808", "-9223372036854775809", "", "+", "-", "+-1", "1.0", "1e3", " 1", "0x1"})
+    for (const auto text : {"9223372036854775808", "-9223372036854775809", "", "+", "-", "+-1", "1.0", "1e3", " 1", "0x1"})
         EXPECT_FALSE(parseInteger(text)) << text;
 }
 
@@ -68,8 +65,7 @@ TEST(ParseDouble, AgreesWithTheCLibraryOnRandomTexts) {
     for (int i = 0; i < 60000; ++i) {
         std::string text;
         constexpr std::string_view alphabet = "0123456789.e-+05";
-        for (auto length = 1 + random() % 9; length > 0; --length)
-            text += alphabet[random() % alphabet.size()];
+        for (auto length = 1 + random() % 9; length > 0; --length) text += alphabet[random() % alphabet.size()];
         if (i % 2 == 0) {
             text = std::to_string(payloads.integer()) + "." + std::to_string(random()) + "e";
             text += std::to_string(static_cast<int>(random() % 700) - 360);

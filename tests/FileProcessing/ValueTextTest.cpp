@@ -45,8 +45,7 @@ TEST(FromText, ReadsNumbersBetweenCommasAndNothingElse) {
     EXPECT_EQ(Orientation::fromText("1,2,3"), std::nullopt);
     EXPECT_EQ(described(doublesFromText("[ 1 , 2.5 ]")), "[1.0,2.5]");
     EXPECT_EQ(described(doublesFromText("[ ]")), "[]");
-    for (const auto text : {"[1,,2]", "[1,]", "(1)", "1;2"})
-        EXPECT_EQ(doublesFromText(text), std::nullopt) << text;
+    for (const auto text : {"[1,,2]", "[1,]", "(1)", "1;2"}) EXPECT_EQ(doublesFromText(text), std::nullopt) << text;
 }
 
 TEST(ValueText, SlotsAndDescriptionsReadBackWhatTheyWrite) {

@@ -30,8 +30,7 @@ protected:
     static std::vector<KelvaneInput> batches(int count) {
         std::vector<KelvaneInput> inputs;
         // Equal timestamps, and labels of no stream among them.
-        for (int i = 0; i < count; ++i)
-            inputs.push_back({1e-9 * (i / 2), {{i % 3 == 2 ? "none" : "x", 1.0}}});
+        for (int i = 0; i < count; ++i) inputs.push_back({1e-9 * (i / 2), {{i % 3 == 2 ? "none" : "x", 1.0}}});
         return inputs;
     }
 
@@ -100,8 +99,7 @@ TEST_F(BackgroundRunsTest, EnginesOfSeveralThreadsAreIndependent) {
     for (auto& thread : threads) thread.join();
     EXPECT_EQ(right, 4);
     EXPECT_EQ(queue->runUntilEmpty(), 4U);
-    for (const auto& run : results->runs)
-        EXPECT_EQ(run.back().outputs.at("y"), Value(std::int64_t(run.size())));
+    for (const auto& run : results->runs) EXPECT_EQ(run.back().outputs.at("y"), Value(std::int64_t(run.size())));
 }
 
 TEST_F(BackgroundRunsTest, DiagnosticsAndStopsOfARunAreSeen) {
@@ -114,8 +112,7 @@ TEST_F(BackgroundRunsTest, DiagnosticsAndStopsOfARunAreSeen) {
     }
     // A handler may end the process its own way, even on the background thread.
     const auto run = [&] {
-        setStopHandler(
-            [](std::string_view reason) { std::exit(reason.ends_with("holds no label") ? 1 : 7); });
+        setStopHandler([](std::string_view reason) { std::exit(reason.ends_with("holds no label") ? 1 : 7); });
         const auto other = makeEngine();
         other->nodeList(NodeCategory::InputStream)[0]->descriptionString.reset();
         other->processAllUpdates(batches(1));

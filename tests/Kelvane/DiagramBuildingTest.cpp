@@ -41,10 +41,8 @@ TEST(DiagramBuildingTest, UnknownTypesEndTheBuildingAndKeepTheNodesBefore) {
     document.add("function", "Absolute");
     EXPECT_FALSE(engine.read(document.text(), false));
     EXPECT_EQ(captured.lines,
-              (Lines{"ERROR: failed to decode kelvane data!",
-                     "ERROR: typeString absolute for classString Function not found!",
-                     "ERROR: failed to process diagram info", "ERROR: classString function not found!",
-                     "ERROR: failed to process diagram info"}));
+              (Lines{"ERROR: failed to decode kelvane data!", "ERROR: typeString absolute for classString Function not found!",
+                     "ERROR: failed to process diagram info", "ERROR: classString function not found!", "ERROR: failed to process diagram info"}));
     EXPECT_EQ(idsOf(engine.nodeList(NodeCategory::Function)), (Ids{6, 2})) << "the old one made room";
     EXPECT_TRUE(engine.read(DiagramDocument::chain("Absolute").text(), true));
     EXPECT_EQ(engine.evaluate({1, {{"x", -1.0}}}).outputs, (LabelledValues{{"y", 1.0}}));
@@ -56,21 +54,18 @@ TEST(DiagramBuildingTest, ChecksReportInOrder) {
     document.function("Add");
     document.function("Updated");
     document.connect(1, 5);
-    document.data.info.containers = {
-        {{5, 6, "box", {9, 2}, "cyan", {{{0, 0, "inner", {8, 1}, "Cyan", {}}}}}}};
+    document.data.info.containers = {{{5, 6, "box", {9, 2}, "cyan", {{{0, 0, "inner", {8, 1}, "Cyan", {}}}}}}};
     document.data.info.subdiagrams = {{{"main", {3, 77, 1}}, {"rest", {1}}}};
     document.property(2, "Description", "first");
     document.property(2, "Size", "3");
     document.property(2, "Description", "last");
     Kelvane engine;
     EXPECT_TRUE(engine.read(document.text(), true));
-    EXPECT_EQ(captured.lines, (Lines{"ERROR: unknown propertyName Size!", "ERROR: wrong id 9 for container!",
-                                     "ERROR: wrong id 8 for container!", "ERROR: unknown nodeId 77",
-                                     "ERROR: node 2 not contained in subdiagram!!",
-                                     "ERROR: node 4 not contained in subdiagram!!",
-                                     "ERROR: node 5 not contained in subdiagram!!",
-                                     "ERROR: nodes detected that are not contained in subdiagram!",
-                                     "WARNING: unconnected functions!", "WARNING: unconnected functions!"}));
+    EXPECT_EQ(captured.lines,
+              (Lines{"ERROR: unknown propertyName Size!", "ERROR: wrong id 9 for container!", "ERROR: wrong id 8 for container!",
+                     "ERROR: unknown nodeId 77", "ERROR: node 2 not contained in subdiagram!!", "ERROR: node 4 not contained in subdiagram!!",
+                     "ERROR: node 5 not contained in subdiagram!!", "ERROR: nodes detected that are not contained in subdiagram!",
+                     "WARNING: unconnected functions!", "WARNING: unconnected functions!"}));
     EXPECT_EQ(engine.nodeList(NodeCategory::Function)[0]->label(), "last");
     const Container& box = *engine.getContainers()[0];
     EXPECT_EQ(idsOf(box.nodes), Ids{2});
@@ -104,8 +99,7 @@ TEST(DiagramBuildingTest, AppendingRenumbersTheOldNodesAboveTheDocument) {
     EXPECT_EQ(engine.getSubdiagrams()[0].nodes.size(), 4U);
     EXPECT_EQ(engine.evaluate({1, {{"added", -3.0}}}).outputs, (LabelledValues{{"y", 3.0}}));
     EXPECT_TRUE(engine.read(DiagramDocument().text(), false));
-    EXPECT_EQ(idsOf(engine.nodeList(NodeCategory::Constant)), Ids{1})
-        << "an empty document leaves room for id 0";
+    EXPECT_EQ(idsOf(engine.nodeList(NodeCategory::Constant)), Ids{1}) << "an empty document leaves room for id 0";
     added.data.info.nodes[0].id = INT64_MAX - 6;
     EXPECT_DEATH(engine.read(added.text(), false), "leave no room for the present nodes");
 }
@@ -133,8 +127,7 @@ TEST(DiagramBuildingTest, TheFirstNodeOfAnIdIsMeant) {
     document.data.info.nodes[3].id = document.data.info.properties.back().id = 1;
     Kelvane engine;
     engine.read(document.text(), true);
-    EXPECT_EQ(engine.evaluate({1, {}}).outputs, (LabelledValues{{"y", 4.0}}))
-        << "constants come before streams";
+    EXPECT_EQ(engine.evaluate({1, {}}).outputs, (LabelledValues{{"y", 4.0}})) << "constants come before streams";
 }
 
 TEST(DiagramBuildingTest, StopsAtAnInputThatTheNodeDoesNotHave) {
@@ -142,8 +135,7 @@ TEST(DiagramBuildingTest, StopsAtAnInputThatTheNodeDoesNotHave) {
         auto document = DiagramDocument::chain("Absolute");
         document.connect(1, 2, index);
         Kelvane engine;
-        EXPECT_DEATH(engine.read(document.text(), true),
-                     "node 2 .*connection names input -?1; the node has 1 input");
+        EXPECT_DEATH(engine.read(document.text(), true), "node 2 .*connection names input -?1; the node has 1 input");
     }
 }
 
@@ -152,8 +144,7 @@ TEST(DiagramBuildingTest, AConnectionToAnUnknownIdIsRetriedWithoutEnd) {
     document.connect(2, 99);
     const auto build = [&] {
         setDiagnosticSink([count = 0](std::string_view line) mutable {
-            if (line != "ERROR: wrong id(s) for connection with outputNodeId 2 and inputNodeId 99!")
-                std::_Exit(1);
+            if (line != "ERROR: wrong id(s) for connection with outputNodeId 2 and inputNodeId 99!") std::_Exit(1);
             if (++count == 10000) alarm(1);
         });
         Kelvane().read(document.text(), true);

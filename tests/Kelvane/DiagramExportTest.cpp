@@ -11,16 +11,15 @@ namespace {
 // One node of every category, out of the order of categories, with everything that a document can say.
 DiagramDocument everything() {
     DiagramDocument document;
-    const auto output = document.output("Float", "sum"), add = document.function("Add"),
-               x = document.stream("Float", "x"), c = document.constant("Float", "2.5", "c");
+    const auto output = document.output("Float", "sum"), add = document.function("Add"), x = document.stream("Float", "x"),
+               c = document.constant("Float", "2.5", "c");
     document.connect(x, add, 0);
     document.connect(c, add, 1);
     document.connect(add, output);
     document.property(add, "Color", "orange");
     document.property(output, "Hidden", "true");
     document.data.info.positions[1] = {add, 12.25, -3};
-    document.data.info.containers = {
-        {{1, 2, "box", {add}, "red", {{{3, 4, "inner", {c}, std::nullopt, {}}}}}}};
+    document.data.info.containers = {{{1, 2, "box", {add}, "red", {{{3, 4, "inner", {c}, std::nullopt, {}}}}}}};
     document.data.info.manualLines = {{"first", "second"}};
     document.data.info.subdiagrams = {{{"main", {x, c, add, output}}, {"again", {add}}}};
     return document;
@@ -44,17 +43,13 @@ TEST(DiagramExportTest, NumbersTheNodesByCategoryAndWritesThemAll) {
     engine.read(everything().text(), true);
     const auto written = DiagramData::decode(engine.createJSON())->info;
     DiagramInfo expected;
-    expected.nodes = {{0, "Constant", "Float", {}},
-                      {1, "Input stream", "Float", {}},
-                      {2, "Function", "Add", "Float"},
-                      {3, "Variable output", "Float", {}}};
-    expected.properties = {{0, "Description", "c"},    {0, "OutputValue", "2.5"}, {1, "Description", "x"},
-                           {1, "Forwarding", "false"}, {2, "Color", "orange"},    {3, "Description", "sum"},
-                           {3, "Hidden", "true"}};
+    expected.nodes = {
+        {0, "Constant", "Float", {}}, {1, "Input stream", "Float", {}}, {2, "Function", "Add", "Float"}, {3, "Variable output", "Float", {}}};
+    expected.properties = {{0, "Description", "c"}, {0, "OutputValue", "2.5"}, {1, "Description", "x"}, {1, "Forwarding", "false"},
+                           {2, "Color", "orange"},  {3, "Description", "sum"}, {3, "Hidden", "true"}};
     expected.connections = {{0, 2, 1}, {1, 2, 0}, {2, 3, 0}};
     expected.positions = {{0, 0, 0}, {1, 0, 0}, {2, 12.25, -3}, {3, 0, 0}};
-    expected.containers = {
-        {{1, 2, "box", {2}, "red", {{{3, 4, "inner", {0}, std::nullopt, std::vector<ContainerInfo>()}}}}}};
+    expected.containers = {{{1, 2, "box", {2}, "red", {{{3, 4, "inner", {0}, std::nullopt, std::vector<ContainerInfo>()}}}}}};
     expected.manualLines = {{"first", "second"}};
     expected.subdiagrams = {{{"main", {1, 0, 2, 3}}, {"again", {2}}}};
     EXPECT_EQ(written, expected);
@@ -93,8 +88,7 @@ TEST(DiagramExportTest, EditsReachEveryNodeOfTheLabel) {
     engine.setInputStreamForwarding("unknown", true);
     engine.setInputStreamForwarding("b", true);
     EXPECT_TRUE(captured.lines.empty());
-    EXPECT_EQ(engine.getConstants(),
-              (std::vector<ConstantDescription>{{"b", 1.0}, {"a", 1.0}, {"b", 1.0}, {"b", 9}}));
+    EXPECT_EQ(engine.getConstants(), (std::vector<ConstantDescription>{{"b", 1.0}, {"a", 1.0}, {"b", 1.0}, {"b", 9}}));
     engine.setConstant("b", 5.0);
     EXPECT_EQ(engine.getConstants()[2].value, Value(5.0));
     EXPECT_EQ(engine.evaluate({1, {{"a", 1.0}, {"b", 2.0}}}).outputs, (LabelledValues{{"b", 2.0}}));

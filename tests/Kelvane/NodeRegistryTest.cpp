@@ -34,8 +34,7 @@ TEST(NodeRegistryTest, EveryFunctionIsNamedDescribedAndLabelled) {
             const auto node = nodeClass.make();
             SCOPED_TRACE(node->typeString);
             ++listed;
-            EXPECT_EQ(functions.at(node->typeString).family, family.title)
-                << "another family has the name, too";
+            EXPECT_EQ(functions.at(node->typeString).family, family.title) << "another family has the name, too";
             EXPECT_FALSE(nodeClass.description.empty());
             EXPECT_EQ(node->classString, "Function");
             EXPECT_EQ(node->descriptionString, node->typeString);
@@ -53,8 +52,7 @@ TEST(NodeRegistryTest, EveryFunctionIsNamedDescribedAndLabelled) {
 }
 
 TEST(NodeRegistryTest, EveryOtherCategoryHasAClassPerValueType) {
-    for (const auto category :
-         {NodeCategory::Constant, NodeCategory::InputStream, NodeCategory::VariableOutput}) {
+    for (const auto category : {NodeCategory::Constant, NodeCategory::InputStream, NodeCategory::VariableOutput}) {
         const auto& classes = NodeRegistry::library().classes(category);
         EXPECT_EQ(classes.size(), 14U);
         for (const auto& [name, nodeClass] : classes) {
@@ -78,12 +76,9 @@ TEST(NodeRegistryTest, AnApplicationMayBringClassesOfItsOwn) {
         EXPECT_EQ(engine->evaluate({1, {{"x", -1.0}}}).outputs.at("y"), Value(engine == &own ? 42.0 : 1.0));
     }
     EXPECT_EQ(own.nodeTypes().find(NodeCategory::Function, "Absolute")->family, "Own");
-    EXPECT_DEATH(own.registerNodes(functionFamily("Own", {entry<NamelessFunction>("")})),
-                 "class of the family \"Own\" has no type string");
-    EXPECT_DEATH(own.registerNodes({NodeCategory::InputStream, "Own", {entry<EmptyStream>("")}}),
-                 "no output slot");
-    EXPECT_DEATH(own.registerNodes({NodeCategory::VariableOutput, "Own", {entry<EmptyOutput>("")}}),
-                 "no input slot");
+    EXPECT_DEATH(own.registerNodes(functionFamily("Own", {entry<NamelessFunction>("")})), "class of the family \"Own\" has no type string");
+    EXPECT_DEATH(own.registerNodes({NodeCategory::InputStream, "Own", {entry<EmptyStream>("")}}), "no output slot");
+    EXPECT_DEATH(own.registerNodes({NodeCategory::VariableOutput, "Own", {entry<EmptyOutput>("")}}), "no input slot");
     own.registerNodes({NodeCategory::InputStream, "Own", {entry<OwnFunction>("")}});
     document.add("Input stream", "Absolute");
     EXPECT_DEATH(own.read(document.text(), true), "must be an InputStreamNode");

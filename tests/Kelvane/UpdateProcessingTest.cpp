@@ -50,14 +50,11 @@ private:
     template <class NodeType>
     std::vector<NodeType*> all(NodeCategory category) {
         std::vector<NodeType*> nodes;
-        for (const auto& node : engine.nodeList(category))
-            nodes.push_back(dynamic_cast<NodeType*>(node.get()));
+        for (const auto& node : engine.nodeList(category)) nodes.push_back(dynamic_cast<NodeType*>(node.get()));
         return nodes;
     }
     std::vector<InputStreamNode*> streams() { return all<InputStreamNode>(NodeCategory::InputStream); }
-    std::vector<VariableOutputNode*> outputs() {
-        return all<VariableOutputNode>(NodeCategory::VariableOutput);
-    }
+    std::vector<VariableOutputNode*> outputs() { return all<VariableOutputNode>(NodeCategory::VariableOutput); }
 
     void pass(const LabelledValues& values) {
         for (auto* node : streams()) {
@@ -149,8 +146,7 @@ public:
         for (const auto* label : {"f", "g", "h", "b", "unknown"}) {
             const bool asBoolean = (*label == 'b') != chance(12);
             if (chance(3)) continue;
-            input.updates.emplace(label,
-                                  asBoolean ? Value(chance(2)) : Value(static_cast<double>(random() % 9)));
+            input.updates.emplace(label, asBoolean ? Value(chance(2)) : Value(static_cast<double>(random() % 9)));
         }
         return input;
     }
@@ -195,8 +191,8 @@ std::vector<std::int64_t> idsOf(std::span<Node* const> nodes) {
 std::string stateOf(const Kelvane& engine) {
     std::string state;
     const auto append = [&](const TimestampedVariable& slot) {
-        state += (slot.hasValue() ? getValueString(*slot.payload()) : "-") + (slot.updated ? "u" : "") +
-                 (slot.checked ? "c" : "") + "@" + std::to_string(slot.timestamp) + " ";
+        state += (slot.hasValue() ? getValueString(*slot.payload()) : "-") + (slot.updated ? "u" : "") + (slot.checked ? "c" : "") + "@" +
+                 std::to_string(slot.timestamp) + " ";
     };
     for (const auto category : allNodeCategories) {
         for (const auto& node : engine.nodeList(category)) {
@@ -277,8 +273,7 @@ TEST(UpdateProcessingTest, OutputsFeedTheStreamsOfTheirLabel) {
     EXPECT_EQ(engine.evaluate({2, {{"x", 2.0}, {"again", 5.0}}}).outputs.at("count"), Value(2));
     engine.setInputStreamForwarding("again", true);
     engine.setInputStreamForwarding("x", true);
-    EXPECT_EQ(engine.evaluate({3, {{"x", -3.0}}}).outputs,
-              (LabelledValues{{"again", 3.0}, {"count", 3}, {"x", -3.0}}));
+    EXPECT_EQ(engine.evaluate({3, {{"x", -3.0}}}).outputs, (LabelledValues{{"again", 3.0}, {"count", 3}, {"x", -3.0}}));
 }
 
 TEST(UpdateProcessingTest, AWrongTypeIsReportedAndTheRestGoesOn) {
@@ -289,8 +284,7 @@ TEST(UpdateProcessingTest, AWrongTypeIsReportedAndTheRestGoesOn) {
     engine.evaluate({1, {{"x", 7.0}}});
     CapturedDiagnostics captured;
     EXPECT_EQ(engine.evaluate({2, {{"x", 3}}}).outputs, (LabelledValues{{"x", 7.0}})) << "what it still has";
-    EXPECT_EQ(captured.lines,
-              std::vector<std::string>{"ERROR: trying to set input stream 'x' with wrong type!"});
+    EXPECT_EQ(captured.lines, std::vector<std::string>{"ERROR: trying to set input stream 'x' with wrong type!"});
 }
 
 TEST(UpdateProcessingTest, BatchesThatComeTooSoonAreSkipped) {

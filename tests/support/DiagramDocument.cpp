@@ -4,15 +4,13 @@ namespace KelvaneSDK::testing_support {
 
 DiagramDocument DiagramDocument::chain(std::string_view function, std::string_view outputType) {
     DiagramDocument document;
-    const auto x = document.stream("Float", "x"), node = document.function(function),
-               y = document.output(outputType, "y");
+    const auto x = document.stream("Float", "x"), node = document.function(function), y = document.output(outputType, "y");
     document.connect(x, node);
     document.connect(node, y);
     return document;
 }
 
-std::int64_t DiagramDocument::add(std::string_view classString, std::string_view typeString,
-                                  std::string_view label) {
+std::int64_t DiagramDocument::add(std::string_view classString, std::string_view typeString, std::string_view label) {
     const auto id = static_cast<std::int64_t>(data.info.nodes.size()) + 1;
     data.info.nodes.push_back({id, std::string(classString), std::string(typeString), std::nullopt});
     data.info.positions.push_back({id, 0, 0});
@@ -20,8 +18,7 @@ std::int64_t DiagramDocument::add(std::string_view classString, std::string_view
     return id;
 }
 
-std::int64_t DiagramDocument::constant(std::string_view type, std::string_view value,
-                                       std::string_view label) {
+std::int64_t DiagramDocument::constant(std::string_view type, std::string_view value, std::string_view label) {
     const auto id = add("Constant", type, label);
     property(id, "OutputValue", value);
     return id;

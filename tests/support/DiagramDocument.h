@@ -16,14 +16,10 @@ public:
     static DiagramDocument chain(std::string_view function, std::string_view outputType = "Float");
 
     std::int64_t add(std::string_view classString, std::string_view typeString, std::string_view label = {});
-    std::int64_t function(std::string_view name, std::string_view label = {}) {
-        return add("Function", name, label);
-    }
+    std::int64_t function(std::string_view name, std::string_view label = {}) { return add("Function", name, label); }
     std::int64_t constant(std::string_view type, std::string_view value, std::string_view label = {});
     std::int64_t stream(std::string_view type, std::string_view label);
-    std::int64_t output(std::string_view type, std::string_view label) {
-        return add("Variable output", type, label);
-    }
+    std::int64_t output(std::string_view type, std::string_view label) { return add("Variable output", type, label); }
     void connect(std::int64_t from, std::int64_t to, std::int64_t inputIndex = 0);
     void property(std::int64_t id, std::string_view name, std::string_view value);
     void outputType(std::int64_t id, std::string_view type);

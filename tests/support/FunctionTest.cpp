@@ -23,15 +23,9 @@ Expectation approximately(Value value, double tolerance) {
 namespace {
 
 void appendNumbers(std::vector<double>& numbers, double x) { numbers.push_back(x); }
-void appendNumbers(std::vector<double>& numbers, const Sample& s) {
-    numbers.insert(numbers.end(), {s.t, s.f});
-}
-void appendNumbers(std::vector<double>& numbers, const Vector& v) {
-    numbers.insert(numbers.end(), {v.x, v.y, v.z});
-}
-void appendNumbers(std::vector<double>& numbers, const Orientation& q) {
-    numbers.insert(numbers.end(), {q.x, q.y, q.z, q.w});
-}
+void appendNumbers(std::vector<double>& numbers, const Sample& s) { numbers.insert(numbers.end(), {s.t, s.f}); }
+void appendNumbers(std::vector<double>& numbers, const Vector& v) { numbers.insert(numbers.end(), {v.x, v.y, v.z}); }
+void appendNumbers(std::vector<double>& numbers, const Orientation& q) { numbers.insert(numbers.end(), {q.x, q.y, q.z, q.w}); }
 void appendNumbers(std::vector<double>& numbers, const Sequence& sequence) {
     for (const auto& sample : sequence.samples()) appendNumbers(numbers, sample);
 }
@@ -112,9 +106,8 @@ TEST_P(FunctionTest, GivesTheOutputsOfItsTable) {
         const auto output = engine.evaluate(input);
         const auto found = output.outputs.find("out");
         const auto value = found == output.outputs.end() ? std::nullopt : std::optional(found->second);
-        const bool same = value && step.expected.value
-                              ? matches(*step.expected.value, *value, step.expected.tolerance)
-                              : value.has_value() == step.expected.value.has_value();
+        const bool same = value && step.expected.value ? matches(*step.expected.value, *value, step.expected.tolerance)
+                                                       : value.has_value() == step.expected.value.has_value();
         EXPECT_TRUE(same) << "expected " << describe(step.expected.value) << ", found " << describe(value);
     }
 }

@@ -47,15 +47,13 @@ std::string apply(std::string_view operation, const Value& left, const Value& ri
 
 void expectOperations(std::initializer_list<OperationRow> rows) {
     for (const auto& [operation, left, right, expected] : rows) {
-        EXPECT_EQ(apply(operation, left, right), expected)
-            << describe(left) << " " << operation << " " << describe(right);
+        EXPECT_EQ(apply(operation, left, right), expected) << describe(left) << " " << operation << " " << describe(right);
     }
 }
 
 void expectStops(std::initializer_list<OperationRow> rows) {
     for (const auto& row : rows) {
-        EXPECT_DEATH(apply(row.operation, row.left, row.right),
-                     "^FATAL: " + std::string(row.expected) + "\n$");
+        EXPECT_DEATH(apply(row.operation, row.left, row.right), "^FATAL: " + std::string(row.expected) + "\n$");
     }
 }
 
@@ -65,8 +63,7 @@ void expectParses(std::initializer_list<ParseRow> rows) {
         const CapturedDiagnostics diagnostics;
         slot->setValueFromString(text);
         EXPECT_EQ(describe(slot->value()), expected) << text;
-        const auto line =
-            "ERROR: converting " + std::string(text) + " to " + std::string(slot->typeString()) + " failed!";
+        const auto line = "ERROR: converting " + std::string(text) + " to " + std::string(slot->typeString()) + " failed!";
         EXPECT_EQ(diagnostics.lines, std::vector(isRefused ? 1 : 0, line)) << text;
     }
 }

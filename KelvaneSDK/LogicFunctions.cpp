@@ -10,7 +10,11 @@ public:
     void createInputs() override { addInputs<BooleanValue, BooleanValue>("a", "b"); }
     void createOutput() override { setOutput<BooleanValue>(); }
     void setTypeString() override { typeString = "And"; }
-    void process() override { finish(boolean(0) && boolean(1)); }
+    void process() override {
+        // Both are read, so that a wrong payload is never passed over.
+        const bool a = boolean(0), b = boolean(1);
+        finish(a && b);
+    }
 };
 
 class OrFunction final : public FunctionNode {
@@ -18,7 +22,10 @@ public:
     void createInputs() override { addInputs<BooleanValue, BooleanValue>("a", "b"); }
     void createOutput() override { setOutput<BooleanValue>(); }
     void setTypeString() override { typeString = "Or"; }
-    void process() override { finish(boolean(0) || boolean(1)); }
+    void process() override {
+        const bool a = boolean(0), b = boolean(1);
+        finish(a || b);
+    }
 };
 
 class XorFunction final : public FunctionNode {

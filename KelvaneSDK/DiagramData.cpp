@@ -4,6 +4,7 @@
 
 #include "KelvaneSDK/FileProcessing/JsonReader.h"
 #include "KelvaneSDK/FileProcessing/JsonWriter.h"
+#include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {
 
@@ -275,24 +276,20 @@ void encodeList(JsonWriter& json, std::string_view key, const std::vector<Record
     json.endArray();
 }
 
-}  // namespace
-
-std::optional<DiagramData> DiagramData::decode(std::string_view text, DecodeFailure* failure) {
-    DecodeFailure ignored;
-    DecodeFailure& told = failure != nullptr ? *failure : ignored;
+std::optional<DiagramData> decodeDocument(std::string_view text, DecodeFailure& failure) {
     JsonReader reader(maximumDocumentDepth);
     JsonFailure notJson;
     const auto root = reader.parse(text, notJson);
     if (!root) {
-        told = {std::move(notJson.pointer), std::move(notJson.reason)};
+        failure = {std::move(notJson.pointer), std::move(notJson.reason)};
         return std::nullopt;
     }
-    auto info = Decoder(told).document(*root);
+    auto info = Decoder(failure).document(*root);
     if (!info) return std::nullopt;
     return DiagramData{std::move(*info)};
 }
 
-std::string DiagramData::encode() const {
+std::string encodeDocument(const DiagramInfo& info) {
     std::string text;
     JsonWriter json(text, JsonWriter::Layout::pretty);
     json.beginObject();
@@ -333,6 +330,21 @@ std::string DiagramData::encode() const {
     json.endObject();
     text += '\n';
     return text;
+}
+
+}  // namespace
+
+std::optional<DiagramData> DiagramData::decode(std::string_view text, DecodeFailure* failure) {
+    DecodeFailure ignored;
+    DecodeFailure& told = failure != nullptr ? *failure : ignored;
+    auto decoded = withinMemory([&] { return decodeDocument(text, told); });
+    if (decoded) return std::move(*decoded);
+    told = {"", outOfMemoryReason};
+    return std::nullopt;
+}
+
+std::string DiagramData::encode() const {
+    return withinMemoryOrError([&] { return encodeDocument(info); }).value_or(std::string());
 }
 
 }  // namespace KelvaneSDK

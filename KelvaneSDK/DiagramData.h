@@ -91,10 +91,12 @@ struct DiagramData {
     DiagramInfo info;
 
     /// Decodes a document, or answers absent and tells why. Required keys must be there with exactly their
-    /// type, optional ones may be missing or null, unknown ones are passed over. Any thread; prints nothing.
+    /// type, optional ones may be missing or null, unknown ones are passed over. Memory that runs out is a
+    /// failure as well. Any thread; prints nothing.
     static std::optional<DiagramData> decode(std::string_view text, DecodeFailure* failure = nullptr);
 
-    /// The document as pretty-printed JSON: required keys always, optional ones when present. Any thread.
+    /// The document as pretty-printed JSON: required keys always, optional ones when present. Empty, with an
+    /// ERROR line, when memory ran out. Any thread.
     std::string encode() const;
 };
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 namespace KelvaneSDK {
 
@@ -33,6 +34,7 @@ int compareTexts(std::string_view a, std::string_view b) {
                                          static_cast<utf8proc_ssize_t>(text.size()), &result,
                                          static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE));
         composed.reset(result);
+        if (length == UTF8PROC_ERROR_NOMEM) throw std::bad_alloc();
         if (length < 0) return text;
         return std::string_view(reinterpret_cast<const char*>(result), static_cast<std::size_t>(length));
     };

@@ -1,6 +1,7 @@
 #include "KelvaneSDK/ContainerNode/ContainerNode.h"
 
 #include <algorithm>
+#include <new>
 #include <unordered_set>
 
 #include "KelvaneSDK/Diagnostics.h"
@@ -14,11 +15,15 @@ void Container::initialize() {
 Container::~Container() {
     // Taken apart level by level, so that the nesting of a document never becomes a depth of calls.
     std::vector<std::unique_ptr<Container>> open = std::move(containers);
-    while (!open.empty()) {
-        const auto inner = std::move(open.back());
-        open.pop_back();
-        std::move(inner->containers.begin(), inner->containers.end(), std::back_inserter(open));
-        inner->containers.clear();
+    try {
+        while (!open.empty()) {
+            const auto inner = std::move(open.back());
+            open.pop_back();
+            std::move(inner->containers.begin(), inner->containers.end(), std::back_inserter(open));
+            inner->containers.clear();
+        }
+    } catch (const std::bad_alloc&) {
+        // The levels that are left go by calls; documents limit how many there are.
     }
 }
 

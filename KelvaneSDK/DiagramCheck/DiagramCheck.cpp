@@ -7,6 +7,7 @@
 #include "KelvaneSDK/DiagramCheck/OrderChecks.h"
 #include "KelvaneSDK/DiagramCheck/RecordChecks.h"
 #include "KelvaneSDK/DiagramCheck/TextPlace.h"
+#include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {
 
@@ -74,16 +75,7 @@ std::string pathText(std::string_view pointer) {
     return path;
 }
 
-}  // namespace
-
-std::vector<Finding> checkDiagram(std::string_view text, const NodeRegistry& registry) {
-    DecodeFailure failure;
-    const auto data = DiagramData::decode(text, &failure);
-    if (!data) return {undecodable(text, failure)};
-    return placed(checkDiagram(data->info, registry), text);
-}
-
-std::vector<Finding> checkDiagram(const DiagramInfo& info, const NodeRegistry& registry) {
+std::vector<Finding> findingsIn(const DiagramInfo& info, const NodeRegistry& registry) {
     FindingList findings;
     NodeTable nodes(info, registry);
     Wiring wiring(nodes);
@@ -100,6 +92,35 @@ std::vector<Finding> checkDiagram(const DiagramInfo& info, const NodeRegistry& r
     const auto waitsForCycle = checkOrder(nodes, wiring, evaluation, findings);
     checkUse(nodes, wiring, evaluation, waitsForCycle, findings);
     return std::move(findings).inDocumentOrder();
+}
+
+// Made before the work, since there may be no memory for it afterwards.
+std::vector<Finding> outOfMemoryFinding() {
+    std::vector<Finding> findings(1);
+    findings.front().code = "out-of-memory";
+    findings.front().fatal = true;
+    findings.front().message = outOfMemoryReason;
+    return findings;
+}
+
+}  // namespace
+
+std::vector<Finding> checkDiagram(std::string_view text, const NodeRegistry& registry) {
+    auto outOfMemory = outOfMemoryFinding();
+    auto findings = withinMemory([&]() -> std::vector<Finding> {
+        DecodeFailure failure;
+        const auto data = DiagramData::decode(text, &failure);
+        if (data) return placed(findingsIn(data->info, registry), text);
+        if (failure.reason == outOfMemoryReason) return std::move(outOfMemory);
+        return {undecodable(text, failure)};
+    });
+    return findings ? std::move(*findings) : std::move(outOfMemory);
+}
+
+std::vector<Finding> checkDiagram(const DiagramInfo& info, const NodeRegistry& registry) {
+    auto outOfMemory = outOfMemoryFinding();
+    auto findings = withinMemory([&] { return findingsIn(info, registry); });
+    return findings ? std::move(*findings) : std::move(outOfMemory);
 }
 
 std::string findingText(const Finding& finding) {

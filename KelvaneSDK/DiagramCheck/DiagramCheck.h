@@ -43,7 +43,8 @@ struct Finding {
 
 /// Everything that is wrong or suspicious in a document, in document order, without touching an engine. A
 /// document without fatal findings builds, and evaluates without a stop or hang that the document alone
-/// causes. Pure: any thread, prints nothing, never stops the program.
+/// causes. Memory that runs out gives the one fatal finding "out-of-memory"; std::bad_alloc is thrown only
+/// when there is none even for that. Pure: any thread, prints nothing, never stops the program.
 std::vector<Finding> checkDiagram(std::string_view text,
                                   const NodeRegistry& registry = NodeRegistry::library());
 

@@ -73,12 +73,13 @@ std::vector<KelvaneInput> readKelvaneInputs(std::string_view from);
 
 /// Writes batches as a recording, one line per update, labels in ascending byte order, without a line break
 /// at the end. A sequence is written only when it is given as a list of sample records; values without a key
-/// (sequences of the engine, sequence arrays) give a line with "timestamp" and "name" alone. Any thread.
+/// (sequences of the engine, sequence arrays) give a line with "timestamp" and "name" alone. Empty, with an
+/// ERROR line, when memory ran out. Any thread.
 std::string createJsonLines(const std::vector<KelvaneInput>& from);
 
 /// Appends a batch's results as lines of a recording, each with its line break. Besides the keys of
 /// recordings, sequences are written under "sequenceValue" and sequence arrays under "sequenceArrayValue".
-/// Any thread.
-void appendJsonLines(std::string& text, const KelvaneOutput& output);
+/// False, with an ERROR line and the text unchanged, when memory ran out. Any thread.
+bool appendJsonLines(std::string& text, const KelvaneOutput& output);
 
 }  // namespace KelvaneSDK

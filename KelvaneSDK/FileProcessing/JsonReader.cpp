@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <new>
 
 namespace KelvaneSDK {
 
@@ -49,7 +50,9 @@ std::string withLongIntegersAsDecimals(std::string_view text) {
 
 std::optional<simdjson::dom::element> JsonReader::parse(std::string_view text, JsonFailure& failure) {
     if (parser.capacity() < text.size() || parser.capacity() == 0) {
-        if (parser.allocate(std::max<std::size_t>(text.size(), 1024), maximumDepth) != simdjson::SUCCESS) {
+        const auto error = parser.allocate(std::max<std::size_t>(text.size(), 1024), maximumDepth);
+        if (error == simdjson::MEMALLOC) throw std::bad_alloc();
+        if (error != simdjson::SUCCESS) {
             failure = {"", "the text is too large to be read"};
             return std::nullopt;
         }
@@ -89,8 +92,9 @@ std::optional<simdjson::dom::element> JsonReader::parse(std::string_view text, J
         case simdjson::N_ATOM_ERROR:
             failure = {"", "not JSON: a word other than true, false and null stands outside a string"};
             break;
-        case simdjson::CAPACITY:
         case simdjson::MEMALLOC:
+            throw std::bad_alloc();
+        case simdjson::CAPACITY:
             failure = {"", "the text is too large to be read"};
             break;
         default:

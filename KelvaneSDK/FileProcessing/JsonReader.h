@@ -26,7 +26,8 @@ class JsonReader {
 public:
     explicit JsonReader(std::size_t depthLimit = 1024) : maximumDepth(depthLimit) {}
 
-    /// The text's root, valid until the next call; absent when the text is not JSON.
+    /// The text's root, valid until the next call; absent when the text is not JSON. Throws
+    /// std::bad_alloc.
     std::optional<simdjson::dom::element> parse(std::string_view text, JsonFailure& failure);
 
     /// Nesting beyond this many levels is refused.

@@ -1,5 +1,6 @@
 #include "KelvaneSDK/FileProcessing/InputRecording.h"
 #include "KelvaneSDK/FileProcessing/JsonWriter.h"
+#include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {
 
@@ -104,16 +105,29 @@ void appendLine(std::string& text, double timestamp, std::string_view name, cons
 }  // namespace
 
 std::string createJsonLines(const std::vector<KelvaneInput>& from) {
-    std::string text;
-    for (const auto& batch : from) {
-        for (const auto& [name, value] : batch.updates) appendLine(text, batch.timestamp, name, value, false);
-    }
-    if (!text.empty()) text.pop_back();
-    return text;
+    auto written = withinMemoryOrError([&] {
+        std::string text;
+        for (const auto& batch : from) {
+            for (const auto& [name, value] : batch.updates) {
+                appendLine(text, batch.timestamp, name, value, false);
+            }
+        }
+        if (!text.empty()) text.pop_back();
+        return text;
+    });
+    return std::move(written).value_or(std::string());
 }
 
-void appendJsonLines(std::string& text, const KelvaneOutput& output) {
-    for (const auto& [name, value] : output.outputs) appendLine(text, output.timestamp, name, value, true);
+bool appendJsonLines(std::string& text, const KelvaneOutput& output) {
+    const auto before = text.size();
+    const auto appended = withinMemoryOrError([&] {
+        for (const auto& [name, value] : output.outputs) {
+            appendLine(text, output.timestamp, name, value, true);
+        }
+        return true;
+    });
+    if (!appended) text.resize(before);
+    return appended.has_value();
 }
 
 }  // namespace KelvaneSDK

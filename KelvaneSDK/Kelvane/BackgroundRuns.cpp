@@ -2,6 +2,7 @@
 
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/Kelvane/BackgroundWorker.h"
+#include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {
 
@@ -31,25 +32,38 @@ bool Kelvane::BackgroundRuns::engineExists() {
 
 void Kelvane::processAllUpdates(std::vector<KelvaneInput> diagramInputs) {
     backgroundRuns->enter();
-    BackgroundWorker::shared().submit([this, inputs = std::move(diagramInputs)] {
+    const auto submitted = withinMemoryOrError([&] {
+        BackgroundWorker::shared().submit(
+            [this, inputs = std::move(diagramInputs)] { processInBackground(inputs); });
+        return true;
+    });
+    if (!submitted) backgroundRuns->leave();
+}
+
+void Kelvane::processInBackground(const std::vector<KelvaneInput>& inputs) {
+    // The engine may be destroyed as soon as the run is left, so nothing of it is touched afterwards.
+    const auto runs = backgroundRuns;
+    withinMemoryOrError([&] {
         auto results = std::make_shared<std::vector<KelvaneOutput>>();
         for (const auto& input : inputs) {
             auto output = evaluate(input);
-            if (!output.outputs.empty()) results->push_back(std::move(output));
+            if (outOfMemory) break;
+            if (output.outputs.empty()) continue;
+            const auto kept =
+                withinMemoryOrError([&] { return results->push_back(std::move(output)), true; });
+            if (!kept) break;
         }
-        auto deliver = [receiver = updatesReceiver, runs = backgroundRuns, results] {
+        auto deliver = [receiver = updatesReceiver, runs, results] {
             if (const auto target = receiver.lock()) {
                 target->allUpdatesProcessed(*results);
             } else if (runs->engineExists()) {
                 stopProgram("the receiver of a background run's results is gone");
             }
         };
-        // The engine may be destroyed as soon as the run is left, so nothing of it is touched afterwards.
         const auto queue = mainQueue;
-        const auto runs = backgroundRuns;
-        queue->post(std::move(deliver));
-        runs->leave();
+        return queue->post(std::move(deliver)), true;
     });
+    runs->leave();
 }
 
 }  // namespace KelvaneSDK

@@ -1,5 +1,6 @@
 #include "KelvaneSDK/Kelvane/BackgroundWorker.h"
 
+#include <new>
 #include <utility>
 
 namespace KelvaneSDK {
@@ -26,7 +27,13 @@ BackgroundWorker::~BackgroundWorker() {
 void BackgroundWorker::submit(std::function<void()> task) {
     const std::lock_guard lock(mutex);
     tasks.push_back(std::move(task));
-    if (!thread.joinable()) thread = std::thread([this] { run(); });
+    try {
+        if (!thread.joinable()) thread = std::thread([this] { run(); });
+    } catch (...) {
+        tasks.pop_back();
+        // The system has no room for a thread.
+        throw std::bad_alloc();
+    }
     // Under the lock, so that a task that ends the process finds nobody in here.
     submitted.notify_one();
 }

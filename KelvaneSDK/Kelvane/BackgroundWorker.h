@@ -18,7 +18,7 @@ public:
     /// Finishes what has been submitted, then ends the thread.
     ~BackgroundWorker();
 
-    /// Any thread.
+    /// Any thread. Throws std::bad_alloc, also when the thread cannot be started.
     void submit(std::function<void()> task);
 
 private:

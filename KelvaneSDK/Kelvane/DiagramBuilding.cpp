@@ -7,6 +7,7 @@
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/ElementArithmetic.h"
 #include "KelvaneSDK/Kelvane/Kelvane.h"
+#include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {
 
@@ -51,8 +52,16 @@ private:
 };
 
 bool Kelvane::read(std::string_view text, bool replace) {
-    const auto data = DiagramData::decode(text);
+    const auto built = withinMemoryOrError([&] { return build(text, replace); });
+    if (!built) discardDiagram();
+    return built.value_or(false);
+}
+
+bool Kelvane::build(std::string_view text, bool replace) {
+    DecodeFailure failure;
+    const auto data = DiagramData::decode(text, &failure);
     if (!data) {
+        if (failure.reason == outOfMemoryReason) printDiagnostic(outOfMemoryLine);
         printDiagnostic("ERROR: failed to decode kelvane data!");
         return false;
     }
@@ -73,8 +82,7 @@ bool Kelvane::read(std::string_view text, bool replace) {
         addedNodes = std::move(created);
     }
     builder.checkConnections();
-    functionNodes.clear();
-    for (const auto& node : nodeList(NodeCategory::Function)) functionNodes.push_back(node.get());
+    orderAsInDocument();
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/Kelvane/Kelvane.h"
+#include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {
 
@@ -29,8 +30,11 @@ std::string Kelvane::createJSON() {
     for (const auto& list : nodeLists) {
         for (const auto& node : list) node->id = next++;
     }
-    DiagramData data;
-    DiagramInfo& info = data.info;
+    return withinMemoryOrError([&] { return DiagramData{describe()}.encode(); }).value_or(std::string());
+}
+
+DiagramInfo Kelvane::describe() const {
+    DiagramInfo info;
     info.containers.emplace();
     for (const auto& container : containers) info.containers->push_back(container->getContainerInfo());
     info.subdiagrams.emplace();
@@ -43,7 +47,7 @@ std::string Kelvane::createJSON() {
         for (const auto& node : list) appendNode(info, *node);
     }
     info.manualLines = manualLines;
-    return data.encode();
+    return info;
 }
 
 }  // namespace KelvaneSDK

@@ -4,8 +4,24 @@
 
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/Kelvane/BackgroundRuns.h"
+#include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {
+
+namespace {
+
+// One entry for each element, in order; none when memory runs out.
+template <class Entry, class Elements, class Describe>
+std::vector<Entry> listed(const Elements& elements, const Describe& describe) {
+    auto entries = withinMemoryOrError([&] {
+        std::vector<Entry> described;
+        for (const auto& element : elements) described.push_back(describe(element));
+        return described;
+    });
+    return entries ? std::move(*entries) : std::vector<Entry>();
+}
+
+}  // namespace
 
 Kelvane::Kelvane(std::weak_ptr<VariableOutputUpdatesReceiver> variableOutputUpdatesReceiver,
                  std::shared_ptr<MainQueue> queue)
@@ -20,9 +36,12 @@ Kelvane::Kelvane(std::weak_ptr<VariableOutputUpdatesReceiver> variableOutputUpda
 Kelvane::~Kelvane() { backgroundRuns->waitAndClose(); }
 
 void Kelvane::registerNodes(const NodeFamily& family) {
-    auto extended = std::make_shared<NodeRegistry>(*registry);
-    extended->add(family);
-    registry = std::move(extended);
+    withinMemoryOrError([&] {
+        auto extended = std::make_shared<NodeRegistry>(*registry);
+        extended->add(family);
+        registry = std::move(extended);
+        return true;
+    });
 }
 
 Node* Kelvane::addNode(NodeCategory category, std::unique_ptr<Node> node) {
@@ -41,7 +60,14 @@ Node* Kelvane::addNode(NodeCategory category, std::unique_ptr<Node> node) {
     return listOf(category).emplace_back(std::move(node)).get();
 }
 
+// Settling starts anew. Needs no memory where the nodes were in order before.
+void Kelvane::orderAsInDocument() {
+    functionNodes.clear();
+    for (const auto& node : nodeList(NodeCategory::Function)) functionNodes.push_back(node.get());
+}
+
 void Kelvane::discardDiagram() {
+    outOfMemory = false;
     containers.clear();
     manualLines.clear();
     subdiagrams.clear();
@@ -53,33 +79,36 @@ void Kelvane::discardDiagram() {
 }
 
 void Kelvane::reset() {
-    for (const auto& list : nodeLists) {
-        for (const auto& node : list) node->reset();
-    }
+    const auto done = withinMemoryOrError([&] {
+        for (const auto& list : nodeLists) {
+            for (const auto& node : list) node->reset();
+        }
+        return true;
+    });
+    if (outOfMemory) orderAsInDocument();
+    outOfMemory = !done;
 }
 
 std::vector<std::string> Kelvane::getInputStreams() const {
-    std::vector<std::string> labels;
-    for (const auto* stream : inputStreams) labels.push_back(stream->label());
-    return labels;
+    return listed<std::string>(inputStreams, [](const auto& stream) { return stream->label(); });
 }
 
 std::vector<VariableOutputDescription> Kelvane::getVariableOutputs() const {
-    std::vector<VariableOutputDescription> descriptions;
-    for (const auto* output : variableOutputs) descriptions.push_back({output->label(), output->typeString});
-    return descriptions;
+    return listed<VariableOutputDescription>(variableOutputs, [](const auto& output) {
+        return VariableOutputDescription{output->label(), output->typeString};
+    });
 }
 
-std::vector<std::string> Kelvane::getManualLines() const { return manualLines; }
+std::vector<std::string> Kelvane::getManualLines() const {
+    return listed<std::string>(manualLines, [](const auto& line) { return line; });
+}
 
 std::vector<ConstantDescription> Kelvane::getConstants() const {
-    std::vector<ConstantDescription> descriptions;
-    for (const auto& node : nodeList(NodeCategory::Constant)) {
+    return listed<ConstantDescription>(nodeList(NodeCategory::Constant), [](const auto& node) {
         const auto value = node->output().value();
         if (!value) node->stop("the constant has no value");
-        descriptions.push_back({node->label(), *value});
-    }
-    return descriptions;
+        return ConstantDescription{node->label(), *value};
+    });
 }
 
 void Kelvane::setConstant(std::string_view label, const Value& newValue) {

@@ -40,8 +40,11 @@ struct ConstantDescription {
 /// values; the results go to the receiver.
 ///
 /// Not synchronised: call an engine from one thread at a time, and not at all between processAllUpdates() and
-/// the delivery of its results. Different engines are independent. Nothing throws; failures are diagnostic
-/// lines and a false or empty result, and a broken invariant stops the program.
+/// the delivery of its results. Different engines are independent.
+///
+/// No operation throws, though making an engine may throw std::bad_alloc: failures are diagnostic lines and a
+/// false or empty result, and a broken invariant stops the program. Memory that runs out is such a failure,
+/// with the line "ERROR: out of memory!".
 class Kelvane {
 public:
     /// An engine with an empty diagram. The receiver is held weakly and may be missing. Results of background
@@ -57,7 +60,8 @@ public:
     /// Builds the diagram of a document, in place of the present one or, with `replace` false, beside it (its
     /// nodes are then renumbered above the document's, and the document's subdiagrams are passed over). True
     /// when the diagram was built, warnings or not; false when the text is no document or names an unknown
-    /// node type, and then the nodes created so far stay.
+    /// node type, and then the nodes created so far stay. Memory that runs out leaves an empty
+    /// diagram, or the present one where the text could not even be decoded.
     ///
     /// The document is trusted: a connection that names an unknown id is retried for ever, and one that names
     /// an input that the node does not have stops the program.
@@ -85,13 +89,17 @@ public:
     virtual void updateInputStreams(const KelvaneInput& input);
     /// Returns every node to the state before any input arrived. Constants, flags and the timing stay.
     virtual void reset();
+    /// Memory ran out while a batch was evaluated, which left the nodes halfway: that batch and those that
+    /// follow are answered with empty results until the engine is reset or reads another diagram.
+    bool isOutOfMemory() const { return outOfMemory; }
     /// Leaves the variable outputs with this label out of the results, or takes them in again.
     virtual void setVariableOutputHidden(std::string_view label, bool hidden);
     /// Takes the values of the input streams with this label into the results, or leaves them out.
     virtual void setInputStreamForwarding(std::string_view label, bool forwarding);
     /// Evaluates a whole list of batches on the shared background worker, without skipping, and posts one
     /// call of allUpdatesProcessed() with every non-empty result to the main queue. Returns at once. A
-    /// receiver that is gone when the results arrive stops the program.
+    /// receiver that is gone when the results arrive stops the program. When memory runs out, the results of
+    /// the batches before are posted, or nothing where there is no memory for that either.
     virtual void processAllUpdates(std::vector<KelvaneInput> diagramInputs);
 
     /// Evaluates one batch on the calling thread, without the clock and without the receiver: never skips,
@@ -128,10 +136,15 @@ private:
     std::vector<std::unique_ptr<Node>>& listOf(NodeCategory category) {
         return nodeLists[static_cast<std::size_t>(category)];
     }
+    bool build(std::string_view text, bool replace);
     Node* addNode(NodeCategory category, std::unique_ptr<Node> node);
+    void orderAsInDocument();
+    DiagramInfo describe() const;
     void discardDiagram();
 
     void evaluateBatch(double timestamp, const LabelledValues& updates);
+    void processInBackground(const std::vector<KelvaneInput>& inputs);
+    void evaluatePasses(double timestamp, const LabelledValues& updates);
     bool needsPass(const LabelledValues& fed) const;
     void pushConstants();
     void setInputStreams(const LabelledValues& values, double timestamp);
@@ -158,6 +171,7 @@ private:
     double previousTimestamp = 0;
     double lastProcessTime = 0;
     std::int64_t framesSkipped = 0;
+    bool outOfMemory = false;
     std::optional<std::vector<Node*>> addedNodes;
     std::vector<Node*> functionNodes;
     std::shared_ptr<BackgroundRuns> backgroundRuns;

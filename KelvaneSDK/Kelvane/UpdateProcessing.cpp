@@ -6,6 +6,7 @@
 
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/ElementArithmetic.h"
+#include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {
 
@@ -69,6 +70,15 @@ KelvaneOutput Kelvane::evaluate(const KelvaneInput& input) {
 void Kelvane::evaluateBatch(double timestamp, const LabelledValues& updates) {
     budget.beginBatch();
     diagramOutput = {timestamp, {}};
+    const bool completed =
+        !outOfMemory && withinMemory([&] { return evaluatePasses(timestamp, updates), true; });
+    if (completed) return;
+    outOfMemory = true;
+    diagramOutput.outputs.clear();
+    printDiagnostic(outOfMemoryLine);
+}
+
+void Kelvane::evaluatePasses(double timestamp, const LabelledValues& updates) {
     allInputValues = updates;
     pushConstants();
 

@@ -5,6 +5,8 @@
 #include <mutex>
 #include <utility>
 
+#include "KelvaneSDK/StopTrial.h"
+
 namespace KelvaneSDK {
 
 namespace {
@@ -14,6 +16,13 @@ struct Hooks {
     DiagnosticSink sink;
     StopHandler stopHandler;
 };
+
+/// Thrown by a stop within a trial.
+struct TrialStopped {
+    std::string reason;
+};
+
+thread_local bool isTrial = false;
 
 Hooks& hooks() {
     // Never destroyed: background work may still print while the process exits.
@@ -35,6 +44,7 @@ DiagnosticSink setDiagnosticSink(DiagnosticSink sink) {
 }
 
 void printDiagnostic(std::string_view line) {
+    if (isTrial) return;
     const std::lock_guard lock(hooks().mutex);
     if (hooks().sink) {
         hooks().sink(line);
@@ -49,6 +59,7 @@ StopHandler setStopHandler(StopHandler handler) {
 }
 
 void stopProgram(std::string_view reason) {
+    if (isTrial) throw TrialStopped{std::string(reason)};
     StopHandler handler;
     {
         const std::lock_guard lock(hooks().mutex);
@@ -59,6 +70,20 @@ void stopProgram(std::string_view reason) {
     std::fputs("FATAL: ", stderr);
     writeLine(stderr, reason);
     std::abort();
+}
+
+std::optional<std::string> reasonOfStop(const std::function<void()>& trial) {
+    struct Trial {
+        Trial() { isTrial = true; }
+        ~Trial() { isTrial = false; }
+    };
+    const Trial inProgress;
+    try {
+        trial();
+    } catch (TrialStopped& stopped) {
+        return std::move(stopped.reason);
+    }
+    return std::nullopt;
 }
 
 }  // namespace KelvaneSDK

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <limits>
+#include <string_view>
 
 namespace KelvaneSDK {
 
@@ -15,6 +16,9 @@ struct EvaluationLimits {
     /// The wall-clock seconds that the evaluation of one batch may take.
     double maxBatchSeconds = std::numeric_limits<double>::infinity();
 };
+
+/// Part of the reason of every stop at a limit.
+inline constexpr std::string_view beyondLimit = " the limit of ";
 
 /// The limits of an engine together with the time used by the batch in progress. Nodes ask it while they
 /// work.

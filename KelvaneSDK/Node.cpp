@@ -231,13 +231,13 @@ TimestampedVariable& Node::output() const {
 }
 
 void Node::stopOverElements(std::size_t count) const {
-    stop("a list of " + std::to_string(count) + " elements is beyond the limit of " +
+    stop("a list of " + std::to_string(count) + " elements is beyond" + std::string(beyondLimit) +
          std::to_string(budget->maxElements()));
 }
 
 void Node::stopOutOfTime() const {
-    stop("the batch has taken longer than the limit of " + doubleText(budget->maxBatchSeconds()) +
-         " seconds");
+    stop("the batch has taken longer than" + std::string(beyondLimit) +
+         doubleText(budget->maxBatchSeconds()) + " seconds");
 }
 
 void Node::stop(std::string_view reason) const { stopProgram(nameInMessages() + ": " + std::string(reason)); }

@@ -147,7 +147,7 @@ Reaction reactionOf(const NodeTable& nodes, const Wiring& wiring, const Evaluati
         case SlotOperation::none:
             return Reaction::stops;
         case SlotOperation::sort:
-            return foreign.holdsOnlyArrays() ? Reaction::passesIt : Reaction::stops;
+            return foreign.onlyArrays() == foreign ? Reaction::passesIt : Reaction::stops;
         case SlotOperation::isEqual: {
             // Values of two types are not compared; values of one other type on both sides are.
             const Port other = wiring.portOf(wire.to, 1 - input);

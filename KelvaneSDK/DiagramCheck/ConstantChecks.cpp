@@ -27,7 +27,7 @@ private:
     NodeIndex node;
 };
 
-/// A constant with which a function cannot run.
+/// A constant with which a function cannot run, whatever else it is given.
 struct Trouble {
     std::size_t input;
     std::string_view demand;
@@ -46,33 +46,14 @@ std::optional<Trouble> atLeast(const FixedInputs& inputs, std::size_t input, std
     return unless(!value || *value >= least, input, demand);
 }
 
-template <std::size_t input, std::size_t least>
-std::optional<Trouble> samplesIn(const FixedInputs& inputs) {
+template <std::size_t input>
+std::optional<Trouble> someSamples(const FixedInputs& inputs) {
     const auto value = inputs.value<Sequence>(input);
-    return unless(!value || value->samples().items().size() >= least, input,
-                  least == 1 ? "the sequence must hold a sample" : "the sequence must hold two samples");
-}
-
-using IntegerOperation = std::optional<std::int64_t> (*)(std::int64_t, std::int64_t);
-template <IntegerOperation operation>
-std::optional<Trouble> fitsInteger(const FixedInputs& inputs) {
-    const auto a = inputs.integer(0), b = inputs.integer(1);
-    return unless(!a || !b || operation(*a, *b), 1, "the result must fit in 64 bits");
+    return unless(!value || !value->samples().empty(), input, "the sequence must hold a sample");
 }
 
 std::optional<Trouble> divisor(const FixedInputs& inputs) {
-    if (inputs.integer(1) == 0) return Trouble{1, "an integer cannot be divided by 0"};
-    return fitsInteger<checkedQuotient>(inputs);
-}
-
-std::optional<Trouble> negated(const FixedInputs& inputs) {
-    return unless(inputs.integer(0) != std::numeric_limits<std::int64_t>::min(), 0,
-                  "the result must fit in 64 bits");
-}
-
-std::optional<Trouble> truncated(const FixedInputs& inputs) {
-    const auto x = inputs.real(0);
-    return unless(!x || truncatedInteger(*x), 0, "the number must fit in a 64-bit integer");
+    return unless(inputs.integer(1) != 0, 1, "an integer cannot be divided by 0");
 }
 
 std::optional<Trouble> delay(const FixedInputs& inputs) {
@@ -81,14 +62,18 @@ std::optional<Trouble> delay(const FixedInputs& inputs) {
 }
 
 std::optional<Trouble> resampling(const FixedInputs& inputs) {
-    if (const auto trouble = samplesIn<1, 1>(inputs)) return trouble;
+    if (const auto trouble = someSamples<1>(inputs)) return trouble;
     const auto step = inputs.real(0);
-    if (!step || !(*step <= 0)) return std::nullopt;
-    // A fixed sequence that does not advance needs no step.
+    if (!step) return std::nullopt;
     if (const auto fixed = inputs.value<Sequence>(1)) {
-        const auto samples = fixed->samples().items();
-        if (!(samples.front().t < samples.back().t)) return std::nullopt;
+        const double start = fixed->samples().items().front().t, end = fixed->samples().items().back().t;
+        // A sequence that does not advance needs no step.
+        if (!(start < end)) return std::nullopt;
+        if (*step > 0 && start + *step == start) {
+            return Trouble{0, "the step must be long enough to leave the sequence's start", true};
+        }
     }
+    if (!(*step <= 0)) return std::nullopt;
     return Trouble{0, "the step must be above 0", true};
 }
 
@@ -121,12 +106,7 @@ struct Row {
 };
 
 constexpr Row rules[] = {
-    {"Add", fitsInteger<checkedSum>},
-    {"Subtract", fitsInteger<checkedDifference>},
-    {"Multiply", fitsInteger<checkedProduct>},
     {"Divide", divisor},
-    {"Negate", negated},
-    {"Integer", truncated},
     {"Buffer", bufferLength},
     {"Create array", arrayLength},
     {"Remove from array", arrayIndex},
@@ -138,15 +118,8 @@ constexpr Row rules[] = {
     {"Sequencer", delay},
     {"Centered moving average", averagedWidth},
     {"Resample", resampling},
-    {"Time derivative", samplesIn<0, 2>},
-    {"Time integral", samplesIn<0, 2>},
-    {"Sequence rectifier", samplesIn<0, 1>},
-    {"Normalize", samplesIn<0, 1>},
-    {"Start time", samplesIn<0, 1>},
-    {"End time", samplesIn<0, 1>},
-    {"Duration", samplesIn<0, 1>},
-    {"Scale time", samplesIn<2, 1>},
-    {"Get interpolated values", samplesIn<1, 1>},
+    {"Scale time", someSamples<2>},
+    {"Get interpolated values", someSamples<1>},
 };
 
 std::optional<Trouble> scaling(const FixedInputs& inputs, ValueClass scaled) {
@@ -174,20 +147,31 @@ void checkConstants(const NodeTable& nodes, const Wiring& wiring, const Evaluati
     const FixedValues values(nodes, wiring, [&](const FixedValues& known, NodeIndex function) {
         return evaluation.canRun(function) && !trouble(known, function);
     });
+    // The inputs from `first` up to `end` are to blame.
+    const auto tell = [&](std::string_view code, NodeIndex index, std::size_t first, std::size_t end,
+                          const std::string& reason) {
+        const CheckedNode& node = nodes[index];
+        std::string message;
+        for (auto input = first; input < end; ++input) {
+            const NodeIndex source = *values.sourceOf(index, input);
+            message += (input > first ? ", " : "") + node.inputName(input) + " is fixed at " +
+                       getValueString(*values.of(source)) + " by " + nodeName(nodes[source]);
+        }
+        findings.error(code, Section::nodes, index, message + "; " + reason)
+            .about(node)
+            .subject(node.inputName(first))
+            .fatal();
+    };
     for (NodeIndex i = 0; i < nodes.size(); ++i) {
         const CheckedNode& node = nodes[i];
         if (!node.is(NodeCategory::Function) || !node.shape->traits.isKnown || !evaluation.canRun(i))
             continue;
-        const auto found = trouble(values, i);
-        if (!found) continue;
-        const NodeIndex source = *values.sourceOf(i, found->input);
-        findings
-            .error(found->neverEnds ? "constant-never-ends" : "constant-stops", Section::nodes, i,
-                   node.inputName(found->input) + " is fixed at " + getValueString(*values.of(source)) +
-                       " by " + nodeName(nodes[source]) + "; " + std::string(found->demand))
-            .about(node)
-            .subject(node.inputName(found->input))
-            .fatal();
+        if (const auto found = trouble(values, i)) {
+            const auto code = found->neverEnds ? "constant-never-ends" : "constant-stops";
+            tell(code, i, found->input, found->input + 1, std::string(found->demand));
+        } else if (!values.stopOf(i).empty()) {
+            tell("constant-stops", i, 0, wiring.inputCount(i), values.stopOf(i));
+        }
     }
 }
 

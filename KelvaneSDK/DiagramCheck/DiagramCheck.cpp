@@ -6,6 +6,7 @@
 #include "KelvaneSDK/DiagramCheck/ConnectionChecks.h"
 #include "KelvaneSDK/DiagramCheck/OrderChecks.h"
 #include "KelvaneSDK/DiagramCheck/RecordChecks.h"
+#include "KelvaneSDK/DiagramCheck/Rehearsal.h"
 #include "KelvaneSDK/DiagramCheck/TextPlace.h"
 #include "KelvaneSDK/MemoryGuard.h"
 
@@ -75,6 +76,23 @@ std::string pathText(std::string_view pointer) {
     return path;
 }
 
+// A value of a wrong type stops its receiver only when the receiver reads it, which may hang on the values,
+// on the order of evaluation and on what else feeds the input. Where all else is sound, the engine itself
+// tells.
+void keepFatalOnlyIfCertain(std::vector<Finding>& findings, const DiagramInfo& info,
+                            const NodeRegistry& registry) {
+    const auto isTypeStop = [](const Finding& finding) {
+        return finding.fatal && finding.code == "type-mismatch";
+    };
+    if (&registry != &NodeRegistry::library() || std::none_of(findings.begin(), findings.end(), isTypeStop))
+        return;
+    const bool nothingElse = std::all_of(findings.begin(), findings.end(), [&](const Finding& finding) {
+        return !finding.fatal || isTypeStop(finding);
+    });
+    if (!nothingElse || stopsInEveryRehearsal(info)) return;
+    for (auto& finding : findings) finding.fatal = false;
+}
+
 std::vector<Finding> findingsIn(const DiagramInfo& info, const NodeRegistry& registry) {
     FindingList findings;
     NodeTable nodes(info, registry);
@@ -91,7 +109,9 @@ std::vector<Finding> findingsIn(const DiagramInfo& info, const NodeRegistry& reg
     checkConstants(nodes, wiring, evaluation, findings);
     const auto waitsForCycle = checkOrder(nodes, wiring, evaluation, findings);
     checkUse(nodes, wiring, evaluation, waitsForCycle, findings);
-    return std::move(findings).inDocumentOrder();
+    auto inOrder = std::move(findings).inDocumentOrder();
+    keepFatalOnlyIfCertain(inOrder, info, registry);
+    return inOrder;
 }
 
 // Made before the work, since there may be no memory for it afterwards.

@@ -35,13 +35,13 @@ bool runsWith(const NodeShape& shape, HasValue has) {
 
 ValueType PayloadTypes::first() const { return static_cast<ValueType>(std::countr_zero(bits)); }
 
-bool PayloadTypes::holdsOnlyArrays() const {
+PayloadTypes PayloadTypes::onlyArrays() const {
     std::uint32_t scalars = 0;
     for (auto type = ValueType::Float; type < ValueType::FloatArray;
          type = ValueType(static_cast<unsigned>(type) + 1)) {
         scalars |= bit(type);
     }
-    return (bits & scalars) == 0;
+    return PayloadTypes(bits & ~scalars);
 }
 
 Evaluation::Evaluation(const NodeTable& table, const Wiring& wires) : nodes(table), wiring(wires) {
@@ -119,7 +119,8 @@ PayloadTypes Evaluation::ownTypes(NodeIndex node) const {
     for (std::size_t i = 0; i < wiring.inputCount(node); ++i) {
         if ((forwarded >> i & 1U) != 0) types = types | typesInto(wiring.portOf(node, i));
     }
-    return types;
+    // A value of another kind stops the sorting.
+    return nodes[node].shape->traits.operation == SlotOperation::sort ? types.onlyArrays() : types;
 }
 
 void Evaluation::spreadTypes() {

@@ -19,7 +19,7 @@ public:
     bool contains(ValueType type) const { return (bits & bit(type)) != 0; }
     /// The first of the types.
     ValueType first() const;
-    bool holdsOnlyArrays() const;
+    PayloadTypes onlyArrays() const;
     PayloadTypes operator|(PayloadTypes other) const { return PayloadTypes(bits | other.bits); }
     PayloadTypes operator&(PayloadTypes other) const { return PayloadTypes(bits & other.bits); }
     PayloadTypes without(PayloadTypes other) const { return PayloadTypes(bits & ~other.bits); }

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 
+#include "KelvaneSDK/StopTrial.h"
+
 namespace KelvaneSDK {
 
 namespace {
 
-// Functions without memory that stop on no value of their types, integer overflow and division apart.
+// Functions without memory, of which the same inputs give the same output in every batch.
 constexpr std::string_view computable[] = {"Absolute",
                                            "Add",
                                            "And",
@@ -80,11 +82,23 @@ bool isText(std::optional<ValueClass> valueClass) {
     return valueClass == ValueClass::StringValue || valueClass == ValueClass::StringArrayVariable;
 }
 
+bool isComputable(const CheckedNode& node) {
+    return std::binary_search(std::begin(computable), std::end(computable), node.record->typeString);
+}
+
+// In all trials, and of one list.
+constexpr std::size_t mostElementsInAll = 16'000'000, mostElements = 1'000'000;
+
 }  // namespace
 
 FixedValues::FixedValues(const NodeTable& table, const Wiring& wires,
-                         const std::function<bool(const FixedValues&, NodeIndex)>& isSafe)
-    : nodes(table), wiring(wires), values(table.size()) {
+                         const std::function<bool(const FixedValues&, NodeIndex)>& mayTry)
+    : nodes(table),
+      wiring(wires),
+      values(table.size()),
+      stops(table.size()),
+      tried(table.size()),
+      elementsLeft(mostElementsInAll) {
     std::vector<NodeIndex> open;
     for (NodeIndex i = 0; i < nodes.size(); ++i) {
         values[i] = nodes[i].constant;
@@ -95,21 +109,23 @@ FixedValues::FixedValues(const NodeTable& table, const Wiring& wires,
         open.pop_back();
         for (const auto index : wiring.wiresFrom(node)) {
             const NodeIndex to = wiring.all()[index].to;
-            if (values[to] || !nodes[to].is(NodeCategory::Function) ||
-                !std::binary_search(std::begin(computable), std::end(computable),
-                                    nodes[to].record->typeString)) {
+            // Texts stop nothing and grow with every addition.
+            if (tried[to] || !nodes[to].is(NodeCategory::Function) || isText(wiring.outputClass(to)) ||
+                !allInputsAreFixed(to) || !mayTry(*this, to)) {
                 continue;
             }
-            // No rule asks for texts, which grow with every addition.
-            if (isText(wiring.outputClass(to))) continue;
-            bool allFixed = true;
-            for (std::size_t i = 0; allFixed && i < wiring.inputCount(to); ++i)
-                allFixed = sourceOf(to, i).has_value();
-            if (!allFixed || !isSafe(*this, to)) continue;
-            values[to] = computed(to);
+            tried[to] = true;
+            tryOut(to);
             if (values[to]) open.push_back(to);
         }
     }
+}
+
+bool FixedValues::allInputsAreFixed(NodeIndex function) const {
+    for (std::size_t i = 0; i < wiring.inputCount(function); ++i) {
+        if (!sourceOf(function, i)) return false;
+    }
+    return true;
 }
 
 std::optional<NodeIndex> FixedValues::sourceOf(NodeIndex node, std::size_t input) const {
@@ -122,25 +138,56 @@ std::optional<NodeIndex> FixedValues::sourceOf(NodeIndex node, std::size_t input
     return fits ? std::optional(source) : std::nullopt;
 }
 
-// Lets a node of the function do it, on slots of the types that the document gives it.
-std::optional<Value> FixedValues::computed(NodeIndex function) const {
+std::size_t FixedValues::elementsInto(NodeIndex function) const {
+    std::size_t count = 1;
+    for (std::size_t i = 0; i < wiring.inputCount(function); ++i) {
+        count += values[*sourceOf(function, i)]->elementCount();
+    }
+    return count;
+}
+
+// Lets a node of the function do it.
+void FixedValues::tryOut(NodeIndex function) {
+    const auto cost = elementsInto(function);
+    if (cost > elementsLeft) return;
+    elementsLeft -= cost;
+    const auto node = nodeWithInputs(function);
+    if (node == nullptr) return;
+    EvaluationBudget budget;
+    budget.setLimits({std::min(mostElements, elementsLeft)});
+    node->keepTo(budget);
+    node->id = nodes[function].record->id;
+    const auto prefix = node->nameInMessages() + ": ";
+    auto reason = reasonOfStop([&] { node->process(); });
+    if (reason) {
+        if (reason->find(beyondLimit) != std::string::npos) return;
+        stops[function] = reason->starts_with(prefix) ? reason->substr(prefix.size()) : std::move(*reason);
+        return;
+    }
+    const auto* output = node->outputValue();
+    if (output == nullptr || !output->updated || !isComputable(nodes[function])) return;
+    elementsLeft -= std::min(elementsLeft, output->payload()->elementCount());
+    values[function] = *output->payload();
+}
+
+// On slots of the types that the document gives it; null when they cannot be had.
+std::unique_ptr<Node> FixedValues::nodeWithInputs(NodeIndex function) const {
     const auto* const nodeClass =
         NodeRegistry::library().find(NodeCategory::Function, nodes[function].record->typeString);
-    if (nodeClass == nullptr) return std::nullopt;
-    const auto node = nodeClass->make();
+    if (nodeClass == nullptr) return nullptr;
+    auto node = nodeClass->make();
     const std::size_t count = wiring.inputCount(function);
-    if (node->inputValues().size() != count) return std::nullopt;
+    if (node->inputValues().size() != count) return nullptr;
     for (std::size_t i = 0; i < count; ++i) {
         if (node->inputValues()[i]->isGenericSlot()) {
             node->specializeGenericTypes(*makeSlot(wiring.inputClass(wiring.portOf(function, i))));
         }
         auto& slot = *node->inputValues()[i];
-        if (slot.valueClass() != wiring.inputClass(wiring.portOf(function, i))) return std::nullopt;
+        if (slot.valueClass() != wiring.inputClass(wiring.portOf(function, i))) return nullptr;
         slot.setValue(*values[*sourceOf(function, i)]);
         slot.updated = true;
     }
-    node->process();
-    return node->outputValue() != nullptr ? node->outputValue()->value() : std::nullopt;
+    return node;
 }
 
 }  // namespace KelvaneSDK

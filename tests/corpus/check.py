@@ -1,0 +1,153 @@
+"""Runs the tool over the corpus of faulty documents and broken recordings: check.py TOOL
+
+Every fault must be told, with its place and culprit; nothing may crash or hang."""
+
+import json
+import re
+import subprocess
+import sys
+import tempfile
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+import documents
+import recordings
+
+SECONDS = 60
+RECORDING_MODES = [[]]  # and ["--keep-going"]
+UNBUILDABLE = "undecodable", "nested-too-deep", "unknown-class", "unknown-type"
+
+failures = []
+
+
+def fail(case, *text):
+    failures.append(f"{case.name}: " + " ".join(" ".join(map(str, text)).split())[:500])
+
+
+def run(case, *arguments, input=None):
+    """The status, the output and the messages, which are lines of UTF-8 without controls and of bounded length."""
+    try:
+        outcome = subprocess.run([sys.argv[1], *map(str, arguments)], input=input, capture_output=True, timeout=SECONDS)
+    except subprocess.TimeoutExpired:
+        return "no end", "", ""
+    output, messages = outcome.stdout.decode(errors="replace"), outcome.stderr.decode(errors="replace")
+    for line in (messages if "--json" in arguments or arguments[0] == "run" else output + messages).split("\n"):
+        if len(line) > 2500 or re.search("[\0-\x1f\x7f-\x9f\u2028-\u202e\u2066-\u2069\ufffd]", line):
+            fail(case, arguments[0], "says", ascii(line))
+    return outcome.returncode, output, messages
+
+
+def severity(found):
+    return "fatal" if found["fatal"] else found["severity"]
+
+
+def meets(found, expected):
+    names = [found.get(key) for key in ("nodeId", "label", "subject", "typeString")]
+    message = found["message"] + found.get("hint", "")
+
+    def tells(word):
+        if word is None:
+            return "hint" not in found
+        return word in names or isinstance(word, str) and any(part in names or part in message for part in word.split("|"))
+    return ((severity(found), found["code"]) == (expected.severity, expected.code) and found["pointer"] in expected.pointers
+            and all(map(tells, expected.culprit)))
+
+
+def checkPlace(case, found):
+    """The line and column lead to the place that the case names, or else to the value that the finding's pointer names."""
+    offset = sum(len(line) + 1 for line in case.text.split(b"\n")[:found["line"] - 1]) + found["column"] - 1
+    rightPlace = offset == case.place
+    if case.place < 0:
+        try:
+            value = json.loads(case.text.decode())
+        except (ValueError, RecursionError):
+            return
+        for key in found["pointer"].split("/")[1:]:
+            key = int(key) if isinstance(value, list) else key
+            value = value[key] if key in (value if isinstance(value, dict) else range(len(value))) else value
+        rightPlace = json.JSONDecoder().raw_decode(case.text[offset:].decode(errors="replace"))[0] == value
+    if not rightPlace:
+        fail(case, found["code"], found["pointer"], "does not stand in line", found["line"], "and column", found["column"])
+
+
+def checkFindings(case, findings):
+    rest = list(findings)
+    for expected in case.findings:
+        found = next((found for found in rest if meets(found, expected)), None)
+        if found is None:
+            return fail(case, *expected, "is not told, but", [(severity(f), f["code"], f["pointer"], f["message"][:200]) for f in rest])
+        rest.remove(found)
+    for found in rest:
+        if found["severity"] == "error" or case.name.startswith("sound"):
+            fail(case, severity(found), found["code"], found["pointer"], "is told:", found["message"])
+    places = [(found["line"], found["column"]) for found in findings]
+    if places != sorted(places):
+        fail(case, "the findings are not in the order of the text")
+    if len(case.text) < 10**5:
+        for found in findings:
+            checkPlace(case, found)
+
+
+def checkRun(case, path, findings):
+    status, _, told = run(case, "run", path, "--max-elements", 100000, input=case.recording)
+    errors = [found for found in findings if found["severity"] == "error"]
+    if status != (1 if errors or case.stops else 0) or case.stops not in told:
+        fail(case, "run ends with", status, told)
+    if any(found["fatal"] or found["code"] in UNBUILDABLE for found in errors) != bool(re.search("cannot be (evaluated|built)", told)):
+        fail(case, "run takes or refuses the document:", told)
+    for found in errors:
+        words = re.findall(r"[\w ]+", found["message"], re.ASCII)
+        if len(found["message"]) < 300 and not all(word in told for word in words):
+            fail(case, "run does not tell", found["code"])
+
+
+def checkDocuments(folder, pool):
+    paths = {case: folder / f"{number}.json" for number, case in enumerate(documents.cases)}
+    found = {str(path): [] for path in paths.values()}
+    for case, path in paths.items():
+        path.write_bytes(case.text)
+
+    def check(part):
+        status, output, _ = run(part[0], "check", "--json", *(paths[case] for case in part))
+        textStatus, text, _ = run(part[0], "check", *(paths[case] for case in part))
+        if status not in (0, 1) or textStatus != status:
+            return fail(part[0], "check ends with", status, textStatus) if len(part) == 1 else [check([case]) for case in part]
+        answer = json.loads(output)
+        for item in answer["findings"]:
+            found[item["file"]].append(item)
+        if not text.count("\n") - 1 == answer["errors"] + answer["warnings"] == len(answer["findings"]):
+            fail(part[0], "or another in the same process: the findings are not as many as told")
+
+    list(pool.map(check, (documents.cases[i::4] for i in range(4))))
+    for case, path in paths.items():
+        checkFindings(case, found[str(path)])
+    list(pool.map(lambda case: checkRun(case, paths[case], found[str(paths[case])]), documents.cases))
+
+
+def checkRecording(case, diagram, path, options):
+    path.write_bytes(case.text)
+    status, output, told = run(case, "run", *options, diagram, path)
+    faults, results = (case.faults, case.all) if options else (case.faults[:1], case.before)
+    messages = re.findall(f"^{re.escape(str(path))}:((\\d+).*)", told, re.MULTILINE)
+    if [int(line) for _, line in messages] != [line for line, _ in faults] or status != (1 if faults else 0) or output.count("\n") != results:
+        fail(case, *options, "status", status, "with", output.count("\n"), "results:", told)
+    for (message, _), (_, words) in zip(messages, faults):
+        if not re.search(words, message) or case.without in message:
+            fail(case, *options, words, "was expected in:", message)
+
+
+def main():
+    with tempfile.TemporaryDirectory() as name, ThreadPoolExecutor(4) as pool:
+        folder = Path(name)
+        checkDocuments(folder, pool)
+        diagram = folder / "x.json"
+        diagram.write_bytes(documents.diagram("<Float|x").text())
+        for options in RECORDING_MODES:
+            list(pool.map(lambda row: checkRecording(row[1], diagram, folder / f"{row[0]}.jsonl", options), enumerate(recordings.cases)))
+    counts = [sum(not case.name.startswith("sound") for case in kind) for kind in (documents.cases, recordings.cases)]
+    print(*sorted(failures), "{} documents, {} recordings, {} failures".format(*counts, len(failures)), sep="\n")
+    sys.exit(bool(failures) or counts[0] < 300 or counts[1] < 100)
+
+
+if __name__ == "__main__":
+    main()

@@ -212,6 +212,36 @@ TEST_F(AllocationFaultsTest, EveryFunctionRecoversByAReset) {
     EXPECT_GT(evaluated, 100U);
 }
 
+TEST_F(AllocationFaultsTest, ARecordingIsReadUpToAWholeBatch) {
+    const auto text = createJsonLines(batches());
+    struct Reading {
+        RecordingReader reader;
+        std::vector<KelvaneInput> batches;
+    };
+    for (const std::size_t pieceSize : {text.size(), std::size_t{7}}) {
+        const auto read = [&](Reading& reading) {
+            for (std::size_t at = 0; at < text.size(); at += pieceSize) reading.reader.append(std::string_view(text).substr(at, pieceSize));
+            reading.reader.finish();
+            return !reading.reader.failure();
+        };
+        atEveryAllocation([] { return std::make_unique<Reading>(); }, read,
+                          [&](Reading& reading, bool succeeded) {
+                              while (auto batch = reading.reader.next()) reading.batches.push_back(std::move(*batch));
+                              const auto& all = batches();
+                              const auto count = reading.batches.size();
+                              ASSERT_LE(count, all.size());
+                              for (std::size_t i = 0; i + 1 < count; ++i) EXPECT_EQ(reading.batches[i], all[i]);
+                              // The last one may lack what would have followed in it.
+                              for (const auto& [label, value] : reading.batches.back().updates) EXPECT_EQ(value, all[count - 1].updates.at(label));
+                              EXPECT_EQ(succeeded, reading.batches == all);
+                              if (!succeeded) EXPECT_EQ(reading.reader.failure()->diagnostic(), "ERROR: out of memory!");
+                          });
+    }
+    using Batches = std::vector<KelvaneInput>;
+    atEveryAllocation([] { return std::make_unique<Batches>(); }, [&](Batches& read) { return (read = readKelvaneInputs(text)), errorLines == 0; },
+                      [](const Batches& read, bool succeeded) { EXPECT_EQ(read == batches(), succeeded); });
+}
+
 TEST_F(AllocationFaultsTest, TextsAreWholeOrEmpty) {
     const auto exported = Loaded().engine.createJSON();
     atEveryAllocation([] { return std::make_unique<Loaded>(); }, [](Loaded& loaded) { return !(loaded.text = loaded.engine.createJSON()).empty(); },

@@ -9,7 +9,7 @@
 #include <random>
 #include <set>
 
-#include "KelvaneSDK/DiagramCheck/TextPlace.h"
+#include "KelvaneSDK/FileProcessing/TextPlace.h"
 #include "support/DiagramDocument.h"
 
 namespace KelvaneSDK::testing_support {

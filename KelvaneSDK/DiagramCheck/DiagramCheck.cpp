@@ -7,7 +7,7 @@
 #include "KelvaneSDK/DiagramCheck/OrderChecks.h"
 #include "KelvaneSDK/DiagramCheck/RecordChecks.h"
 #include "KelvaneSDK/DiagramCheck/Rehearsal.h"
-#include "KelvaneSDK/DiagramCheck/TextPlace.h"
+#include "KelvaneSDK/FileProcessing/TextPlace.h"
 #include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <deque>
+#include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,10 +18,14 @@ namespace KelvaneSDK {
 struct RecordingFailure {
     /// The line's index, from 0.
     std::size_t line = 0;
+    /// Where it goes wrong: the byte in the line, from 1.
+    std::size_t column = 1;
     /// What was expected and found.
     std::string reason;
+    /// The line is the last one and right as far as it goes: the text ends within its object.
+    bool isCutOff = false;
 
-    /// The library's own line for it: "ERROR: invalid JSON at line <index>!".
+    /// The library's own line for it: "ERROR: invalid JSON at line <index>!", or "ERROR: out of memory!".
     std::string diagnostic() const;
 };
 
@@ -29,7 +36,9 @@ struct RecordingFailure {
 ///
 /// Neighbouring lines of one timestamp make a batch; a later line of the same name replaces the earlier one.
 /// The first batch is at time 0.0, empty unless the recording begins there. Reading ends at the first line
-/// that is not such an object; the batches before it, its own unfinished one included, stay valid.
+/// that is not such an object, or for which there is no memory; the batches before it, its own unfinished one
+/// included, stay valid. A reader that is given a receiver for such lines skips them instead, as if they were
+/// not there.
 class RecordingReader {
 public:
     /// What may stand at the end of the text.
@@ -38,7 +47,16 @@ public:
         lineBreakAllowed,  ///< one line break after the last line is no line
     };
 
-    explicit RecordingReader(Ending ending = Ending::exact);
+    /// Takes an invalid line, within the append() or finish() that brings it: an application that appends a
+    /// line at a time and takes the batches after each has both in the recording's order.
+    using InvalidLineReceiver = std::function<void(const RecordingFailure&)>;
+
+    static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+
+    /// `skipped` takes the invalid lines; without it, the first one ends the reading. A line of more than
+    /// `longestLine` bytes is invalid, and no more than these are held.
+    explicit RecordingReader(Ending ending = Ending::exact, InvalidLineReceiver skipped = {},
+                             std::size_t longestLine = unlimited);
     ~RecordingReader();
     RecordingReader(RecordingReader&&) noexcept;
     RecordingReader& operator=(RecordingReader&&) noexcept;
@@ -55,12 +73,18 @@ public:
 private:
     class LineDecoder;
 
+    void read(std::string_view piece);
     void readLine(std::string_view line);
+    void refuse(RecordingFailure failure);
 
     std::unique_ptr<LineDecoder> decoder;
     Ending ending;
+    InvalidLineReceiver receiver;
+    std::size_t maximumLength;
     bool finished = false;
+    bool isExhausted = false;
     std::string unfinishedLine;
+    bool isLineRefused = false;
     std::size_t lineIndex = 0;
     KelvaneInput current;
     std::deque<KelvaneInput> complete;
@@ -68,7 +92,7 @@ private:
 };
 
 /// Reads a whole recording. An invalid line prints "ERROR: invalid JSON at line <index>!" (counted from 0)
-/// and ends the reading; what stands before it is returned. Any thread.
+/// and ends the reading, and so does memory that runs out; what stands before is returned. Any thread.
 std::vector<KelvaneInput> readKelvaneInputs(std::string_view from);
 
 /// Writes batches as a recording, one line per update, labels in ascending byte order, without a line break

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <new>
 
+#include "KelvaneSDK/FileProcessing/TextPlace.h"
+
 namespace KelvaneSDK {
 
 namespace {
@@ -17,10 +19,21 @@ bool fitsIn64Bits(std::string_view digits, bool negative) {
     return result.ec == std::errc() && (!negative || magnitude <= std::uint64_t{1} << 63);
 }
 
-// Appends "e0" to every integer literal that does not fit in 64 bits, outside strings. simdjson refuses
-// those, which are legal JSON numbers where a double is wanted; as decimals it reads them with correct
-// rounding.
-std::string withLongIntegersAsDecimals(std::string_view text) {
+// Whether "-0" stands there as a number of its own, or within a string as if it did.
+bool mayHoldNegativeZero(std::string_view text) {
+    constexpr std::string_view before = ":,[ \t\r\n", after = "},] \t\r\n";
+    const auto isOne = [](std::string_view set, char c) { return set.find(c) != std::string_view::npos; };
+    for (auto at = text.find("-0"); at != std::string_view::npos; at = text.find("-0", at + 2)) {
+        const bool begins = at == 0 || isOne(before, text[at - 1]);
+        if (begins && (at + 2 == text.size() || isOne(after, text[at + 2]))) return true;
+    }
+    return false;
+}
+
+// Appends "e0" to the integer literals, outside strings, that simdjson refuses because they do not fit in 64
+// bits or reads without their sign ("-0"): where a double is wanted, they are legal JSON numbers. As decimals
+// it reads them with correct rounding.
+std::string withSpecialIntegersAsDecimals(std::string_view text) {
     std::string changed;
     changed.reserve(text.size() + 16);
     bool inString = false;
@@ -40,7 +53,9 @@ std::string withLongIntegersAsDecimals(std::string_view text) {
                                   !(before == '-' && i > 1 && (text[i - 2] == 'e' || text[i - 2] == 'E'));
         const char after = end < text.size() ? text[end] : ' ';
         const bool isInteger = startsNumber && after != '.' && after != 'e' && after != 'E';
-        if (isInteger && !fitsIn64Bits(text.substr(i, end - i), before == '-')) changed += "e0";
+        const auto digits = text.substr(i, end - i);
+        const bool isNegativeZero = before == '-' && digits == "0";
+        if (isInteger && (isNegativeZero || !fitsIn64Bits(digits, before == '-'))) changed += "e0";
         i = end;
     }
     return changed;
@@ -49,8 +64,13 @@ std::string withLongIntegersAsDecimals(std::string_view text) {
 }  // namespace
 
 std::optional<simdjson::dom::element> JsonReader::parse(std::string_view text, JsonFailure& failure) {
+    if (text.starts_with(byteOrderMark)) {  // versions of simdjson differ in whether they pass over it
+        failure = {"", "not JSON: a byte order mark stands at the beginning"};
+        return std::nullopt;
+    }
     if (parser.capacity() < text.size() || parser.capacity() == 0) {
-        const auto error = parser.allocate(std::max<std::size_t>(text.size(), 1024), maximumDepth);
+        // The parser counts an array or object that is not empty against a limit that it must stay below.
+        const auto error = parser.allocate(std::max<std::size_t>(text.size(), 1024), maximumDepth + 1);
         if (error == simdjson::MEMALLOC) throw std::bad_alloc();
         if (error != simdjson::SUCCESS) {
             failure = {"", "the text is too large to be read"};
@@ -58,10 +78,10 @@ std::optional<simdjson::dom::element> JsonReader::parse(std::string_view text, J
         }
     }
     simdjson::dom::element root;
-    auto error = parser.parse(text.data(), text.size()).get(root);
+    auto error = simdjson::NUMBER_ERROR;
+    if (!mayHoldNegativeZero(text)) error = parser.parse(text.data(), text.size()).get(root);
     if (error != simdjson::SUCCESS) {  // versions of simdjson differ in the error for a long integer
-        const std::string changed = withLongIntegersAsDecimals(text);
-        if (changed.size() != text.size()) error = parser.parse(changed).get(root);
+        error = parser.parse(withSpecialIntegersAsDecimals(text)).get(root);
     }
     switch (error) {
         case simdjson::SUCCESS:
@@ -115,8 +135,8 @@ std::optional<std::int64_t> asInteger(const simdjson::dom::element& element) {
     double number = 0;
     if (element.type() != simdjson::dom::element_type::DOUBLE || element.get_double().get(number))
         return std::nullopt;
-    // 2^63 does not fit, -2^63 does; both are exact doubles.
-    if (std::trunc(number) != number || number < -9223372036854775808.0 || number >= 9223372036854775808.0) {
+    // 2^63 does not fit; -2^63 does, but as a decimal it may also be an integer below it, rounded.
+    if (std::trunc(number) != number || number <= -9223372036854775808.0 || number >= 9223372036854775808.0) {
         return std::nullopt;
     }
     return static_cast<std::int64_t>(number);

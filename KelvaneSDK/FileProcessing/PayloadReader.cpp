@@ -48,10 +48,12 @@ bool PayloadReader::readMembers(const Element& element, const std::array<std::st
         const std::string name = ": \"" + std::string(names[i]) + "\"";
         if (!found[i]) {
             reason = name + " is missing; a number was expected";
+            pointer.clear();
             return false;
         }
         if (!read(*found[i], *targets[i])) {
             reason = name + reason;
+            pointer = "/" + std::string(names[i]) + pointer;
             return false;
         }
     }
@@ -67,6 +69,7 @@ bool PayloadReader::take(const std::optional<T>& decoded, T& target, const Eleme
 }
 
 bool PayloadReader::expected(const Element& element, std::string_view wanted) {
+    pointer.clear();
     reason = " is " + std::string(kindOf(element)) + "; " + std::string(wanted) + " was expected";
     return false;
 }

@@ -8,8 +8,8 @@
 namespace KelvaneSDK {
 
 /// Reads payloads out of parsed JSON: numbers, texts, {"x","y","z"}, {"x","y","z","w"}, {"t","f"} and lists
-/// of these. After a failure, why() ends a sentence that begins with the name of the place: ` is a string; a
-/// number was expected`.
+/// of these. After a failure, why() ends a sentence that begins with the name of the place (` is a string; a
+/// number was expected`), and where() is the JSON pointer from the element to the culprit in it.
 class PayloadReader {
 public:
     bool read(const simdjson::dom::element& element, double& target);
@@ -26,6 +26,7 @@ public:
     bool read(const simdjson::dom::element& element, List<T>& target);
 
     const std::string& why() const { return reason; }
+    const std::string& where() const { return pointer; }
 
 private:
     template <std::size_t count>
@@ -36,7 +37,7 @@ private:
               std::string_view wanted);
     bool expected(const simdjson::dom::element& element, std::string_view wanted);
 
-    std::string reason;
+    std::string reason, pointer;
 };
 
 template <class T>
@@ -47,7 +48,9 @@ bool PayloadReader::read(const simdjson::dom::element& element, List<T>& target)
     for (const simdjson::dom::element item : array) {
         T next{};
         if (!read(item, next)) {
-            reason = ": element " + std::to_string(items.size()) + reason;
+            const auto index = std::to_string(items.size());
+            reason = ": element " + index + reason;
+            pointer = "/" + index + pointer;
             return false;
         }
         items.append(next);

@@ -19,6 +19,8 @@ static std::string describe(const std::vector<KelvaneInput>& batches) {
     return text;
 }
 
+static std::string describe(const RecordingFailure& failure) { return std::to_string(failure.column) + ": " + failure.reason; }
+
 static std::string line(const std::string& rest, const std::string& timestamp = "1") {
     return "{\"timestamp\":" + timestamp + ",\"name\":\"a\"," + rest + "}";
 }
@@ -55,17 +57,25 @@ TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
         {R"("integerArrayValue":[1,2e1])", "Integer array [1, 20]"},
         {R"("stringArrayValue":[],"vectorValue":{"x":1,"y":2,"z":3})", "Vector (x:1.0,y:2.0,z:3.0)"},
         {R"("floatValue":null,"stringValue":"s","unknown":{},"FloatValue":1)", "String s"},
-        {R"("floatValue":"3")", R"("floatValue" is a string; a number was expected)"},
-        {R"("floatValue":1,"stringValue":2)", R"("stringValue" is a number; a string was expected)"},
-        {R"("integerValue":3.5)", R"("integerValue" is a number; an integer of 64 bits was expected)"},
-        {R"("integerValue":9223372036854775808)", R"("integerValue" is a number; an integer of 64 bits was expected)"},
-        {R"("vectorValue":{"x":1,"y":2})", R"("vectorValue": "z" is missing; a number was expected)"},
-        {R"("sequenceValue":[{"t":0,"f":"1"}])", R"("sequenceValue": element 0: "f" is a string; a number was expected)"},
-        {R"("stringArrayValue":["a",null])", R"("stringArrayValue": element 1 is null; a string was expected)"},
-        {R"("sequenceArrayValue":[])", "no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected"},
-        {R"("timestamp":null)", R"("timestamp" is missing; a number was expected)"},
-        {R"("floatValue":1e999)", "not JSON: a number is malformed or out of range"},
-        {"\"stringValue\":\"\xff\"", "not valid UTF-8"},
+        {R"("floatValue":-0,"timestamp":1)", "Float -0.0"},
+        {R"("vectorValue":{"x":-0,"y":0,"z":-0e0})", "Vector (x:-0.0,y:0.0,z:-0.0)"},
+        {R"("sequenceValue":[{"t":-0 ,"f":-0}])", "Sequence [(t: -0.0, f: -0.0)]"},
+        {R"("floatArrayValue":[-0,1e-0,-0.0,0,-0])", "Float array [-0.0,1.0,-0.0,0.0,-0.0]"},
+        {R"("integerArrayValue":[-0,-010])", "53: not JSON: \",\" or \"]\" was expected"},
+        {R"("integerArrayValue":[-0,-10],"x":"-0\"-0")", "Integer array [0, -10]"},
+        {R"("stringValue":"-0,\"-0")", "String -0,\"-0"},
+        {R"("floatValue":"3")", R"(40: "floatValue" is a string; a number was expected)"},
+        {R"("floatValue":1,"stringValue":2)", R"(56: "stringValue" is a number; a string was expected)"},
+        {R"("integerValue":3.5)", R"(42: "integerValue" is a number; an integer of 64 bits was expected)"},
+        {R"("integerValue":9223372036854775808)", R"(42: "integerValue" is a number; an integer of 64 bits was expected)"},
+        {R"("vectorValue":{"x":1,"y":2})", R"(41: "vectorValue": "z" is missing; a number was expected)"},
+        {R"("sequenceValue":[{"t":0,"f":"1"}])", R"(55: "sequenceValue": element 0: "f" is a string; a number was expected)"},
+        {R"("stringArrayValue":["a",null])", R"(51: "stringArrayValue": element 1 is null; a string was expected)"},
+        {R"("sequenceArrayValue":[])", "1: no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected"},
+        {R"("timestamp":null)", R"(1: "timestamp" is missing; a number was expected)"},
+        {R"("\u006eame":1)", R"(39: "name" is a number; a string was expected)"},
+        {R"("floatValue":1e999)", "40: not JSON: a number is out of range"},
+        {"\"stringValue\":\"a\xff\"", "43: not JSON: not valid UTF-8"},
     };
     for (const auto& [rest, expected] : rows) {
         RecordingReader reader;
@@ -73,7 +83,7 @@ TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
         reader.finish();
         EXPECT_TRUE(reader.next()) << "the batch at time 0";
         const auto batch = reader.next();
-        EXPECT_EQ(batch ? testing_support::describe(batch->updates.at("a")) : reader.failure().value().reason, expected);
+        EXPECT_EQ(batch ? testing_support::describe(batch->updates.at("a")) : describe(reader.failure().value()), expected);
     }
 }
 
@@ -90,11 +100,11 @@ static std::string read(std::string_view text, std::initializer_list<std::size_t
     reader.append(text.substr(begin));
     reader.finish();
     while (auto batch = reader.next()) batches.push_back(std::move(*batch));
-    return describe(batches) + (reader.failure() ? reader.failure()->diagnostic() + reader.failure()->reason : "");
+    return describe(batches) + (reader.failure() ? reader.failure()->diagnostic() + describe(*reader.failure()) : "");
 }
 
 TEST(RecordingReader, ReadsInPiecesAsWhole) {
-    const std::string good = a + "\n" + b + "\n" + at2, noLine = "the text is empty; a JSON object was expected";
+    const std::string good = a + "\n" + b + "\n" + at2, noLine = "1: the text is empty; a JSON object was expected";
     const auto exact = RecordingReader::Ending::exact, lenient = RecordingReader::Ending::lineBreakAllowed;
     for (const std::string& text : {good, good + "\n", std::string("[]"), a + " " + a, std::string("   \n"), good + "\n\n", "\n" + good,
                                     std::string(), std::string("\n"), good + "\r\n", a + "\nbroken\n" + b, good.substr(0, good.size() - 1)}) {
@@ -110,6 +120,45 @@ TEST(RecordingReader, ReadsInPiecesAsWhole) {
     EXPECT_EQ(read(good + "\n", {}, lenient), read(good, {}, exact));
     EXPECT_EQ(read(good + "\n\n", {}, lenient), read(good, {}, exact) + "ERROR: invalid JSON at line 3!" + noLine);
     EXPECT_EQ(read("", {}, lenient), "@0.0;ERROR: invalid JSON at line 0!" + noLine);
+}
+
+TEST(RecordingReader, TellsALineThatIsCutOff) {
+    const auto failure = [](std::string_view text) {
+        RecordingReader reader(RecordingReader::Ending::lineBreakAllowed);
+        reader.append(text);
+        reader.finish();
+        return reader.failure().value();
+    };
+    const std::string whole =
+        "{\"timestamp\":-1.5e+3, \"name\":\"\\u00e9\\\"\u00e9\u20ac\U0001f600\U0010ffff\ud7ff\u0800\",\"x\":[true,{},null,false]} ";
+    for (std::size_t length = 1; length < whole.size() - 1; ++length) {
+        EXPECT_TRUE(failure(whole.substr(0, length)).isCutOff) << length;
+        EXPECT_FALSE(failure(whole.substr(0, length) + "\n").isCutOff) << length;
+    }
+    for (const std::string_view complete : {"{\"timestamp\":1}", "[1]", "1", "{\"a\":1 t", "{\"a\":trt", "{\"a\":\"\\q", "{\"a\":\"\\u00g",
+                                            "{\"a\":\"\xf5", "{\"a\":\"\xe0\x80", "{}{", "  "}) {
+        EXPECT_FALSE(failure(complete).isCutOff) << complete;
+    }
+}
+
+TEST(RecordingReader, SkipsInvalidLines) {
+    const std::string text = a + "\nbroken\n" + b + "\n\n" + std::string(200, ' ') + "\n" + at2 + "\n{";
+    for (std::size_t size = 1; size <= text.size(); ++size) {
+        std::string skipped;
+        const auto skip = [&](const RecordingFailure& failure) { skipped += std::to_string(failure.line) + ":" + describe(failure) + "\n"; };
+        RecordingReader reader(RecordingReader::Ending::exact, skip, 100);
+        std::vector<KelvaneInput> batches;
+        for (std::size_t begin = 0; begin < text.size(); begin += size) reader.append(std::string_view(text).substr(begin, size));
+        reader.finish();
+        while (auto batch = reader.next()) batches.push_back(std::move(*batch));
+        ASSERT_EQ(describe(batches), "@0.0;@1.0 a=Float 2.0 b=Boolean true;@2.0 a=String \u00e9;");
+        ASSERT_EQ(skipped, R"(1:1: not JSON: a value was expected
+3:1: the text is empty; a JSON object was expected
+4:101: the line is longer than the limit of 100 bytes
+6:2: not JSON: the text ends too early: the name of a member was expected
+)");
+        ASSERT_FALSE(reader.failure());
+    }
 }
 
 TEST(CreateJsonLines, WritesALinePerUpdate) {

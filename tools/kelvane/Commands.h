@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -17,9 +17,11 @@ struct RunOptions {
     std::vector<std::string> constants;
     std::vector<std::string> hidden;
     bool withoutInputs = false;
+    /// Invalid lines of the recording are told and skipped.
+    bool keepsGoing = false;
     bool withStatistics = false;
     /// What an evaluation may use up before the run ends.
-    std::size_t maxElements = 10'000'000;
+    std::int64_t maxElements = 10'000'000;
     double maxBatchSeconds = 10;
 };
 int run(const RunOptions& options);

@@ -23,7 +23,25 @@ namespace {
 std::string reason(int error) { return std::generic_category().message(error); }
 
 [[noreturn]] void failToRead(const std::string& name, int error) {
+    if (error == EINTR) throw Failure{128 + interruption(), {}};
     throw Failure{ExitStatus::failed, "kelvane: cannot read " + name + ": " + reason(error)};
+}
+
+/// Calls again what a signal broke off, unless that signal ends the tool.
+template <class Call>
+int uninterrupted(Call call) {
+    int answer = call();
+    while (answer < 0 && errno == EINTR && interruption() == 0) answer = call();
+    return answer;
+}
+
+/// Takes the last bytes of a file back; what a pipe or a device has taken stays there.
+void takeBack(int descriptor, std::size_t bytes) {
+    struct stat status {};
+    const auto end = ::lseek(descriptor, 0, SEEK_CUR);
+    if (bytes == 0 || ::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || end != status.st_size)
+        return;
+    [[maybe_unused]] const int answer = ::ftruncate(descriptor, end - static_cast<off_t>(bytes));
 }
 
 /// What the path, or the standard stream in its place, stands for; absent when there is nothing.
@@ -58,8 +76,11 @@ void occupyStandardStreams() {
     }
 }
 
+// Without O_NONBLOCK, a named pipe that nobody writes to would wait where no signal ends it for certain.
 InputFile::InputFile(const std::string& path)
-    : descriptor(path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)),
+    : descriptor(path == "-" ? STDIN_FILENO : uninterrupted([&] {
+          return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+      })),
       shownName(nameOf(path)) {
     if (descriptor < 0) failToRead(shownName, errno);
 }
@@ -77,7 +98,29 @@ std::string_view InputFile::read(std::span<char> space) {
     return {};
 }
 
-std::string nameOf(const std::string& path) { return path == "-" ? "standard input" : printable(path); }
+bool InputFile::isRegular() const {
+    struct stat status {};
+    return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+std::string nameOf(const std::string& path) {
+    return path == "-" ? "standard input" : path.empty() ? inQuotes(path) : printable(path);
+}
+
+std::size_t writeAll(int descriptor, std::string_view text) {
+    for (std::string_view rest = text; !rest.empty();) {
+        const auto written = ::write(descriptor, rest.data(), rest.size());
+        if (written > 0) {
+            rest.remove_prefix(static_cast<std::size_t>(written));
+        } else if (written < 0 && errno == EAGAIN) {
+            pollfd watched{descriptor, POLLOUT, 0};
+            ::poll(&watched, 1, -1);
+        } else if (written < 0 && errno != EINTR) {
+            return text.size() - rest.size();
+        }
+    }
+    return text.size();
+}
 
 std::string readWholeFile(const std::string& path) {
     InputFile file(path);
@@ -89,7 +132,7 @@ std::string readWholeFile(const std::string& path) {
 }
 
 ResultOutput::ResultOutput(const std::string& path, std::span<const std::string> inputPaths)
-    : descriptor(STDOUT_FILENO), shownName(path == "-" ? "standard output" : printable(path)) {
+    : descriptor(STDOUT_FILENO), shownName(path == "-" ? "standard output" : nameOf(path)) {
     const auto status = statusOf(path, STDOUT_FILENO);
     for (const auto& inputPath : inputPaths) {
         const auto input = statusOf(inputPath, STDIN_FILENO);
@@ -101,15 +144,18 @@ ResultOutput::ResultOutput(const std::string& path, std::span<const std::string>
 }
 
 void ResultOutput::openFile(const std::string& path) {
+    if (path.empty()) fail(ENOENT);
     const auto status = statusOf(path, STDOUT_FILENO);
     if (status && !S_ISREG(status->st_mode)) {
-        descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        descriptor = uninterrupted([&] { return ::open(path.c_str(), O_WRONLY | O_CLOEXEC); });
         if (descriptor < 0) fail(errno);
         return;
     }
     target = resolved(path);
-    temporary = target + ".XXXXXX";
-    descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);
+    descriptor = uninterrupted([this] {
+        temporary = target + ".XXXXXX";
+        return ::mkostemp(temporary.data(), O_CLOEXEC);
+    });
     if (descriptor < 0) {
         temporary.clear();
         fail(errno);
@@ -123,27 +169,25 @@ ResultOutput::~ResultOutput() {
 }
 
 void ResultOutput::flush() {
-    std::string_view rest = pending;
-    while (!rest.empty()) {
-        const auto written = ::write(descriptor, rest.data(), rest.size());
-        if (written > 0) {
-            rest.remove_prefix(static_cast<std::size_t>(written));
-        } else if (written < 0 && errno == EAGAIN) {
-            pollfd watched{descriptor, POLLOUT, 0};
-            ::poll(&watched, 1, -1);
-        } else if (written < 0 && errno != EINTR) {
-            pending.clear();
-            fail(errno);
-        }
+    const auto written = writeAll(descriptor, pending);
+    if (written < pending.size()) {
+        const int error = errno;
+        const auto lineBreak = std::string_view(pending).substr(0, written).rfind('\n');
+        takeBack(descriptor, lineBreak == std::string_view::npos ? written : written - lineBreak - 1);
+        pending.clear();
+        fail(error);
     }
     pending.clear();
 }
 
 void ResultOutput::finish() {
     flush();
-    if (descriptor > STDERR_FILENO && ::close(std::exchange(descriptor, -1)) != 0) fail(errno);
+    // Some file systems tell only now that the disk is full.
+    if (!temporary.empty() && uninterrupted([this] { return ::fsync(descriptor); }) != 0) fail(errno);
+    if (descriptor > STDERR_FILENO && ::close(std::exchange(descriptor, -1)) != 0 && errno != EINTR)
+        fail(errno);
     if (temporary.empty()) return;
-    if (::rename(temporary.c_str(), target.c_str()) != 0) fail(errno);
+    if (uninterrupted([this] { return ::rename(temporary.c_str(), target.c_str()); }) != 0) fail(errno);
     temporary.clear();
 }
 
@@ -155,6 +199,7 @@ void ResultOutput::endEarly() {
 void ResultOutput::fail(int error) const {
     // The reader of a pipe that left has seen enough.
     if (error == EPIPE) throw Failure{ExitStatus::failed, {}};
+    if (error == EINTR) throw Failure{128 + interruption(), {}};
     throw Failure{ExitStatus::failed, "kelvane: cannot write " + shownName + ": " + reason(error)};
 }
 

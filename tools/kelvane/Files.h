@@ -23,6 +23,8 @@ public:
     /// of the file and after an interruption.
     std::string_view read(std::span<char> space);
 
+    /// Whether it is a file on a disk, which has an end.
+    bool isRegular() const;
     /// As messages name it.
     const std::string& name() const { return shownName; }
 
@@ -33,6 +35,10 @@ private:
 
 /// A path as messages name it.
 std::string nameOf(const std::string& path);
+
+/// Writes a text, waiting where that is needed. The number of bytes written: when it is less than all,
+/// `errno` tells why.
+std::size_t writeAll(int descriptor, std::string_view text);
 
 /// A whole file.
 std::string readWholeFile(const std::string& path);
@@ -50,7 +56,7 @@ public:
 
     /// What has not been written yet; append whole lines.
     std::string& text() { return pending; }
-    /// Writes all that is pending.
+    /// Writes all that is pending. After a failure, a file on a disk ends with a whole line.
     void flush();
     /// Writes all that is pending and gives the file its name.
     void finish();

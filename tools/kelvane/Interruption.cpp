@@ -27,7 +27,7 @@ void onSignal(int number) {
 
 void catchInterruptions() {
     if (::pipe2(wakePipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;
-    for (const int number : {SIGINT, SIGTERM}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction action {};
         ::sigaction(number, nullptr, &action);
         // A shell starts background jobs with SIGINT ignored, and it should stay so.

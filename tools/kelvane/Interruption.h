@@ -1,10 +1,10 @@
 #pragma once
 
-// SIGINT and SIGTERM, which end a run after the current line.
+// SIGINT, SIGTERM and SIGHUP, which end a run after the current line.
 
 namespace kelvane {
 
-/// Catches the two signals from now on. A second one ends the process at once.
+/// Catches these signals from now on. A second one ends the process at once.
 void catchInterruptions();
 
 /// The signal that came, or 0.

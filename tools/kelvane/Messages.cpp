@@ -3,11 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <utility>
 #include <vector>
 
+#include "Files.h"
 #include "KelvaneSDK/DiagramCheck/NearestName.h"
 
 namespace kelvane {
@@ -75,12 +75,7 @@ std::string shortened(std::string_view text) {
 void tell(std::string_view line) {
     std::string text(line);
     text += '\n';
-    std::string_view rest = text;
-    while (!rest.empty()) {
-        const auto written = ::write(STDERR_FILENO, rest.data(), rest.size());
-        if (written < 0 && errno != EINTR) return;
-        if (written > 0) rest.remove_prefix(static_cast<std::size_t>(written));
-    }
+    writeAll(STDERR_FILENO, text);
 }
 
 std::string printable(std::string_view text) {

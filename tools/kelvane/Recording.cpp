@@ -7,40 +7,97 @@
 
 namespace kelvane {
 
+using namespace KelvaneSDK;
+
+namespace {
+
+/// "1 line was skipped", "2 lines were skipped".
+std::string happened(std::size_t count, std::string_view noun, std::string_view what) {
+    return counted(count, noun) + (count == 1 ? " was " : " were ") + std::string(what);
+}
+
+}  // namespace
+
+Recording::Recording(const std::string& path, InvalidLine invalidLine)
+    : file(path),
+      piece(pieceSize),
+      reader(RecordingReader::Ending::lineBreakAllowed,
+             invalidLine == InvalidLine::isSkipped ? [this](const RecordingFailure& line) { skip(line); }
+                                                   : RecordingReader::InvalidLineReceiver(),
+             longestLine) {}
+
 bool Recording::readPiece() {
-    if (ended) return false;
-    const auto text = file.read(piece);
+    if (hasEnded) return false;
+    rest = file.read(piece);
     if (interruption() != 0) return false;
-    lineTooLong = isLineTooLong(text);
-    if (!lineTooLong) reader.append(text);
-    ended = text.empty() || lineTooLong || reader.failure();
-    if (ended) reader.finish();
+    isAtEnd = rest.empty();
+    if (isAtEnd) {
+        end();
+    } else {
+        isEmpty = false;
+    }
     return true;
 }
 
-bool Recording::isLineTooLong(std::string_view text) {
-    const auto lineBreak = text.rfind('\n');
-    if (lineBreak == std::string_view::npos) {
-        unfinishedBytes += text.size();
-    } else {
-        completeLines += static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
-        unfinishedBytes = text.size() - lineBreak - 1;
+std::optional<KelvaneInput> Recording::next() {
+    while (true) {
+        if (auto batch = reader.next()) return batch;
+        if (hasEnded || rest.empty()) return std::nullopt;
+        // A line at a time, so that batches and messages come in order.
+        const auto lineBreak = rest.find('\n');
+        const auto line = rest.substr(0, lineBreak == std::string_view::npos ? lineBreak : lineBreak + 1);
+        reader.append(line);
+        lastByte = line.back();
+        rest.remove_prefix(line.size());
+        if (reader.failure()) end();
     }
-    return unfinishedBytes > longestLine;
 }
 
-std::string Recording::failure() const {
-    if (lineTooLong) {
-        return file.name() + ":" + std::to_string(completeLines + 1) + ": the line is longer than 64 MiB";
+void Recording::end() {
+    hasEnded = true;
+    reader.finish();
+}
+
+void Recording::skip(const RecordingFailure& line) {
+    if (isEmpty) return;
+    if (++skippedLines <= mostTold) tell(textOf(line));
+}
+
+std::string Recording::failure() {
+    if (skippedLines > 0) {
+        return file.name() + ": " + happened(skippedLines, "invalid line", "skipped") +
+               (skippedLines > mostTold ? "; the first " + std::to_string(mostTold) + " are told above" : "");
     }
     // No byte at all is a recording without lines, such as a run without results leaves.
-    const bool isEmpty = completeLines == 0 && unfinishedBytes == 0;
     if (!reader.failure() || isEmpty) return {};
-    const auto& failed = *reader.failure();
-    const bool isUnfinished = failed.line == completeLines && unfinishedBytes > 0;
-    return file.name() + ":" + std::to_string(failed.line + 1) + ": " +
-           (isUnfinished ? "the recording ends within this line: " : "") + printable(failed.reason) + " (" +
-           failed.diagnostic() + ")";
+    return textOf(*reader.failure()) + unreadLines();
+}
+
+std::string Recording::textOf(const RecordingFailure& line) const {
+    return file.name() + ":" + std::to_string(line.line + 1) + ":" + std::to_string(line.column) + ": " +
+           (line.isCutOff ? "the recording ends within this line" : printable(line.reason)) + " (" +
+           line.diagnostic() + ")";
+}
+
+std::string Recording::unreadLines() {
+    if (isAtEnd) return {};
+    constexpr auto unknown = "; the rest was not read";
+    // A pipe may go on for ever.
+    if (!file.isRegular()) return unknown;
+    const std::size_t isWithinLine = lastByte != '\n';
+    std::size_t lines = 0;
+    try {
+        do {
+            lines += static_cast<std::size_t>(std::count(rest.begin(), rest.end(), '\n'));
+            if (!rest.empty()) lastByte = rest.back();
+            rest = file.read(piece);
+        } while (!rest.empty());
+    } catch (const Failure&) {
+        return unknown;
+    }
+    if (interruption() != 0) return unknown;
+    lines = lines + (lastByte != '\n') - isWithinLine;
+    return lines == 0 ? "" : "; " + happened(lines, "more line", "not read");
 }
 
 }  // namespace kelvane

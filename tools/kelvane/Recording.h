@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Files.h"
@@ -9,33 +10,45 @@
 
 namespace kelvane {
 
-/// A recording that is read piece by piece from a file or a pipe.
+/// A recording that is read piece by piece from a file or a pipe. An invalid line ends it, or is told and
+/// skipped.
 class Recording {
 public:
-    explicit Recording(const std::string& path) : file(path), piece(pieceSize) {}
+    enum class InvalidLine { ends, isSkipped };
+
+    explicit Recording(const std::string& path, InvalidLine invalidLine = InvalidLine::ends);
 
     /// Reads what is there now; next() then gives the batches that it completes. False after the end, after
     /// an invalid line and after an interruption.
     bool readPiece();
-    std::optional<KelvaneSDK::KelvaneInput> next() { return reader.next(); }
+    std::optional<KelvaneSDK::KelvaneInput> next();
 
-    /// What is wrong in the line that ended the reading, with file and line; empty when all has been read.
-    std::string failure() const;
+    /// What is wrong in the line that ended the reading, with file, line, column and how many lines were not
+    /// read, or how many lines were skipped; empty when all has been read.
+    std::string failure();
 
 private:
     static constexpr std::size_t pieceSize = 256 * 1024;
     // Beyond this the text is no recording, and holding more of it would fill the memory.
     static constexpr std::size_t longestLine = 64 * 1024 * 1024;
+    // More lines than these tell nobody more, and would fill a disk.
+    static constexpr std::size_t mostTold = 100;
 
-    bool isLineTooLong(std::string_view text);
+    void end();
+    void skip(const KelvaneSDK::RecordingFailure& line);
+    std::string textOf(const KelvaneSDK::RecordingFailure& line) const;
+    std::string unreadLines();
 
     InputFile file;
     std::vector<char> piece;
-    KelvaneSDK::RecordingReader reader{KelvaneSDK::RecordingReader::Ending::lineBreakAllowed};
-    std::size_t completeLines = 0;
-    std::size_t unfinishedBytes = 0;
-    bool lineTooLong = false;
-    bool ended = false;
+    // What the reader has not been given of it.
+    std::string_view rest;
+    KelvaneSDK::RecordingReader reader;
+    char lastByte = '\n';
+    std::size_t skippedLines = 0;
+    bool isEmpty = true;
+    bool isAtEnd = false;
+    bool hasEnded = false;
 };
 
 }  // namespace kelvane

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <new>
 
 #include "Commands.h"
 #include "Diagram.h"
@@ -66,7 +68,11 @@ void hide(Kelvane& engine, const std::string& label) {
 void applyOptions(Kelvane& engine, const RunOptions& options) {
     for (const auto& setting : options.constants) setConstant(engine, setting);
     for (const auto& label : options.hidden) hide(engine, label);
-    engine.setLimits({options.maxElements, options.maxBatchSeconds});
+    if (options.maxElements < 0) {
+        refuseOption("--max-elements " + std::to_string(options.maxElements), "0 or more was expected");
+    }
+    if (std::isnan(options.maxBatchSeconds)) refuseOption("--max-batch-seconds", "a number was expected");
+    engine.setLimits({static_cast<std::size_t>(options.maxElements), options.maxBatchSeconds});
     if (!options.withoutInputs) return;
     for (const auto& label : engine.getInputStreams()) engine.setInputStreamForwarding(label, false);
 }
@@ -76,7 +82,8 @@ class Run {
 public:
     explicit Run(const RunOptions& options)
         : diagram(loadDiagram(options.diagram, messages)),
-          recording(options.recording),
+          recording(options.recording,
+                    options.keepsGoing ? Recording::InvalidLine::isSkipped : Recording::InvalidLine::ends),
           output(options.output, std::array{options.diagram, options.recording}) {
         applyOptions(*diagram.engine, options);
         previousHandler = setStopHandler([this](std::string_view reason) { endAfterStop(reason); });
@@ -86,12 +93,12 @@ public:
     Run& operator=(const Run&) = delete;
 
     int process() {
-        while (recording.readPiece()) {
-            while (const auto batch = recording.next()) {
-                evaluate(*batch);
-                if (interruption() != 0) break;
-            }
-            output.flush();
+        try {
+            evaluateAll();
+        } catch (const std::bad_alloc&) {
+            auto& text = output.text();
+            text.resize(text.rfind('\n') + 1);
+            endAfterStop("out of memory");
         }
         if (interruption() != 0) {
             output.endEarly();
@@ -113,13 +120,28 @@ public:
     }
 
 private:
+    // Results may be many times as long as the piece of the recording that they come from.
+    static constexpr std::size_t mostPending = 1024 * 1024;
+
+    void evaluateAll() {
+        while (recording.readPiece()) {
+            while (const auto batch = recording.next()) {
+                evaluate(*batch);
+                if (output.text().size() > mostPending) output.flush();
+                if (interruption() != 0) break;
+            }
+            output.flush();
+        }
+    }
+
     void evaluate(const KelvaneInput& batch) {
         ++batches;
         updates += batch.updates.size();
         timestamp = batch.timestamp;
         const auto result = diagram.engine->evaluate(batch);
         outputValues += result.outputs.size();
-        appendJsonLines(output.text(), result);
+        if (!appendJsonLines(output.text(), result) || diagram.engine->isOutOfMemory())
+            throw std::bad_alloc();
     }
 
     /// The engine's invariants are broken, so nothing of it is touched or destroyed any more.

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <new>
 #include <sstream>
 
 #include "Commands.h"
@@ -40,6 +41,7 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
                   "LABEL=TEXT");
     addRepeatable(command, "--hide", options.hidden, "Leave this label out of the results", "LABEL");
     command.add_flag("--no-inputs", options.withoutInputs, "Leave the input streams out of the results");
+    command.add_flag("--keep-going", options.keepsGoing, "Tell and skip invalid lines of the recording");
     command
         .add_option("--max-elements", options.maxElements,
                     "End the run when a list, sequence or text grows beyond N elements")
@@ -138,6 +140,7 @@ int runTool(int argc, char** argv) {
 int main(int argc, char** argv) {
     occupyStandardStreams();
     ::signal(SIGPIPE, SIG_IGN);
+    ::signal(SIGXFSZ, SIG_IGN);
     catchInterruptions();
     KelvaneSDK::setStopHandler(endAfterStop);
     try {
@@ -145,5 +148,8 @@ int main(int argc, char** argv) {
     } catch (const Failure& failure) {
         if (!failure.message.empty()) tell(failure.message);
         return failure.status;
+    } catch (const std::bad_alloc&) {
+        tell("kelvane: out of memory");
+        return ExitStatus::failed;
     }
 }

@@ -1,11 +1,11 @@
-#include "KelvaneSDK/DiagramCheck/TextPlace.h"
+#include "KelvaneSDK/FileProcessing/TextPlace.h"
 
 #include <algorithm>
 #include <limits>
 #include <map>
 #include <vector>
 
-#include "KelvaneSDK/DiagramCheck/JsonScan.h"
+#include "KelvaneSDK/FileProcessing/JsonScan.h"
 
 namespace KelvaneSDK {
 

@@ -22,6 +22,9 @@ struct JsonFault {
     bool tooDeep = false;
 };
 
+/// Some programs write it before UTF-8; JSON does not allow it.
+inline constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
 /// The first fault of a JSON text, or absent where none is found. Values nested deeper than the limit are a
 /// fault.
 std::optional<JsonFault> findJsonFault(std::string_view text, std::size_t maximumDepth);

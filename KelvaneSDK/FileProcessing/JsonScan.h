@@ -1,13 +1,14 @@
 #pragma once
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <optional>
 #include <string_view>
 #include <vector>
 
-#include "KelvaneSDK/DiagramCheck/TextPlace.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
+#include "KelvaneSDK/FileProcessing/TextPlace.h"
 
 namespace KelvaneSDK {
 
@@ -19,7 +20,7 @@ class JsonScan {
 public:
     JsonScan(std::string_view source, std::size_t depthLimit, Visitor& receiver)
         : text(source), maximumDepth(depthLimit), visitor(receiver) {
-        if (text.starts_with("\xEF\xBB\xBF")) at = 3;
+        if (text.starts_with(byteOrderMark)) fail("a byte order mark stands at the beginning");
     }
 
     /// The first fault, or absent.
@@ -127,8 +128,21 @@ private:
         if (rest.empty()) return 0;
         if (rest[0] != 'u')
             return std::string_view("\"\\/bfnrt").find(rest[0]) != std::string_view::npos ? 2 : 0;
-        return rest.size() == 5 && std::all_of(rest.begin() + 1, rest.end(), isHexadecimal) ? 6 : 0;
+        if (rest.size() < 5 || !std::all_of(rest.begin() + 1, rest.end(), isHexadecimal)) return 0;
+        const auto unit = codeUnit(text.substr(at));
+        if (isHighSurrogate(unit)) return isLowSurrogate(codeUnit(text.substr(at + 6))) ? 12 : 0;
+        return isLowSurrogate(unit) ? 0 : 6;
     }
+
+    // Halves of a character beyond 16 bits stand in pairs.
+    static unsigned codeUnit(std::string_view escape) {
+        unsigned unit = 0;
+        if (escape.size() < 6 || !escape.starts_with("\\u")) return 0;
+        const auto parsed = std::from_chars(escape.data() + 2, escape.data() + 6, unit, 16);
+        return parsed.ptr == escape.data() + 6 ? unit : 0;
+    }
+    static bool isHighSurrogate(unsigned unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+    static bool isLowSurrogate(unsigned unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
     // The length of the UTF-8 character here, or 0.
     std::size_t characterLength() const {

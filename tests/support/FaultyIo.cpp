@@ -1,0 +1,103 @@
+// Preloaded into a process, makes one of its calls to the system fail, as its environment tells:
+//
+//     KELVANE_FAULT="write 3 ENOSPC 9"    the third write fails, and descriptor 9 gets a byte when it does
+//
+// SHORT lets a read or write handle one byte only, FULL does so and lets all later ones fail with ENOSPC.
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+struct Fault {
+    char call[16]{}, kind[16]{};
+    int countdown = 0, witness = -1;
+
+    Fault() {
+        const char* text = std::getenv("KELVANE_FAULT");
+        if (text != nullptr) std::sscanf(text, "%15s %d %15s %d", call, &countdown, kind, &witness);
+    }
+    bool is(std::string_view name) const { return kind == name; }
+    int error() const {
+        for (const auto& [name, number] : {std::pair{"EAGAIN", EAGAIN}, {"EINTR", EINTR}, {"EIO", EIO}, {"EPIPE", EPIPE}}) {
+            if (is(name)) return number;
+        }
+        return ENOSPC;
+    }
+};
+
+Fault& fault() {
+    static Fault only;
+    return only;
+}
+
+/// Whether this call fails; `errno` then tells how.
+bool strikes(std::string_view call, std::size_t* size = nullptr) {
+    auto& told = fault();
+    if (call != told.call) return false;
+    --told.countdown;
+    if (told.countdown == 0) {
+        ::syscall(SYS_write, told.witness, "", 1);
+        if (size != nullptr && (told.is("SHORT") || told.is("FULL"))) *size = *size > 1 ? 1 : *size;
+        errno = told.error();
+        return !told.is("SHORT") && !told.is("FULL");
+    }
+    errno = told.error();
+    return told.countdown < 0 && told.is("FULL");
+}
+
+template <class Function>
+Function* next(const char* name) {
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" {
+
+ssize_t read(int descriptor, void* space, std::size_t size) {
+    return strikes("read", &size) ? -1 : next<decltype(::read)>("read")(descriptor, space, size);
+}
+
+ssize_t write(int descriptor, const void* data, std::size_t size) {
+    // What standard error loses cannot be told, so only what loses nothing strikes there.
+    const bool isLossless = fault().is("SHORT") || fault().is("EINTR") || fault().is("EAGAIN");
+    const bool counts = descriptor != STDERR_FILENO || isLossless;
+    return counts && strikes("write", &size) ? -1 : next<decltype(::write)>("write")(descriptor, data, size);
+}
+
+int open(const char* path, int flags, ...) {
+    std::va_list more;
+    va_start(more, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(more, mode_t) : 0;
+    va_end(more);
+    return strikes("open") ? -1 : next<decltype(::open)>("open")(path, flags, mode);
+}
+
+int mkostemp(char* path, int flags) {
+    // A call that fails may have filled in its template.
+    const int descriptor = strikes("mkostemp") ? -1 : next<decltype(::mkostemp)>("mkostemp")(path, flags);
+    if (descriptor < 0) *path = '\0';
+    return descriptor;
+}
+
+int fsync(int descriptor) { return strikes("fsync") ? -1 : next<decltype(::fsync)>("fsync")(descriptor); }
+
+int rename(const char* from, const char* to) noexcept { return strikes("rename") ? -1 : next<int(const char*, const char*)>("rename")(from, to); }
+
+// Counts for what was written to; the descriptor is closed all the same.
+int close(int descriptor) {
+    const bool isForReading = (::fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY;
+    const int answer = next<decltype(::close)>("close")(descriptor);
+    return !isForReading && strikes("close") ? -1 : answer;
+}
+}

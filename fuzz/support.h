@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 #include "KelvaneSDK/KelvaneSDK.h"
@@ -17,17 +18,27 @@ inline void require(bool holds, const char* property) {
 
 /// Thrown out of the library where it would end the program, so that fuzzing goes on; the engine is then
 /// dropped.
-struct Stopped {};
+struct Stopped {
+    std::string reason;
+};
 
-/// Silences the diagnostics and turns stops into exceptions; call once.
+/// Silences the diagnostics and turns stops into exceptions; for every input anew, since a stop takes the
+/// handler out.
 inline void prepare() {
-    static const bool prepared = [] {
-        KelvaneSDK::setDiagnosticSink([](std::string_view) {});
-        return true;
-    }();
-    static_cast<void>(prepared);
-    // Installed anew for every input: a stop takes the handler out.
-    KelvaneSDK::setStopHandler([](std::string_view) { throw Stopped(); });
+    KelvaneSDK::setDiagnosticSink([](std::string_view) {});
+    KelvaneSDK::setStopHandler([](std::string_view reason) { throw Stopped{std::string(reason)}; });
+}
+
+/// Runs a step and answers why it stopped; empty when it did not.
+template <class Step>
+std::string stopReason(Step step) {
+    prepare();
+    try {
+        step();
+    } catch (const Stopped& stopped) {
+        return stopped.reason;
+    }
+    return {};
 }
 
 inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {

@@ -68,6 +68,8 @@ std::optional<simdjson::dom::element> JsonReader::parse(std::string_view text, J
         failure = {"", "not JSON: a byte order mark stands at the beginning"};
         return std::nullopt;
     }
+    // simdjson copies from the text even when it is empty, and memcpy() takes no null.
+    if (text.data() == nullptr) text = "";
     if (parser.capacity() < text.size() || parser.capacity() == 0) {
         // The parser counts an array or object that is not empty against a limit that it must stay below.
         const auto error = parser.allocate(std::max<std::size_t>(text.size(), 1024), maximumDepth + 1);

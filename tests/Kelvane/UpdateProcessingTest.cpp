@@ -9,107 +9,11 @@
 
 #include "KelvaneSDK/FunctionNode.h"
 #include "support/DiagramDocument.h"
+#include "support/PlainEngine.h"
 
 namespace KelvaneSDK::testing_support {
 
 namespace {
-
-// The evaluation of a batch as plainly as it can be said, over the nodes of an engine of its own.
-class PlainEngine {
-public:
-    explicit PlainEngine(const std::string& document) {
-        engine.read(document, true);
-        for (const auto& node : engine.nodeList(NodeCategory::Function)) order.push_back(node.get());
-    }
-
-    KelvaneOutput evaluate(const KelvaneInput& input) {
-        output = {input.timestamp, {}};
-        allInputs = input.updates;
-        for (const auto& node : engine.nodeList(NodeCategory::Constant)) {
-            for (auto* slot : node->connectedInputValues()) {
-                slot->setValue(node->outputValue()->value());
-                slot->isConstant = true;
-                slot->timestamp = node->outputValue()->timestamp;
-                slot->updated = slot->checked = true;
-            }
-        }
-        pass(input.updates);
-        for (auto* node : outputs()) {
-            if (node->hidden) output.outputs.erase(node->label());
-        }
-        for (auto* node : streams()) {
-            if (!node->forwarding) output.outputs.erase(node->label());
-        }
-        return output;
-    }
-
-    Kelvane engine;
-    std::vector<Node*> order;
-
-private:
-    template <class NodeType>
-    std::vector<NodeType*> all(NodeCategory category) {
-        std::vector<NodeType*> nodes;
-        for (const auto& node : engine.nodeList(category)) nodes.push_back(dynamic_cast<NodeType*>(node.get()));
-        return nodes;
-    }
-    std::vector<InputStreamNode*> streams() { return all<InputStreamNode>(NodeCategory::InputStream); }
-    std::vector<VariableOutputNode*> outputs() { return all<VariableOutputNode>(NodeCategory::VariableOutput); }
-
-    void pass(const LabelledValues& values) {
-        for (auto* node : streams()) {
-            const auto found = values.find(node->label());
-            for (auto* slot : node->connectedInputValues()) slot->checked = true;
-            if (found == values.end()) continue;
-            node->setValue(found->second, output.timestamp);
-            output.outputs.insert_or_assign(node->label(), *node->outputValue()->value());
-        }
-        const LabelledValues results = sweep();
-        for (auto* node : streams()) node->outputValue()->updated = false;
-        LabelledValues feedback;
-        for (const auto& [label, value] : results) {
-            output.outputs.insert_or_assign(label, value);
-            if (allInputs.emplace(label, value).second) feedback.emplace(label, value);
-        }
-        if (!feedback.empty()) pass(feedback);
-    }
-
-    LabelledValues sweep() {
-        bool progress = false;
-        for (std::size_t i = 0; i < order.size();) {
-            Node* const node = order[i];
-            bool ready = true, connected = true;
-            for (const auto* slot : node->inputValues()) {
-                ready = ready && (slot->checked || slot->connectable);
-                connected = connected && !slot->connectable;
-            }
-            if (!ready) {
-                order.push_back(node);
-                order.erase(order.begin() + static_cast<std::ptrdiff_t>(i));
-                continue;
-            }
-            for (auto* slot : node->connectedInputValues()) slot->checked = true;
-            if (node->allInputsHaveValues() && node->allInputsUpdated() && connected) {
-                node->process();
-                progress = true;
-            }
-            if (++i == order.size() && std::exchange(progress, false)) i = 0;
-        }
-        LabelledValues results;
-        for (auto* node : outputs()) {
-            if (!node->allInputsUpdated()) continue;
-            node->process();
-            results.insert_or_assign(node->label(), *node->outputValue()->value());
-        }
-        for (auto* node : all<Node>(NodeCategory::Function)) {
-            for (auto* slot : node->connectedInputValues()) slot->checked = false;
-        }
-        return results;
-    }
-
-    KelvaneOutput output;
-    LabelledValues allInputs;
-};
 
 // Diagrams of float and boolean nodes without cycles, listed in any order; some inputs are left open, some
 // are fed twice, and the outputs share labels with each other and with the streams.
@@ -180,28 +84,6 @@ private:
     std::mt19937 random;
     std::map<std::string, std::vector<std::int64_t>> sources;
 };
-
-std::vector<std::int64_t> idsOf(std::span<Node* const> nodes) {
-    std::vector<std::int64_t> ids;
-    for (const auto* node : nodes) ids.push_back(*node->id);
-    return ids;
-}
-
-// Every slot's state, as text.
-std::string stateOf(const Kelvane& engine) {
-    std::string state;
-    const auto append = [&](const TimestampedVariable& slot) {
-        state += (slot.hasValue() ? getValueString(*slot.payload()) : "-") + (slot.updated ? "u" : "") + (slot.checked ? "c" : "") + "@" +
-                 std::to_string(slot.timestamp) + " ";
-    };
-    for (const auto category : allNodeCategories) {
-        for (const auto& node : engine.nodeList(category)) {
-            for (const auto* slot : node->inputValues()) append(*slot);
-            append(*node->outputValue());
-        }
-    }
-    return state;
-}
 
 class SlowFunction final : public FunctionNode {
 public:

@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -145,7 +143,7 @@ private:
     }
 
     /// The engine's invariants are broken, so nothing of it is touched or destroyed any more.
-    [[noreturn]] void endAfterStop(std::string_view reason) {
+    void endAfterStop(std::string_view reason) {
         try {
             output.finish();
         } catch (const Failure& failure) {
@@ -153,7 +151,7 @@ private:
         }
         tell("kelvane: " + diagram.name + " stopped in batch " + std::to_string(batches) + " at timestamp " +
              doubleText(timestamp) + ": " + printable(reason));
-        ::_exit(ExitStatus::failed);
+        endProcess(ExitStatus::failed);
     }
 
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();

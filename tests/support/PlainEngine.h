@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "KelvaneSDK/KelvaneSDK.h"
+
+namespace KelvaneSDK::testing_support {
+
+/// The evaluation of a batch as plainly as it can be said, over the nodes of an engine of its own. What the
+/// engine does faster must give the same results, order and slots.
+class PlainEngine {
+public:
+    explicit PlainEngine(const std::string& document);
+
+    KelvaneOutput evaluate(const KelvaneInput& input);
+
+    Kelvane engine;
+    /// The function nodes in evaluation order.
+    std::vector<Node*> order;
+
+private:
+    void pass(const LabelledValues& values);
+    std::map<std::string, std::optional<Value>> sweep();
+
+    std::vector<InputStreamNode*> streams;
+    std::vector<VariableOutputNode*> outputs;
+    KelvaneOutput output;
+    LabelledValues allInputs;
+};
+
+std::vector<std::int64_t> idsOf(std::span<Node* const> nodes);
+
+/// Every slot's state, as text.
+std::string stateOf(const Kelvane& engine);
+
+}  // namespace KelvaneSDK::testing_support

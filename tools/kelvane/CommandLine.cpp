@@ -1,0 +1,146 @@
+#include "CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <new>
+#include <sstream>
+
+#include "Commands.h"
+#include "Files.h"
+#include "Messages.h"
+
+namespace kelvane {
+
+namespace {
+
+/// Adds a command that sets `status` when it was named.
+template <class Options>
+CLI::App& addCommand(CLI::App& app, const char* name, const char* description, Options& options, int& status,
+                     int (*command)(const Options&)) {
+    auto& added = *app.add_subcommand(name, description);
+    added.final_callback([&options, &status, command] { status = command(options); });
+    return added;
+}
+
+/// An option that may be repeated and takes one text each time.
+void addRepeatable(CLI::App& command, const char* name, std::vector<std::string>& texts,
+                   const char* description, const char* argument) {
+    command.add_option(name, texts, description)->type_name(argument)->allow_extra_args(false);
+}
+
+void addRun(CLI::App& app, RunOptions& options, int& status) {
+    auto& command = addCommand(app, "run", "Replay a recording through a diagram", options, status, run);
+    command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
+    command.add_option("RECORDING", options.recording, "The recording; - or none is standard input")
+        ->type_name("");
+    command.add_option("-o,--output", options.output, "Write the results to FILE, complete or not at all")
+        ->type_name("FILE");
+    addRepeatable(command, "--set", options.constants, "Give the constants of this label another value",
+                  "LABEL=TEXT");
+    addRepeatable(command, "--hide", options.hidden, "Leave this label out of the results", "LABEL");
+    command.add_flag("--no-inputs", options.withoutInputs, "Leave the input streams out of the results");
+    command.add_flag("--keep-going", options.keepsGoing, "Tell and skip invalid lines of the recording");
+    command
+        .add_option("--max-elements", options.maxElements,
+                    "End the run when a list, sequence or text grows beyond N elements")
+        ->type_name("N")
+        ->capture_default_str();
+    command
+        .add_option("--max-batch-seconds", options.maxBatchSeconds,
+                    "End the run when a batch takes longer than S seconds")
+        ->type_name("S")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    command.add_flag("--stats", options.withStatistics, "Tell how much was done, on standard error");
+}
+
+void addCheck(CLI::App& app, CheckOptions& options, int& status) {
+    auto& command = addCommand(app, "check", "Tell what is wrong in diagrams", options, status, check);
+    command.add_option("DIAGRAM", options.diagrams, "The diagram documents")->required()->type_name("");
+    command.add_option("--recording", options.recording, "Compare the input streams with this recording's")
+        ->type_name("RECORDING");
+    command.add_flag("--json", options.asJson, "Answer as JSON");
+    command.add_flag("--strict", options.isStrict, "End with status 1 on warnings, too");
+}
+
+void addInfo(CLI::App& app, InfoOptions& options, int& status) {
+    auto& command = addCommand(app, "info", "List a diagram's streams, outputs, constants and functions",
+                               options, status, info);
+    command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
+    command.add_flag("--json", options.asJson, "Answer as JSON");
+}
+
+void addExport(CLI::App& app, ExportOptions& options, int& status) {
+    auto& command = addCommand(app, "export", "Write a diagram as the engine understands it, renumbered",
+                               options, status, exportDiagram);
+    command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
+}
+
+void addFunctions(CLI::App& app, FunctionsOptions& options, int& status) {
+    auto& command =
+        addCommand(app, "functions", "List the functions that diagrams can use", options, status, functions);
+    command.add_option("NAME", options.name, "This function alone")->type_name("");
+    command.add_flag("--json", options.asJson, "Answer as JSON");
+}
+
+/// Help and version are answered, wrong usage is told.
+void endOnParseOutcome(const CLI::App& app, const CLI::ParseError& outcome) {
+    std::ostringstream text, errors;
+    const int code = app.exit(outcome, text, errors);
+    writeToStandardOutput(text.str());
+    if (code == 0) return;
+    // What is wrong, which quotes the user, and where to find help.
+    const std::string_view what = outcome.what();
+    std::string message = errors.str().replace(0, what.size(), printable(what));
+    message.erase(message.find_last_not_of('\n') + 1);
+    const auto unknown = app.remaining();
+    if (app.get_subcommands().empty() && !unknown.empty()) {
+        std::vector<std::string> commands;
+        for (const auto* command : app.get_subcommands({})) commands.push_back(command->get_name());
+        const auto& word = unknown.front();
+        message = withHint(
+            (word.starts_with('-') ? "no option is called " : "no command is called ") + inQuotes(word),
+            nearestNameHint(word, commands));
+    }
+    throw Failure{ExitStatus::wrongUsage, "kelvane: " + message};
+}
+
+int runCommand(int argc, char** argv) {
+    CLI::App app("Runs node diagrams over recordings of timestamped measurements.", "kelvane");
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "kelvane " KELVANE_VERSION, "Print the version and exit");
+    app.set_help_flag("-h,--help", "Print this help and exit");
+    app.get_formatter()->column_width(30);
+    int status = ExitStatus::done;
+    RunOptions runOptions;
+    addRun(app, runOptions, status);
+    CheckOptions checkOptions;
+    addCheck(app, checkOptions, status);
+    InfoOptions infoOptions;
+    addInfo(app, infoOptions, status);
+    ExportOptions exportOptions;
+    addExport(app, exportOptions, status);
+    FunctionsOptions functionsOptions;
+    addFunctions(app, functionsOptions, status);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& outcome) {
+        endOnParseOutcome(app, outcome);
+    }
+    return status;
+}
+
+}  // namespace
+
+int runTool(int argc, char** argv) {
+    try {
+        return runCommand(argc, argv);
+    } catch (const Failure& failure) {
+        if (!failure.message.empty()) tell(failure.message);
+        return failure.status;
+    } catch (const std::bad_alloc&) {
+        tell("kelvane: out of memory");
+        return ExitStatus::failed;
+    }
+}
+
+}  // namespace kelvane

@@ -2,6 +2,7 @@
 
 #include "KelvaneSDK/Kelvane/NodeRegistry.h"
 #include "support/FunctionTest.h"
+#include "support/Stops.h"
 
 namespace KelvaneSDK::testing_support {
 
@@ -162,11 +163,11 @@ TEST(CreateArray, TrimsToALengthThatComesWithoutAnElement) {
 TEST(ArrayFunctionsDeathTest, StopOnPayloadsThatFormNoList) {
     LooseNode mixed("Create array"), nested("Create array"), scalar("Number of elements"), foreign("Add to array");
     mixed.process({2, 1});
-    EXPECT_DEATH(mixed.process({2, 1.}), "scalars of one type");
+    EXPECT_STOP(mixed.process({2, 1.}), "scalars of one type");
     EXPECT_EQ(mixed.process({1, 1.}), Value(Floats{1}));
-    EXPECT_DEATH(nested.process({0, Floats{1}}), "scalars of one type");
-    EXPECT_DEATH(foreign.process({1, Floats{1}}), "not of the type of the array");
-    EXPECT_DEATH(scalar.process({1.}), "type Float where a list is needed");
+    EXPECT_STOP(nested.process({0, Floats{1}}), "scalars of one type");
+    EXPECT_STOP(foreign.process({1, Floats{1}}), "not of the type of the array");
+    EXPECT_STOP(scalar.process({1.}), "type Float where a list is needed");
 }
 
 }  // namespace KelvaneSDK::testing_support

@@ -4,6 +4,7 @@
 #include <functional>
 #include <thread>
 
+#include "KelvaneSDK/FunctionNode.h"
 #include "support/DiagramDocument.h"
 
 namespace KelvaneSDK::testing_support {
@@ -239,6 +240,27 @@ INSTANTIATE_TEST_SUITE_P(Documents, DiagramCheckTest,
                                                 "exist"}}}),
                          nameOf);
 
+// An application may bring such a class; none of the library's is like it.
+TEST(DiagramCheck, ANodeWithoutAnOutputCannotBeConnectedOrTyped) {
+    class Sink final : public FunctionNode {
+        void createInputs() override { addInputs<FloatValue>("x"); }
+        void setTypeString() override { typeString = "Sink"; }
+    };
+    NodeRegistry registry = NodeRegistry::library();
+    registry.add(functionFamily("Own", {entry<Sink>("takes all")}));
+    DiagramDocument document;
+    const auto sink = document.function("Sink");
+    document.outputType(sink, "Float");
+    document.property(sink, "OutputValue", "1");
+    document.connect(sink, document.function("Absolute"));
+    const auto findings = checkDiagram(document.data.info, registry);
+    for (const std::string pointer : {"/nodes/0", "/properties/0", "/connections/0"}) {
+        EXPECT_TRUE(std::any_of(findings.begin(), findings.end(), [&](const Finding& f) {
+            return f.pointer == pointer && f.code == "output-missing" && f.fatal && f.nodeId == sink;
+        })) << pointer;
+    }
+}
+
 // Nothing that a file controls may become a depth of calls or a cost beyond its size.
 TEST(DiagramCheck, LargeDocumentsTakeNoDepthOfCalls) {
     constexpr int count = 100000;
@@ -251,6 +273,9 @@ TEST(DiagramCheck, LargeDocumentsTakeNoDepthOfCalls) {
     }
     document.connect(last, document.output("Float", "out"));
     EXPECT_EQ(checkDiagram(document.data.info), std::vector<Finding>());
+    auto mistyped = document;
+    mistyped.connect(mistyped.stream("Integer", "count"), mistyped.function("Sine"));
+    EXPECT_TRUE(checkDiagram(mistyped.data.info).back().fatal) << "too large to be tried out";
     std::thread([&] {
         // One ring through all of them.
         document.data.info.connections[0].outputNodeId = last;

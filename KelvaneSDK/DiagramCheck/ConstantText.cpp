@@ -24,10 +24,8 @@ std::string_view textFormOf(ValueClass valueClass) {
             return "\"true\" and \"false\" between commas";
         case ValueClass::VectorArrayVariable:
             return "groups of three numbers between commas";
-        case ValueClass::OrientationArrayVariable:
+        default:  // orientation arrays: the classes left read any text, or none
             return "groups of four numbers between commas";
-        default:
-            return "a text";
     }
 }
 

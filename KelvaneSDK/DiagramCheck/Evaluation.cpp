@@ -11,16 +11,13 @@ bool isSource(const CheckedNode& node) {
     return node.shape == nullptr || node.is(NodeCategory::Constant) || node.is(NodeCategory::InputStream);
 }
 
-// Whether a node runs, given which of its inputs get values.
+// Whether a node runs, given which of its inputs get values; one of them does.
 template <class HasValue>
 bool runsWith(const NodeShape& shape, HasValue has) {
     const std::size_t count = shape.inputs.size();
     switch (shape.traits.readiness) {
         case Readiness::anyInput:
-            for (std::size_t i = 0; i < count; ++i) {
-                if (has(i)) return true;
-            }
-            return count == 0;
+            return true;
         case Readiness::selectedInput:
             return has(0) && (has(1) || has(2));
         default:

@@ -17,8 +17,6 @@ std::string pointerTo(Section section, std::size_t index) {
         return pointer + std::to_string(index);
     };
     switch (section) {
-        case Section::document:
-            return {};
         case Section::nodes:
             return item("nodes");
         case Section::properties:
@@ -30,9 +28,9 @@ std::string pointerTo(Section section, std::size_t index) {
         case Section::containers:
             return item("containers");
         case Section::subdiagrams:
-            return item("subdiagrams");
+            break;
     }
-    return {};
+    return item("subdiagrams");
 }
 
 }  // namespace

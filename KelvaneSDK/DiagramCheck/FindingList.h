@@ -13,7 +13,6 @@ struct CheckedNode;
 
 /// The arrays of a document in the order of its record.
 enum class Section : std::uint8_t {
-    document,
     nodes,
     properties,
     connections,

@@ -144,7 +144,7 @@ FunctionTraits traitsOf(std::string_view function) {
 }
 
 bool supports(ValueClass valueClass, SlotOperation operation) {
-    if (operation == none || isGeneric(valueClass)) return true;
+    if (isGeneric(valueClass)) return true;
     const auto slot = makeSlot(valueClass);
     slot->setValue(probeValue(valueClass));
     switch (operation) {
@@ -179,12 +179,12 @@ bool supports(ValueClass valueClass, SlotOperation operation) {
         case writeJson:
             return !isArray(valueClass) || valueClass == ValueClass::FloatArrayVariable;
         case sort:
-            // Sorting reports what it cannot do, so it is not tried out.
-            return valueClass != ValueClass::VectorArrayVariable &&
-                   valueClass != ValueClass::OrientationArrayVariable &&
-                   valueClass != ValueClass::SequenceArrayVariable;
+            break;
     }
-    return true;
+    // Sorting reports what it cannot do, so it is not tried out.
+    return valueClass != ValueClass::VectorArrayVariable &&
+           valueClass != ValueClass::OrientationArrayVariable &&
+           valueClass != ValueClass::SequenceArrayVariable;
 }
 
 }  // namespace KelvaneSDK

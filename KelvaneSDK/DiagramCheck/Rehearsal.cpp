@@ -44,6 +44,7 @@ Value valueOf(ValueType type, const Cast& cast, int batch) {
         case ValueType::String:
             return "text";
         case ValueType::Sequence:
+        case ValueType::SampleArray:  // of no stream
             return Sequence(samples);
         case ValueType::FloatArray:
             return listOf(x, 1.0);
@@ -58,11 +59,9 @@ Value valueOf(ValueType type, const Cast& cast, int batch) {
         case ValueType::StringArray:
             return listOf<String>("one", "two");
         case ValueType::SequenceArray:
-            return listOf<Sequence>(Sequence(samples), Sequence(samples));
-        case ValueType::SampleArray:
             break;
     }
-    return samples;
+    return listOf<Sequence>(Sequence(samples), Sequence(samples));
 }
 
 void rehearse(Kelvane& engine, const Cast& cast) {

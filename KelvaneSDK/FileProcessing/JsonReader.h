@@ -34,6 +34,8 @@ public:
     const std::size_t maximumDepth;
 
 private:
+    simdjson::error_code parsed(std::string_view text, simdjson::dom::element& root);
+
     simdjson::dom::parser parser;
 };
 

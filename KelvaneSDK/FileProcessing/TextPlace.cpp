@@ -13,12 +13,6 @@ namespace {
 
 constexpr std::size_t nowhere = std::numeric_limits<std::size_t>::max();
 
-struct NoVisitor {
-    void begin(std::size_t, bool) {}
-    void end() {}
-    void name(std::string_view) {}
-};
-
 // Member names of documents are ASCII; of the escapes only those that can spell them are read.
 std::string unescaped(std::string_view raw) {
     std::string name;
@@ -34,7 +28,7 @@ std::string unescaped(std::string_view raw) {
 }
 
 /// The values that pointers name, as a tree in which the scan walks along.
-class Places {
+class Places final : public JsonVisitor {
 public:
     /// The index of the node that stands for a pointer.
     std::size_t want(std::string_view pointer) {
@@ -57,7 +51,7 @@ public:
         return tree[node].offset == nowhere ? 0 : tree[node].offset;
     }
 
-    void begin(std::size_t offset, bool isContainer) {
+    void begin(std::size_t offset, bool isContainer) override {
         const std::size_t node = open.empty() ? 0 : child();
         if (node != nowhere) {
             if (tree[node].offset != nowhere) forget(node);
@@ -65,8 +59,8 @@ public:
         }
         if (isContainer) open.push_back({node, 0, {}});
     }
-    void end() { open.pop_back(); }
-    void name(std::string_view raw) { open.back().name = raw; }
+    void end() override { open.pop_back(); }
+    void name(std::string_view raw) override { open.back().name = raw; }
 
 private:
     struct Node {
@@ -110,15 +104,15 @@ private:
 }  // namespace
 
 std::optional<JsonFault> findJsonFault(std::string_view text, std::size_t maximumDepth) {
-    NoVisitor visitor;
-    return JsonScan(text, maximumDepth, visitor).run();
+    JsonVisitor nobody;
+    return scanJson(text, maximumDepth, nobody);
 }
 
 std::vector<std::size_t> offsetsOf(std::span<const std::string> pointers, std::string_view text) {
     Places places;
     std::vector<std::size_t> offsets;
     for (const auto& pointer : pointers) offsets.push_back(places.want(pointer));
-    JsonScan(text, nowhere, places).run();
+    scanJson(text, nowhere, places);
     for (auto& offset : offsets) offset = places.offset(offset);
     return offsets;
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/DiagramDocument.h"
+#include "support/Stops.h"
 
 namespace KelvaneSDK::testing_support {
 
@@ -82,13 +83,13 @@ TEST_F(ContainerTest, KeepsToItsPortsWhenASlotIsReplaced) {
 }
 
 TEST_F(ContainerTest, StopsWithoutContents) {
-    EXPECT_DEATH(container.initialize(), "init\\(\\) has not been implemented for Container class");
-    EXPECT_DEATH(Container().updatePorts(), "holds no node that could provide its output");
+    EXPECT_STOP(container.initialize(), "init\\(\\) has not been implemented for Container class");
+    EXPECT_STOP(Container().updatePorts(), "holds no node that could provide its output");
     low->connectOutput(*high->inputValues()[0]);
     high->connectOutput(*low->inputValues()[0]);
-    EXPECT_DEATH(container.updatePorts(), "\"Sensors\" holds no node");
+    EXPECT_STOP(container.updatePorts(), "\"Sensors\" holds no node");
     low->id.reset();
-    EXPECT_DEATH(container.getContainerInfo(), "a node without id .* needs an id");
+    EXPECT_STOP(container.getContainerInfo(), "a node without id .* needs an id");
 }
 
 }  // namespace KelvaneSDK::testing_support

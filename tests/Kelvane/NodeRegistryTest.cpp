@@ -4,6 +4,7 @@
 
 #include "KelvaneSDK/FunctionNode.h"
 #include "support/DiagramDocument.h"
+#include "support/Stops.h"
 
 namespace KelvaneSDK::testing_support {
 
@@ -76,12 +77,12 @@ TEST(NodeRegistryTest, AnApplicationMayBringClassesOfItsOwn) {
         EXPECT_EQ(engine->evaluate({1, {{"x", -1.0}}}).outputs.at("y"), Value(engine == &own ? 42.0 : 1.0));
     }
     EXPECT_EQ(own.nodeTypes().find(NodeCategory::Function, "Absolute")->family, "Own");
-    EXPECT_DEATH(own.registerNodes(functionFamily("Own", {entry<NamelessFunction>("")})), "class of the family \"Own\" has no type string");
-    EXPECT_DEATH(own.registerNodes({NodeCategory::InputStream, "Own", {entry<EmptyStream>("")}}), "no output slot");
-    EXPECT_DEATH(own.registerNodes({NodeCategory::VariableOutput, "Own", {entry<EmptyOutput>("")}}), "no input slot");
+    EXPECT_STOP(own.registerNodes(functionFamily("Own", {entry<NamelessFunction>("")})), "class of the family \"Own\" has no type string");
+    EXPECT_STOP(own.registerNodes({NodeCategory::InputStream, "Own", {entry<EmptyStream>("")}}), "no output slot");
+    EXPECT_STOP(own.registerNodes({NodeCategory::VariableOutput, "Own", {entry<EmptyOutput>("")}}), "no input slot");
     own.registerNodes({NodeCategory::InputStream, "Own", {entry<OwnFunction>("")}});
     document.add("Input stream", "Absolute");
-    EXPECT_DEATH(own.read(document.text(), true), "must be an InputStreamNode");
+    EXPECT_STOP(own.read(document.text(), true), "must be an InputStreamNode");
 }
 
 }  // namespace KelvaneSDK::testing_support

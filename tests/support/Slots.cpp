@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "support/DiagramDocument.h"
+#include "support/Stops.h"
 
 namespace KelvaneSDK::testing_support {
 
@@ -53,7 +54,7 @@ void expectOperations(std::initializer_list<OperationRow> rows) {
 
 void expectStops(std::initializer_list<OperationRow> rows) {
     for (const auto& row : rows) {
-        EXPECT_DEATH(apply(row.operation, row.left, row.right), "^FATAL: " + std::string(row.expected) + "\n$");
+        EXPECT_STOP(apply(row.operation, row.left, row.right), "^" + std::string(row.expected) + "$");
     }
 }
 

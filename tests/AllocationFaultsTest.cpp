@@ -234,7 +234,9 @@ TEST_F(AllocationFaultsTest, ARecordingIsReadUpToAWholeBatch) {
                               // The last one may lack what would have followed in it.
                               for (const auto& [label, value] : reading.batches.back().updates) EXPECT_EQ(value, all[count - 1].updates.at(label));
                               EXPECT_EQ(succeeded, reading.batches == all);
-                              if (!succeeded) EXPECT_EQ(reading.reader.failure()->diagnostic(), "ERROR: out of memory!");
+                              if (!succeeded) {
+                                  EXPECT_EQ(reading.reader.failure()->diagnostic(), "ERROR: out of memory!");
+                              }
                           });
     }
     using Batches = std::vector<KelvaneInput>;

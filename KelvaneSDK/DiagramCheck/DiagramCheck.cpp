@@ -86,6 +86,8 @@ void keepFatalOnlyIfCertain(std::vector<Finding>& findings, const DiagramInfo& i
     };
     if (&registry != &NodeRegistry::library() || std::none_of(findings.begin(), findings.end(), isTypeStop))
         return;
+    const auto mayNotEnd = [](const Finding& finding) { return finding.code == "restless-cycle"; };
+    if (std::any_of(findings.begin(), findings.end(), mayNotEnd)) return;
     const bool nothingElse = std::all_of(findings.begin(), findings.end(), [&](const Finding& finding) {
         return !finding.fatal || isTypeStop(finding);
     });
@@ -127,14 +129,14 @@ std::vector<Finding> outOfMemoryFinding() {
 
 std::vector<Finding> checkDiagram(std::string_view text, const NodeRegistry& registry) {
     auto outOfMemory = outOfMemoryFinding();
-    auto findings = withinMemory([&]() -> std::vector<Finding> {
-        DecodeFailure failure;
+    DecodeFailure failure;
+    const auto check = [&] {
         const auto data = DiagramData::decode(text, &failure);
-        if (data) return placed(findingsIn(data->info, registry), text);
-        if (failure.reason == outOfMemoryReason) return std::move(outOfMemory);
-        return {undecodable(text, failure)};
-    });
-    return findings ? std::move(*findings) : std::move(outOfMemory);
+        return data ? placed(findingsIn(data->info, registry), text)
+                    : std::vector{undecodable(text, failure)};
+    };
+    auto findings = withinMemory(check);
+    return findings && failure.reason != outOfMemoryReason ? std::move(*findings) : std::move(outOfMemory);
 }
 
 std::vector<Finding> checkDiagram(const DiagramInfo& info, const NodeRegistry& registry) {

@@ -88,6 +88,7 @@ bool isComputable(const CheckedNode& node) {
 
 // In all trials, and of one list.
 constexpr std::size_t mostElementsInAll = 16'000'000, mostElements = 1'000'000;
+constexpr double mostSeconds = 0.5;
 
 }  // namespace
 
@@ -154,13 +155,18 @@ void FixedValues::tryOut(NodeIndex function) {
     const auto node = nodeWithInputs(function);
     if (node == nullptr) return;
     EvaluationBudget budget;
-    budget.setLimits({std::min(mostElements, elementsLeft)});
+    budget.setLimits({std::min(mostElements, elementsLeft), mostSeconds});
+    budget.beginBatch();
     node->keepTo(budget);
     node->id = nodes[function].record->id;
     const auto prefix = node->nameInMessages() + ": ";
     auto reason = reasonOfStop([&] { node->process(); });
     if (reason) {
-        if (reason->find(beyondLimit) != std::string::npos) return;
+        if (reason->find(beyondLimit) != std::string::npos) {
+            // One such function is enough.
+            elementsLeft = 0;
+            return;
+        }
         stops[function] = reason->starts_with(prefix) ? reason->substr(prefix.size()) : std::move(*reason);
         return;
     }

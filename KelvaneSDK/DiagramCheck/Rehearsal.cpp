@@ -12,6 +12,8 @@ namespace {
 // Settling the order takes time in the square of their number.
 constexpr std::size_t mostFunctions = 2000;
 constexpr int batches = 6;
+// The time is a backstop: what may never end is not rehearsed.
+constexpr EvaluationLimits limits{100'000, 0.5};
 
 /// What the values of a rehearsal come from; a function that gets the types it expects does not stop on them.
 struct Cast {
@@ -87,11 +89,12 @@ bool stopsInEveryRehearsal(const DiagramInfo& document) {
     if (document.nodes.size() > mostFunctions) return true;
     const auto text = DiagramData{document}.encode();
     for (const Cast& cast : casts) {
-        const auto reason = reasonOfStop([&] {
+        const auto evaluate = [&] {
             Kelvane engine;
-            engine.setLimits({100'000});
+            engine.setLimits(limits);
             if (engine.read(text, true)) rehearse(engine, cast);
-        });
+        };
+        const auto reason = reasonOfStop(evaluate);
         if (!reason || reason->find(beyondLimit) != std::string::npos) return false;
     }
     return true;

@@ -13,10 +13,12 @@ namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-bool fitsIn64Bits(std::string_view digits, bool negative) {
+bool fitsIn64Bits(std::string_view integer) {
+    const bool isNegative = integer.starts_with('-');
     std::uint64_t magnitude = 0;
-    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
-    return result.ec == std::errc() && (!negative || magnitude <= std::uint64_t{1} << 63);
+    const auto result =
+        std::from_chars(integer.data() + (isNegative ? 1 : 0), integer.data() + integer.size(), magnitude);
+    return result.ec == std::errc() && (!isNegative || magnitude <= std::uint64_t{1} << 63);
 }
 
 // Whether "-0" stands there as a number of its own, or within a string as if it did.
@@ -39,24 +41,18 @@ std::string withSpecialIntegersAsDecimals(std::string_view text) {
     bool inString = false;
     for (std::size_t i = 0; i < text.size();) {
         const char c = text[i];
-        if (inString || !isDigit(c)) {
+        if (inString || !(isDigit(c) || c == '-')) {
             if (c == '"') inString = !inString;
             const std::size_t length = inString && c == '\\' && i + 1 < text.size() ? 2 : 1;
             changed += text.substr(i, length);
             i += length;
             continue;
         }
-        const auto end = std::min(text.find_first_not_of("0123456789", i), text.size());
-        changed += text.substr(i, end - i);
-        const char before = i == 0 ? ' ' : text[i - 1];
-        const bool startsNumber = before != '.' && before != 'e' && before != 'E' && before != '+' &&
-                                  !(before == '-' && i > 1 && (text[i - 2] == 'e' || text[i - 2] == 'E'));
-        const char after = end < text.size() ? text[end] : ' ';
-        const bool isInteger = startsNumber && after != '.' && after != 'e' && after != 'E';
-        const auto digits = text.substr(i, end - i);
-        const bool isNegativeZero = before == '-' && digits == "0";
-        if (isInteger && (isNegativeZero || !fitsIn64Bits(digits, before == '-'))) changed += "e0";
-        i = end;
+        const auto number = text.substr(i, text.find_first_not_of("0123456789+-.eE", i) - i);
+        changed += number;
+        const bool isInteger = number.find_first_of("+.eE") == std::string_view::npos;
+        if (isInteger && (number == "-0" || !fitsIn64Bits(number))) changed += "e0";
+        i += number.size();
     }
     return changed;
 }
@@ -108,9 +104,11 @@ std::optional<simdjson::dom::element> JsonReader::parse(std::string_view text, J
             break;
         case simdjson::MEMALLOC:
             throw std::bad_alloc();
-        case simdjson::CAPACITY:  // GCOV_EXCL_START: more than 4 GiB
+        // GCOV_EXCL_START: more than 4 GiB
+        case simdjson::CAPACITY:
             failure = {"", "the text is too large to be read"};
-            break;  // GCOV_EXCL_STOP
+            break;
+        // GCOV_EXCL_STOP
         default:
             failure = {"", "not JSON: brackets, commas or colons are out of place"};
             break;

@@ -61,6 +61,8 @@ TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
         {R"("vectorValue":{"x":-0,"y":0,"z":-0e0})", "Vector (x:-0.0,y:0.0,z:-0.0)"},
         {R"("sequenceValue":[{"t":-0 ,"f":-0}])", "Sequence [(t: -0.0, f: -0.0)]"},
         {R"("floatArrayValue":[-0,1e-0,-0.0,0,-0])", "Float array [-0.0,1.0,-0.0,0.0,-0.0]"},
+        {R"("floatArrayValue":[12345678901234567890E2,1E-0,-12345678901234567890,-0])",
+         "Float array [1.2345678901234568e+21,1.0,-1.2345678901234567e+19,-0.0]"},
         {R"("integerArrayValue":[-0,-010])", "53: not JSON: \",\" or \"]\" was expected"},
         {R"("integerArrayValue":[-0,-10],"x":"-0\"-0")", "Integer array [0, -10]"},
         {R"("stringValue":"-0,\"-0")", "String -0,\"-0"},

@@ -66,7 +66,7 @@ for octets, word in [
 
 # JSON that is no update.
 for broken, word in [
-        (b"[]", "an array"), (b'"x"', "a string"), (b"4", "a number"), (b"null", "null"), (b"{}", "timestamp"),
+        (b"[]", "an array"), (b'"x"', "a string"), (b"4", "a number"), (b"-0", "a number"), (b"null", "null"), (b"{}", "timestamp"),
         (b'{"name":"x","floatValue":1}', "timestamp"), (b'{"timestamp":null,"name":"x","floatValue":1}', "timestamp"),
         (b'{"timestamp":"4","name":"x","floatValue":1}', '"timestamp".*string'), (b'{"timestamp":[4],"name":"x"}', '"timestamp".*array'),
         (b'{"Timestamp":4,"name":"x","floatValue":1}', "timestamp"), (b'{"timestamp":4,"floatValue":1}', '"name"'),
@@ -85,7 +85,8 @@ for key, wrong in [
         ("sequenceValue", b"[[0,1]]"), ("sequenceValue", b'[{"t":0,"f":1},{}]'), ("sequenceValue", b'[{"t":null}]'), ("floatArrayValue", b"1"),
         ("floatArrayValue", b'[1,"2"]'), ("integerArrayValue", b"[1,2.5]"), ("integerArrayValue", b"[null]"), ("booleanArrayValue", b"[true,0]"),
         ("stringArrayValue", b'["a",5]'), ("vectorArrayValue", b'["1,2,3"]'), ("vectorArrayValue", b"[%s,{}]" % point),
-        ("orientationArrayValue", b"[%s]" % point), ("orientationArrayValue", point)]:
+        ("orientationArrayValue", b"[%s]" % point), ("orientationArrayValue", point), ("integerArrayValue", b'"1"'),
+        ("booleanArrayValue", b"true"), ("stringArrayValue", b'"a"'), ("vectorArrayValue", point), ("sequenceValue", b"7")]:
     line(f"kind: {key} is {wrong.decode()}", value(key, wrong), key)
 
 # Where the fault stands.

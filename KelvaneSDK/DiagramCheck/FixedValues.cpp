@@ -8,82 +8,8 @@ namespace KelvaneSDK {
 
 namespace {
 
-// Functions without memory, of which the same inputs give the same output in every batch.
-constexpr std::string_view computable[] = {"Absolute",
-                                           "Add",
-                                           "And",
-                                           "Array absolute",
-                                           "Average",
-                                           "Cap values",
-                                           "Clip",
-                                           "Convert to sequence",
-                                           "Cosine",
-                                           "Degrees to radians",
-                                           "Distance",
-                                           "Divide",
-                                           "Equal",
-                                           "Euler to quaternion",
-                                           "Float",
-                                           "Gate",
-                                           "Get element",
-                                           "Integer",
-                                           "Intersections",
-                                           "Inverse cosine",
-                                           "Inverse sine",
-                                           "Inverse tangent",
-                                           "Larger",
-                                           "Larger or equal",
-                                           "Limiter",
-                                           "Make quaternion",
-                                           "Make vector",
-                                           "Max",
-                                           "Maximum",
-                                           "Min",
-                                           "Minimum",
-                                           "Modulo",
-                                           "Multiply",
-                                           "Negate",
-                                           "Normalize quaternion",
-                                           "Normalize vector",
-                                           "Not",
-                                           "Number of elements",
-                                           "Or",
-                                           "Pass-through",
-                                           "Power",
-                                           "Quaternion",
-                                           "Quaternion angle",
-                                           "Quaternion axis",
-                                           "Quaternion to Euler",
-                                           "Radians to degrees",
-                                           "Rotation matrix to quaternion",
-                                           "Round",
-                                           "Select interval",
-                                           "Sequence timestamps",
-                                           "Sequence values",
-                                           "Shift elements",
-                                           "Shift time",
-                                           "Sine",
-                                           "Smaller",
-                                           "Smaller or equal",
-                                           "Subtract",
-                                           "Switch",
-                                           "Tangent",
-                                           "Vector angle",
-                                           "Vector cross product",
-                                           "Vector dot product",
-                                           "Vector length",
-                                           "Vector x-coordinate",
-                                           "Vector y-coordinate",
-                                           "Vector z-coordinate",
-                                           "Xor"};
-static_assert(std::is_sorted(std::begin(computable), std::end(computable)));
-
 bool isText(std::optional<ValueClass> valueClass) {
     return valueClass == ValueClass::StringValue || valueClass == ValueClass::StringArrayVariable;
-}
-
-bool isComputable(const CheckedNode& node) {
-    return std::binary_search(std::begin(computable), std::end(computable), node.record->typeString);
 }
 
 // In all trials, and of one list.
@@ -152,8 +78,11 @@ void FixedValues::tryOut(NodeIndex function) {
     const auto cost = elementsInto(function);
     if (cost > elementsLeft) return;
     elementsLeft -= cost;
-    const auto node = nodeWithInputs(function);
-    if (node == nullptr) return;
+    const auto* const nodeClass =
+        NodeRegistry::library().find(NodeCategory::Function, nodes[function].record->typeString);
+    if (nodeClass == nullptr) return;
+    const auto node = nodeClass->make();
+    if (!giveInputs(*node, function)) return;
     EvaluationBudget budget;
     budget.setLimits({std::min(mostElements, elementsLeft), mostSeconds});
     budget.beginBatch();
@@ -171,29 +100,24 @@ void FixedValues::tryOut(NodeIndex function) {
         return;
     }
     const auto* output = node->outputValue();
-    if (output == nullptr || !output->updated || !isComputable(nodes[function])) return;
+    if (nodeClass->hasState || output == nullptr || !output->updated) return;
     elementsLeft -= std::min(elementsLeft, output->payload()->elementCount());
     values[function] = *output->payload();
 }
 
-// On slots of the types that the document gives it; null when they cannot be had.
-std::unique_ptr<Node> FixedValues::nodeWithInputs(NodeIndex function) const {
-    const auto* const nodeClass =
-        NodeRegistry::library().find(NodeCategory::Function, nodes[function].record->typeString);
-    if (nodeClass == nullptr) return nullptr;
-    auto node = nodeClass->make();
+// On slots of the types that the document gives it; false when they cannot be had.
+bool FixedValues::giveInputs(Node& node, NodeIndex function) const {
     const std::size_t count = wiring.inputCount(function);
-    if (node->inputValues().size() != count) return nullptr;
+    if (node.inputValues().size() != count) return false;
     for (std::size_t i = 0; i < count; ++i) {
-        if (node->inputValues()[i]->isGenericSlot()) {
-            node->specializeGenericTypes(*makeSlot(wiring.inputClass(wiring.portOf(function, i))));
-        }
-        auto& slot = *node->inputValues()[i];
-        if (slot.valueClass() != wiring.inputClass(wiring.portOf(function, i))) return nullptr;
+        const auto slotClass = wiring.inputClass(wiring.portOf(function, i));
+        if (node.inputValues()[i]->isGenericSlot()) node.specializeGenericTypes(*makeSlot(slotClass));
+        auto& slot = *node.inputValues()[i];
+        if (slot.valueClass() != slotClass) return false;
         slot.setValue(*values[*sourceOf(function, i)]);
         slot.updated = true;
     }
-    return node;
+    return true;
 }
 
 }  // namespace KelvaneSDK

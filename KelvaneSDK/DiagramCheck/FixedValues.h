@@ -26,7 +26,7 @@ private:
     bool allInputsAreFixed(NodeIndex function) const;
     void tryOut(NodeIndex function);
     std::size_t elementsInto(NodeIndex function) const;
-    std::unique_ptr<Node> nodeWithInputs(NodeIndex function) const;
+    bool giveInputs(Node& node, NodeIndex function) const;
 
     const NodeTable& nodes;
     const Wiring& wiring;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "KelvaneSDK/Node.h"
@@ -16,6 +17,8 @@ struct NodeClass {
     std::function<std::unique_ptr<Node>()> make;
     /// One sentence in a diagram author's words.
     std::string_view description;
+    /// The class has a reset() of its own: what it gives may depend on earlier batches.
+    bool hasState = false;
     /// The family that lists the class ("Float signal"); set by the registry.
     std::string_view family = {};
 };
@@ -28,10 +31,13 @@ struct NodeFamily {
     std::vector<NodeClass> classes;
 };
 
+template <class NodeType>
+concept ResetsOnlySlots = std::is_same_v<decltype(&NodeType::reset), void (Node::*)()>;
+
 /// The row of a class in its family: entry<AddFunction>("a + b").
 template <class NodeType>
 NodeClass entry(std::string_view description) {
-    return {createNode<NodeType>, description};
+    return {createNode<NodeType>, description, !ResetsOnlySlots<NodeType>};
 }
 
 /// A family of function classes.

@@ -43,8 +43,9 @@ struct Finding {
 
 /// Everything that is wrong or suspicious in a document, in document order, without touching an engine. A
 /// document without fatal findings builds, and evaluates without a stop or hang that the document alone
-/// causes. Memory that runs out gives the one fatal finding "out-of-memory"; std::bad_alloc is thrown only
-/// when there is none even for that. Pure: any thread, prints nothing, never stops the program.
+/// causes; a value of a wrong type that its receiver reads only in some cases is an error, but not fatal.
+/// Memory that runs out gives the one fatal finding "out-of-memory"; std::bad_alloc is thrown only when there
+/// is none even for that. Pure: any thread, prints nothing, never stops the program.
 std::vector<Finding> checkDiagram(std::string_view text,
                                   const NodeRegistry& registry = NodeRegistry::library());
 

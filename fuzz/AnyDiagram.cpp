@@ -10,21 +10,10 @@ using namespace KelvaneSDK;
 namespace {
 
 double anyDouble(Choices& choices) {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    constexpr double special[] = {0.0,
-                                  -0.0,
-                                  1.0,
-                                  -1.0,
-                                  0.5,
-                                  1e308,
-                                  -1e308,
-                                  5e-324,
-                                  9223372036854775808.0,
-                                  1e-300,
-                                  4503599627370497.5,
-                                  infinity,
-                                  -infinity,
-                                  std::numeric_limits<double>::quiet_NaN()};
+    using Limits = std::numeric_limits<double>;
+    constexpr double infinity = Limits::infinity(), nan = Limits::quiet_NaN();
+    constexpr double special[] = {0.0,    -0.0,   1.0,    -1.0,         0.5,      1e308,     -1e308,
+                                  5e-324, 0x1p63, 1e-300, 0x1p52 + 1.5, infinity, -infinity, nan};
     return choices.flag() ? choices.oneOf(special) : choices.between(-20, 20) * 0.25;
 }
 
@@ -67,6 +56,15 @@ Sequence anySequence(Choices& choices) {
         samples.append({t, anyDouble(choices)});
     }
     return Sequence(samples.finish());
+}
+
+template <auto make>
+Value one(Choices& choices) {
+    return make(choices);
+}
+template <auto make>
+Value listOf(Choices& choices) {
+    return anyList(choices, make);
 }
 
 const std::string& anyName(Choices& choices, NodeCategory category) {
@@ -200,39 +198,12 @@ private:
 }  // namespace
 
 Value anyValue(Choices& choices, ValueType type) {
-    switch (type) {
-        case ValueType::Float:
-            return anyDouble(choices);
-        case ValueType::Integer:
-            return anyInteger(choices);
-        case ValueType::Boolean:
-            return anyBoolean(choices);
-        case ValueType::Vector:
-            return anyVector(choices);
-        case ValueType::Orientation:
-            return anyOrientation(choices);
-        case ValueType::String:
-            return anyText(choices);
-        case ValueType::Sequence:
-            return anySequence(choices);
-        case ValueType::FloatArray:
-            return anyList(choices, anyDouble);
-        case ValueType::IntegerArray:
-            return anyList(choices, anyInteger);
-        case ValueType::BooleanArray:
-            return anyList(choices, anyBoolean);
-        case ValueType::StringArray:
-            return anyList(choices, anyText);
-        case ValueType::VectorArray:
-            return anyList(choices, anyVector);
-        case ValueType::OrientationArray:
-            return anyList(choices, anyOrientation);
-        case ValueType::SequenceArray:
-            return anyList(choices, anySequence);
-        case ValueType::SampleArray:
-            break;
-    }
-    return anyList(choices, anySample);
+    // In the order of ValueType.
+    static constexpr Value (*makers[])(Choices&) = {
+        one<anyDouble>,  one<anyInteger>,   one<anyBoolean>,        one<anyVector>,      one<anyOrientation>,
+        one<anyText>,    one<anySequence>,  listOf<anyDouble>,      listOf<anyInteger>,  listOf<anyBoolean>,
+        listOf<anyText>, listOf<anyVector>, listOf<anyOrientation>, listOf<anySequence>, listOf<anySample>};
+    return makers[static_cast<std::size_t>(type)](choices);
 }
 
 DiagramInfo anyDiagram(Choices& choices, bool wild) { return DiagramMaker(choices).make(wild); }

@@ -1,65 +1,46 @@
-#include <cstdint>
-#include <limits>
-
 #include "support/FunctionTest.h"
 
 namespace KelvaneSDK::testing_support {
 
-namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr std::int64_t smallest = std::numeric_limits<std::int64_t>::min();
-constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
-
-// Two inputs of one type.
-FunctionCase ofTwo(std::string name, std::string function, std::string type, std::string outputType, std::vector<Step> steps) {
-    return {std::move(name), std::move(function), {type, type}, std::move(outputType), std::move(steps)};
-}
-
-FunctionCase comparing(std::string function, std::string name, std::string type, std::vector<Step> steps) {
-    return ofTwo(std::move(name), std::move(function), std::move(type), "Boolean", std::move(steps));
-}
-
-FunctionCase keeping(std::string name, std::string function, std::string type, std::vector<Step> steps) {
-    return ofTwo(std::move(name), std::move(function), type, type, std::move(steps));
-}
-
-FunctionCase scaling(std::string name, std::string type, std::vector<Step> steps) {
-    return {std::move(name), "Scale", {"Float", type}, type, std::move(steps)};
-}
-
-FunctionCase ofOne(std::string name, std::string function, std::string type, std::vector<Step> steps) {
-    return {std::move(name), std::move(function), {type}, type, std::move(steps)};
-}
-
+constexpr std::int64_t smallest = INT64_MIN, largest = INT64_MAX;
 const Orientation i{1, 0, 0, 0}, j{0, 1, 0, 0}, k{0, 0, 1, 0};
 
-}  // namespace
+const FunctionCase cases[] = {
+    {"Equal(Float, Float) > Boolean: Floats", {{{1., 1.}, true}, {{1., 2.}, false}, {{nan, nan}, false}}},
+    {"Equal(Float array, Float array) > Boolean: IsSilentAboutListsOfTwoLengths",
+     {{{Floats{1, 2}, Floats{1, 2}}, true}, {{Floats{1, 2}, Floats{1}}, none}, {{Floats{}, Floats{}}, true}}},
+    {"Equal(Float, Integer) > Boolean: IsSilentAboutTwoTypes", {{{1., 1}, none}}},
+    {"Larger(Float, Float) > Boolean: Floats", {{{2., 1.}, true}, {{1., 1.}, false}, {{1., 2.}, false}, {{nan, 1.}, false}}},
+    {"Smaller(Integer, Integer) > Boolean: Integers", {{{1, 2}, true}, {{1, 1}, false}, {{2, 1}, false}, {{smallest, largest}, true}}},
+    {"Larger or equal(String, String) > Boolean: Texts", {{{"b", "a"}, true}, {{"a", "a"}, true}, {{"a", "b"}, false}}},
+    {"Smaller or equal(Float, Float) > Boolean: Floats", {{{1., 2.}, true}, {{1., 1.}, true}, {{2., 1.}, false}, {{1., nan}, false}}},
+    {"Larger(Vector, Vector) > Boolean: IsSilentAboutVectors", {{{Vector{2, 2, 2}, Vector{}}, none}}},
+    // The signs of the zeros tell which input was taken.
+    {"Max(Float, Float) > Float: TakesTheSecondOfEquals", {{{0., -0.}, -0.}, {{-0., 0.}, 0.}, {{2., 1.}, 2.}, {{nan, 1.}, 1.}, {{1., nan}, nan}}},
+    {"Min(Float, Float) > Float: TakesTheSecondOfEquals", {{{0., -0.}, -0.}, {{-0., 0.}, 0.}, {{2., 1.}, 1.}, {{nan, 1.}, 1.}}},
+    {"Add(Float, Float) > Float: Floats", {{{1.5, 2.}, 3.5}, {{infinity, -infinity}, nan}}},
+    {"Add(Integer, Integer) > Integer: IntegersChecked", {{{2, 3}, 5}, {{largest, 1}, stops("addition overflows")}}},
+    {"Add(Boolean, Boolean) > Boolean: IsSilentAboutBooleans", {{{true, true}, none}}},
+    {"Add(Float, Integer) > Float: StopsAtAnotherType", {{{1., 1}, stops("input \"b\" holds a value of type Integer where Float is needed")}}},
+    {"Subtract(Float, Float) > Float: TakesTheSecondFromTheFirst", {{{5., 2.}, 3.}}},
+    {"Multiply(Orientation, Orientation) > Orientation: RotationsInOrder", {{{i, j}, k}, {{j, i}, Orientation{0, 0, -1, 0}}}},
+    {"Divide(Float, Float) > Float: FloatsByZero", {{{7., 2.}, 3.5}, {{1., 0.}, infinity}, {{0., 0.}, nan}}},
+    {"Divide(Integer, Integer) > Integer: IntegersTowardZero",
+     {{{7, -2}, -3}, {{1, 0}, stops("division is by zero")}, {{smallest, -1}, stops("overflows 64 bits")}}},
+    {"Scale(Float, Vector) > Vector: TakesTheFactorFirst", {{{2., Vector{1, 2, 3}}, Vector{2, 4, 6}}}},
+    {"Scale(Float, Integer) > Integer: TruncatesTheFactorOfIntegers",
+     {{{2.7, 10}, 20}, {{-1.9, 10}, -10}, {{nan, 10}, stops("scale factor nan is no 64-bit integer")}}},
+    {"Scale(Float, String) > String: IsSilentAboutTexts", {{{2., "a"}, none}}},
+    {"Negate(Float) > Float: Float", {{{1.5}, -1.5}, {{0.}, -0.}}},
+    {"Negate(Integer) > Integer: Integer", {{{5}, -5}, {{smallest}, stops("negation overflows")}}},
+    {"Negate(Boolean) > Boolean: IsNotForBooleans", {{{true}, false}, {{false}, true}}},
+    {"Negate(String) > String: IsSilentAboutTexts", {{{"a"}, none}}},
+    {"Adder(Float) > Float: AddsUpSinceTheReset", {{{1.}, 1.}, {{2.}, 3.}, {{3.}, 6.}, resetStep, {{10.}, 10.}, {{1.}, 11.}}},
+    {"Adder(String) > String: AddsUpTexts", {{{"a"}, "a"}, {{"b"}, "ab"}, {{"c"}, "abc"}}},
+    {"Adder(Boolean) > Boolean: PassesOnlyTheFirstBoolean", {{{true}, true}, {{true}, none}, {{true}, none}, resetStep, {{false}, false}}},
+};
 
-INSTANTIATE_TEST_SUITE_P(
-    Comparison, FunctionTest,
-    testing::Values(
-        comparing("Equal", "EqualFloats", "Float", {{{1., 1.}, true}, {{1., 2.}, false}, {{nan, nan}, false}}),
-        comparing("Equal", "EqualIsSilentAboutListsOfTwoLengths", "Float array",
-                  {{{List<double>{1, 2}, List<double>{1, 2}}, true},
-                   {{List<double>{1, 2}, List<double>{1}}, none},
-                   {{List<double>{}, List<double>{}}, true}}),
-        FunctionCase{"EqualIsSilentAboutTwoTypes", "Equal", {"Float", "Integer"}, "Boolean", {{{1., 1}, none}}},
-        comparing("Larger", "LargerFloats", "Float", {{{2., 1.}, true}, {{1., 1.}, false}, {{1., 2.}, false}, {{nan, 1.}, false}}),
-        comparing("Smaller", "SmallerIntegers", "Integer", {{{1, 2}, true}, {{1, 1}, false}, {{2, 1}, false}, {{smallest, largest}, true}}),
-        comparing("Larger or equal", "LargerOrEqualTexts", "String", {{{"b", "a"}, true}, {{"a", "a"}, true}, {{"a", "b"}, false}}),
-        comparing("Smaller or equal", "SmallerOrEqualFloats", "Float", {{{1., 2.}, true}, {{1., 1.}, true}, {{2., 1.}, false}, {{1., nan}, false}}),
-        comparing("Larger", "LargerIsSilentAboutVectors", "Vector", {{{Vector{2, 2, 2}, Vector{}}, none}})),
-    caseName);
-
-INSTANTIATE_TEST_SUITE_P(
-    Extremes, FunctionTest,
-    testing::Values(
-        // The signs of the zeros tell which input was taken.
-        keeping("MaxTakesTheSecondOfEquals", "Max", "Float", {{{0., -0.}, -0.}, {{-0., 0.}, 0.}, {{2., 1.}, 2.}, {{nan, 1.}, 1.}, {{1., nan}, nan}}),
-        keeping("MinTakesTheSecondOfEquals", "Min", "Float", {{{0., -0.}, -0.}, {{-0., 0.}, 0.}, {{2., 1.}, 1.}, {{nan, 1.}, 1.}})),
-    caseName);
+INSTANTIATE_TEST_SUITE_P(Basic, FunctionTest, testing::ValuesIn(cases), caseName);
 
 // An output that comes from the document is emitted again when the inputs cannot be compared.
 TEST(MaxFunctionTest, RepeatsItsOutputWhenTheInputsHaveNoOrder) {
@@ -82,39 +63,5 @@ TEST(MaxFunctionTest, RepeatsItsOutputWhenTheInputsHaveNoOrder) {
         }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Arithmetic, FunctionTest,
-    testing::Values(keeping("AddFloats", "Add", "Float", {{{1.5, 2.}, 3.5}, {{infinity, -infinity}, nan}}),
-                    keeping("AddIntegersChecked", "Add", "Integer", {{{2, 3}, 5}, {{largest, 1}, stops("addition overflows")}}),
-                    keeping("AddIsSilentAboutBooleans", "Add", "Boolean", {{{true, true}, none}}),
-                    FunctionCase{"AddStopsAtAnotherType",
-                                 "Add",
-                                 {"Float", "Integer"},
-                                 "Float",
-                                 {{{1., 1}, stops("input \"b\" holds a value of type Integer where Float is needed")}}},
-                    keeping("SubtractTakesTheSecondFromTheFirst", "Subtract", "Float", {{{5., 2.}, 3.}}),
-                    keeping("SubtractIsSilentAboutTexts", "Subtract", "String", {{{"ab", "b"}, none}}),
-                    keeping("MultiplyRotationsInOrder", "Multiply", "Orientation", {{{i, j}, k}, {{j, i}, Orientation{0, 0, -1, 0}}}),
-                    keeping("DivideFloatsByZero", "Divide", "Float", {{{7., 2.}, 3.5}, {{1., 0.}, infinity}, {{0., 0.}, nan}}),
-                    keeping("DivideIntegersTowardZero", "Divide", "Integer",
-                            {{{7, -2}, -3}, {{1, 0}, stops("division is by zero")}, {{smallest, -1}, stops("overflows 64 bits")}}),
-                    scaling("ScaleTakesTheFactorFirst", "Vector", {{{2., Vector{1, 2, 3}}, Vector{2, 4, 6}}}),
-                    scaling("ScaleTruncatesTheFactorOfIntegers", "Integer",
-                            {{{2.7, 10}, 20}, {{-1.9, 10}, -10}, {{nan, 10}, stops("scale factor nan is no 64-bit integer")}}),
-                    scaling("ScaleIsSilentAboutTexts", "String", {{{2., "a"}, none}}),
-                    ofOne("NegateFloat", "Negate", "Float", {{{1.5}, -1.5}, {{0.}, -0.}}),
-                    ofOne("NegateInteger", "Negate", "Integer", {{{5}, -5}, {{smallest}, stops("negation overflows")}}),
-                    ofOne("NegateIsNotForBooleans", "Negate", "Boolean", {{{true}, false}, {{false}, true}}),
-                    ofOne("NegateIsSilentAboutTexts", "Negate", "String", {{{"a"}, none}})),
-    caseName);
-
-INSTANTIATE_TEST_SUITE_P(Adder, FunctionTest,
-                         testing::Values(ofOne("AddsUpSinceTheReset", "Adder", "Float",
-                                               {{{1.}, 1.}, {{2.}, 3.}, {{3.}, 6.}, resetStep, {{10.}, 10.}, {{1.}, 11.}}),
-                                         ofOne("AddsUpTexts", "Adder", "String", {{{"a"}, "a"}, {{"b"}, "ab"}, {{"c"}, "abc"}}),
-                                         ofOne("PassesOnlyTheFirstBoolean", "Adder", "Boolean",
-                                               {{{true}, true}, {{true}, none}, {{true}, none}, resetStep, {{false}, false}})),
-                         caseName);
 
 }  // namespace KelvaneSDK::testing_support

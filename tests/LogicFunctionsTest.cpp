@@ -2,26 +2,15 @@
 
 namespace KelvaneSDK::testing_support {
 
-namespace {
+const FunctionCase cases[] = {
+    {"And(Boolean, Boolean) > Boolean: TruthTable", {{{false, false}, false}, {{false, true}, false}, {{true, false}, false}, {{true, true}, true}}},
+    {"Or(Boolean, Boolean) > Boolean: TruthTable", {{{false, false}, false}, {{false, true}, true}, {{true, false}, true}, {{true, true}, true}}},
+    {"Xor(Boolean, Boolean) > Boolean: TruthTable", {{{false, false}, false}, {{false, true}, true}, {{true, false}, true}, {{true, true}, false}}},
+    {"Not(Boolean) > Boolean: Negates", {{{false}, true}, {{true}, false}}},
+    {"Toggled(Boolean) > Boolean: MarksChanges", {{{true}, false}, {{true}, false}, {{false}, true}, {{false}, false}, {{true}, true}}},
+    {"Toggled(Boolean) > Boolean: ForgetsOnReset", {{{true}, false}, resetStep, {{false}, false}, {{true}, true}}},
+};
 
-FunctionCase ofTwo(std::string function, std::vector<Step> steps) {
-    return {"TruthTableOf" + function, function, {"Boolean", "Boolean"}, "Boolean", std::move(steps)};
-}
-
-FunctionCase ofOne(std::string name, std::string function, std::vector<Step> steps) {
-    return {std::move(name), std::move(function), {"Boolean"}, "Boolean", std::move(steps)};
-}
-
-}  // namespace
-
-INSTANTIATE_TEST_SUITE_P(
-    Logic, FunctionTest,
-    testing::Values(ofTwo("And", {{{false, false}, false}, {{false, true}, false}, {{true, false}, false}, {{true, true}, true}}),
-                    ofTwo("Or", {{{false, false}, false}, {{false, true}, true}, {{true, false}, true}, {{true, true}, true}}),
-                    ofTwo("Xor", {{{false, false}, false}, {{false, true}, true}, {{true, false}, true}, {{true, true}, false}}),
-                    ofOne("NotNegates", "Not", {{{false}, true}, {{true}, false}}),
-                    ofOne("ToggledMarksChanges", "Toggled", {{{true}, false}, {{true}, false}, {{false}, true}, {{false}, false}, {{true}, true}}),
-                    ofOne("ToggledForgetsOnReset", "Toggled", {{{true}, false}, resetStep, {{false}, false}, {{true}, true}})),
-    caseName);
+INSTANTIATE_TEST_SUITE_P(Logic, FunctionTest, testing::ValuesIn(cases), caseName);
 
 }  // namespace KelvaneSDK::testing_support

@@ -35,22 +35,19 @@ std::string codes(const Node& node) {
 
 constexpr auto genericCodes = "? [?] * f -> [?]";
 
-struct Adoption {
-    std::size_t input;
-    std::string source;
-    std::string codes;
-    std::optional<std::string> outputType;
-};
-
-const Adoption adoptions[] = {
-    {0, "Integer", "i [i] i f -> [i]", "Integer array"},     {0, "Vector array", "v [v] v f -> [v]", "Vector array"},
-    {1, "Float array", "f [f] [f] f -> [f]", "Float array"}, {1, "Boolean", "b [b] [b] f -> [b]", "Boolean array"},
-    {2, "String", "$ [$] $ f -> [$]", "String array"},       {3, "Float", genericCodes, std::nullopt},
-};
-
 }  // namespace
 
 TEST(NodeTest, GenericSlotsTakeOnTheTypeOfAConnectionAndFallBackWithIt) {
+    struct Adoption {
+        std::size_t input;
+        std::string source, codes;
+        std::optional<std::string> outputType;
+    };
+    const Adoption adoptions[] = {
+        {0, "Integer", "i [i] i f -> [i]", "Integer array"},     {0, "Vector array", "v [v] v f -> [v]", "Vector array"},
+        {1, "Float array", "f [f] [f] f -> [f]", "Float array"}, {1, "Boolean", "b [b] [b] f -> [b]", "Boolean array"},
+        {2, "String", "$ [$] $ f -> [$]", "String array"},       {3, "Float", genericCodes, std::nullopt},
+    };
     for (const auto& adoption : adoptions) {
         SCOPED_TRACE(adoption.source);
         const auto source = stream(adoption.source);
@@ -60,12 +57,9 @@ TEST(NodeTest, GenericSlotsTakeOnTheTypeOfAConnectionAndFallBackWithIt) {
         EXPECT_EQ(node->outputType, adoption.outputType);
         for (std::size_t i = 0; i < 4; ++i) {
             const auto& slot = *node->inputValues()[i];
-            EXPECT_EQ(slot.connectable, i != adoption.input);
-            EXPECT_EQ(slot.owner, node.get());
-            EXPECT_EQ(slot.index, i);
+            EXPECT_TRUE(slot.connectable == (i != adoption.input) && slot.owner == node.get() && slot.index == i);
         }
         ASSERT_EQ(source->connectedInputValues().size(), 1U);
-        EXPECT_EQ(source->connectedInputValues()[0], node->inputValues()[adoption.input]);
         source->disconnect(*source->connectedInputValues()[0]);
         EXPECT_EQ(codes(*node), genericCodes);
         EXPECT_EQ(node->outputType, std::nullopt);
@@ -102,15 +96,10 @@ TEST(NodeTest, TwoGenericNodesReportThatNoTypeIsKnown) {
 }
 
 TEST(NodeTest, TheOutputTypeOfADocumentFixesAGenericOutput) {
-    for (const auto type : {"Float", "Integer", "Vector", "Boolean", "Orientation", "String", "Sequence"}) {
-        for (const std::string suffix : {"", " array"}) {
-            const auto node = function("Add");
-            node->outputType = type + suffix;
-            node->resolveOutputType();
-            EXPECT_EQ(node->outputValue()->typeString(), type + suffix);
-            EXPECT_EQ(node->inputValues()[1]->typeString(), type + suffix);
-        }
-    }
+    const auto texts = function("Add");
+    texts->outputType = "String array";
+    texts->resolveOutputType();
+    EXPECT_EQ(codes(*texts), "[$] [$] -> [$]");
     CapturedDiagnostics captured;
     for (const auto* type : {"float array", "Generic value", ""}) {
         const auto node = function("Add");
@@ -169,15 +158,12 @@ TEST(NodeTest, ANodeMayFeedItself) {
 
 TEST(NodeTest, CompletionConsumesTheInputsAndStampsTheOutput) {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-    struct Case {
-        double a, b, expected;
-    };
-    for (const auto [a, b, expected] : {Case{-5, -1, 0}, Case{2, 7, 7}, Case{nan, 3, 3}, Case{3, nan, 3}}) {
+    for (const auto [a, b, expected] : {Vector{-5, -1, 0}, Vector{2, 7, 7}, Vector{nan, 3, 3}, Vector{3, nan, 3}}) {
         const auto x = stream("Float"), y = stream("Float"), node = function("Add");
         connect(*x, *node, 0);
         connect(*y, *node, 1);
-        EXPECT_FALSE(node->allInputsUpdated() || node->allInputsHaveValues());
         static_cast<InputStreamNode&>(*x).setValue(1.5, a);
+        EXPECT_FALSE(node->allInputsUpdated() || node->allInputsHaveValues());
         static_cast<InputStreamNode&>(*y).setValue(2.0, b);
         EXPECT_TRUE(node->allInputsUpdated() && node->allInputsHaveValues());
         node->process();
@@ -196,15 +182,13 @@ TEST(NodeTest, PropertiesOfEveryCategory) {
     EXPECT_EQ(make(NodeCategory::Constant, "Integer")->getProperties(), (Properties{{"Description", "Integer"}, {"OutputValue", "0"}}));
     const auto input = stream("Float"), output = make(NodeCategory::VariableOutput, "String");
     EXPECT_EQ(input->getProperties(), (Properties{{"Description", "Float"}, {"Forwarding", "true"}}));
-    EXPECT_EQ(output->getProperties(), (Properties{{"Description", "String"}, {"Hidden", "false"}}));
-
     CapturedDiagnostics captured;
     for (const auto* text : {"yes", "True", "1", ""}) {
         static_cast<InputStreamNode&>(*input).forwarding = true;
         input->setProperty("Forwarding", text);
         output->setProperty("Hidden", text);
-        EXPECT_FALSE(static_cast<InputStreamNode&>(*input).forwarding) << text;
-        EXPECT_FALSE(static_cast<VariableOutputNode&>(*output).hidden) << text;
+        EXPECT_EQ(input->getProperties()[1], (Property{"Forwarding", "false"})) << text;
+        EXPECT_EQ(output->getProperties(), (Properties{{"Description", "String"}, {"Hidden", "false"}})) << text;
     }
     output->setProperty("Hidden", "true");
     output->setProperty("Description", "result");
@@ -213,13 +197,9 @@ TEST(NodeTest, PropertiesOfEveryCategory) {
     output->setProperty("Color", "Blue");
     EXPECT_FALSE(output->color);
     EXPECT_TRUE(captured.lines.empty());
-
     output->setProperty("Forwarding", "true");
     input->setProperty("description", "x");
-    input->setProperty("OutputValue", "abc");
-    const std::vector<std::string> expected{"ERROR: unknown propertyName Forwarding!", "ERROR: unknown propertyName description!",
-                                            "ERROR: converting abc to Float failed!"};
-    EXPECT_EQ(captured.lines, expected);
+    EXPECT_EQ(captured.lines, (std::vector<std::string>{"ERROR: unknown propertyName Forwarding!", "ERROR: unknown propertyName description!"}));
     for (const auto color : allBodyColors()) EXPECT_EQ(bodyColorNamed(bodyColorName(color)), color);
 }
 

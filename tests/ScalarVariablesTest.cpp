@@ -38,58 +38,42 @@ constexpr ClassRow classes[]{
     {"[s]", "Sequence array", "Sequence", "Sequence array []", ""},
 };
 
-static std::string operationsOf(const TimestampedVariable& slot) {
+static std::string operationsOf(const Value& value) {
+    constexpr std::pair<char, std::string_view> letters[]{
+        {'a', "add"},      {'s', "subtract"},  {'m', "multiply"},         {'d', "divide"},          {'c', "scale"},  {'e', "isEqual"},
+        {'l', "isLarger"}, {'l', "isSmaller"}, {'l', "isSmallerOrEqual"}, {'l', "isLargerOrEqual"}, {'n', "negate"}, {'t', "sum"}};
     std::string found;
-    const auto note = [&](const auto& result, char letter) { found += result ? std::string(1, letter) : ""; };
-    note(slot.add(slot), 'a');
-    note(slot.subtract(slot), 's');
-    note(slot.multiply(slot), 'm');
-    note(slot.divide(slot), 'd');
-    note(slot.scale(2), 'c');
-    note(slot.isEqual(slot), 'e');
-    note(slot.isLarger(slot), 'l');
-    note(slot.isSmaller(slot), 'l');
-    note(slot.isSmallerOrEqual(slot), 'l');
-    note(slot.isLargerOrEqual(slot), 'l');
-    note(slot.negate(), 'n');
-    const auto* list = dynamic_cast<const ArrayVariable*>(&slot);
-    if (list != nullptr) note(list->sum(), 't');
+    for (const auto& [letter, operation] : letters) {
+        if (apply(operation, value, operation == "scale" ? Value(2.0) : value) != "absent") found += letter;
+    }
     return found;
 }
 
 TEST(ValueClass, EveryClassHasItsNamesCompanionDefaultAndOperations) {
-    for (std::size_t i = 0; i < std::size(classes); ++i) {
-        const auto& row = classes[i];
-        const auto valueClass = static_cast<Class>(i);
-        const auto slot = makeSlot(valueClass), filled = makeSlot(valueClass, true);
-        EXPECT_EQ(slot->valueClass(), valueClass);
-        EXPECT_EQ(slot->typeCode(), row.code);
-        EXPECT_EQ(slot->typeString(), row.name);
-        const bool isConcrete = !row.companion.empty();
-        const auto companion = isArray(valueClass) ? slot->baseType() : slot->arrayType();
-        EXPECT_EQ(companion ? typeString(*companion) : "", row.companion);
-        EXPECT_FALSE(isArray(valueClass) ? slot->arrayType() : slot->baseType());
-        EXPECT_EQ(concreteClassNamed(row.name), isConcrete ? std::optional(valueClass) : std::nullopt);
-        EXPECT_EQ(describe(slot->value()), "absent");
-        EXPECT_EQ(describe(filled->value()), row.defaultValue);
-        EXPECT_TRUE(slot->connectable && slot->timestamp == 0);
-        EXPECT_FALSE(slot->updated || slot->checked || slot->isConstant || slot->isTyped || slot->owner || slot->label);
-        if (valueClass == Class::IntegerValue) filled->setValue(Value(1));  // it is divided by itself
-        EXPECT_EQ(operationsOf(*filled), row.operations) << row.name;
-        EXPECT_EQ(filled->stringValue() == "<NO STRING CONVERSION>", !isConcrete || row.name == "Sequence array");
-    }
-}
-
-TEST(AdoptedType, GenericSlotsTakeTheElementOrTheArray) {
     const auto adopted = [](Class receiver, Class source) { return makeSlot(receiver)->adoptedType(*makeSlot(source)); };
     for (std::size_t i = 0; i < std::size(classes); ++i) {
-        const auto source = static_cast<Class>(i);
-        EXPECT_EQ(adopted(Class::TimestampedVariable, source), source);
-        EXPECT_EQ(adopted(Class::FloatValue, source), source);
-        if (classes[i].companion.empty()) continue;
-        const auto companion = *concreteClassNamed(classes[i].companion);
-        EXPECT_EQ(adopted(Class::ArrayVariable, source), isArray(source) ? source : companion);
-        EXPECT_EQ(adopted(Class::ValueVariable, source), isArray(source) ? companion : source);
+        const auto& row = classes[i];
+        SCOPED_TRACE(row.name);
+        const auto own = static_cast<Class>(i);
+        const auto slot = makeSlot(own), filled = makeSlot(own, true);
+        EXPECT_EQ(slot->valueClass(), own);
+        EXPECT_EQ(slot->typeCode(), row.code);
+        EXPECT_EQ(slot->typeString(), row.name);
+        EXPECT_EQ(describe(slot->value()), "absent");
+        EXPECT_EQ(describe(filled->value()), row.defaultValue);
+        if (own == Class::IntegerValue) filled->setValue(Value(1));  // it is divided by itself
+        EXPECT_EQ(filled->hasValue() ? operationsOf(*filled->value()) : "", row.operations);
+        const bool isConcrete = !row.companion.empty();
+        EXPECT_EQ(filled->stringValue() == "<NO STRING CONVERSION>", !isConcrete || row.name == "Sequence array");
+        EXPECT_EQ(concreteClassNamed(row.name), isConcrete ? std::optional(own) : std::nullopt);
+        EXPECT_EQ(adopted(Class::TimestampedVariable, own), own);
+        EXPECT_EQ(adopted(Class::FloatValue, own), own);
+        EXPECT_FALSE(isArray(own) ? slot->arrayType() : slot->baseType());
+        const auto companion = isArray(own) ? slot->baseType() : slot->arrayType();
+        EXPECT_EQ(companion ? typeString(*companion) : "", row.companion);
+        if (!isConcrete) continue;
+        EXPECT_EQ(adopted(Class::ArrayVariable, own), isArray(own) ? own : companion);
+        EXPECT_EQ(adopted(Class::ValueVariable, own), isArray(own) ? companion : own);
     }
     const std::string reason = "^a slot of type \"Array\" cannot adopt a type from one of type \"Generic v";
     EXPECT_STOP(adopted(Class::ArrayVariable, Class::ValueVariable), reason + "ariable\"$");
@@ -97,30 +81,20 @@ TEST(AdoptedType, GenericSlotsTakeTheElementOrTheArray) {
 }
 
 TEST(ScalarVariables, Operate) {
-    const Orientation i{1, 0, 0, 0}, j{0, 1, 0, 0}, q{1, 2, 3, 4};
+    const Orientation i{1, 0, 0, 0}, q{1, 2, 3, 4};
     const double nan = std::nan("");
     expectOperations({
-        {"divide", 1.0, 0.0, "Float inf"},
-        {"negate", 0.0, 0.0, "Float -0.0"},
-        {"isEqual", nan, nan, "false"},
         {"isEqual", 0.0, -0.0, "true"},
-        {"isEqual", 1.0, 1, "absent"},
         {"isLargerOrEqual", nan, nan, "false"},
-        {"isSmaller", 2.0, 1.0, "false"},
         {"subtract", INT64_MIN + 5, 5, "Integer -9223372036854775808"},
-        {"divide", 7, -2, "Integer -3"},
-        {"scale", 10, -1.9, "Integer -10"},
         {"scale", 1, -0x1p63, "Integer -9223372036854775808"},
         {"isLarger", INT64_MAX, INT64_MAX - 1, "true"},
         {"isEqual", 9007199254740993, 9007199254740992, "false"},
-        {"negate", true, 0.0, "Boolean false"},
         {"multiply", Vector{1, 2, 3}, Vector{4, 5, -6}, "Vector (x:4.0,y:10.0,z:-18.0)"},
         {"divide", Vector{1, 0, -3}, Vector{2, 0, 0}, "Vector (x:0.5,y:nan,z:-inf)"},
         {"add", q, Orientation{1, 1, 1, 1}, "Orientation (x:2.0,y:3.0,z:4.0,w:5.0)"},
         {"multiply", q, Orientation{5, 6, 7, 8}, "Orientation (x:24.0,y:48.0,z:48.0,w:-6.0)"},
-        {"multiply", j, i, "Orientation (x:0.0,y:0.0,z:-1.0,w:0.0)"},
         {"divide", i, Orientation{0, 2, 0, 0}, "Orientation (x:0.0,y:0.0,z:-0.5,w:0.0)"},
-        {"add", "ab", "c", "String abc"},
         {"isEqual", "caf\u00e9", "cafe\u0301", "true"},
         {"isLarger", "e\u0301", "z", "true"},  // these three: in one order even for bytes that are no text
         {"isLarger", "z", "f\xff", "true"},
@@ -155,15 +129,12 @@ TEST(ScalarVariablesDeathTest, MisuseAndIntegerOverflowStop) {
 TEST(ScalarVariables, ReadText) {
     expectParses({
         {9.0, " ( 2.5 , 7 ) ", "Float 2.5"},
-        {9.0, "2.5x", "Float 9.0", true},
         {9.0, "", "Float 9.0", true},
         {9, "(-42)", "Integer -42"},
         {9, "1.0", "Integer 9", true},
         {false, " true", "Boolean true"},
-        {Vector{}, "1,2,3", "Vector (x:1.0,y:2.0,z:3.0)"},
         {Vector{}, "1,2,3,", "Vector (x:0.0,y:0.0,z:0.0)", true},
         {Orientation{}, "(1, 2, 3, 4)", "Orientation (x:1.0,y:2.0,z:3.0,w:4.0)"},
-        {Orientation{}, "1,2,3", "Orientation (x:0.0,y:0.0,z:0.0,w:1.0)", true},
         {"old", "( {", "String ( {"},
     });
 }

@@ -1,8 +1,10 @@
 #include "support/FunctionTest.h"
-#include "support/Stops.h"
 
 #include <cmath>
-#include <cstring>
+#include <utility>
+
+#include "support/Slots.h"
+#include "support/Stops.h"
 
 namespace KelvaneSDK::testing_support {
 
@@ -23,76 +25,66 @@ Expectation approximately(Value value, double tolerance) {
 
 namespace {
 
-void appendNumbers(std::vector<double>& numbers, double x) { numbers.push_back(x); }
-void appendNumbers(std::vector<double>& numbers, const Sample& s) { numbers.insert(numbers.end(), {s.t, s.f}); }
-void appendNumbers(std::vector<double>& numbers, const Vector& v) { numbers.insert(numbers.end(), {v.x, v.y, v.z}); }
-void appendNumbers(std::vector<double>& numbers, const Orientation& q) { numbers.insert(numbers.end(), {q.x, q.y, q.z, q.w}); }
-void appendNumbers(std::vector<double>& numbers, const Sequence& sequence) {
-    for (const auto& sample : sequence.samples()) appendNumbers(numbers, sample);
+std::vector<double> componentsOf(const Value& value) {
+    if (const auto v = value.get<Vector>()) return {v->x, v->y, v->z};
+    if (const auto q = value.get<Orientation>()) return {q->x, q->y, q->z, q->w};
+    return {value.as<double>()};
 }
 
-template <class Item>
-void appendItems(std::vector<double>& numbers, const Value& value) {
-    for (const auto& item : value.items<Item>()) appendNumbers(numbers, item);
+bool matches(const Expectation& expected, const std::optional<Value>& found) {
+    if (expected.tolerance == 0) return describe(expected.value) == describe(found);
+    if (!found || found->type() != expected.value->type()) return false;
+    const auto a = componentsOf(*expected.value), b = componentsOf(*found);
+    return std::equal(a.begin(), a.end(), b.begin(), [&](double x, double y) { return std::fabs(x - y) <= expected.tolerance; });
 }
 
-// All doubles in a value, so that NaN can equal NaN and tolerances apply; empty for values without doubles.
-std::vector<double> numbersOf(const Value& value) {
-    std::vector<double> numbers;
-    if (const auto x = value.get<double>()) appendNumbers(numbers, *x);
-    if (const auto v = value.get<Vector>()) appendNumbers(numbers, *v);
-    if (const auto q = value.get<Orientation>()) appendNumbers(numbers, *q);
-    appendItems<Sample>(numbers, value);
-    appendItems<double>(numbers, value);
-    appendItems<Vector>(numbers, value);
-    appendItems<Orientation>(numbers, value);
-    appendItems<Sequence>(numbers, value);
-    return numbers;
+// Takes what comes before the mark, and the mark.
+std::string take(std::string& text, std::string_view mark) {
+    const auto end = text.find(mark);
+    if (end == text.npos) return std::exchange(text, {});
+    const auto taken = text.substr(0, end);
+    text.erase(0, end + mark.size());
+    return taken;
 }
 
-bool matches(const Value& expected, const Value& found, double tolerance) {
-    if (expected.type() != found.type()) return false;
-    const auto a = numbersOf(expected), b = numbersOf(found);
-    if (a.empty() && b.empty()) return getValueString(expected) == getValueString(found);
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](double x, double y) {
-        if (std::isnan(x) || std::isnan(y)) return std::isnan(x) && std::isnan(y);
-        return tolerance > 0 ? std::fabs(x - y) <= tolerance : x == y && std::signbit(x) == std::signbit(y);
-    });
-}
-
-std::string describe(const std::optional<Value>& value) {
-    return value ? std::string(valueTypeName(value->type())) + " " + getValueString(*value) : "no output";
-}
-
-std::string documentFor(const FunctionCase& parameters) {
+std::string documentFor(std::string title) {
     DiagramDocument document;
-    std::vector<std::int64_t> streams;
-    for (std::size_t i = 0; i < parameters.inputTypes.size(); ++i) {
-        streams.push_back(document.stream(parameters.inputTypes[i], "in" + std::to_string(i)));
+    auto last = document.function(take(title, "("));
+    auto inputs = take(title, ") > "), way = take(title, ": ");
+    for (std::int64_t i = 0; !inputs.empty(); ++i) {
+        document.connect(document.stream(take(inputs, ", "), "in" + std::to_string(i)), last, i);
     }
-    auto last = document.function(parameters.function);
-    for (std::size_t i = 0; i < streams.size(); ++i) {
-        document.connect(streams[i], last, static_cast<std::int64_t>(i));
-    }
-    if (!parameters.next.empty()) {
-        const auto next = document.function(parameters.next);
+    while (!way.empty()) {
+        const auto step = take(way, " > ");
+        const auto next = way.empty() ? document.output(step, "out") : document.function(step);
         document.connect(last, next);
         last = next;
     }
-    document.connect(last, document.output(parameters.outputType, "out"));
     return document.text();
 }
 
 }  // namespace
 
+std::string caseName(const testing::TestParamInfo<FunctionCase>& info) {
+    auto shows = info.param.title;
+    auto name = take(shows, "(");
+    take(shows, ": ");
+    name += "_" + shows;
+    std::erase_if(name, [](char c) { return c == ' ' || c == '-'; });
+    return name;
+}
+
 TEST_P(FunctionTest, GivesTheOutputsOfItsTable) {
-    const FunctionCase& parameters = GetParam();
-    Kelvane engine;
-    ASSERT_TRUE(engine.read(documentFor(parameters), true));
+    const auto start = [document = documentFor(GetParam().title)] {
+        auto engine = std::make_unique<Kelvane>();
+        EXPECT_TRUE(engine->read(document, true));
+        return engine;
+    };
+    auto engine = start();
     double number = 0;
-    for (const Step& step : parameters.steps) {
+    for (const Step& step : GetParam().steps) {
         if (step.isReset) {
-            engine.reset();
+            engine->reset();
             continue;
         }
         KelvaneInput input{step.timestamp.value_or(++number), {}};
@@ -101,15 +93,14 @@ TEST_P(FunctionTest, GivesTheOutputsOfItsTable) {
         }
         SCOPED_TRACE("at timestamp " + std::to_string(input.timestamp));
         if (!step.expected.stopReason.empty()) {
-            EXPECT_STOP(engine.evaluate(input), "node [0-9]+ .*" + step.expected.stopReason);
+            EXPECT_STOP(engine->evaluate(input), "node [0-9]+ .*" + step.expected.stopReason);
+            engine = start();
             continue;
         }
-        const auto output = engine.evaluate(input);
+        const auto output = engine->evaluate(input);
         const auto found = output.outputs.find("out");
         const auto value = found == output.outputs.end() ? std::nullopt : std::optional(found->second);
-        const bool same = value && step.expected.value ? matches(*step.expected.value, *value, step.expected.tolerance)
-                                                       : value.has_value() == step.expected.value.has_value();
-        EXPECT_TRUE(same) << "expected " << describe(step.expected.value) << ", found " << describe(value);
+        EXPECT_TRUE(matches(step.expected, value)) << "expected " << describe(step.expected.value) << ", found " << describe(value);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,6 +12,10 @@
 namespace KelvaneSDK::testing_support {
 
 inline constexpr std::nullopt_t none = std::nullopt;
+inline constexpr double infinity = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
+
+using Floats = List<double>;
+using Integers = List<std::int64_t>;
 
 /// What a step is expected to bring: a value, nothing, or the end of the program.
 struct Expectation {
@@ -23,7 +28,8 @@ struct Expectation {
     std::string stopReason;
 };
 
-/// The step stops the program with a reason that contains this text (a regular expression).
+/// The step stops the program with a reason that contains this text (a regular expression). The next one is the first of a
+/// new engine.
 Expectation stops(std::string reason);
 /// The number, or every component of the value, is this close.
 Expectation approximately(Value value, double tolerance);
@@ -42,16 +48,15 @@ extern const Step resetStep;
 
 /// A function driven through a diagram: a stream per input, the function, a variable output.
 struct FunctionCase {
-    std::string name;
-    std::string function;
-    std::vector<std::string> inputTypes;
-    std::string outputType;
+    /// "Delay(Float, Float) > Float: DropsWhatLiesFurtherBack": the function, the types of its inputs and of the
+    /// output, and what the case shows. "Delay(Float, Float) > Timestamp > Float: ..." reads the output through
+    /// another function.
+    std::string title;
     std::vector<Step> steps;
-    /// A function between the node and the variable output.
-    std::string next = {};
 };
 
-inline std::string caseName(const testing::TestParamInfo<FunctionCase>& info) { return info.param.name; }
+/// Without spaces, the function's name and what the case shows.
+std::string caseName(const testing::TestParamInfo<FunctionCase>& info);
 
 class FunctionTest : public testing::TestWithParam<FunctionCase> {};
 

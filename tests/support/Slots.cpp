@@ -41,7 +41,7 @@ std::string apply(std::string_view operation, const Value& left, const Value& ri
     if (operation == "isSmallerOrEqual") return describe(a->isSmallerOrEqual(*b));
     if (operation == "isLargerOrEqual") return describe(a->isLargerOrEqual(*b));
     if (operation == "stringValue") return a->stringValue();
-    if (operation == "sum") return describe(list->sum());
+    if (operation == "sum") return describe(list != nullptr ? list->sum() : std::nullopt);
     if (operation == "sorted") return describe(list->sorted(right == Value("descending")));
     return "no such operation";
 }

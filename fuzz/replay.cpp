@@ -1,4 +1,5 @@
-// Feeds the files in the folders given to a fuzz target, in the order of their names; folders may be missing.
+// replay COUNT FOLDER...: feeds a fuzz target the files in the folders, in the order of their names, and then
+// so many inputs of random bytes, which are always the same. Folders may be missing.
 
 #include <algorithm>
 #include <cstdint>
@@ -6,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -13,7 +15,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 
 int main(int argc, char** argv) {
     std::vector<std::filesystem::path> files;
-    for (int i = 1; i < argc; ++i) {
+    if (argc < 3) return 2;
+    const int randomInputs = std::stoi(argv[1]);
+    for (int i = 2; i < argc; ++i) {
         if (!std::filesystem::is_directory(argv[i])) continue;
         for (const auto& entry : std::filesystem::directory_iterator(argv[i])) files.push_back(entry.path());
     }
@@ -24,6 +28,13 @@ int main(int argc, char** argv) {
         const std::string bytes((std::istreambuf_iterator<char>(file)), {});
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
     }
-    std::fprintf(stderr, "%zu inputs\n", files.size());
+    std::mt19937 random(1);
+    for (int i = 0; i < randomInputs; ++i) {
+        std::fprintf(stderr, "random input %d\n", i);
+        std::vector<std::uint8_t> bytes(random() % 512);
+        std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(random()); });
+        LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+    }
+    std::fprintf(stderr, "%zu files, %d random inputs\n", files.size(), randomInputs);
     return files.empty() ? 1 : 0;
 }

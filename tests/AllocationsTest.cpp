@@ -7,12 +7,8 @@
 
 namespace KelvaneSDK::testing_support {
 
-namespace {
-
 using Floats = List<double>;
 using Texts = List<String>;
-
-}  // namespace
 
 TEST(Allocations, ScalarsAreCopiedAndForwardedWithoutAny) {
     for (const Value& value : {Value(1.5), Value(2), Value(true), Value(Vector{1, 2, 3}), Value(Orientation{})}) {
@@ -66,15 +62,12 @@ TEST(ArrayFunctions, AllocateANewListOnceAndNothingElse) {
               {"Array absolute", {Floats{1, 2, 3}}, 1},
               {"Get element", {1, Texts{"a", "b"}}, 0},
               {"Maximum", {Floats{1, 2, 3}}, 0}};
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.function);
-        const auto node = NodeRegistry::library().find(NodeCategory::Function, testCase.function)->make();
-        for (std::size_t i = 0; i < testCase.inputs.size(); ++i) {
-            node->inputValues()[i]->setValue(testCase.inputs[i]);
-        }
+    for (const auto& [function, inputs, expected] : cases) {
+        const auto node = NodeRegistry::library().find(NodeCategory::Function, function)->make();
+        for (std::size_t i = 0; i < inputs.size(); ++i) node->inputValues()[i]->setValue(inputs[i]);
         const long before = allocations();
         node->process();
-        EXPECT_EQ(allocations() - before, testCase.expected);
+        EXPECT_EQ(allocations() - before, expected) << function;
     }
 }
 

@@ -34,18 +34,6 @@ struct FaultsCase {
     friend void PrintTo(const FaultsCase& row, std::ostream* out) { *out << row.name; }
 };
 
-/// Sets a variable for the processes that begin while it lives.
-class Variable {
-public:
-    Variable(const char* variable, const std::string& value) : name(variable) { ::setenv(name, value.c_str(), 1); }
-    ~Variable() { ::unsetenv(name); }
-    Variable(const Variable&) = delete;
-    Variable& operator=(const Variable&) = delete;
-
-private:
-    const char* name;
-};
-
 class ToolFaultsTest : public testing::TestWithParam<FaultsCase> {
 protected:
     void SetUp() override {
@@ -67,9 +55,14 @@ protected:
         directory.write("out.jsonl", "old\n");
         directory.write("standard-output", "");
         const int witness = ::memfd_create("witness", 0);
-        const Variable library("LD_PRELOAD", KELVANE_FAULTY_IO), sanitizer("ASAN_OPTIONS", "verify_asan_link_order=0"),
-            fault("KELVANE_FAULT", call + " " + std::to_string(number) + " " + kind + " " + std::to_string(witness));
+        const std::pair<const char*, std::string> variables[]{
+            {"LD_PRELOAD", KELVANE_FAULTY_IO},
+            {"ASAN_OPTIONS", "verify_asan_link_order=0"},
+            {"KELVANE_FAULT", call + " " + std::to_string(number) + " " + kind + " " + std::to_string(witness)},
+        };
+        for (const auto& [name, value] : variables) ::setenv(name, value.c_str(), 1);
         ToolProcess tool(arguments, directory.path("standard-output"));
+        for (const auto& [name, value] : variables) ::unsetenv(name);
         auto outcome = tool.finish();
         outcome.output = directory.content(writesFile ? "out.jsonl" : "standard-output");
         hasStruck = ::lseek(witness, 0, SEEK_END) > 0;
@@ -89,14 +82,12 @@ protected:
             EXPECT_TRUE(undisturbed.messages.starts_with(outcome.messages)) << outcome.messages;
             return;
         }
-        const bool isRead = call == "open" || call == "read";
-        const std::string reason = std::string(": ") + std::strerror(kind == "EIO" ? EIO : ENOSPC) + "\n";
-        const auto tells = [&](const std::string& name) {
-            return outcome.messages.ends_with((isRead ? "kelvane: cannot read " : "kelvane: cannot write ") + name + reason);
+        const auto tells = [&](const std::string& act) {
+            return outcome.messages.ends_with("kelvane: cannot " + act + ": " + std::strerror(kind == "EIO" ? EIO : ENOSPC) + "\n");
         };
-        EXPECT_TRUE(isRead ? tells("sum.json") || tells(directory.path("long.jsonl"))
-                           : tells(writesFile ? directory.path("out.jsonl") : "standard output"))
-            << outcome.messages;
+        const bool isTold = call == "open" || call == "read" ? tells("read sum.json") || tells("read " + directory.path("long.jsonl"))
+                                                             : tells("write " + (writesFile ? directory.path("out.jsonl") : "standard output"));
+        EXPECT_TRUE(isTold) << outcome.messages;
     }
 
     TestDirectory directory;
@@ -130,17 +121,17 @@ TEST_P(ToolFaultsTest, LoseNothingUntold) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Faults, ToolFaultsTest,
-                         testing::Values(FaultsCase{"Run", {"run", "sum.json", "./long.jsonl"}, "open read write"},
-                                         FaultsCase{"RunThatKeepsGoing", {"run", "sum.json", "./long.jsonl", "--keep-going"}, "open read write"},
-                                         FaultsCase{"RunIntoAFile",
-                                                    {"run", "sum.json", "./long.jsonl", "-o", "./out.jsonl"},
-                                                    "open read write mkostemp fsync close rename"},
-                                         FaultsCase{"Check", {"check", "sum.json", "--recording", "./long.jsonl"}, "open read write"},
-                                         FaultsCase{"Info", {"info", "sum.json"}, "open read write"},
-                                         FaultsCase{"Export", {"export", "sum.json"}, "open read write"},
-                                         FaultsCase{"Functions", {"functions"}, "write"}, FaultsCase{"Help", {"--help"}, "write"}),
-                         [](const auto& row) { return row.param.name; });
+const FaultsCase cases[]{
+    {"Run", {"run", "sum.json", "./long.jsonl"}, "open read write"},
+    {"RunThatKeepsGoing", {"run", "sum.json", "./long.jsonl", "--keep-going"}, "open read write"},
+    {"RunIntoAFile", {"run", "sum.json", "./long.jsonl", "-o", "./out.jsonl"}, "open read write mkostemp fsync close rename"},
+    {"Check", {"check", "sum.json", "--recording", "./long.jsonl"}, "open read write"},
+    {"Info", {"info", "sum.json"}, "open read write"},
+    {"Export", {"export", "sum.json"}, "open read write"},
+    {"Functions", {"functions"}, "write"},
+    {"Help", {"--help"}, "write"},
+};
+INSTANTIATE_TEST_SUITE_P(Faults, ToolFaultsTest, testing::ValuesIn(cases), [](const auto& row) { return row.param.name; });
 
 }  // namespace
 

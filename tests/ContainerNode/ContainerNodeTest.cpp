@@ -33,7 +33,6 @@ protected:
             node->resolveOutputType();
         }
         container.descriptionString = "Sensors";
-        container.position = {10, 20};
         container.nodes = {low.get(), high.get()};
     }
 };

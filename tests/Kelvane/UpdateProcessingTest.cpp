@@ -1,89 +1,20 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
-#include <map>
-#include <random>
 #include <thread>
 
 #include "KelvaneSDK/FunctionNode.h"
 #include "support/DiagramDocument.h"
-#include "support/PlainEngine.h"
 
 namespace KelvaneSDK::testing_support {
 
 namespace {
 
-// Diagrams of float and boolean nodes without cycles, listed in any order; some inputs are left open, some
-// are fed twice, and the outputs share labels with each other and with the streams.
-class RandomDiagram {
-public:
-    explicit RandomDiagram(unsigned seed) : random(seed) {
-        for (const std::string label : {"f", "g", "h"}) {
-            sources["Float"].push_back(document.stream("Float", label));
-            if (chance(2)) document.property(sources["Float"].back(), "Forwarding", "true");
-        }
-        sources["Float"].push_back(document.constant("Float", "1.5"));
-        sources["Boolean"] = {document.stream("Boolean", "b"), document.constant("Boolean", "true")};
-        for (auto count = 1 + random() % 9; count > 0; --count) {
-            const auto& [name, inputs, output] = functions[random() % std::size(functions)];
-            const auto id = document.function(name);
-            document.outputType(id, output);
-            for (std::size_t input = 0; input < inputs.size(); ++input) {
-                if (chance(20)) continue;
-                do connectFrom(inputs[input], id, static_cast<std::int64_t>(input));
-                while (chance(8));
-            }
-            sources[output].push_back(id);
-        }
-        for (const auto* label : {"f", "x", "h", "x", "y"}) {
-            const auto id = document.output("Float", label);
-            if (chance(6)) document.property(id, "Hidden", "true");
-            connectFrom("Float", id, 0);
-        }
-        std::shuffle(document.data.info.nodes.begin(), document.data.info.nodes.end(), random);
-    }
-
-    KelvaneInput batch(double timestamp) {
-        KelvaneInput input{timestamp, {}};
-        for (const auto* label : {"f", "g", "h", "b", "unknown"}) {
-            const bool asBoolean = (*label == 'b') != chance(12);
-            if (chance(3)) continue;
-            input.updates.emplace(label, asBoolean ? Value(chance(2)) : Value(static_cast<double>(random() % 9)));
-        }
-        return input;
-    }
-
-    DiagramDocument document;
-
-private:
-    struct Function {
-        std::string name;
-        std::vector<std::string> inputs;
-        std::string output;
-    };
-    inline static const Function functions[] = {
-        {"Add", {"Float", "Float"}, "Float"},
-        {"Max", {"Float", "Float"}, "Float"},
-        {"Gate", {"Boolean", "Float"}, "Float"},
-        {"Pass updated", {"Float", "Float"}, "Float"},
-        {"Trigger", {"Boolean", "Float"}, "Float"},
-        {"Switch", {"Boolean", "Float", "Float"}, "Float"},
-        {"Larger", {"Float", "Float"}, "Boolean"},
-        {"Negate", {"Boolean"}, "Boolean"},
-        {"Adder", {"Float"}, "Float"},
-        {"Timestamp", {"Float"}, "Float"},
-    };
-
-    bool chance(unsigned oneIn) { return random() % oneIn == 0; }
-    void connectFrom(const std::string& type, std::int64_t to, std::int64_t input) {
-        document.connect(sources[type][random() % sources[type].size()], to, input);
-    }
-
-    std::mt19937 random;
-    std::map<std::string, std::vector<std::int64_t>> sources;
-};
+std::vector<std::int64_t> orderOf(const Kelvane& engine) {
+    std::vector<std::int64_t> ids;
+    for (const auto* node : engine.getFunctionNodes()) ids.push_back(*node->id);
+    return ids;
+}
 
 class SlowFunction final : public FunctionNode {
 public:
@@ -98,31 +29,6 @@ public:
 
 }  // namespace
 
-TEST(UpdateProcessingTest, EvaluatesAsThePlainDescriptionSays) {
-    CapturedDiagnostics captured;
-    for (unsigned seed = 0; seed < 500 && !testing::Test::HasFailure(); ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        RandomDiagram diagram(seed);
-        Kelvane engine;
-        ASSERT_TRUE(engine.read(diagram.document.text(), true));
-        PlainEngine plain(diagram.document.text());
-        for (int number = 1; number <= 6; ++number) {
-            if (number == 5) {
-                engine.reset();
-                plain.engine.reset();
-            }
-            const auto batch = diagram.batch(number);
-            captured.lines.clear();
-            const auto output = engine.evaluate(batch);
-            const auto lines = std::exchange(captured.lines, {});
-            EXPECT_EQ(output, plain.evaluate(batch));
-            EXPECT_EQ(lines, captured.lines);
-            EXPECT_EQ(idsOf(engine.getFunctionNodes()), idsOf(plain.order));
-            EXPECT_EQ(stateOf(engine), stateOf(plain.engine));
-        }
-    }
-}
-
 TEST(UpdateProcessingTest, TheSettledOrderPersists) {
     auto document = DiagramDocument::chain("Absolute");
     const auto first = document.function("Absolute");
@@ -131,12 +37,10 @@ TEST(UpdateProcessingTest, TheSettledOrderPersists) {
     Kelvane engine;
     engine.read(document.text(), true);
     const std::vector<std::int64_t> settled{first, 2};
-    EXPECT_NE(idsOf(engine.getFunctionNodes()), settled);
-    engine.evaluate({1, {}});
-    EXPECT_EQ(idsOf(engine.getFunctionNodes()), settled);
+    EXPECT_NE(orderOf(engine), settled);
+    EXPECT_EQ(engine.evaluate({1, {{"x", -2.0}}}).outputs, (LabelledValues{{"y", 2.0}}));
     engine.reset();
-    EXPECT_EQ(engine.evaluate({2, {{"x", -2.0}}}).outputs, (LabelledValues{{"y", 2.0}}));
-    EXPECT_EQ(idsOf(engine.getFunctionNodes()), settled);
+    EXPECT_EQ(orderOf(engine), settled);
 }
 
 TEST(UpdateProcessingTest, OutputsFeedTheStreamsOfTheirLabel) {
@@ -145,10 +49,10 @@ TEST(UpdateProcessingTest, OutputsFeedTheStreamsOfTheirLabel) {
     const auto again = document.stream("Float", "again"), counter = document.function("Update counter");
     document.property(3, "Description", "again");
     document.property(3, "Hidden", "true");
+    document.function("Add", "holds nothing up without connections");
     document.connect(again, counter);
     document.connect(counter, document.output("Integer", "count"));
-    const auto results = std::make_shared<Results>();
-    Kelvane engine(results);
+    Kelvane engine;
     engine.read(document.text(), true);
     EXPECT_EQ(engine.evaluate({1, {{"x", 1.0}}}).outputs, (LabelledValues{{"count", 1}}));
     engine.setVariableOutputHidden("again", false);
@@ -174,12 +78,11 @@ TEST(UpdateProcessingTest, BatchesThatComeTooSoonAreSkipped) {
     Kelvane engine(results);
     engine.registerNodes(functionFamily("Test", {entry<SlowFunction>("sleeps")}));
     engine.read(DiagramDocument::chain("Slow").text(), true);
-    struct Step {
+    const struct {
         double timestamp;
         std::size_t outputs;
         std::int64_t skipped;
-    };
-    const Step steps[] = {
+    } steps[] = {
         {1e-9, 1, 0},                              // the first is compared with no time at all
         {1e-9 + 1e-6, 0, 1},                       // sooner than the last evaluation took
         {1e-9 + 2e-6, 1, 1},                       // always evaluated after a skipped one
@@ -192,10 +95,8 @@ TEST(UpdateProcessingTest, BatchesThatComeTooSoonAreSkipped) {
         EXPECT_EQ(results->outputs.back().outputs.size(), outputs);
         EXPECT_EQ(engine.getFramesSkipped(), skipped);
     }
-    const auto delivered = results->outputs.size();
-    EXPECT_EQ(delivered, std::size(steps));
     engine.updateInputStreams({200, {{"unknown", 1.0}}});
-    EXPECT_EQ(results->outputs.size(), delivered) << "an empty result is not delivered";
+    EXPECT_EQ(results->outputs.size(), std::size(steps)) << "an empty result is not delivered";
 }
 
 TEST(UpdateProcessingTest, AReceiverMayVanishOrGiveTheNextBatch) {
@@ -217,21 +118,6 @@ TEST(UpdateProcessingTest, AReceiverMayVanishOrGiveTheNextBatch) {
     EXPECT_EQ(echo->seen, (std::vector<Value>{2.0, 1.0}));
     echo.reset();
     engine.updateInputStreams({3000, {{"x", -1.0}}});
-}
-
-TEST(UpdateProcessingTest, ACycleOfFunctionsNeverEnds) {
-    auto document = DiagramDocument::chain("Max");
-    document.outputType(2, "Float");
-    const auto other = document.function("Absolute");
-    document.connect(2, other);
-    document.connect(other, 2, 1);
-    Kelvane engine;
-    engine.read(document.text(), true);
-    const auto evaluate = [&] {
-        alarm(1);
-        engine.evaluate({1, {{"x", 1.0}}});
-    };
-    EXPECT_EXIT(evaluate(), testing::KilledBySignal(SIGALRM), "");
 }
 
 }  // namespace KelvaneSDK::testing_support

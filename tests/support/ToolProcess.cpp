@@ -64,8 +64,8 @@ ToolProcess::ToolProcess(const std::vector<std::string>& arguments, const std::s
 }
 
 ToolProcess::~ToolProcess() {
-    closeInput();
-    closeOutput();
+    closeOnce(input);
+    closeOnce(output);
     ::close(messages);
     if (process <= 0) return;
     ::kill(process, SIGKILL);
@@ -79,8 +79,6 @@ void ToolProcess::write(const std::string& text) {
         done += static_cast<std::size_t>(written);
     }
 }
-
-void ToolProcess::closeInput() { closeOnce(input); }
 
 std::string ToolProcess::readLine() {
     std::string line;
@@ -96,7 +94,7 @@ void ToolProcess::closeOutput() { closeOnce(output); }
 void ToolProcess::send(int signal) { ::kill(process, signal); }
 
 ToolOutcome ToolProcess::finish() {
-    closeInput();
+    closeOnce(input);
     ToolOutcome outcome;
     if (output >= 0) outcome.output = readToEnd(output);
     int status = 0;

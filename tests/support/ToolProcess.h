@@ -24,7 +24,6 @@ public:
 
     /// Writes to standard input.
     void write(const std::string& text);
-    void closeInput();
     /// The next line of standard output, without waiting for more; empty at its end.
     std::string readLine();
     void closeOutput();

@@ -76,22 +76,23 @@ std::string pathText(std::string_view pointer) {
     return path;
 }
 
-// A value of a wrong type stops its receiver only when the receiver reads it, which may hang on the values,
-// on the order of evaluation and on what else feeds the input. Where all else is sound, the engine itself
-// tells.
+// A value of a wrong type, or a constant that a function cannot work with, stops the program only when the
+// function runs and reads it, which may hang on other values, on the order of evaluation and on what else
+// feeds the input. Where all else is sound, the engine itself tells.
 void keepFatalOnlyIfCertain(std::vector<Finding>& findings, const DiagramInfo& info,
                             const NodeRegistry& registry) {
-    const auto isTypeStop = [](const Finding& finding) {
-        return finding.fatal && finding.code == "type-mismatch";
+    const auto any = [&](auto isMeant) { return std::any_of(findings.begin(), findings.end(), isMeant); };
+    const auto isOf = [](std::string_view code) {
+        return [code](const Finding& f) { return f.code == code; };
     };
-    if (&registry != &NodeRegistry::library() || std::none_of(findings.begin(), findings.end(), isTypeStop))
-        return;
-    const auto mayNotEnd = [](const Finding& finding) { return finding.code == "restless-cycle"; };
-    if (std::any_of(findings.begin(), findings.end(), mayNotEnd)) return;
-    const bool nothingElse = std::all_of(findings.begin(), findings.end(), [&](const Finding& finding) {
-        return !finding.fatal || isTypeStop(finding);
-    });
-    if (!nothingElse || stopsInEveryRehearsal(info)) return;
+    const auto isInDoubt = [](const Finding& f) {
+        return f.fatal &&
+               (f.code == "type-mismatch" || f.code == "constant-stops" || f.code == "constant-never-ends");
+    };
+    const auto isCertain = [&](const Finding& f) { return f.fatal && !isInDoubt(f); };
+    if (&registry != &NodeRegistry::library() || !any(isInDoubt) || any(isCertain)) return;
+    // What may not end must not be tried out.
+    if (any(isOf("restless-cycle")) || stopsInEveryRehearsal(info, any(isOf("constant-never-ends")))) return;
     for (auto& finding : findings) finding.fatal = false;
 }
 

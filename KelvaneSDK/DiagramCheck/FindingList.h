@@ -12,14 +12,7 @@ namespace KelvaneSDK {
 struct CheckedNode;
 
 /// The arrays of a document in the order of its record.
-enum class Section : std::uint8_t {
-    nodes,
-    properties,
-    connections,
-    positions,
-    containers,
-    subdiagrams
-};
+enum class Section : std::uint8_t { nodes, properties, connections, positions, containers, subdiagrams };
 
 /// Collects findings in any order and hands them out in document order.
 class FindingList {

@@ -59,8 +59,16 @@ std::optional<NodeIndex> FixedValues::sourceOf(NodeIndex node, std::size_t input
     if (input >= wiring.inputCount(node)) return std::nullopt;
     const Port port = wiring.portOf(node, input);
     const auto feeding = wiring.wiresInto(port);
-    if (feeding.size() != 1) return std::nullopt;
-    const NodeIndex source = wiring.all()[feeding[0]].from;
+    if (feeding.empty()) return std::nullopt;
+    NodeIndex source = wiring.all()[feeding[0]].from;
+    for (const auto wire : feeding.subspan(1)) {
+        const NodeIndex other = wiring.all()[wire].from;
+        if (other == source) continue;
+        // Of several constants the last one wins; a function's turn comes later.
+        if (!nodes[source].is(NodeCategory::Constant) || !nodes[other].is(NodeCategory::Constant))
+            return std::nullopt;
+        source = std::max(source, other);
+    }
     const bool fits = values[source] && payloadType(wiring.inputClass(port)) == values[source]->type();
     return fits ? std::optional(source) : std::nullopt;
 }

@@ -19,7 +19,7 @@ public:
     const Value* of(NodeIndex node) const { return values[node] ? &*values[node] : nullptr; }
     /// Why a function with fixed inputs stops in the first batch; empty when it does not.
     const std::string& stopOf(NodeIndex node) const { return stops[node]; }
-    /// The node that alone feeds an input with a fixed value of the input's type.
+    /// The node of which an input always holds the value, a fixed one of the input's type.
     std::optional<NodeIndex> sourceOf(NodeIndex node, std::size_t input) const;
 
 private:

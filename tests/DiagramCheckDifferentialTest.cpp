@@ -97,6 +97,8 @@ Outcome evaluate(const std::string& text, const std::vector<Finding>& findings, 
     if (toldError) return isReported;
     const bool isConfirmed = std::all_of(findings.begin(), findings.end(), [&](const Finding& finding) {
         if (finding.severity != Severity::error || finding.code == "duplicate-id") return true;
+        // The function need not run.
+        if (finding.code.starts_with("constant-")) return true;
         if (finding.code == "id-leaves-no-room") return !stopReason([&] { Kelvane().read(text, false); }).empty();
         // A value of a wrong type is lost in silence.
         return finding.code == "type-mismatch" && (hasCode(findings, "input-connected-twice") || !hasOutput(engine, *finding.nodeId));

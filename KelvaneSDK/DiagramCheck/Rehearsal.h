@@ -4,9 +4,8 @@
 
 namespace KelvaneSDK {
 
-/// Evaluates a document that builds, without a ring that may turn for ever, on values that its streams might
-/// bring: true when it stops whatever the values, or, if `mayNotEnd`, when it meets a limit. A diagram too
-/// large to be rehearsed is taken to stop.
+/// Evaluates a document that builds on values that its streams might bring: true when it stops whatever the
+/// values, or, if `mayNotEnd`, when it meets a limit. A diagram too large to be rehearsed is taken to stop.
 bool stopsInEveryRehearsal(const DiagramInfo& document, bool mayNotEnd);
 
 }  // namespace KelvaneSDK

@@ -465,7 +465,8 @@ for name, nodes, slot, *wires in [
 
 # What only a run can show, which ends by itself.
 for nodes, stops in [
-        ("=Float|1e-9; <Sequence; Resample", "beyond the limit"), ("=Float|1e-300; <Sequence; Resample", "beyond the limit"), ("=Float|1e-9; =Sequence|0,0,9,9; Resample", "beyond the limit"),
+        ("=Float|1e-9; <Sequence; Resample", "beyond the limit"), ("=Float|1e-300; <Sequence; Resample", "beyond the limit"),
+        ("=Float|1e-9; =Sequence|0,0,9,9; Resample", "beyond the limit"),
         (f"=Integer|{largest}; <Integer; Add", "overflow"), ("=Integer|9; <Float; <Float array; Insert into array", "9")]:
     case("run: " + nodes, diagram(nodes, "1-3 2-3.1" if nodes.count(";") == 2 else "1-4 2-4.1 3-4.2"), stops=stops)
 

@@ -265,7 +265,10 @@ TEST_F(AllocationFaultsTest, ACheckTellsAllFindingsOrThatMemoryRanOut) {
     document.add("Function", "Absolut");
     document.connect(99, 98);
     document.data.info.containers->push_back({0, 0, "", {}, "no colour", std::nullopt});
-    for (const std::string& text : {document.text(), std::string("{\"nodes\":[{}]}"), std::string("{")}) {
+    // Its one fatal finding is rehearsed.
+    DiagramDocument mistyped;
+    mistyped.connect(mistyped.stream("Integer", "n"), mistyped.function("Sine"));
+    for (const std::string& text : {document.text(), mistyped.text(), std::string("{\"nodes\":[{}]}"), std::string("{")}) {
         const auto expected = checkDiagram(text);
         ASSERT_FALSE(expected.empty());
         atEveryAllocation([&](auto underFault) {

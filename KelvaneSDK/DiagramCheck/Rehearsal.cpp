@@ -1,6 +1,6 @@
 #include "KelvaneSDK/DiagramCheck/Rehearsal.h"
 
-#include <array>
+#include <new>
 
 #include "KelvaneSDK/Kelvane/Kelvane.h"
 #include "KelvaneSDK/StopTrial.h"
@@ -92,7 +92,10 @@ bool stopsInEveryRehearsal(const DiagramInfo& document, bool mayNotEnd) {
         const auto evaluate = [&] {
             Kelvane engine;
             engine.setLimits(limits);
-            if (engine.read(text, true)) rehearse(engine, cast);
+            // A document that builds fails to only for want of memory, in which nothing is certain.
+            if (!engine.read(text, true)) throw std::bad_alloc();
+            rehearse(engine, cast);
+            if (engine.isOutOfMemory()) throw std::bad_alloc();
         };
         const auto reason = reasonOfStop(evaluate);
         const bool metLimit = reason && reason->find(beyondLimit) != std::string::npos;

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <utility>
 
-#include "KelvaneSDK/StopTrial.h"
+#include "KelvaneSDK/Operation.h"
 
 namespace KelvaneSDK {
 
@@ -22,7 +22,7 @@ struct TrialStopped {
     std::string reason;
 };
 
-thread_local bool isTrial = false;
+thread_local const DiagnosticSink* isTrial = nullptr;
 
 Hooks& hooks() {
     // Never destroyed: background work may still print while the process exits.
@@ -44,7 +44,7 @@ DiagnosticSink setDiagnosticSink(DiagnosticSink sink) {
 }
 
 void printDiagnostic(std::string_view line) {
-    if (isTrial) return;
+    if (isTrial) return (*isTrial)(line);
     const std::lock_guard lock(hooks().mutex);
     if (hooks().sink) {
         hooks().sink(line);
@@ -72,16 +72,16 @@ void stopProgram(std::string_view reason) {
     std::abort();
 }
 
-std::optional<std::string> reasonOfStop(const std::function<void()>& trial) {
+std::optional<StopReason> reasonOfStop(const std::function<void()>& work, const DiagnosticSink& lines) {
     struct Trial {
-        Trial() { isTrial = true; }
-        ~Trial() { isTrial = false; }
+        Trial(const DiagnosticSink* l) { isTrial = l; }
+        ~Trial() { isTrial = nullptr; }
     };
-    const Trial inProgress;
+    const Trial inProgress(&lines);
     try {
-        trial();
+        work();
     } catch (TrialStopped& stopped) {
-        return std::move(stopped.reason);
+        return StopReason{std::move(stopped.reason), {}};
     }
     return std::nullopt;
 }

@@ -1,16 +1,25 @@
-#include "KelvaneSDK/DiagramCheck/FunctionTraits.h"
-
+// Shim until the families declare themselves.
 #include <algorithm>
-#include <array>
-#include <span>
+#include <deque>
+#include <map>
+#include <unordered_map>
 
 #include "KelvaneSDK/ArrayVariables.h"
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
-
+#include "KelvaneSDK/Declaration.h"
+#include "KelvaneSDK/DiagramCheck/Shim.h"
+#include "KelvaneSDK/Kelvane/SettledOrder.h"
 namespace KelvaneSDK {
-
 namespace {
-
+struct FunctionTraits {
+    SlotOperation operation = SlotOperation::none;
+    std::uint32_t takesAnything = 0;
+    std::uint32_t forwards = 0;
+    bool alwaysEmits = false;
+    bool emitsUnsupported = false;
+    bool reportsUnsupported = false;
+    bool isKnown = false;
+    Readiness readiness = Readiness::allInputs;
+};
 struct Row {
     std::string_view name;
     FunctionTraits traits;
@@ -57,7 +66,7 @@ constexpr Row rows[] = {
     {"Pass updated", forwards(0b11, true, Readiness::anyInput)},
     {"Buffer", forwards(0b10)},
     {"Gate", forwards(0b10)},
-    {"Trigger", forwards(0b10, false, Readiness::triggerInput)},
+    {"Trigger", forwards(0b10, false, Readiness::trueTrigger)},
     {"Switch", forwards(0b110, false, Readiness::selectedInput)},
     {"Timestamp", observes(0b1)},
     {"Updated", observes(0b1)},
@@ -68,7 +77,7 @@ constexpr Row rows[] = {
       .alwaysEmits = true,
       .emitsUnsupported = true,
       .reportsUnsupported = true}},
-    {"Create sequence", {.readiness = Readiness::recordedInput}},
+    {"Create sequence", {.readiness = Readiness::recording}},
 };
 
 // Functions of fixed types that give an output in every evaluation.
@@ -130,19 +139,41 @@ Value probeValue(ValueClass valueClass) {
     return *makeSlot(valueClass, true)->value();
 }
 
-}  // namespace
 
-FunctionTraits traitsOf(std::string_view function) {
-    FunctionTraits traits;
-    const auto row =
-        std::find_if(std::begin(rows), std::end(rows), [&](const Row& r) { return r.name == function; });
-    if (row != std::end(rows)) traits = row->traits;
-    if (std::binary_search(std::begin(alwaysEmitting), std::end(alwaysEmitting), function))
-        traits.alwaysEmits = true;
-    traits.isKnown = NodeRegistry::library().find(NodeCategory::Function, function) != nullptr;
-    return traits;
+InputSet setOf(std::uint32_t bits){ InputSet s; if(bits==1)s={0}; if(bits==2)s={1}; if(bits==3)s={0,1}; if(bits==4)s={2}; if(bits==6)s={1,2}; return s;}
+template<std::size_t i> std::optional<std::string> notZero(std::span<const Value* const> v){ const auto x=v[i]->get<std::int64_t>(); if(x&&*x==0) return "an integer cannot be divided by 0"; return std::nullopt; }
 }
-
+const Declaration* declarationOf(const NodeClass&, const Node& node) {
+    static std::map<std::string, Declaration> known;
+    auto [at,isNew]=known.try_emplace(node.typeString);
+    if(isNew){
+        FunctionTraits traits;
+        const auto row = std::find_if(std::begin(rows), std::end(rows), [&](const Row& r) { return r.name == node.typeString; });
+        if (row != std::end(rows)) traits = row->traits;
+        if (std::binary_search(std::begin(alwaysEmitting), std::end(alwaysEmitting), node.typeString)) traits.alwaysEmits = true;
+        for(auto n:{"Cap values","Select interval","Intersections"}) if(node.typeString==n) traits.alwaysEmits=true;
+        auto& d=at->second;
+        d.operation=traits.operation; d.takesAnything=setOf(traits.takesAnything); d.forwards=setOf(traits.forwards);
+        d.silentWhen=traits.alwaysEmits?"":"at times"; d.withoutOperation=traits.emitsUnsupported?WithoutOperation::emitsAnyway:WithoutOperation::clearsOutput;
+        d.reportsUnsupported=traits.reportsUnsupported; d.readiness=traits.readiness;
+        if(NodeRegistry::library().find(NodeCategory::Function,node.typeString)==nullptr) d.readiness=Readiness::own;
+        if(node.typeString=="Divide") d.demands.push_back({"b is not 0",{1},notZero<1>});
+    }
+    return &at->second;
+}
+SettledOrder settle(std::span<Node* const> functionNodes, Pass pass){
+    SettledOrder r;
+    std::unordered_map<const Node*, std::size_t> missing;
+    std::unordered_map<const TimestampedVariable*, bool> ready;
+    std::unordered_map<const TimestampedVariable*, bool> fedByFunction;
+    for(auto*n:functionNodes) for(auto*s:n->connectedInputValues()) fedByFunction[s]=true;
+    std::vector<Node*> open;
+    for(auto*n:functionNodes){ auto&m=missing[n]; for(auto*s:n->inputValues()){ bool rd=s->connectable||!fedByFunction[s]; auto it=shimReady.find(s); if(it!=shimReady.end()) rd=rd||it->second==2||(it->second==1&&pass==Pass::first); ready[s]=rd; if(!rd)++m; } if(m==0) open.push_back(n);}
+    while(!open.empty()){ auto*n=open.back(); open.pop_back(); r.order.push_back(n); for(auto*s:n->connectedInputValues()){ auto it=ready.find(s); if(it==ready.end()||it->second) continue; it->second=true; if(--missing[s->owner]==0) open.push_back(s->owner);} }
+    for(auto*n:functionNodes) if(missing[n]>0) r.waiting.push_back(n);
+    return r;
+}
+std::unordered_map<const TimestampedVariable*, int> shimReady;
 bool supports(ValueClass valueClass, SlotOperation operation) {
     if (isGeneric(valueClass)) return true;
     const auto slot = makeSlot(valueClass);

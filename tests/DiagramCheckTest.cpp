@@ -36,7 +36,6 @@ TEST(DiagramCheck, ReportsWhatIsWrongWithNodes) {
     document.connect(document.add("Constant", "Float"), 6);
     document.data.info.nodes.push_back({2, "Constant", "Float", std::nullopt});
     expectFindings(document, R"(
-nodes[0]: node 1 ("Float", "x"): the output feeds nothing
 nodes[1]: node 2 ("Pass-through"): no value type is called "float"; did you mean "Float"?
 nodes[1]: node 2 ("Pass-through"): the id belongs to node 2 ("Float") in nodes[7] already, which takes all connections to it
 nodes[3]: node 4 ("Float", "other"): no node class is called "Input Stream"; did you mean "Input stream"?
@@ -58,7 +57,8 @@ TEST(DiagramCheck, ReportsWhatIsWrongWithProperties) {
     document.property(99, "Color", "blue");
     document.data.info.positions.push_back({98, 0, 0});
     for (const auto& [type, text] : {std::pair{"Vector", "1,2"}, {"Boolean", "True"}, {"Sequence array", "0,1"}, {"Float", "60,5"}}) {
-        document.connect(document.constant(type, text), document.output(type, text));
+        const auto constant = document.constant(type, text);
+        document.connect(constant, document.output(type, text));
     }
     document.constant("Integer array", "1");
     expectFindings(document, R"(
@@ -81,7 +81,8 @@ TEST(DiagramCheck, ReportsWhatIsWrongWithWires) {
     for (const auto& [from, to] : {std::pair{7, 8}, {3, 2}, {4, 4}}) document.connect(from, to);
     document.connect(1, 2, std::int64_t{1} << 32);
     document.function("Negate");
-    document.connect(document.stream("Boolean", "b"), document.function("Absolute", "b"));
+    const auto stream = document.stream("Boolean", "b");
+    document.connect(stream, document.function("Absolute", "b"));
     expectFindings(document, R"(
 nodes[5]: node 6 ("Absolute", "b"): the output feeds nothing
 connections[2]: no node has the outputNodeId 7; the connection would be retried without end
@@ -97,7 +98,8 @@ TEST(DiagramCheck, ReportsWhatNeverRunsOrNeverEnds) {
     auto document = DiagramDocument::chain("Add");
     document.connect(2, document.function("Absolute", "back"));
     document.connect(4, 2, 1);
-    document.connect(document.stream("Boolean", "b"), document.function("Negate"));
+    const auto stream = document.stream("Boolean", "b");
+    document.connect(stream, document.function("Negate"));
     document.connect(6, document.function("Add", "sum"));
     document.connect(7, document.function("Pass-through"));
     document.connect(8, document.output("Boolean", "nothing"));
@@ -106,8 +108,8 @@ TEST(DiagramCheck, ReportsWhatNeverRunsOrNeverEnds) {
     document.connect(document.constant("Integer", "0", "zero"), divide, 1);
     document.connect(divide, document.output("Integer", "quotient"));
     expectFindings(document, R"(
-nodes[6]: node 7 ("Add", "sum"): input 1 ("b") is not connected, so that the node never runs
 nodes[6]: node 7 ("Add", "sum"): "Add" does not support values of type "Boolean"
+nodes[6]: node 7 ("Add", "sum"): input 1 ("b") is not connected, so that the node never runs
 nodes[7]: node 8 ("Pass-through"): the node never runs, because input 0 ("value") waits for node 7 ("Add", "sum"), which never runs; nor do 1 more nodes behind it
 nodes[9]: node 10 ("Divide"): input 1 ("b") is fixed at 0 by node 12 ("Integer", "zero"); the divisor is 0
 connections[3]: node 2 ("Add"): waits for itself, so that the evaluation never ends: node 2 ("Add") -> node 4 ("Absolute", "back") -> node 2 ("Add")
@@ -166,8 +168,8 @@ TEST(DiagramCheck, JudgesAnApplicationsOwnClassesByWhatTheyDo) {
     std::string found;
     for (const auto& finding : checkDiagram(document.data.info, registry))
         found += finding.pointer + " " + finding.code + " " + std::string(severityName(finding.severity)) + "\n";
-    EXPECT_EQ(found, "/nodes/0 output-missing fatal\n/nodes/2 output-unused warning\n/properties/1 output-missing fatal\n"
-                     "/properties/3 property-refused error\n/properties/4 output-missing fatal\n/connections/1 output-missing fatal\n");
+    EXPECT_EQ(found, "/nodes/0 output-missing fatal\n/nodes/2 output-unused warning\n/properties/2 output-missing fatal\n"
+                     "/properties/4 property-refused error\n/properties/5 building-stops fatal\n/connections/1 output-missing fatal\n");
 }
 
 // Nothing that a file controls may become a depth of calls or a cost beyond its size.

@@ -164,11 +164,11 @@ private:
         }
     }
 
-    // Reports a stop; false when there was none.
+    // Reports a stop; false when there was none. `what` is what an output would have taken.
     bool reportStop(const StepOutcome& outcome, const Place& place, const CheckedNode& node,
                     std::string_view subject, std::string_view what) {
         if (!outcome.stop) return false;
-        const bool lacksOutput = node.node->outputValue() == nullptr;
+        const bool lacksOutput = !what.empty() && node.node->outputValue() == nullptr;
         findings
             .add(lacksOutput ? Code::outputMissing : Code::buildingStops, place,
                  lacksOutput ? "the node has no output that could take a " + std::string(what)
@@ -208,7 +208,7 @@ private:
         const Place place{Section::properties, row};
         const auto& [id, name, value] = info.properties[row];
         const auto outcome = outcomeOf([&] { node.node->setProperty(name, value); });
-        if (reportStop(outcome, place, node, name, "value")) return;
+        if (reportStop(outcome, place, node, name, name == "OutputValue" ? "value" : "")) return;
         const bool isSwitch = (name == "Forwarding" && node.is(NodeCategory::InputStream)) ||
                               (name == "Hidden" && node.is(NodeCategory::VariableOutput));
         if (!outcome.lines.empty()) {

@@ -141,7 +141,7 @@ Value probeValue(ValueClass valueClass) {
 
 
 InputSet setOf(std::uint32_t bits){ InputSet s; if(bits==1)s={0}; if(bits==2)s={1}; if(bits==3)s={0,1}; if(bits==4)s={2}; if(bits==6)s={1,2}; return s;}
-template<std::size_t i> std::optional<std::string> notZero(std::span<const Value* const> v){ const auto x=v[i]->get<std::int64_t>(); if(x&&*x==0) return "an integer cannot be divided by 0"; return std::nullopt; }
+template<std::size_t i> std::optional<std::string> notZero(std::span<const Value* const> v){ const auto x=v[i]->get<std::int64_t>(); if(x&&*x==0) return "the divisor is 0"; return std::nullopt; }
 }
 const Declaration* declarationOf(const NodeClass&, const Node& node) {
     static std::map<std::string, Declaration> known;

@@ -5,30 +5,24 @@
 #include <mutex>
 #include <utility>
 
-#include "KelvaneSDK/StopTrial.h"
+#include "KelvaneSDK/Operation.h"
 
 namespace KelvaneSDK {
 
 namespace {
 
-struct Hooks {
+struct CommonSink {
     std::mutex mutex;
     DiagnosticSink sink;
-    StopHandler stopHandler;
 };
 
-/// Thrown by a stop within a trial.
-struct TrialStopped {
-    std::string reason;
-};
-
-thread_local bool isTrial = false;
-
-Hooks& hooks() {
+CommonSink& common() {
     // Never destroyed: background work may still print while the process exits.
-    static Hooks* const instance = new Hooks;
+    static CommonSink* const instance = new CommonSink;
     return *instance;
 }
+
+thread_local const Operation* currentOperation = nullptr;
 
 void writeLine(std::FILE* file, std::string_view line) {
     std::fwrite(line.data(), 1, line.size(), file);
@@ -38,52 +32,39 @@ void writeLine(std::FILE* file, std::string_view line) {
 
 }  // namespace
 
+Operation::Operation(StopBehavior stopBehavior, const DiagnosticSink* sink)
+    : behavior(stopBehavior), lines(sink), outer(currentOperation) {
+    currentOperation = this;
+}
+
+Operation::~Operation() { currentOperation = outer; }
+
+const Operation* Operation::current() { return currentOperation; }
+
 DiagnosticSink setDiagnosticSink(DiagnosticSink sink) {
-    const std::lock_guard lock(hooks().mutex);
-    return std::exchange(hooks().sink, std::move(sink));
+    const std::lock_guard lock(common().mutex);
+    return std::exchange(common().sink, std::move(sink));
 }
 
 void printDiagnostic(std::string_view line) {
-    if (isTrial) return;
-    const std::lock_guard lock(hooks().mutex);
-    if (hooks().sink) {
-        hooks().sink(line);
+    if (currentOperation != nullptr && currentOperation->lines != nullptr && *currentOperation->lines) {
+        return (*currentOperation->lines)(line);
+    }
+    const std::lock_guard lock(common().mutex);
+    if (common().sink) {
+        common().sink(line);
     } else {
         writeLine(stdout, line);
     }
 }
 
-StopHandler setStopHandler(StopHandler handler) {
-    const std::lock_guard lock(hooks().mutex);
-    return std::exchange(hooks().stopHandler, std::move(handler));
-}
-
-void stopProgram(std::string_view reason) {
-    if (isTrial) throw TrialStopped{std::string(reason)};
-    StopHandler handler;
-    {
-        const std::lock_guard lock(hooks().mutex);
-        // Taken out, so that a handler that itself stops the program does not recurse.
-        handler = std::exchange(hooks().stopHandler, {});
+void stopProgram(std::string_view reason, std::optional<std::int64_t> nodeId) {
+    if (currentOperation != nullptr && currentOperation->behavior == StopBehavior::failCall) {
+        throw Operation::Stopped{{std::string(reason), nodeId}};
     }
-    if (handler) handler(reason);
     std::fputs("FATAL: ", stderr);
     writeLine(stderr, reason);
     std::abort();
-}
-
-std::optional<std::string> reasonOfStop(const std::function<void()>& trial) {
-    struct Trial {
-        Trial() { isTrial = true; }
-        ~Trial() { isTrial = false; }
-    };
-    const Trial inProgress;
-    try {
-        trial();
-    } catch (TrialStopped& stopped) {
-        return std::move(stopped.reason);
-    }
-    return std::nullopt;
 }
 
 }  // namespace KelvaneSDK

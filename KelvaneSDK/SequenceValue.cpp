@@ -64,9 +64,6 @@ std::size_t SequenceInterpolator::segmentEndFor(double t) {
     return static_cast<std::size_t>(found - latestTimes.begin()) + 1;
 }
 
-SequenceValue::SequenceValue(bool withDefault) {
-    if (withDefault) setValue(Value(Sequence()));
-}
 
 std::string SequenceValue::stringValue() const { return joinedSamples(samplesOf(*this)); }
 

@@ -1,0 +1,50 @@
+#pragma once
+
+// Internal: what an operation of an engine makes of diagnostics and stops while it runs.
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "KelvaneSDK/Diagnostics.h"
+
+namespace KelvaneSDK {
+
+/// How the operation in progress on a thread prints and stops. Operations nest: the innermost counts.
+class Operation {
+public:
+    /// `lines` takes the diagnostics; without it they go to the common sink.
+    Operation(StopBehavior behavior, const DiagnosticSink* lines);
+    ~Operation();
+    Operation(const Operation&) = delete;
+    Operation& operator=(const Operation&) = delete;
+
+    /// Thrown by a stop where calls fail; never leaves the library.
+    struct Stopped {
+        StopReason reason;
+    };
+
+    /// The operation in progress on this thread, or null.
+    static const Operation* current();
+
+    const StopBehavior behavior;
+    const DiagnosticSink* const lines;
+
+private:
+    const Operation* const outer;
+};
+
+/// Runs library code in which a stop ends only this work: the reason, or absent when it came to its end.
+/// Diagnostics go to `lines`. What was worked on may only be destroyed after a stop.
+template <class Work>
+std::optional<StopReason> reasonOfStop(const Work& work, const DiagnosticSink& lines) {
+    const Operation operation(StopBehavior::failCall, &lines);
+    try {
+        work();
+    } catch (Operation::Stopped& stopped) {
+        return std::move(stopped.reason);
+    }
+    return std::nullopt;
+}
+
+}  // namespace KelvaneSDK

@@ -45,6 +45,22 @@ TEST(Allocations, AForwardedListKeepsItsBlock) {
     EXPECT_EQ(engine.evaluate({1, {{"in", list}}}).outputs.at("out").items<Sample>().data(), block);
 }
 
+TEST(Allocations, LabelledValuesAreRefilledWithoutAny) {
+    const auto labels = std::make_shared<std::string>("ab");
+    LabelledValues values;
+    for (int round = 0; round < 3; ++round) {
+        const long before = allocations();
+        values.refill(labels);
+        values.append(std::string_view(*labels).substr(0, 1), round);
+        values.append(std::string_view(*labels).substr(1), 1.0);
+        EXPECT_EQ(allocations() == before, round > 0);
+    }
+    const long before = allocations();
+    const LabelledValues copy = values;
+    EXPECT_EQ(allocations() - before, 1) << "the entries, and no label";
+    EXPECT_EQ(copy.begin()->first.data(), labels->data());
+}
+
 TEST(ArrayFunctions, AllocateANewListOnceAndNothingElse) {
     const struct {
         std::string_view function;

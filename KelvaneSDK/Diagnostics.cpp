@@ -32,14 +32,27 @@ void writeLine(std::FILE* file, std::string_view line) {
 
 }  // namespace
 
-Operation::Operation(StopBehavior stopBehavior, const DiagnosticSink* sink)
-    : behavior(stopBehavior), lines(sink), outer(currentOperation) {
+Operation::Operation(StopBehavior stopBehavior, const DiagnosticSink* sinkOfLines, bool isTried)
+    : behavior(stopBehavior), lines(sinkOfLines), isTrial(isTried), outer(currentOperation) {
     currentOperation = this;
 }
 
 Operation::~Operation() { currentOperation = outer; }
 
-const Operation* Operation::current() { return currentOperation; }
+const DiagnosticSink* Operation::sink() {
+    for (const auto* operation = currentOperation; operation != nullptr; operation = operation->outer) {
+        if (operation->lines != nullptr && *operation->lines) return operation->lines;
+    }
+    return nullptr;
+}
+
+bool Operation::catchesStops() {
+    if (currentOperation == nullptr) return false;
+    if (currentOperation->behavior == StopBehavior::failCall) return true;
+    const auto* operation = currentOperation;
+    while (operation != nullptr && !operation->isTrial) operation = operation->outer;
+    return operation != nullptr;
+}
 
 DiagnosticSink setDiagnosticSink(DiagnosticSink sink) {
     const std::lock_guard lock(common().mutex);
@@ -47,9 +60,7 @@ DiagnosticSink setDiagnosticSink(DiagnosticSink sink) {
 }
 
 void printDiagnostic(std::string_view line) {
-    if (currentOperation != nullptr && currentOperation->lines != nullptr && *currentOperation->lines) {
-        return (*currentOperation->lines)(line);
-    }
+    if (const auto* sink = Operation::sink()) return (*sink)(line);
     const std::lock_guard lock(common().mutex);
     if (common().sink) {
         common().sink(line);
@@ -59,7 +70,7 @@ void printDiagnostic(std::string_view line) {
 }
 
 void stopProgram(std::string_view reason, std::optional<std::int64_t> nodeId) {
-    if (currentOperation != nullptr && currentOperation->behavior == StopBehavior::failCall) {
+    if (Operation::catchesStops()) {
         throw Operation::Stopped{{std::string(reason), nodeId}};
     }
     std::fputs("FATAL: ", stderr);

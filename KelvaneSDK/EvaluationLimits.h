@@ -60,6 +60,8 @@ struct DiagramState {
     EvaluationBudget budget;
     /// Counts the changes to nodes, slots and connections after which a plan of the evaluation is out of date.
     std::uint64_t changes = 0;
+    /// Counts the changes of what is hidden and forwarded.
+    std::uint64_t visibility = 0;
     /// Counts the values that were written to output slots by hand.
     std::uint64_t handWritten = 0;
     /// Counts evaluated batches; the clock of every constant.

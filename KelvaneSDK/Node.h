@@ -159,11 +159,15 @@ public:
     void checkTime() const {
         if (state != nullptr && state->budget.isLimited()) stopWhenOver();
     }
+    void noteVisibility() const {
+        if (state != nullptr) ++state->visibility;
+    }
     void noteHandWritten() const {
         if (state != nullptr) ++state->handWritten;
     }
     /// What the node last gave to the slots that it feeds.
     GivenValue& given() { return givenValue; }
+    const GivenValue& given() const { return givenValue; }
     /// Gives a value that was produced at `timestamp` to every slot that the output feeds; the output shows it.
     template <class T>
     void give(T&& value, double timestamp) {
@@ -197,6 +201,8 @@ public:
     std::optional<std::string> outputType;
     std::optional<BodyColor> color;
     Position position;
+    /// Where the engine keeps the node in what it is about; of no meaning to others.
+    std::uint32_t place = ~std::uint32_t{0};
     /// Value classes that the node's generic slots do not support; connections do not consult it.
     std::span<const ValueClass> unsupportedTypes;
 

@@ -38,7 +38,7 @@ std::span<const Sample> samplesOf(const TimestampedVariable& slot) {
 std::optional<double> SequenceInterpolator::at(double t) {
     if (samples.size() < 2 || std::isnan(t) || t < samples.front().t || t > samples.back().t)
         return std::nullopt;
-    if (t < furthest) {
+    if (!latestTimes.empty() || t < furthest) {
         segmentEnd = segmentEndFor(t);
     } else {
         // The segment of a later time is never before that of an earlier one.

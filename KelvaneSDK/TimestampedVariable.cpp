@@ -114,21 +114,21 @@ const Value& TimestampedVariable::typedValue() const {
     return *held;
 }
 
-ValueClass TimestampedVariable::adoptedType(const TimestampedVariable& source) const {
+ValueClass TimestampedVariable::adoptedType(const TimestampedVariable& from) const {
     const auto companion = [&](std::optional<ValueClass> companionClass) {
         if (!companionClass) {
             stop("a slot of type \"" + std::string(typeString()) +
-                 "\" cannot adopt a type from one of type \"" + std::string(source.typeString()) + "\"");
+                 "\" cannot adopt a type from one of type \"" + std::string(from.typeString()) + "\"");
         }
         return *companionClass;
     };
     switch (valueClass()) {
         case ValueClass::ArrayVariable:
-            return isArray(source.valueClass()) ? source.valueClass() : companion(source.arrayType());
+            return isArray(from.valueClass()) ? from.valueClass() : companion(from.arrayType());
         case ValueClass::ValueVariable:
-            return isArray(source.valueClass()) ? companion(source.baseType()) : source.valueClass();
+            return isArray(from.valueClass()) ? companion(from.baseType()) : from.valueClass();
         default:
-            return source.valueClass();
+            return from.valueClass();
     }
 }
 

@@ -1,6 +1,4 @@
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
 #include "support/FunctionTest.h"
-#include "support/Stops.h"
 
 namespace KelvaneSDK::testing_support {
 
@@ -14,26 +12,6 @@ using Sequences = List<Sequence>;
 const Sequence rise{{0, 1}, {1, 2}}, still{{0, 5}};
 const Integers ten{0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
 const Vector up{0, 0, 1}, down{0, 0, -1};
-
-// A node outside any diagram, whose generic slots have taken on no type.
-class LooseNode {
-public:
-    explicit LooseNode(std::string_view name) : node(NodeRegistry::library().find(NodeCategory::Function, name)->make()) {}
-
-    std::optional<Value> process(const std::vector<std::optional<Value>>& updates) {
-        node->outputValue()->updated = false;
-        for (std::size_t i = 0; i < updates.size(); ++i) {
-            auto& slot = *node->inputValues()[i];
-            slot.updated = updates[i].has_value();
-            if (updates[i]) slot.setValue(*updates[i]);
-        }
-        node->process();
-        return node->outputValue()->updated ? node->outputValue()->value() : std::nullopt;
-    }
-
-private:
-    std::unique_ptr<Node> node;
-};
 
 }  // namespace
 
@@ -96,22 +74,5 @@ const FunctionCase cases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Array, FunctionTest, testing::ValuesIn(cases), caseName);
-
-TEST(CreateArray, TrimsToALengthThatComesWithoutAnElement) {
-    LooseNode node("Create array");
-    for (const double x : {2., 3., 4.}) node.process({3, x});
-    EXPECT_EQ(node.process({2, none}), Value(Floats{3, 4}));
-    EXPECT_EQ(node.process({0, none}), Value(Floats{}));
-}
-
-TEST(ArrayFunctionsDeathTest, StopOnPayloadsThatFormNoList) {
-    LooseNode mixed("Create array"), nested("Create array"), scalar("Number of elements"), foreign("Add to array");
-    mixed.process({2, 1});
-    EXPECT_STOP(mixed.process({2, 1.}), "scalars of one type");
-    EXPECT_EQ(mixed.process({1, 1.}), Value(Floats{1}));
-    EXPECT_STOP(nested.process({0, Floats{1}}), "scalars of one type");
-    EXPECT_STOP(foreign.process({1, Floats{1}}), "not of the type of the array");
-    EXPECT_STOP(scalar.process({1.}), "type Float where a list is needed");
-}
 
 }  // namespace KelvaneSDK::testing_support

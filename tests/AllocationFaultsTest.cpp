@@ -130,65 +130,6 @@ TEST_F(AllocationFaultsTest, ABatchGivesItsWholeResultOrNoneUntilTheEngineIsRese
                       });
 }
 
-TEST_F(AllocationFaultsTest, EveryFunctionRecoversByAReset) {
-    const Value samples[]{2.0,
-                          2,
-                          true,
-                          "a text that needs a block of its own",
-                          Vector{1, 2, 3},
-                          Orientation{},
-                          Sequence({{0, 1}, {1, -1}, {2, 1}, {3, -1}}),
-                          List<double>{3, 1, 2},
-                          List<std::int64_t>{3, 1, 2},
-                          List<bool>{true, false},
-                          List<String>{"one text that is long enough", "another \xC3\xA9 e\xCC\x81 text"},
-                          List<Vector>{{1, 2, 3}, {4, 5, 6}},
-                          List<Orientation>{{}, {}},
-                          List<Sequence>{Sequence({{0, 1}, {1, 2}})}};
-    std::size_t evaluated = 0;
-    for (const auto& [name, function] : NodeRegistry::library().classes(NodeCategory::Function)) {
-        SCOPED_TRACE(name);
-        DiagramDocument document;
-        const auto node = document.function(name);
-        KelvaneInput batch;
-        for (const auto prototype = function.make(); const auto* slot : prototype->inputValues()) {
-            const auto slotClass = slot->valueClass();
-            const std::string type(isGeneric(slotClass) ? isArray(slotClass) ? "Float array" : "Float" : typeString(slotClass));
-            const auto label = std::to_string(slot->index);
-            const auto isOfType = [&](const Value& value) { return valueTypeName(value.type()) == type; };
-            batch.updates.emplace(label, *std::find_if(std::begin(samples), std::end(samples), isOfType));
-            document.connect(document.stream(type, label), node, slot->index);
-        }
-        const auto text = document.text();
-        const auto load = [&] {
-            auto engine = std::make_unique<Kelvane>();
-            engine->read(text, true);
-            return engine;
-        };
-        const auto run = [&](Kelvane& engine) {
-            for (const double timestamp : {1., 2., 3.}) {
-                batch.timestamp = timestamp;
-                engine.evaluate(batch);
-            }
-            return true;
-        };
-        const auto result = [](const Kelvane& engine) {
-            const auto* payload = engine.nodeList(NodeCategory::Function)[0]->outputValue()->payload();
-            return payload == nullptr ? "none" : getValueString(*payload);
-        };
-        const auto undisturbed = load();
-        run(*undisturbed);
-        const auto expected = result(*undisturbed);
-        evaluated += expected != "none";
-        atEveryAllocation(load, run, [&](Kelvane& engine, bool) {
-            engine.reset();
-            run(engine);
-            EXPECT_EQ(result(engine), expected);
-        });
-    }
-    EXPECT_GT(evaluated, 100U);
-}
-
 TEST_F(AllocationFaultsTest, ARecordingIsReadUpToAWholeBatch) {
     const auto text = createJsonLines(batches());
     const auto& all = batches();

@@ -46,28 +46,4 @@ TEST(FromText, ReadsNumbersBetweenCommasAndNothingElse) {
     for (const auto text : {"[1,,2]", "[1,]", "(1)", "1;2"}) EXPECT_EQ(doublesFromText(text), std::nullopt) << text;
 }
 
-TEST(ValueText, SlotsAndDescriptionsReadBackWhatTheyWrite) {
-    RandomPayloads payloads(4);
-    const CapturedDiagnostics diagnostics;
-    for (int round = 0; round < 1000; ++round) {
-        for (const Value& value : payloads.values()) {
-            // A float shows six digits, and a list of integers shows nothing unless it is empty.
-            const bool hasExactText = !value.holds<double>() && value.items<std::int64_t>().empty();
-            if (!hasExactText) continue;
-            const auto slot = slotHolding(value);
-            const auto text = slot->stringValue();
-            slot->clearValue();
-            slot->setValueFromString(text);
-            ASSERT_EQ(describe(slot->value()), describe(value));
-        }
-        const auto v = payloads.vector();
-        const auto q = payloads.orientation();
-        const auto list = payloads.list(&RandomPayloads::number);
-        ASSERT_EQ(described(Vector::fromText(v.description())), v.description());
-        ASSERT_EQ(described(Orientation::fromText(q.description())), q.description());
-        ASSERT_EQ(described(doublesFromText(description(list))), description(list));
-    }
-    EXPECT_TRUE(diagnostics.lines.empty());
-}
-
 }  // namespace KelvaneSDK::testing_support

@@ -21,7 +21,7 @@ DiagramDocument everything() {
     document.property(add, "Color", "orange");
     document.property(output, "Hidden", "true");
     document.data.info.positions[1] = {add, 12.25, -3};
-    document.data.info.containers = {{{1, 2, "box", {add}, "red", {{{3, 4, "inner", {c}, std::nullopt, {}}}}}}};
+    document.data.info.containers = {{{1, 2, "box", {add}, "red", {{{3, 4, "inner", {c}, std::nullopt, {{{5, 6, "core", {x}, "blue", {}}}}}}}}}};
     document.data.info.manualLines = {{"first", "second"}};
     document.data.info.subdiagrams = {{{"main", {x, c, add, output}}, {"again", {add}}}};
     return document;
@@ -50,7 +50,8 @@ TEST(DiagramExportTest, NumbersTheNodesByCategoryAndWritesThemAll) {
                            {2, "Color", "orange"},  {3, "Description", "sum"}, {3, "Hidden", "true"}};
     expected.connections = {{0, 2, 1}, {1, 2, 0}, {1, 3, 0}, {2, 3, 0}};
     expected.positions = {{0, 0, 0}, {1, 0, 0}, {2, 12.25, -3}, {3, 0, 0}};
-    expected.containers = {{{1, 2, "box", {2}, "red", {{{3, 4, "inner", {0}, std::nullopt, std::vector<ContainerInfo>()}}}}}};
+    expected.containers = {
+        {{1, 2, "box", {2}, "red", {{{3, 4, "inner", {0}, std::nullopt, {{{5, 6, "core", {1}, "blue", std::vector<ContainerInfo>()}}}}}}}}};
     expected.manualLines = {{"first", "second"}};
     expected.subdiagrams = {{{"main", {1, 0, 2, 3}}, {"again", {2}}}};
     EXPECT_EQ(DiagramData::decode(text)->info, expected);

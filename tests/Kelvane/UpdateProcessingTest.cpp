@@ -10,12 +10,6 @@ namespace KelvaneSDK::testing_support {
 
 namespace {
 
-std::vector<std::int64_t> orderOf(const Kelvane& engine) {
-    std::vector<std::int64_t> ids;
-    for (const auto* node : engine.getFunctionNodes()) ids.push_back(*node->id);
-    return ids;
-}
-
 class SlowFunction final : public FunctionNode {
 public:
     void createInputs() override { addInputs<FloatValue>("x"); }
@@ -28,20 +22,6 @@ public:
 };
 
 }  // namespace
-
-TEST(UpdateProcessingTest, TheSettledOrderPersists) {
-    auto document = DiagramDocument::chain("Absolute");
-    const auto first = document.function("Absolute");
-    document.connect(1, first);
-    document.data.info.connections[0].outputNodeId = first;
-    Kelvane engine;
-    engine.read(document.text(), true);
-    const std::vector<std::int64_t> settled{first, 2};
-    EXPECT_NE(orderOf(engine), settled);
-    EXPECT_EQ(engine.evaluate({1, {{"x", -2.0}}}).outputs, (LabelledValues{{"y", 2.0}}));
-    engine.reset();
-    EXPECT_EQ(orderOf(engine), settled);
-}
 
 TEST(UpdateProcessingTest, OutputsFeedTheStreamsOfTheirLabel) {
     // x -> Absolute -> "again"; "again" -> Update counter -> "count", hidden or not.

@@ -26,19 +26,11 @@ double RandomPayloads::number() {
 
 std::vector<Value> RandomPayloads::values() {
     using Self = RandomPayloads;
-    return {number(),
-            integer(),
-            truth(),
-            vector(),
-            orientation(),
-            "(" + std::to_string(random()),
-            Sequence(list(&Self::sample)),
-            list(&Self::number),
-            list(&Self::integer),
-            list(&Self::truth),
-            List<String>{"(a\n", " b", ""},
-            list(&Self::vector),
-            list(&Self::orientation)};
+    const List<String> texts{"(a\n", " b", ""};
+    const auto text = "(" + std::to_string(random());
+    std::vector<Value> all{number(), integer(), truth(), vector(), orientation(), text, Sequence(list(&Self::sample))};
+    all.insert(all.end(), {list(&Self::number), list(&Self::integer), list(&Self::truth), texts, list(&Self::vector), list(&Self::orientation)});
+    return all;
 }
 
 }  // namespace KelvaneSDK::testing_support

@@ -5,6 +5,7 @@
 
 #include "KelvaneSDK/FunctionNode.h"
 #include "support/DiagramDocument.h"
+#include "support/Stops.h"
 
 namespace KelvaneSDK::testing_support {
 
@@ -77,6 +78,22 @@ TEST(UpdateProcessingTest, BatchesThatComeTooSoonAreSkipped) {
     }
     engine.updateInputStreams({200, {{"unknown", 1.0}}});
     EXPECT_EQ(results->outputs.size(), std::size(steps)) << "an empty result is not delivered";
+}
+
+TEST(UpdateProcessingTest, ALimitOfTimeEndsWhatHasNoEnd) {
+    // A node whose slot a stream feeds as well goes on without end; two that are fed by each other wait without end.
+    auto goesOn = DiagramDocument::chain("Absolute");
+    goesOn.connect(2, 2);
+    DiagramDocument waits;
+    const auto first = waits.function("Absolute"), second = waits.function("Absolute");
+    waits.connect(first, second);
+    waits.connect(second, first);
+    for (const auto* document : {&goesOn, &waits}) {
+        Kelvane engine;
+        engine.read(document->text(), true);
+        engine.setLimits({.maxBatchSeconds = 0.01});
+        EXPECT_STOP(engine.evaluate({1, {{"x", 1.0}}}), "node [0-9] .*taken longer than the limit of 0.01 seconds");
+    }
 }
 
 TEST(UpdateProcessingTest, AReceiverMayVanishOrGiveTheNextBatch) {

@@ -124,7 +124,7 @@ TEST_F(AllocationFaultsTest, ABatchGivesItsWholeResultOrNoneUntilTheEngineIsRese
                           const auto result = std::mismatch(outputs.begin(), outputs.end(), expected.begin()).first;
                           EXPECT_TRUE(std::all_of(result, outputs.end(), [](const auto& output) { return output.outputs.empty(); }));
                           EXPECT_EQ(outputs.end() - result, errorLines);
-                          EXPECT_EQ(errorLines > 0, engine.isOutOfMemory());
+                          EXPECT_EQ(errorLines > 0, engine.failure().has_value());
                           engine.reset();
                           EXPECT_EQ(evaluateAll(engine), expected);
                       });

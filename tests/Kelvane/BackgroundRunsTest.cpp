@@ -114,7 +114,7 @@ TEST_F(BackgroundRunsTest, DiagnosticsAndStopsOfARunAreSeen) {
     const auto run = [&] {
         setStopHandler([](std::string_view reason) { std::exit(reason == "node 1 (\"Float\"): the node has no label" ? 7 : 1); });
         const auto other = makeEngine();
-        other->nodeList(NodeCategory::InputStream)[0]->descriptionString.reset();
+        other->nodeList(NodeCategory::InputStream)[0]->setDescriptionString({});
         other->processAllUpdates(batches(1));
         runNext();
     };

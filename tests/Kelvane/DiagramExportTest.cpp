@@ -84,7 +84,7 @@ TEST(DiagramExportTest, EditsReachEveryNodeOfTheLabel) {
     EXPECT_EQ(engine.evaluate({1, {{"a", 1.0}, {"b", 2.0}}}).outputs, (LabelledValues{{"b", 2.0}}));
     engine.setVariableOutputHidden("v", true);
     for (const auto& node : engine.nodeList(NodeCategory::VariableOutput)) {
-        EXPECT_EQ(dynamic_cast<VariableOutputNode&>(*node).hidden, node->label() == "v");
+        EXPECT_EQ(dynamic_cast<VariableOutputNode&>(*node).hidden(), node->label() == "v");
     }
 }
 
@@ -96,7 +96,7 @@ TEST(DiagramExportTest, StopsAtWhatADocumentCannotSay) {
     const auto loose = NodeRegistry::library().find(NodeCategory::Function, "Absolute")->make();
     engine.nodeList(NodeCategory::Function)[0]->connectOutput(*loose->inputValues()[0]);
     EXPECT_STOP(engine.createJSON(), "a node without id .*: the node has no id");
-    engine.nodeList(NodeCategory::InputStream)[0]->descriptionString.reset();
+    engine.nodeList(NodeCategory::InputStream)[0]->setDescriptionString({});
     EXPECT_STOP(engine.evaluate({1, {}}), "node 1 \\(\"Float\"\\): the node has no label");
 }
 

@@ -109,9 +109,6 @@ std::optional<Value> ArrayVariable::sorted(bool descending) const {
 
 std::optional<Value> ArrayVariable::sum() const { return std::nullopt; }
 
-FloatArrayVariable::FloatArrayVariable(bool withDefault) {
-    if (withDefault) setValue(Value(List<double>()));
-}
 std::string FloatArrayVariable::stringValue() const { return joinedDoubles(itemsOf<double>(*this)); }
 std::optional<Value> FloatArrayVariable::add(const TimestampedVariable& other) const {
     return combined<double>(*this, other, std::plus<>());
@@ -134,9 +131,6 @@ std::optional<bool> FloatArrayVariable::isEqual(const TimestampedVariable& other
 std::optional<Value> FloatArrayVariable::negate() const { return mapped<double>(*this, std::negate<>()); }
 std::optional<Value> FloatArrayVariable::sum() const { return total<double>(*this, 0.0); }
 
-IntegerArrayVariable::IntegerArrayVariable(bool withDefault) {
-    if (withDefault) setValue(Value(List<std::int64_t>()));
-}
 std::string IntegerArrayVariable::stringValue() const {
     if (!itemsOf<std::int64_t>(*this).empty()) {
         stop("an integer array has no text form unless it is empty (its elements are read as doubles)");
@@ -162,9 +156,6 @@ std::optional<Value> IntegerArrayVariable::sum() const {
     return Value(result);
 }
 
-BooleanArrayVariable::BooleanArrayVariable(bool withDefault) {
-    if (withDefault) setValue(Value(List<bool>()));
-}
 std::string BooleanArrayVariable::stringValue() const {
     return joined<bool>(*this, [](std::string& text, bool item) { text += item ? "true" : "false"; });
 }
@@ -175,9 +166,6 @@ std::optional<Value> BooleanArrayVariable::negate() const {
     return mapped<bool>(*this, std::logical_not<>());
 }
 
-StringArrayVariable::StringArrayVariable(bool withDefault) {
-    if (withDefault) setValue(Value(List<String>()));
-}
 std::string StringArrayVariable::stringValue() const {
     return joined<String>(*this, [](std::string& text, const String& item) { text += item.view(); });
 }
@@ -196,9 +184,6 @@ std::optional<Value> StringArrayVariable::sum() const {
     return Value(String(text.finish().shared()));
 }
 
-VectorArrayVariable::VectorArrayVariable(bool withDefault) {
-    if (withDefault) setValue(Value(List<Vector>()));
-}
 std::string VectorArrayVariable::stringValue() const {
     return joined<Vector>(*this, [](std::string& text, const Vector& item) { text += item.description(); });
 }
@@ -223,9 +208,6 @@ std::optional<bool> VectorArrayVariable::isEqual(const TimestampedVariable& othe
 std::optional<Value> VectorArrayVariable::negate() const { return mapped<Vector>(*this, std::negate<>()); }
 std::optional<Value> VectorArrayVariable::sum() const { return total(*this, Vector{}); }
 
-OrientationArrayVariable::OrientationArrayVariable(bool withDefault) {
-    if (withDefault) setValue(Value(List<Orientation>()));
-}
 std::string OrientationArrayVariable::stringValue() const {
     return joined<Orientation>(
         *this, [](std::string& text, const Orientation& item) { text += item.description(); });
@@ -253,8 +235,5 @@ std::optional<Value> OrientationArrayVariable::negate() const {
 }
 std::optional<Value> OrientationArrayVariable::sum() const { return total(*this, Orientation{0, 0, 0, 0}); }
 
-SequenceArrayVariable::SequenceArrayVariable(bool withDefault) {
-    if (withDefault) setValue(Value(List<Sequence>()));
-}
 
 }  // namespace KelvaneSDK

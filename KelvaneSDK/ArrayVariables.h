@@ -24,7 +24,7 @@ class FloatArrayVariable final : public ArrayVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::FloatArrayVariable;
     FloatArrayVariable() = default;
-    explicit FloatArrayVariable(bool withDefault);
+    explicit FloatArrayVariable(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     /// "1.0,2.5".
     std::string stringValue() const override;
@@ -42,7 +42,7 @@ class IntegerArrayVariable final : public ArrayVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::IntegerArrayVariable;
     IntegerArrayVariable() = default;
-    explicit IntegerArrayVariable(bool withDefault);
+    explicit IntegerArrayVariable(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     /// The empty text for an empty list. A list with elements stops the program: its elements are read as
     /// doubles.
@@ -56,7 +56,7 @@ class BooleanArrayVariable final : public ArrayVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::BooleanArrayVariable;
     BooleanArrayVariable() = default;
-    explicit BooleanArrayVariable(bool withDefault);
+    explicit BooleanArrayVariable(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     /// "true,false".
     std::string stringValue() const override;
@@ -68,7 +68,7 @@ class StringArrayVariable final : public ArrayVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::StringArrayVariable;
     StringArrayVariable() = default;
-    explicit StringArrayVariable(bool withDefault);
+    explicit StringArrayVariable(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     /// "a,b".
     std::string stringValue() const override;
@@ -81,7 +81,7 @@ class VectorArrayVariable final : public ArrayVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::VectorArrayVariable;
     VectorArrayVariable() = default;
-    explicit VectorArrayVariable(bool withDefault);
+    explicit VectorArrayVariable(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     /// "(x:1.0,y:0.0,z:0.0),(x:0.0,y:1.0,z:0.0)".
     std::string stringValue() const override;
@@ -99,7 +99,7 @@ class OrientationArrayVariable final : public ArrayVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::OrientationArrayVariable;
     OrientationArrayVariable() = default;
-    explicit OrientationArrayVariable(bool withDefault);
+    explicit OrientationArrayVariable(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     /// "(x:0.0,y:0.0,z:0.0,w:1.0)".
     std::string stringValue() const override;
@@ -119,7 +119,7 @@ class SequenceArrayVariable final : public ArrayVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::SequenceArrayVariable;
     SequenceArrayVariable() = default;
-    explicit SequenceArrayVariable(bool withDefault);
+    explicit SequenceArrayVariable(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
 };
 

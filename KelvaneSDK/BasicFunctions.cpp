@@ -1,210 +1,207 @@
+#include <functional>
+
+#include "KelvaneSDK/ElementArithmetic.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionNode.h"
+#include "KelvaneSDK/FunctionRows.h"
 
 namespace KelvaneSDK {
 
 namespace {
 
-class EqualFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<TimestampedVariable, TimestampedVariable>("a", "b"); }
-    void createOutput() override { setOutput<BooleanValue>(); }
-    void setTypeString() override { typeString = "Equal"; }
-    void process() override { finish(input(0).isEqual(input(1))); }
+using Slot = TimestampedVariable;
+using Type = ValueClass;
+
+// The operations on payloads of one type. Integers are checked: an absent result is one that stops.
+struct Sum {
+    double operator()(double a, double b) const { return a + b; }
+    Vector operator()(Vector a, Vector b) const { return a + b; }
+    Orientation operator()(Orientation a, Orientation b) const { return a + b; }
+    std::optional<std::int64_t> operator()(std::int64_t a, std::int64_t b) const { return checkedSum(a, b); }
+};
+struct Difference {
+    double operator()(double a, double b) const { return a - b; }
+    Vector operator()(Vector a, Vector b) const { return a - b; }
+    Orientation operator()(Orientation a, Orientation b) const { return a - b; }
+    std::optional<std::int64_t> operator()(std::int64_t a, std::int64_t b) const {
+        return checkedDifference(a, b);
+    }
+};
+struct Product {
+    double operator()(double a, double b) const { return a * b; }
+    Vector operator()(Vector a, Vector b) const { return a * b; }
+    Orientation operator()(Orientation a, Orientation b) const { return a * b; }
+    std::optional<std::int64_t> operator()(std::int64_t a, std::int64_t b) const {
+        return checkedProduct(a, b);
+    }
+};
+struct Quotient {
+    double operator()(double a, double b) const { return a / b; }
+    Vector operator()(Vector a, Vector b) const { return a / b; }
+    Orientation operator()(Orientation a, Orientation b) const { return a / b; }
+    std::optional<std::int64_t> operator()(std::int64_t a, std::int64_t b) const {
+        return checkedQuotient(a, b);
+    }
+};
+struct Scaled {
+    double operator()(double factor, double value) const { return value * factor; }
+    Vector operator()(double factor, Vector value) const { return value * factor; }
+    Orientation operator()(double factor, Orientation value) const { return value * factor; }
+};
+struct Negated {
+    double operator()(double value) const { return -value; }
+    bool operator()(bool value) const { return !value; }
+    Vector operator()(Vector value) const { return -value; }
+    Orientation operator()(Orientation value) const { return -value; }
+    std::optional<std::int64_t> operator()(std::int64_t value) const { return checkedDifference(0, value); }
+};
+struct Larger {
+    double operator()(double a, double b) const { return a > b ? a : b; }
+    std::int64_t operator()(std::int64_t a, std::int64_t b) const { return a > b ? a : b; }
+};
+struct Smaller {
+    double operator()(double a, double b) const { return a < b ? a : b; }
+    std::int64_t operator()(std::int64_t a, std::int64_t b) const { return a < b ? a : b; }
 };
 
-class MaxFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<ValueVariable, ValueVariable>("a", "b");
-        unsupported<BooleanValue, VectorValue, OrientationValue>();
-    }
-    void createOutput() override { setOutput<ValueVariable>(); }
-    void setTypeString() override { typeString = "Max"; }
-    void process() override {
-        const auto larger = input(0).isLarger(input(1));
-        if (!larger) return finishWithPreviousOutput();
-        finish(value(*larger ? 0 : 1));
-    }
-};
+std::optional<Value> asValue(std::optional<bool> truth) {
+    return truth ? std::optional<Value>(*truth) : std::nullopt;
+}
 
-class MinFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<ValueVariable, ValueVariable>("a", "b");
-        unsupported<BooleanValue, VectorValue, OrientationValue>();
-    }
-    void createOutput() override { setOutput<ValueVariable>(); }
-    void setTypeString() override { typeString = "Min"; }
-    void process() override {
-        const auto smaller = input(0).isSmaller(input(1));
-        if (!smaller) return finishWithPreviousOutput();
-        finish(value(*smaller ? 0 : 1));
-    }
-};
+// Which of a and b, as the comparison of a with b says.
+OrPrevious chosen(std::optional<bool> first, const Slot& a, const Slot& b) {
+    if (!first) return {};
+    return {*first ? a.typedValue() : b.typedValue()};
+}
 
-class LargerFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<ValueVariable, ValueVariable>("a", "b");
-        unsupported<BooleanValue, VectorValue, OrientationValue, FloatArrayVariable, IntegerArrayVariable,
-                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable,
-                    OrientationArrayVariable>();
-    }
-    void createOutput() override { setOutput<BooleanValue>(); }
-    void setTypeString() override { typeString = "Larger"; }
-    void process() override { finish(input(0).isLarger(input(1))); }
-};
+template <auto compare, class Typed>
+NodeClass comparison(SlotOperation which, std::string_view name, Typed typed, std::string_view description,
+                     std::string_view words) {
+    return operation(
+               which, name, {scalar("a"), scalar("b")},
+               [](const Slot& a, const Slot& b) { return asValue((a.*compare)(b)); }, typed, description)
+        .output(Type::BooleanValue)
+        .unsupported({Type::BooleanValue, Type::VectorValue, Type::OrientationValue, Type::FloatArrayVariable, Type::IntegerArrayVariable,
+                      Type::BooleanArrayVariable, Type::StringArrayVariable, Type::VectorArrayVariable,
+                      Type::OrientationArrayVariable})
+        .keywords(words);
+}
 
-class SmallerFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<ValueVariable, ValueVariable>("a", "b");
-        unsupported<BooleanValue, VectorValue, OrientationValue, FloatArrayVariable, IntegerArrayVariable,
-                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable,
-                    OrientationArrayVariable>();
-    }
-    void createOutput() override { setOutput<BooleanValue>(); }
-    void setTypeString() override { typeString = "Smaller"; }
-    void process() override { finish(input(0).isSmaller(input(1))); }
-};
+template <auto combine, class Typed>
+NodeClass arithmetic(SlotOperation which, std::string_view name, Typed typed, std::string_view description,
+                     std::string_view words) {
+    return operation(
+               which, name, {{"a"}, {"b"}},
+               [](const Slot& a, const Slot& b) { return (a.*combine)(b); }, typed, description)
+        .unsupported({Type::BooleanValue, Type::BooleanArrayVariable, Type::StringValue, Type::StringArrayVariable})
+        .keywords(words);
+}
 
-class LargerOrEqualFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<ValueVariable, ValueVariable>("a", "b");
-        unsupported<BooleanValue, VectorValue, OrientationValue, FloatArrayVariable, IntegerArrayVariable,
-                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable,
-                    OrientationArrayVariable>();
-    }
-    void createOutput() override { setOutput<BooleanValue>(); }
-    void setTypeString() override { typeString = "Larger or equal"; }
-    void process() override { finish(input(0).isLargerOrEqual(input(1))); }
-};
+std::optional<std::string> noIntegerQuotient(std::span<const Value* const> values,
+                                             std::span<const ValueClass>) {
+    if (values[1]->get<std::int64_t>() != 0) return std::nullopt;
+    return "an integer cannot be divided by 0";
+}
 
-class SmallerOrEqualFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<ValueVariable, ValueVariable>("a", "b");
-        unsupported<BooleanValue, VectorValue, OrientationValue, FloatArrayVariable, IntegerArrayVariable,
-                    BooleanArrayVariable, StringArrayVariable, VectorArrayVariable,
-                    OrientationArrayVariable>();
-    }
-    void createOutput() override { setOutput<BooleanValue>(); }
-    void setTypeString() override { typeString = "Smaller or equal"; }
-    void process() override { finish(input(0).isSmallerOrEqual(input(1))); }
-};
-
-class AddFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<TimestampedVariable, TimestampedVariable>("a", "b");
-        unsupported<BooleanValue, BooleanArrayVariable>();
-    }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Add"; }
-    void process() override { finish(input(0).add(input(1))); }
-};
-
-class SubtractFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<TimestampedVariable, TimestampedVariable>("a", "b");
-        unsupported<BooleanValue, BooleanArrayVariable, StringValue, StringArrayVariable>();
-    }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Subtract"; }
-    void process() override { finish(input(0).subtract(input(1))); }
-};
-
-class MultiplyFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<TimestampedVariable, TimestampedVariable>("a", "b");
-        unsupported<BooleanValue, BooleanArrayVariable, StringValue, StringArrayVariable>();
-    }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Multiply"; }
-    void process() override { finish(input(0).multiply(input(1))); }
-};
-
-class DivideFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<TimestampedVariable, TimestampedVariable>("a", "b");
-        unsupported<BooleanValue, BooleanArrayVariable, StringValue, StringArrayVariable>();
-    }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Divide"; }
-    void process() override { finish(input(0).divide(input(1))); }
-};
-
-class ScaleFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<FloatValue, TimestampedVariable>("factor", "value");
-        unsupported<BooleanValue, BooleanArrayVariable, StringValue, StringArrayVariable>();
-    }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Scale"; }
-    void process() override { finish(input(1).scale(real(0))); }
-};
-
-class NegateFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<TimestampedVariable>("value");
-        unsupported<StringValue, StringArrayVariable>();
-    }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Negate"; }
-    void process() override { finish(input(0).negate()); }
-};
+std::optional<std::string> noIntegerFactor(std::span<const Value* const> values,
+                                           std::span<const ValueClass> slots) {
+    if (slots[1] != Type::IntegerValue && slots[1] != Type::IntegerArrayVariable) return std::nullopt;
+    if (truncatedInteger(*values[0]->get<double>())) return std::nullopt;
+    return "the factor must fit in a 64-bit integer to scale integers";
+}
 
 class AdderFunction final : public FunctionNode {
 public:
-    void createInputs() override {
-        addInputs<TimestampedVariable>("value");
-        unsupported<BooleanValue, BooleanArrayVariable, SequenceArrayVariable>();
+    static Declaration declaration() {
+        return {.name = "Adder",
+                .inputs = {{"value"}},
+                .description = "the running sum of all values since the last reset",
+                .keywords = "accumulate total integrate",
+                .keepsState = true,
+                .forwards = {0},
+                .operation = SlotOperation::add,
+                // The first value is the sum as it is.
+                .withoutOperation = WithoutOperation::emitsAnyway,
+                .unsupported = {Type::BooleanValue, Type::BooleanArrayVariable, Type::SequenceArrayVariable}};
     }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Adder"; }
     void process() override {
-        if (!sum) {
-            sum = value(0);
-            return finish(*sum);
+        if (!hasSum) {
+            hasSum = true;
+            return finish(value(0));
         }
-        finish(previousOutput().add(input(0)));
+        finishOrClear(previousOutput().add(input(0)));
     }
     void reset() override {
-        sum.reset();
+        hasSum = false;
         FunctionNode::reset();
     }
 
 private:
-    std::optional<Value> sum;
+    bool hasSum = false;
 };
 
 }  // namespace
 
 NodeFamily basicFunctions() {
+    using enum SlotOperation;
+    const std::vector<ValueClass> withoutOrder{Type::BooleanValue, Type::VectorValue, Type::OrientationValue};
     return functionFamily(
         "Basic",
         {
-            entry<EqualFunction>("true when a equals b exactly; silent when they cannot be compared"),
-            entry<MaxFunction>("the larger of a and b; b when they are equal"),
-            entry<MinFunction>("the smaller of a and b; b when they are equal"),
-            entry<LargerFunction>("true when a is larger than b"),
-            entry<SmallerFunction>("true when a is smaller than b"),
-            entry<LargerOrEqualFunction>("true when a is larger than b or equal to it"),
-            entry<SmallerOrEqualFunction>("true when a is smaller than b or equal to it"),
-            entry<AddFunction>("a + b; texts are joined, sequences meet at the times of a"),
-            entry<SubtractFunction>("a - b"),
-            entry<MultiplyFunction>("a * b, component by component; the product of two rotations"),
-            entry<DivideFunction>("a / b, component by component; a times the inverse of rotation b"),
-            entry<ScaleFunction>("the value times the factor; for integers the factor loses its fraction"),
-            entry<NegateFunction>("minus the value; for a boolean, not the value"),
-            entry<AdderFunction>("the running sum of all values since the last reset"),
+            operation(
+                isEqual, "Equal", {{"a"}, {"b"}},
+                [](const Slot& a, const Slot& b) { return asValue(a.isEqual(b)); }, std::equal_to<>(),
+                "true when a equals b exactly; silent when they cannot be compared")
+                .output(Type::BooleanValue)
+                .keywords("same compare =="),
+            operation(
+                isLarger, "Max", {scalar("a"), scalar("b")},
+                [](const Slot& a, const Slot& b) { return chosen(a.isLarger(b), a, b); }, Larger(),
+                "the larger of a and b; b when they are equal")
+                .output(Type::ValueVariable)
+                .keywords("maximum greater")
+                .unsupported(withoutOrder),
+            operation(
+                isSmaller, "Min", {scalar("a"), scalar("b")},
+                [](const Slot& a, const Slot& b) { return chosen(a.isSmaller(b), a, b); }, Smaller(),
+                "the smaller of a and b; b when they are equal")
+                .output(Type::ValueVariable)
+                .keywords("minimum less")
+                .unsupported(withoutOrder),
+            comparison<&Slot::isLarger>(isLarger, "Larger", std::greater<>(),
+                                        "true when a is larger than b", "greater above more compare >"),
+            comparison<&Slot::isSmaller>(isSmaller, "Smaller", std::less<>(),
+                                         "true when a is smaller than b", "less below fewer compare <"),
+            comparison<&Slot::isLargerOrEqual>(isLargerOrEqual, "Larger or equal", std::greater_equal<>(),
+                                               "true when a is larger than b or equal to it",
+                                               "greater at least compare >="),
+            comparison<&Slot::isSmallerOrEqual>(isSmallerOrEqual, "Smaller or equal", std::less_equal<>(),
+                                                "true when a is smaller than b or equal to it",
+                                                "less at most compare <="),
+            arithmetic<&Slot::add>(add, "Add", Sum(),
+                                   "a + b; texts are joined, sequences meet at the times of a",
+                                   "plus sum concatenate +")
+                .unsupported({Type::BooleanValue, Type::BooleanArrayVariable}),
+            arithmetic<&Slot::subtract>(subtract, "Subtract", Difference(), "a - b", "minus difference -"),
+            arithmetic<&Slot::multiply>(multiply, "Multiply", Product(),
+                                        "a * b, component by component; the product of two rotations",
+                                        "times product *"),
+            arithmetic<&Slot::divide>(divide, "Divide", Quotient(),
+                                      "a / b, component by component; a times the inverse of rotation b",
+                                      "quotient ratio per /")
+                .demands({"an integer b is not 0", {1}, noIntegerQuotient, false}),
+            operation(
+                scale, "Scale", {{"factor"}, {"value"}},
+                [](double factor, const Slot& value) { return value.scale(factor); }, Scaled(),
+                "the value times the factor; for integers the factor loses its fraction")
+                .keywords("gain times multiply")
+                .unsupported({Type::BooleanValue, Type::BooleanArrayVariable, Type::StringValue, Type::StringArrayVariable})
+                .demands({"for integers the factor fits in 64 bits", {0}, noIntegerFactor, false}),
+            operation(
+                negate, "Negate", {{"value"}}, [](const Slot& value) { return value.negate(); }, Negated(),
+                "minus the value; for a boolean, not the value")
+                .keywords("minus invert opposite not")
+                .unsupported({Type::StringValue, Type::StringArrayVariable}),
+            entry<AdderFunction>(),
         });
 }
 

@@ -6,7 +6,7 @@ void ConstantNode::initialize() {
     createOutput();
     classString = classStringOf(NodeCategory::Constant);
     setTypeString();
-    descriptionString = typeString;
+    setDescriptionString(typeString);
 }
 
 void ConstantNode::setTypeString() { typeString = output().typeString(); }
@@ -18,24 +18,9 @@ std::vector<Property> ConstantNode::getProperties() const {
 }
 
 NodeFamily constantNodes() {
-    return {NodeCategory::Constant,
-            "Constants",
-            {
-                entry<FloatConstantNode>("a number"),
-                entry<IntegerConstantNode>("a whole number"),
-                entry<BooleanConstantNode>("true or false"),
-                entry<VectorConstantNode>("three numbers x, y, z"),
-                entry<OrientationConstantNode>("a rotation as a quaternion x, y, z, w"),
-                entry<SequenceConstantNode>("a time series of samples (t, f)"),
-                entry<StringConstantNode>("a text"),
-                entry<FloatArrayConstantNode>("a list of numbers"),
-                entry<IntegerArrayConstantNode>("a list of whole numbers"),
-                entry<BooleanArrayConstantNode>("a list of true and false"),
-                entry<StringArrayConstantNode>("a list of texts"),
-                entry<OrientationArrayConstantNode>("a list of rotations"),
-                entry<VectorArrayConstantNode>("a list of vectors"),
-                entry<SequenceArrayConstantNode>("a list of time series"),
-            }};
+#define KELVANE_KIND(name, Slot, description) entry<name##ConstantNode>(description),
+    return {NodeCategory::Constant, "Constants", {KELVANE_VALUE_KINDS(KELVANE_KIND)}};
+#undef KELVANE_KIND
 }
 
 }  // namespace KelvaneSDK

@@ -5,6 +5,7 @@
 #include "KelvaneSDK/Node.h"
 #include "KelvaneSDK/ScalarVariables.h"
 #include "KelvaneSDK/SequenceValue.h"
+#include "KelvaneSDK/ValueKinds.h"
 
 namespace KelvaneSDK {
 
@@ -23,23 +24,12 @@ public:
 template <class Slot>
 class TypedConstantNode final : public ConstantNode {
 public:
-    void createOutput() override { makeOutput(Slot::slotClass, true).isConstant = true; }
+    void createOutput() override { makeOutput(Slot::slotClass, true).setIsConstant(true); }
 };
 
-using FloatConstantNode = TypedConstantNode<FloatValue>;
-using IntegerConstantNode = TypedConstantNode<IntegerValue>;
-using BooleanConstantNode = TypedConstantNode<BooleanValue>;
-using VectorConstantNode = TypedConstantNode<VectorValue>;
-using OrientationConstantNode = TypedConstantNode<OrientationValue>;
-using SequenceConstantNode = TypedConstantNode<SequenceValue>;
-using StringConstantNode = TypedConstantNode<StringValue>;
-using FloatArrayConstantNode = TypedConstantNode<FloatArrayVariable>;
-using IntegerArrayConstantNode = TypedConstantNode<IntegerArrayVariable>;
-using BooleanArrayConstantNode = TypedConstantNode<BooleanArrayVariable>;
-using StringArrayConstantNode = TypedConstantNode<StringArrayVariable>;
-using OrientationArrayConstantNode = TypedConstantNode<OrientationArrayVariable>;
-using VectorArrayConstantNode = TypedConstantNode<VectorArrayVariable>;
-using SequenceArrayConstantNode = TypedConstantNode<SequenceArrayVariable>;
+#define KELVANE_KIND(name, Slot, description) using name##ConstantNode = TypedConstantNode<Slot>;
+KELVANE_VALUE_KINDS(KELVANE_KIND)
+#undef KELVANE_KIND
 
 NodeFamily constantNodes();
 

@@ -20,6 +20,7 @@ public:
     constexpr InputSet(std::initializer_list<std::size_t> indices) {
         for (const auto index : indices) bits |= std::uint32_t{1} << index;
     }
+    constexpr void insert(std::size_t index) { bits |= std::uint32_t{1} << index; }
     constexpr bool contains(std::size_t index) const { return index < 32 && ((bits >> index) & 1) != 0; }
     constexpr bool empty() const { return bits == 0; }
 
@@ -65,9 +66,19 @@ enum class SlotOperation : std::uint8_t {
     writeJson,
 };
 
+/// The most inputs that a declared function can have.
+inline constexpr std::size_t mostDeclaredInputs = 8;
+
 /// True when slots of this concrete class have the operation; for the generic classes that is still open, and
 /// the answer is true.
 bool supports(ValueClass valueClass, SlotOperation operation);
+
+/// True when values of this class, though it has the operation, may be such that there is no result: lists of
+/// different lengths are not compared.
+inline bool mayBeAbsent(ValueClass valueClass, SlotOperation operation) {
+    return operation == SlotOperation::isEqual &&
+           (isArray(valueClass) || valueClass == ValueClass::SequenceValue);
+}
 
 /// What becomes of a function whose slots do not support its value operation.
 enum class WithoutOperation : std::uint8_t {
@@ -81,9 +92,13 @@ struct Demand {
     std::string_view text;
     /// The inputs that decide it.
     InputSet inputs;
-    /// Why these values break it, or absent when they do not. `values` has one entry per input of the
-    /// function; those of `inputs` point to values of their slots' types.
-    std::optional<std::string> (*violation)(std::span<const Value* const> values) = nullptr;
+    /// Why these values break it, or absent when they do not. There is an entry per input of the function:
+    /// those of `inputs` have a value, of the type of their slot; others may be null.
+    std::optional<std::string> (*violation)(std::span<const Value* const> values,
+                                            std::span<const ValueClass> slots) = nullptr;
+    /// The function asks before each step. False for a demand that only holds for values that never change,
+    /// because what comes of others depends on what was before, or has no end.
+    bool isAskedEachStep = true;
 };
 
 /// Everything that a function says about itself, once, where it stands. The registry, the help, the checker
@@ -92,11 +107,11 @@ struct Demand {
 /// Texts are static.
 struct Declaration {
     /// The type string under which documents name the function.
-    std::string_view name;
-    std::vector<InputDeclaration> inputs;
+    std::string_view name = {};
+    std::vector<InputDeclaration> inputs = {};
     ValueClass output = ValueClass::TimestampedVariable;
     /// One sentence in a diagram author's words, with units.
-    std::string_view description;
+    std::string_view description = {};
     /// When the function runs and yet emits nothing: "while open is false". Empty: every run emits, as long
     /// as the value operation is supported.
     std::string_view silentWhen = {};
@@ -116,7 +131,15 @@ struct Declaration {
     std::vector<Demand> demands = {};
     /// The value classes that the generic slots do not support; connections do not consult it.
     std::vector<ValueClass> unsupported = {};
+    /// False for a class that declares nothing: its slots are read off a new node, and nothing else is known.
+    bool isDeclared = true;
 
+    bool asksEachStep() const {
+        for (const auto& demand : demands) {
+            if (demand.isAskedEachStep) return true;
+        }
+        return false;
+    }
     bool alwaysEmits() const { return silentWhen.empty(); }
 };
 

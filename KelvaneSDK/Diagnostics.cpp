@@ -11,24 +11,18 @@ namespace KelvaneSDK {
 
 namespace {
 
-struct Hooks {
+struct CommonSink {
     std::mutex mutex;
     DiagnosticSink sink;
-    StopHandler stopHandler;
 };
 
-/// Thrown by a stop within a trial.
-struct TrialStopped {
-    std::string reason;
-};
-
-thread_local const DiagnosticSink* isTrial = nullptr;
-
-Hooks& hooks() {
+CommonSink& common() {
     // Never destroyed: background work may still print while the process exits.
-    static Hooks* const instance = new Hooks;
+    static CommonSink* const instance = new CommonSink;
     return *instance;
 }
+
+thread_local const Operation* currentOperation = nullptr;
 
 void writeLine(std::FILE* file, std::string_view line) {
     std::fwrite(line.data(), 1, line.size(), file);
@@ -38,52 +32,50 @@ void writeLine(std::FILE* file, std::string_view line) {
 
 }  // namespace
 
+Operation::Operation(StopBehavior stopBehavior, const DiagnosticSink* sinkOfLines, bool isTried)
+    : behavior(stopBehavior), lines(sinkOfLines), isTrial(isTried), outer(currentOperation) {
+    currentOperation = this;
+}
+
+Operation::~Operation() { currentOperation = outer; }
+
+const DiagnosticSink* Operation::sink() {
+    for (const auto* operation = currentOperation; operation != nullptr; operation = operation->outer) {
+        if (operation->lines != nullptr && *operation->lines) return operation->lines;
+    }
+    return nullptr;
+}
+
+bool Operation::catchesStops() {
+    if (currentOperation == nullptr) return false;
+    if (currentOperation->behavior == StopBehavior::failCall) return true;
+    const auto* operation = currentOperation;
+    while (operation != nullptr && !operation->isTrial) operation = operation->outer;
+    return operation != nullptr;
+}
+
 DiagnosticSink setDiagnosticSink(DiagnosticSink sink) {
-    const std::lock_guard lock(hooks().mutex);
-    return std::exchange(hooks().sink, std::move(sink));
+    const std::lock_guard lock(common().mutex);
+    return std::exchange(common().sink, std::move(sink));
 }
 
 void printDiagnostic(std::string_view line) {
-    if (isTrial) return (*isTrial)(line);
-    const std::lock_guard lock(hooks().mutex);
-    if (hooks().sink) {
-        hooks().sink(line);
+    if (const auto* sink = Operation::sink()) return (*sink)(line);
+    const std::lock_guard lock(common().mutex);
+    if (common().sink) {
+        common().sink(line);
     } else {
         writeLine(stdout, line);
     }
 }
 
-StopHandler setStopHandler(StopHandler handler) {
-    const std::lock_guard lock(hooks().mutex);
-    return std::exchange(hooks().stopHandler, std::move(handler));
-}
-
-void stopProgram(std::string_view reason) {
-    if (isTrial) throw TrialStopped{std::string(reason)};
-    StopHandler handler;
-    {
-        const std::lock_guard lock(hooks().mutex);
-        // Taken out, so that a handler that itself stops the program does not recurse.
-        handler = std::exchange(hooks().stopHandler, {});
+void stopProgram(std::string_view reason, std::optional<std::int64_t> nodeId) {
+    if (Operation::catchesStops()) {
+        throw Operation::Stopped{{std::string(reason), nodeId}};
     }
-    if (handler) handler(reason);
     std::fputs("FATAL: ", stderr);
     writeLine(stderr, reason);
     std::abort();
-}
-
-std::optional<StopReason> reasonOfStop(const std::function<void()>& work, const DiagnosticSink& lines) {
-    struct Trial {
-        Trial(const DiagnosticSink* l) { isTrial = l; }
-        ~Trial() { isTrial = nullptr; }
-    };
-    const Trial inProgress(&lines);
-    try {
-        work();
-    } catch (TrialStopped& stopped) {
-        return StopReason{std::move(stopped.reason), {}};
-    }
-    return std::nullopt;
 }
 
 }  // namespace KelvaneSDK

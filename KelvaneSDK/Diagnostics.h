@@ -1,31 +1,45 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <optional>
+#include <string>
 #include <string_view>
 
 namespace KelvaneSDK {
 
 /// Receives the library's diagnostics, one call per line, without a line break. Lines begin "ERROR: " or
-/// "WARNING: ". May be called from any thread that runs library code; calls never overlap.
+/// "WARNING: ". Called on the thread that runs the library code; must not call back into the library.
 using DiagnosticSink = std::function<void(std::string_view line)>;
 
-/// Replaces the process-wide diagnostic sink and returns the previous one. An empty function restores the
-/// default, which writes whole lines to standard output. Any thread; takes effect for lines printed
-/// afterwards. A sink must not call back into the library.
+/// Replaces the sink of everything that runs outside an engine with a sink of its own, and returns the
+/// previous one: free functions such as readKelvaneInputs(), and engines that were not given one. An empty
+/// function restores the default, which writes whole lines to standard output. Any thread; calls to this sink
+/// never overlap.
 DiagnosticSink setDiagnosticSink(DiagnosticSink sink);
 
-/// Prints one diagnostic line through the sink.
+/// Prints one diagnostic line: to the sink of the engine whose operation runs on this thread, or else to the
+/// common one.
 void printDiagnostic(std::string_view line);
 
-/// Sees the reason before the program stops, on the thread that stopped; typically flushes files or ends the
-/// process its own way. When it returns, the program aborts.
-using StopHandler = std::function<void(std::string_view reason)>;
+/// What happens when an invariant is broken: an integer overflows, a slot holds a value of the wrong type, a
+/// document names an input that does not exist.
+enum class StopBehavior : std::uint8_t {
+    endProgram,  ///< says why on standard error and aborts
+    failCall,    ///< the engine's operation fails, and the engine waits for a reset or another document
+};
 
-/// Installs the process-wide stop handler and returns the previous one; an empty function removes it.
-StopHandler setStopHandler(StopHandler handler);
+/// Why an engine's operation failed.
+struct StopReason {
+    /// One sentence that begins with the node, where there is one.
+    std::string text;
+    /// The id of the node concerned, where there is one.
+    std::optional<std::int64_t> nodeId;
+};
 
-/// Ends the program because an invariant is broken: tells the stop handler, writes "FATAL: " and the reason
-/// to standard error, and aborts. The one place where the library ends a process.
-[[noreturn]] void stopProgram(std::string_view reason);
+/// Ends the program because an invariant is broken: writes "FATAL: " and the reason to standard error, and
+/// aborts. The one place where the library ends a process. Within an operation of an engine that fails calls
+/// instead, it ends the operation.
+[[noreturn]] void stopProgram(std::string_view reason, std::optional<std::int64_t> nodeId = {});
 
 }  // namespace KelvaneSDK

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <limits>
@@ -7,7 +8,7 @@
 
 namespace KelvaneSDK {
 
-/// What the evaluation of a diagram may use up. Beyond a limit the program stops, with a reason that names
+/// What the evaluation of a diagram may use up. Beyond a limit the evaluation stops, with a reason that names
 /// the node, so that a diagram from a stranger cannot exhaust memory or time. Without limits nothing is
 /// checked.
 struct EvaluationLimits {
@@ -15,33 +16,56 @@ struct EvaluationLimits {
     std::size_t maxElements = std::numeric_limits<std::size_t>::max();
     /// The wall-clock seconds that the evaluation of one batch may take.
     double maxBatchSeconds = std::numeric_limits<double>::infinity();
+    /// Where not null, stops the batch in progress soon after another thread, or a signal handler, has set it.
+    /// Must outlive the engine.
+    const std::atomic<bool>* interrupted = nullptr;
 };
 
 /// Part of the reason of every stop at a limit.
 inline constexpr std::string_view beyondLimit = " the limit of ";
+/// Part of the reason of a stop because of EvaluationLimits::interrupted.
+inline constexpr std::string_view wasInterrupted = "the batch was interrupted";
 
-/// The limits of an engine together with the time used by the batch in progress. Nodes ask it while they
-/// work.
+/// The limits of an engine together with the time used by the batch in progress.
 class EvaluationBudget {
 public:
     using Clock = std::chrono::steady_clock;
 
-    void setLimits(const EvaluationLimits& newLimits) { limits = newLimits; }
+    void setLimits(const EvaluationLimits& newLimits) {
+        limits = newLimits;
+        isTimed = limits.maxBatchSeconds < std::numeric_limits<double>::infinity();
+    }
     void beginBatch() {
-        if (isTimed()) batchBegin = Clock::now();
+        if (isTimed) batchBegin = Clock::now();
     }
     std::size_t maxElements() const { return limits.maxElements; }
     double maxBatchSeconds() const { return limits.maxBatchSeconds; }
+    bool isLimited() const { return isTimed || limits.interrupted != nullptr; }
+    bool isInterrupted() const {
+        return limits.interrupted != nullptr && limits.interrupted->load(std::memory_order_relaxed);
+    }
     bool isOutOfTime() const {
-        return isTimed() &&
+        return isTimed &&
                std::chrono::duration<double>(Clock::now() - batchBegin).count() > limits.maxBatchSeconds;
     }
 
 private:
-    bool isTimed() const { return limits.maxBatchSeconds < std::numeric_limits<double>::infinity(); }
-
     EvaluationLimits limits;
+    bool isTimed = false;
     Clock::time_point batchBegin;
+};
+
+/// What the nodes of one diagram share with their engine.
+struct DiagramState {
+    EvaluationBudget budget;
+    /// Counts the changes to nodes, slots and connections after which a plan of the evaluation is out of date.
+    std::uint64_t changes = 0;
+    /// Counts the changes of what is hidden and forwarded.
+    std::uint64_t visibility = 0;
+    /// Counts the values that were written to output slots by hand.
+    std::uint64_t handWritten = 0;
+    /// Counts evaluated batches; the clock of every constant.
+    std::uint64_t batches = 0;
 };
 
 }  // namespace KelvaneSDK

@@ -6,7 +6,7 @@
 #include "KelvaneSDK/ElementArithmetic.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionNode.h"
+#include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/SampleWindow.h"
 #include "KelvaneSDK/TrapezoidRule.h"
 
@@ -27,243 +27,97 @@ double powerOfTen(std::int64_t digits) {
     return std::pow(10.0, static_cast<double>(digits));
 }
 
-class AbsoluteFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue>("x"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Absolute"; }
-    void process() override { finish(std::fabs(real(0))); }
-};
+double interpolated(double t, Timed<double> a, Timed<double> b) {
+    if (a.timestamp == b.timestamp || b.timestamp <= t) return b.value;
+    if (t <= a.timestamp) return a.value;
+    return valueOnLine({a.timestamp, a.value}, {b.timestamp, b.value}, t);
+}
 
-class FloatInterpolationFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue, FloatValue, FloatValue>("time", "a", "b"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Float interpolation"; }
-    void process() override {
-        const double t = real(0);
-        const Sample a{timestamp(1), real(1)};
-        const Sample b{timestamp(2), real(2)};
-        if (a.t == b.t || b.t <= t) return finish(b.f);
-        if (t <= a.t) return finish(a.f);
-        finish(valueOnLine(a, b, t));
-    }
-};
+double rounded(double x, std::int64_t digits) {
+    const double power = powerOfTen(digits);
+    return std::round(x * power) / power;
+}
 
-class RoundFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue, IntegerValue>("x", "digits"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Round"; }
-    void process() override {
-        const double power = powerOfTen(integer(1));
-        finish(std::round(real(0) * power) / power);
-    }
-};
-
-class PowerFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue, FloatValue>("base", "exponent"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Power"; }
-    void process() override { finish(std::pow(real(0), real(1))); }
-};
-
-class IntegerFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue>("x"); }
-    void createOutput() override { setOutput<IntegerValue>(); }
-    void setTypeString() override { typeString = "Integer"; }
-    void process() override {
-        const auto truncated = truncatedInteger(real(0));
-        if (!truncated) stop(doubleText(real(0)) + " does not fit in a 64-bit integer");
-        finish(*truncated);
-    }
-};
-
-class FloatFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<IntegerValue>("n"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Float"; }
-    void process() override { finish(static_cast<double>(integer(0))); }
-};
-
-class AveragerFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<BooleanValue, FloatValue>("enable", "x"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Averager"; }
-    void process() override {
-        if (!boolean(0)) {
-            clear();
-            return endWithoutOutput();
+struct Averager {
+    Maybe<double> operator()(bool enable, double x) {
+        if (!enable) {
+            *this = {};
+            return Silent{"enable is false"};
         }
-        count = checkedAdd(count, 1);
-        sum += real(1);
-        finish(sum / static_cast<double>(count));
+        ++count;
+        sum += x;
+        return sum / static_cast<double>(count);
     }
-    void reset() override {
-        clear();
-        FunctionNode::reset();
-    }
-
-private:
-    void clear() {
-        sum = 0;
-        count = 0;
-    }
-
     double sum = 0;
     std::int64_t count = 0;
 };
 
-class MovingAveragerFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<IntegerValue, FloatValue>("length", "x"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Moving averager"; }
-    void process() override {
-        const std::int64_t length = integer(0);
-        if (length < 1) return endWithoutOutput();
-        buffer.push_back(real(1));
-        checkElements(buffer.size());
-        sum += real(1);
+struct MovingAverager {
+    Maybe<double> operator()(std::int64_t length, double x, const Node& node) {
+        if (length < 1) return Silent{"the length is below 1"};
+        values.push_back(x);
+        node.checkElements(values.size());
+        sum += x;
         const auto wanted = static_cast<std::uint64_t>(length);
-        if (buffer.size() < wanted) return endWithoutOutput();
-        while (buffer.size() > wanted) {
-            sum -= buffer.front();
-            buffer.pop_front();
+        if (values.size() < wanted) return Silent{"there are fewer than `length` values"};
+        while (values.size() > wanted) {
+            sum -= values.front();
+            values.pop_front();
         }
-        finish(sum / static_cast<double>(length));
+        return sum / static_cast<double>(length);
     }
-    void reset() override {
-        buffer.clear();
-        sum = 0;
-        FunctionNode::reset();
-    }
-
-private:
-    std::deque<double> buffer;
+    std::deque<double> values;
     // Kept step by step, never summed up anew: the cost of an update does not grow with the length.
     double sum = 0;
 };
 
-class DelayFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue, FloatValue>("delay", "x"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Delay"; }
-    void process() override {
-        const auto delayed = buffer.advance({timestamp(1), real(1)}, real(0), *this);
+struct Delay {
+    Maybe<double> operator()(double delay, Timed<double> x, const Node& node) {
+        const auto delayed = window.advance({x.timestamp, x.value}, delay, node);
         // The delay keeps its flag, so that the next x alone is enough.
-        if (!delayed) return consume(1);
-        finish(delayed->f);
+        if (!delayed) return Silent{"x does not reach back by the delay", Silent::consumesInput1};
+        return delayed->f;
     }
-    void reset() override {
-        buffer.clear();
-        FunctionNode::reset();
-    }
-
-private:
-    SampleWindow buffer;
+    SampleWindow window;
 };
 
-class DerivativeFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue>("x"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Derivative"; }
-    void process() override {
-        const double x = real(0);
-        const double t = timestamp(0);
-        const bool isFirst = std::isnan(previousValue);
-        const double slope = (x - previousValue) / (t - previousTimestamp);
-        previousValue = x;
-        previousTimestamp = t;
-        if (isFirst) return endWithoutOutput();
-        finish(slope);
+struct Derivative {
+    Maybe<double> operator()(Timed<double> x) {
+        const double slope = (x.value - previous.value) / (x.timestamp - previous.timestamp);
+        const bool isFirst = std::isnan(previous.value);
+        previous = x;
+        if (isFirst) return Silent{"there is no previous value"};
+        return slope;
     }
-    void reset() override {
-        previousValue = noPreviousValue;
-        previousTimestamp = 0;
-        FunctionNode::reset();
-    }
-
-private:
-    double previousValue = noPreviousValue;
-    double previousTimestamp = 0;
+    Timed<double> previous{noPreviousValue, 0};
 };
 
-class IntegralFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue>("x"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Integral"; }
-    void process() override {
-        const double x = real(0);
-        const double t = timestamp(0);
-        const bool isFirst = std::isnan(previousValue);
-        const double area = areaBetween({previousTimestamp, previousValue}, {t, x});
-        previousValue = x;
-        previousTimestamp = t;
-        if (isFirst) return endWithoutOutput();
-        integral += area;
-        finish(integral);
+struct Integral {
+    Maybe<double> operator()(Timed<double> x) {
+        const double area = areaBetween({previous.timestamp, previous.value}, {x.timestamp, x.value});
+        const bool isFirst = std::isnan(previous.value);
+        previous = x;
+        if (isFirst) return Silent{"there is no previous value"};
+        return integral += area;
     }
-    void reset() override {
-        previousValue = noPreviousValue;
-        previousTimestamp = 0;
-        integral = 0;
-        FunctionNode::reset();
-    }
-
-private:
-    double previousValue = noPreviousValue;
-    double previousTimestamp = 0;
+    Timed<double> previous{noPreviousValue, 0};
     double integral = 0;
 };
 
-class PeakDetectorFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue, FloatValue>("level", "x"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Peak detector"; }
-    void process() override {
-        const double level = real(0);
-        const double x = real(1);
+struct PeakDetector {
+    Maybe<double> operator()(double level, double x) {
         if (peak < level) peak = 0;
-        if (x < level || x < peak) return endWithoutOutput();
-        peak = x;
-        finish(peak);
+        if (x < level || x < peak) return Silent{"x is below the level or the latest peak"};
+        return peak = x;
     }
-    void reset() override {
-        peak = 0;
-        FunctionNode::reset();
-    }
-
-private:
     double peak = 0;
 };
 
-class ModuloFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue, FloatValue>("x", "y"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Modulo"; }
-    void process() override {
-        if (real(1) == 0) return endWithoutOutput();
-        finish(std::fmod(real(0), real(1)));
-    }
-};
-
-class LimiterFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue, FloatValue>("x", "limit"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Limiter"; }
-    void process() override { finish(real(0) < real(1) ? real(0) : real(1)); }
-};
+std::optional<std::string> noInteger(std::span<const Value* const> values, std::span<const ValueClass>) {
+    const double x = *values[0]->get<double>();
+    if (truncatedInteger(x)) return std::nullopt;
+    return doubleText(x) + " does not fit in a 64-bit integer";
+}
 
 }  // namespace
 
@@ -271,26 +125,64 @@ NodeFamily floatFunctions() {
     return functionFamily(
         "Float signal",
         {
-            entry<AbsoluteFunction>("the absolute value of x"),
-            entry<FloatInterpolationFunction>("the value at `time`, in seconds, on the line from a to b, "
-                                              "which stand at their own timestamps"),
-            entry<RoundFunction>("x rounded to a number of decimal places, halves away from zero; negative "
-                                 "digits round to tens, hundreds and so on"),
-            entry<PowerFunction>("the base raised to the exponent"),
-            entry<IntegerFunction>("x without its fraction, as an integer"),
-            entry<FloatFunction>("the integer n as a float"),
-            entry<AveragerFunction>("the mean of all x since enable became true; silent while it is false"),
-            entry<MovingAveragerFunction>(
-                "the mean of the last `length` values of x; silent until there are as many"),
-            entry<DelayFunction>("x as it was `delay` seconds ago, interpolated between samples"),
-            entry<DerivativeFunction>("the change of x per second since its previous value"),
-            entry<IntegralFunction>("the integral of x over time in seconds since the last reset; between "
-                                    "values of different sign the rule "
-                                    "counts the time of the crossing from 0"),
-            entry<PeakDetectorFunction>(
-                "each new highest x that reaches the level; starts anew when the level rises above the peak"),
-            entry<ModuloFunction>("the remainder of x / y, with the sign of x; silent when y is 0"),
-            entry<LimiterFunction>("x, but never more than the limit"),
+            pure("Absolute", {{"x"}}, [](double x) { return std::fabs(x); }, "the absolute value of x")
+                .keywords("abs magnitude"),
+            pure("Float interpolation", {{"time", "in seconds"}, {"a"}, {"b"}},
+                 [](double time, Timed<double> a, Timed<double> b) { return interpolated(time, a, b); },
+                 "the value at `time`, in seconds, on the line from a to b, which stand at their own "
+                 "timestamps")
+                .keywords("linear"),
+            pure("Round", {{"x"}, {"digits", "decimal places"}},
+                 [](double x, std::int64_t digits) { return rounded(x, digits); },
+                 "x rounded to a number of decimal places, halves away from zero; negative digits round to "
+                 "tens, hundreds and so on"),
+            pure("Power", {{"base"}, {"exponent"}},
+                 [](double base, double exponent) { return std::pow(base, exponent); },
+                 "the base raised to the exponent")
+                .keywords("pow square root exponential"),
+            pure("Integer", {{"x"}}, [](double x) { return static_cast<std::int64_t>(x); },
+                 "x without its fraction, as an integer")
+                .keywords("truncate convert")
+                .demands({"x fits in a 64-bit integer", {0}, noInteger}),
+            pure("Float", {{"n"}}, [](std::int64_t n) { return static_cast<double>(n); },
+                 "the integer n as a float")
+                .keywords("convert double"),
+            stateful<Averager>("Averager", {{"enable"}, {"x"}},
+                               "the mean of all x since enable became true")
+                .silent("while enable is false")
+                .keywords("average"),
+            stateful<MovingAverager>("Moving averager", {{"length", "updates, 1 or more"}, {"x"}},
+                                     "the mean of the last `length` values of x")
+                .silent("until there are `length` values, and while length is below 1")
+                .keywords("average smooth window"),
+            stateful<Delay>("Delay", {{"delay", "in seconds"}, {"x"}},
+                            "x as it was `delay` seconds ago, interpolated between samples")
+                .silent("until x reaches back that far")
+                .demands({"the delay is above 0", {0}, SampleWindow::noDuration, false}),
+            stateful<Derivative>("Derivative", {{"x"}}, "the change of x per second since its previous value")
+                .silent("for the first value")
+                .keywords("rate slope velocity differentiate"),
+            stateful<Integral>("Integral", {{"x"}},
+                               "the integral of x over time in seconds since the last reset; between values of "
+                               "different sign the rule counts the time of the crossing from 0")
+                .silent("for the first value")
+                .keywords("area accumulate integrate"),
+            stateful<PeakDetector>(
+                "Peak detector", {{"level"}, {"x"}},
+                "each new highest x that reaches the level; starts anew when the level rises above the peak")
+                .silent("when x is below the level or the latest peak")
+                .keywords("maximum threshold"),
+            pure("Modulo", {{"x"}, {"y"}},
+                 [](double x, double y) -> Maybe<double> {
+                     if (y == 0) return Silent{"y is 0"};
+                     return std::fmod(x, y);
+                 },
+                 "the remainder of x / y, with the sign of x")
+                .silent("when y is 0")
+                .keywords("remainder mod %"),
+            pure("Limiter", {{"x"}, {"limit"}}, [](double x, double limit) { return x < limit ? x : limit; },
+                 "x, but never more than the limit")
+                .keywords("clamp cap minimum"),
         });
 }
 

@@ -1,116 +1,80 @@
 #include <deque>
 
+#include "KelvaneSDK/ElementArithmetic.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionNode.h"
+#include "KelvaneSDK/FunctionRows.h"
 
 namespace KelvaneSDK {
 
 namespace {
 
-class PassThroughFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<TimestampedVariable>("value"); }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Pass-through"; }
-    void process() override { finish(value(0)); }
+using Type = ValueClass;
+
+struct Buffer {
+    Maybe<Value> operator()(std::int64_t length, Anything latest, const Node& node) {
+        values.push_back(latest.value);
+        node.checkElements(values.size());
+        if (length >= static_cast<std::int64_t>(values.size())) return Silent{"the buffer is filling"};
+        while (static_cast<std::int64_t>(values.size()) > length + 1) values.pop_front();
+        if (values.empty()) return Silent{"the buffer is empty", Silent::clearsOutput};
+        return values.front();
+    }
+    std::deque<Value> values;
 };
 
-class TimestampFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<TimestampedVariable>("value"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Timestamp"; }
-    void process() override { finish(timestamp(0)); }
-};
-
-class UpdatedFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<TimestampedVariable>("value"); }
-    void createOutput() override { setOutput<BooleanValue>(); }
-    void setTypeString() override { typeString = "Updated"; }
-    void process() override { finish(Value(true)); }
+struct UpdateCounter {
+    std::int64_t operator()(Anything, const Node& node) {
+        const auto next = checkedSum(count, 1);
+        if (!next) node.stop("an integer count overflows 64 bits");
+        return count = *next;
+    }
+    std::int64_t count = 0;
 };
 
 class PassUpdatedFunction final : public FunctionNode {
 public:
-    void createInputs() override { addInputs<TimestampedVariable, TimestampedVariable>("a", "b"); }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Pass updated"; }
+    static Declaration declaration() {
+        return {.name = "Pass updated",
+                .inputs = {{"a"}, {"b"}},
+                .description = "whichever input has a new value; a when both have",
+                .keywords = "merge either",
+                .readiness = Readiness::anyInput,
+                .forwards = {0, 1},
+                .takesAnything = {0, 1}};
+    }
     bool allInputsUpdated() const override { return isUpdated(0) || isUpdated(1); }
     bool allInputsHaveValues() const override { return input(0).hasValue() || input(1).hasValue(); }
-    void process() override { finish(input(isUpdated(0) ? 0 : 1).value()); }
-};
-
-class BufferFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<IntegerValue, TimestampedVariable>("length", "value"); }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Buffer"; }
-    void process() override {
-        const std::int64_t length = integer(0);
-        buffer.push_back(value(1));
-        checkElements(buffer.size());
-        const auto count = static_cast<std::int64_t>(buffer.size());
-        if (length >= count) return endWithoutOutput();
-        if (length < -1)
-            stop("a buffer of length " + std::to_string(length) + " drops more values than it holds");
-        while (static_cast<std::int64_t>(buffer.size()) > length + 1) buffer.pop_front();
-        finish(buffer.empty() ? std::nullopt : std::optional(buffer.front()));
-    }
-    void reset() override {
-        buffer.clear();
-        FunctionNode::reset();
-    }
-
-private:
-    std::deque<Value> buffer;
-};
-
-class GateFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<BooleanValue, TimestampedVariable>("open", "value"); }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Gate"; }
-    void process() override {
-        if (!boolean(0)) return endWithoutOutput();
-        finish(value(1));
-    }
-};
-
-class UpdateCounterFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<TimestampedVariable>("value"); }
-    void createOutput() override { setOutput<IntegerValue>(); }
-    void setTypeString() override { typeString = "Update counter"; }
-    void process() override {
-        counter = checkedAdd(counter, 1);
-        finish(counter);
-    }
-    void reset() override {
-        counter = 0;
-        FunctionNode::reset();
-    }
-
-private:
-    std::int64_t counter = 0;
+    void process() override { finishOrClear(input(isUpdated(0) ? 0 : 1).value()); }
 };
 
 class TriggerFunction final : public FunctionNode {
 public:
-    void createInputs() override { addInputs<BooleanValue, TimestampedVariable>("trigger", "value"); }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Trigger"; }
+    static Declaration declaration() {
+        return {.name = "Trigger",
+                .inputs = {{"trigger", Type::BooleanValue}, {"value"}},
+                .description =
+                    "the latest value, each time the trigger becomes true or stays true by an update",
+                .keywords = "sample hold latch",
+                .readiness = Readiness::trueTrigger,
+                .forwards = {1},
+                .takesAnything = {1}};
+    }
     bool allInputsUpdated() const override { return input(0).hasValue() && boolean(0) && isUpdated(0); }
     void process() override { finish(value(1)); }
 };
 
 class SwitchFunction final : public FunctionNode {
 public:
-    void createInputs() override {
-        addInputs<BooleanValue, TimestampedVariable, TimestampedVariable>("select", "whenTrue", "whenFalse");
+    static Declaration declaration() {
+        return {.name = "Switch",
+                .inputs = {{"select", Type::BooleanValue}, {"whenTrue"}, {"whenFalse"}},
+                .description =
+                    "whenTrue while select is true, whenFalse otherwise; fires with that input's updates",
+                .keywords = "if select choose either",
+                .readiness = Readiness::selectedInput,
+                .forwards = {1, 2},
+                .takesAnything = {1, 2}};
     }
-    void createOutput() override { setOutput<TimestampedVariable>(); }
-    void setTypeString() override { typeString = "Switch"; }
     bool allInputsUpdated() const override { return isUpdated(selected()); }
     bool allInputsHaveValues() const override { return input(0).hasValue() && input(selected()).hasValue(); }
     void process() override { finish(value(selected())); }
@@ -119,23 +83,45 @@ private:
     std::size_t selected() const { return boolean(0) ? 1 : 2; }
 };
 
+std::optional<std::string> negativeLength(std::span<const Value* const> values, std::span<const ValueClass>) {
+    const auto length = belowLeast<0, -1>(values);
+    if (!length) return std::nullopt;
+    return "a buffer of length " + *length + " drops more values than it holds";
+}
+
 }  // namespace
 
 NodeFamily flowFunctions() {
     return functionFamily(
         "Flow",
         {
-            entry<PassThroughFunction>("the value as it is"),
-            entry<TimestampFunction>("when the value was produced, in seconds"),
-            entry<UpdatedFunction>("true each time a value arrives"),
-            entry<PassUpdatedFunction>("whichever input has a new value; a when both have"),
-            entry<BufferFunction>("the value that arrived `length` updates ago"),
-            entry<GateFunction>("the value while open is true; silent otherwise"),
-            entry<UpdateCounterFunction>("how many values have arrived since the last reset"),
-            entry<TriggerFunction>(
-                "the latest value, each time the trigger becomes true or stays true by an update"),
-            entry<SwitchFunction>(
-                "whenTrue while select is true, whenFalse otherwise; fires with that input's updates"),
+            pure("Pass-through", {{"value"}}, [](Anything value) { return value.value; },
+                 "the value as it is")
+                .keywords("identity forward"),
+            pure("Timestamp", {{"value"}}, [](Anything value) { return value.timestamp; },
+                 "when the value was produced, in seconds")
+                .keywords("time when"),
+            pure("Updated", {{"value"}}, [](Anything) { return true; }, "true each time a value arrives")
+                .keywords("new event"),
+            entry<PassUpdatedFunction>(),
+            stateful<Buffer>("Buffer", {{"length", "updates, 0 or more"}, {"value"}},
+                             "the value that arrived `length` updates ago")
+                .silent("for the first `length` updates")
+                .keywords("delay previous history")
+                .demands({"length is -1 or more", {0}, negativeLength}),
+            pure("Gate", {{"open"}, {"value"}},
+                 [](bool open, Anything value) -> Maybe<Value> {
+                     if (!open) return Silent{"the gate is closed"};
+                     return value.value;
+                 },
+                 "the value while open is true")
+                .silent("while open is false")
+                .keywords("filter if when"),
+            stateful<UpdateCounter>("Update counter", {{"value"}},
+                                    "how many values have arrived since the last reset")
+                .keywords("count number"),
+            entry<TriggerFunction>(),
+            entry<SwitchFunction>(),
         });
 }
 

@@ -1,21 +1,57 @@
 #include "KelvaneSDK/FunctionNode.h"
 
+#include <array>
+
 #include "KelvaneSDK/ElementArithmetic.h"
 
 namespace KelvaneSDK {
+
+namespace {
+
+// A class of the library that runs by the common rule.
+bool runByCommonRule(Step& step) {
+    for (std::size_t i = 0; i < step.inputCount; ++i) {
+        if (!step.inputs[i]->hasNews() || !step.inputs[i]->given()->hasValue()) return false;
+    }
+    step.node->process();
+    return true;
+}
+
+// A class with a rule of its own, or of an application: it sees the slots as the sweep leaves them.
+bool runByOwnRule(Step& step) {
+    for (auto* slot : step.node->inputValues()) slot->checked = true;
+    for (auto* slot : step.node->connectedInputValues()) slot->checked = true;
+    if (!step.node->allInputsHaveValues() || !step.node->allInputsUpdated()) return false;
+    step.node->process();
+    return true;
+}
+
+}  // namespace
 
 void FunctionNode::initialize() {
     createInputs();
     createOutput();
     classString = classStringOf(NodeCategory::Function);
     setTypeString();
-    descriptionString = typeString;
+    setDescriptionString(typeString);
 }
 
-const ArrayVariable& FunctionNode::arrayInput(std::size_t index) const {
-    const auto* array = dynamic_cast<const ArrayVariable*>(&input(index));
-    if (array == nullptr) stop("input " + std::to_string(index) + " is no array slot");
-    return *array;
+void FunctionNode::createInputs() {
+    if (declared == nullptr) return;
+    for (const auto& [label, type, meaning] : declared->inputs) appendInput(type, label);
+    unsupportedTypes = declared->unsupported;
+}
+
+void FunctionNode::createOutput() {
+    if (declared != nullptr) makeOutput(declared->output);
+}
+
+void FunctionNode::setTypeString() {
+    if (declared != nullptr) typeString = declared->name;
+}
+
+Step::Run FunctionNode::stepFunction() const {
+    return declared != nullptr && declared->readiness == Readiness::allInputs ? runByCommonRule : runByOwnRule;
 }
 
 const Value& FunctionNode::value(std::size_t index) const {
@@ -29,13 +65,35 @@ std::string_view FunctionNode::text(std::size_t index) const {
     return {characters.data(), characters.size()};
 }
 
-void FunctionNode::endWithoutOutput() {
-    for (auto* slot : inputValues()) slot->updated = false;
+void FunctionNode::finishOrClear(std::optional<Value> newOutput) {
+    if (newOutput) return finish(*std::move(newOutput));
+    output().clearValue();
+    consumeInputs();
+}
+
+void FunctionNode::endWithoutOutput(const char*) { consumeInputs(); }
+
+void FunctionNode::stopOnViolation() const {
+    std::array<const Value*, mostDeclaredInputs> values{};
+    std::array<ValueClass, mostDeclaredInputs> types{};
+    std::size_t count = 0;
+    for (const auto* slot : inputValues()) {
+        const Value* held = slot->payload();
+        const auto wanted = payloadType(slot->valueClass());
+        // What is not of its slot's type stops where it is read.
+        if (held == nullptr || (wanted && held->type() != *wanted)) return;
+        values.at(count) = held;
+        types.at(count++) = slot->valueClass();
+    }
+    for (const auto& demand : declared->demands) {
+        if (!demand.isAskedEachStep) continue;
+        if (const auto why = demand.violation({values.data(), count}, {types.data(), count})) stop(*why);
+    }
 }
 
 void FunctionNode::emit(Value newOutput) {
-    outputValue()->setValue(std::move(newOutput));
-    publishOutput();
+    checkElements(newOutput.elementCount());
+    give(std::move(newOutput), latestInputTimestamp());
 }
 
 std::int64_t FunctionNode::checkedAdd(std::int64_t a, std::int64_t b) const {

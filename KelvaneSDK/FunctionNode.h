@@ -1,21 +1,62 @@
 #pragma once
 
 #include "KelvaneSDK/ArrayVariables.h"
+#include "KelvaneSDK/Declaration.h"
 #include "KelvaneSDK/Node.h"
 #include "KelvaneSDK/ScalarVariables.h"
 #include "KelvaneSDK/SequenceValue.h"
 
 namespace KelvaneSDK {
 
-/// The base of every function class. A class is its contract: createInputs(), createOutput(), setTypeString()
-/// and process(), written with the helpers below; a class with state also overrides reset(). process() runs
-/// when every input was updated and holds a value, unless the class has readiness rules of its own, and ends
-/// in exactly one of the helpers that finish a step.
+class FunctionNode;
+
+/// A function node as the engine evaluates it: what it reads and writes, within reach.
+struct Step {
+    /// Runs the node if its inputs are ready for it. True when it ran.
+    using Run = bool (*)(Step& step);
+
+    Run run = nullptr;
+    FunctionNode* node = nullptr;
+    GivenValue* given = nullptr;
+    /// The node's input slots, every one of them connected.
+    TimestampedVariable* const* inputs = nullptr;
+    std::size_t inputCount = 0;
+};
+
+/// The base of every function class. A class says what it is in its `declaration()` and computes in
+/// process(), written with the helpers below; a class with state also overrides reset(). process() runs when
+/// every input was updated and holds a value, unless the class has readiness rules of its own, and ends in
+/// exactly one of the helpers that finish a step.
+///
+///     class CounterFunction final : public FunctionNode {
+///     public:
+///         static Declaration declaration() {
+///             return {.name = "Counter", .inputs = {{"value"}}, .output = ValueClass::IntegerValue,
+///                     .description = "how many values have arrived", .keepsState = true,
+///                     .takesAnything = {0}};
+///         }
+///         void process() override { finish(++count); }
+///         void reset() override { count = 0; FunctionNode::reset(); }
+///     private:
+///         std::int64_t count = 0;
+///     };
 ///
 /// Reading an input that holds no value, or a value of another type than asked for, stops the program.
 class FunctionNode : public Node {
 public:
     void initialize() override;
+    /// The slots, output and name of the declaration. A class without one overrides these.
+    void createInputs() override;
+    void createOutput() override;
+    void setTypeString() override;
+
+    /// What the class says about itself, or null for a class that overrides createInputs() and the others.
+    const Declaration* declaration() const { return declared; }
+    /// Called before initialize(); the declaration must outlive the node.
+    void declare(const Declaration& declaration) { declared = &declaration; }
+
+    /// How the engine runs the node, for the types that its slots have now.
+    virtual Step::Run stepFunction() const;
 
 protected:
     /// Appends an input slot per class, each with its label (static text). TimestampedVariable takes any
@@ -24,12 +65,6 @@ protected:
     requires(sizeof...(Slots) == sizeof...(Labels)) void addInputs(Labels... labels) {
         (appendInput(Slots::slotClass, labels), ...);
     }
-    /// Says which value classes the generic inputs do not support.
-    template <class... Slots>
-    void unsupported() {
-        static constexpr std::array<ValueClass, sizeof...(Slots)> list{Slots::slotClass...};
-        unsupportedTypes = list;
-    }
     template <class Slot>
     void setOutput() {
         makeOutput(Slot::slotClass);
@@ -37,15 +72,13 @@ protected:
 
     /// An input slot, for the value operations.
     const TimestampedVariable& input(std::size_t index) const { return *inputValues()[index]; }
-    /// An array input slot, for sorted() and sum().
-    const ArrayVariable& arrayInput(std::size_t index) const;
     /// The output slot with the value of the previous step, for the value operations.
     const TimestampedVariable& previousOutput() const { return *outputValue(); }
     /// The input's value, whatever its type.
     const Value& value(std::size_t index) const;
-    bool isUpdated(std::size_t index) const { return input(index).updated; }
+    bool isUpdated(std::size_t index) const { return input(index).updated(); }
     /// The timestamp of an input's value, in seconds.
-    double timestamp(std::size_t index) const { return input(index).timestamp; }
+    double timestamp(std::size_t index) const { return input(index).timestamp(); }
 
     double real(std::size_t index) const { return input(index).as<double>(); }
     std::int64_t integer(std::size_t index) const { return input(index).as<std::int64_t>(); }
@@ -64,31 +97,33 @@ protected:
     }
 
     /// Ends the step with a new output: every input's `updated` flag is consumed, the output is stamped with
-    /// the latest input timestamp and forwarded. Takes a payload, a Value, or an optional value or answer: an
-    /// absent one clears the output and emits nothing.
+    /// the latest input timestamp and forwarded. Takes a payload or a Value.
     template <class T>
     void finish(T newOutput) {
-        if constexpr (std::is_same_v<T, std::optional<Value>>) {
-            outputValue()->setValue(std::move(newOutput));
-        } else if constexpr (std::is_same_v<T, std::optional<bool>>) {
-            newOutput ? outputValue()->setValue(Value(*newOutput)) : outputValue()->clearValue();
-        } else {
-            outputValue()->setValue(Value(std::move(newOutput)));
-        }
-        completeStep();
+        if constexpr (std::is_same_v<T, Value>) checkElements(newOutput.elementCount());
+        consumeInputs();
+        give(std::move(newOutput), latestInputTimestamp());
     }
+    /// The same for a result that may be absent: then the output loses its value, and nothing is emitted.
+    void finishOrClear(std::optional<Value> newOutput);
     /// Ends the step by emitting the output as it stands once more, if it holds a value.
     void finishWithPreviousOutput() { completeStep(); }
     /// Ends the step without output: consumes every input's `updated` flag and leaves the output untouched.
-    void endWithoutOutput();
+    /// The reason is static text.
+    void endWithoutOutput(const char* reason = "");
     /// Consumes one input's `updated` flag.
-    void consume(std::size_t index) { inputValues()[index]->updated = false; }
+    void consume(std::size_t index) { inputValues()[index]->consume(); }
     /// Emits an output now, stamped with the latest input timestamp, and leaves the inputs' flags to the
     /// class.
     void emit(Value newOutput);
 
+    /// Stops when the inputs' values break a demand of the declaration.
+    void stopOnViolation() const;
     /// a + b, where an overflow of 64 bits stops the program.
     std::int64_t checkedAdd(std::int64_t a, std::int64_t b) const;
+
+private:
+    const Declaration* declared = nullptr;
 };
 
 }  // namespace KelvaneSDK

@@ -5,6 +5,7 @@
 #include "KelvaneSDK/Node.h"
 #include "KelvaneSDK/ScalarVariables.h"
 #include "KelvaneSDK/SequenceValue.h"
+#include "KelvaneSDK/ValueKinds.h"
 
 namespace KelvaneSDK {
 
@@ -22,14 +23,17 @@ public:
     /// type than the stream's prints "ERROR: trying to set input stream '<label>' with wrong type!" and is
     /// dropped. In either case the connected slots are marked checked.
     void setValue(const Value& value, double timestamp);
-
-    /// Marks every slot that the stream feeds as dealt with in this pass.
-    void markConnectedChecked();
+    /// The same without the marks.
+    void take(const Value& value, double timestamp);
 
     /// A variable output bears the stream's label. Maintained while a diagram is built.
     bool linked = false;
     /// The stream's values are part of the results, under its label.
-    bool forwarding = true;
+    bool forwarding() const { return isForwarding; }
+    void setForwarding(bool forwarding);
+
+private:
+    bool isForwarding = true;
 };
 
 /// An input stream of one value class, with its type's default value at first.
@@ -39,20 +43,9 @@ public:
     void createOutput() override { makeOutput(Slot::slotClass, true); }
 };
 
-using FloatInputStream = TypedInputStream<FloatValue>;
-using IntegerInputStream = TypedInputStream<IntegerValue>;
-using BooleanInputStream = TypedInputStream<BooleanValue>;
-using VectorInputStream = TypedInputStream<VectorValue>;
-using OrientationInputStream = TypedInputStream<OrientationValue>;
-using SequenceInputStream = TypedInputStream<SequenceValue>;
-using StringInputStream = TypedInputStream<StringValue>;
-using FloatArrayInputStream = TypedInputStream<FloatArrayVariable>;
-using IntegerArrayInputStream = TypedInputStream<IntegerArrayVariable>;
-using BooleanArrayInputStream = TypedInputStream<BooleanArrayVariable>;
-using VectorArrayInputStream = TypedInputStream<VectorArrayVariable>;
-using OrientationArrayInputStream = TypedInputStream<OrientationArrayVariable>;
-using StringArrayInputStream = TypedInputStream<StringArrayVariable>;
-using SequenceArrayInputStream = TypedInputStream<SequenceArrayVariable>;
+#define KELVANE_KIND(name, Slot, description) using name##InputStream = TypedInputStream<Slot>;
+KELVANE_VALUE_KINDS(KELVANE_KIND)
+#undef KELVANE_KIND
 
 NodeFamily inputStreamNodes();
 

@@ -66,17 +66,19 @@ std::optional<BodyColor> bodyColorNamed(std::string_view name) {
     return std::nullopt;
 }
 
+Node::~Node() = default;
+
 void Node::reset() {
-    const auto clearFlags = [](TimestampedVariable& slot) {
-        slot.updated = false;
-        slot.checked = false;
-        slot.timestamp = 0;
-    };
-    for (auto* input : inputSlots) {
-        clearFlags(*input);
-        input->clearValue();
+    for (auto* input : inputSlots) input->empty();
+    noteChange();
+    if (outputSlot == nullptr) return;
+    outputSlot->checked = false;
+    outputSlot->setUpdated(false);
+    if (auto* handWritten = outputSlot->handWritten()) {
+        handWritten->timestamp = 0;
+    } else {
+        givenValue.outputState &= GivenValue::holdsValue;
     }
-    if (outputSlot != nullptr) clearFlags(*outputSlot);
 }
 
 void Node::resolveOutputType() {
@@ -115,6 +117,8 @@ void Node::connectOutput(TimestampedVariable& input) {
     if (connectedSlot != &input) receiver->dropUnlessPinned(input);
     connectedSlot->pinned = true;
     connectedSlots.push_back(connectedSlot);
+    connectedSlot->feedFrom(givenValue);
+    noteChange();
 }
 
 TimestampedVariable& Node::connectInput(TimestampedVariable& input, const TimestampedVariable& from) {
@@ -134,6 +138,8 @@ TimestampedVariable& Node::connectInput(TimestampedVariable& input, const Timest
 
 void Node::disconnect(TimestampedVariable& input) {
     std::erase(connectedSlots, &input);
+    input.unfeed(givenValue);
+    noteChange();
     input.connectable = true;
     if (input.owner == nullptr) stop("the slot to disconnect has no owner");
     Node& receiver = *input.owner;
@@ -166,7 +172,7 @@ void Node::revertGenericTypes() {
 
 bool Node::allInputsUpdated() const {
     return std::all_of(inputSlots.begin(), inputSlots.end(),
-                       [](const auto* input) { return input->updated; });
+                       [](const auto* input) { return input->updated(); });
 }
 
 bool Node::allInputsHaveValues() const {
@@ -174,38 +180,78 @@ bool Node::allInputsHaveValues() const {
                        [](const auto* input) { return input->hasValue(); });
 }
 
-void Node::forwardOutput() {
-    for (auto* slot : connectedSlots) {
-        slot->copyValue(*outputSlot);
-        slot->isConstant = outputSlot->isConstant;
-        slot->timestamp = outputSlot->timestamp;
-        slot->updated = true;
+void Node::takeHandWritten() {
+    auto* const written = outputSlot->handWritten();
+    if (written == nullptr) return;
+    if (written->hasValue()) {
+        givenValue.set(std::move(written->value));
+    } else {
+        givenValue.clear();
     }
+    givenValue.timestamp = written->timestamp;
+    givenValue.isConstant = written->isConstant;
+    givenValue.outputState = static_cast<std::uint8_t>(
+        GivenValue::isStamped | (givenValue.hasValue() ? GivenValue::holdsValue : 0) |
+        (outputSlot->updated() ? GivenValue::isUpdated : 0));
+    outputSlot->dropHandWritten(givenValue);
+}
+
+void Node::forwardOutput() {
+    takeHandWritten();
+    if (!outputSlot->hasValue()) givenValue.clear();
+    givenValue.timestamp = outputSlot->timestamp();
+    ++givenValue.stamp;
+    if (givenValue.special != 0) publishSpecially();
+}
+
+void Node::publishSpecially() {
+    if (auto* written = outputSlot->handWritten()) {
+        // The value given just now is the later one.
+        written->clear();
+        outputSlot->dropHandWritten(givenValue);
+    }
+    if (givenValue.clock != &givenValue.stamp) {
+        // A constant that gives its value within a batch has a clock of its own from now on.
+        givenValue.stamp = *givenValue.clock + 1;
+        givenValue.clock = &givenValue.stamp;
+        givenValue.special &= static_cast<std::uint8_t>(~GivenValue::hasSharedClock);
+        noteChange();
+    }
+    if ((givenValue.special & GivenValue::isCopied) == 0) return;
+    for (auto* slot : connectedSlots) slot->take(givenValue);
+}
+
+void Node::refreshGiven() {
+    takeHandWritten();
+    if ((givenValue.special & GivenValue::isCopied) == 0) return;
+    for (auto* slot : connectedSlots) slot->take(givenValue);
+}
+
+void Node::shareClock(const std::uint64_t& batches) {
+    givenValue.clock = &batches;
+    givenValue.special |= GivenValue::hasSharedClock;
 }
 
 double Node::latestInputTimestamp() const {
     double latest = 0;
     for (const auto* input : inputSlots) {
-        if (latest <= input->timestamp) latest = input->timestamp;
+        const double timestamp = input->timestamp();
+        if (latest <= timestamp) latest = timestamp;
     }
     return latest;
 }
 
 void Node::completeStep() {
-    for (auto* input : inputSlots) input->updated = false;
-    if (outputSlot != nullptr && outputSlot->hasValue()) publishOutput();
-}
-
-void Node::publishOutput() {
-    checkElements(outputSlot->payload()->elementCount());
-    outputSlot->updated = true;
-    outputSlot->timestamp = latestInputTimestamp();
-    forwardOutput();
+    consumeInputs();
+    if (outputSlot == nullptr || !outputSlot->hasValue()) return;
+    takeHandWritten();
+    checkElements(givenValue.value.elementCount());
+    publish(latestInputTimestamp());
 }
 
 void Node::setProperty(std::string_view propertyString, std::string_view valueString) {
     if (propertyString == "Description") {
-        descriptionString = std::string(valueString);
+        setDescriptionString(std::string(valueString));
     } else if (propertyString == "OutputValue") {
         output().setValueFromString(valueString);
     } else if (propertyString == "Color") {
@@ -221,8 +267,8 @@ std::vector<Property> Node::getProperties() const {
 }
 
 const std::string& Node::label() const {
-    if (!descriptionString) stop("the node has no label");
-    return *descriptionString;
+    if (!labelText) stop("the node has no label");
+    return *labelText;
 }
 
 TimestampedVariable& Node::output() const {
@@ -232,20 +278,25 @@ TimestampedVariable& Node::output() const {
 
 void Node::stopOverElements(std::size_t count) const {
     stop("a list of " + std::to_string(count) + " elements is beyond" + std::string(beyondLimit) +
-         std::to_string(budget->maxElements()));
+         std::to_string(state->budget.maxElements()));
 }
 
-void Node::stopOutOfTime() const {
+void Node::stopWhenOver() const {
+    const auto& budget = state->budget;
+    if (budget.isInterrupted()) stop(wasInterrupted);
+    if (!budget.isOutOfTime()) return;
     stop("the batch has taken longer than" + std::string(beyondLimit) +
-         doubleText(budget->maxBatchSeconds()) + " seconds");
+         doubleText(budget.maxBatchSeconds()) + " seconds");
 }
 
-void Node::stop(std::string_view reason) const { stopProgram(nameInMessages() + ": " + std::string(reason)); }
+void Node::stop(std::string_view reason) const {
+    stopProgram(nameInMessages() + ": " + std::string(reason), id);
+}
 
 std::string Node::nameInMessages() const {
     std::string name = id ? "node " + std::to_string(*id) : "a node without id";
     name += " (\"" + typeString + "\"";
-    if (descriptionString) name += ", \"" + *descriptionString + "\"";
+    if (labelText) name += ", \"" + *labelText + "\"";
     return name + ")";
 }
 
@@ -264,17 +315,24 @@ TimestampedVariable& Node::appendInput(ValueClass slotClass, const char* label) 
 }
 
 TimestampedVariable& Node::makeOutput(ValueClass slotClass, bool withDefault) {
-    outputSlot = &own(makeSlot(slotClass, withDefault));
+    auto slot = makeSlot(slotClass);
+    slot->showGiven(givenValue);
+    outputSlot = &own(std::move(slot));
+    if (withDefault) outputSlot->setValue(defaultValue(*payloadType(slotClass)));
     return *outputSlot;
 }
 
 TimestampedVariable& Node::replaceSlot(TimestampedVariable& old, ValueClass slotClass,
                                        std::optional<ValueClass> specializedFrom) {
     auto& replacement = own(makeSlot(slotClass));
+    noteChange();
     replacement.isTyped = specializedFrom;
     replacement.label = old.label;
     replacement.index = old.index;
     if (&old == outputSlot) {
+        // The new output is empty; what the old one gave stays with the slots that it feeds.
+        replacement.showGiven(givenValue);
+        givenValue.outputState = 0;
         outputSlot = &replacement;
     } else {
         // By identity: a container presents slots that are numbered within their own nodes.

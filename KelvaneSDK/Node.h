@@ -72,7 +72,7 @@ struct Property {
 class Node {
 public:
     Node() = default;
-    virtual ~Node() = default;
+    virtual ~Node();
     Node(const Node&) = delete;
     Node& operator=(const Node&) = delete;
 
@@ -139,16 +139,54 @@ public:
 
     /// The label; a node without one stops the program.
     const std::string& label() const;
-    /// Gives the node the limits to keep to, which must outlive it; without them nothing is checked.
-    void keepTo(const EvaluationBudget& newBudget) { budget = &newBudget; }
+    const std::optional<std::string>& descriptionString() const { return labelText; }
+    void setDescriptionString(std::optional<std::string> newLabel) {
+        labelText = std::move(newLabel);
+        noteChange();
+    }
+    /// Makes the node part of a diagram, whose state must outlive it; without one nothing is limited.
+    void join(DiagramState& diagramState) { state = &diagramState; }
+    /// Tells the diagram that what it knows of this node is out of date.
+    void noteChange() const {
+        if (state != nullptr) ++state->changes;
+    }
     /// Stops the program when a list of this many elements is beyond the limit.
     void checkElements(std::size_t count) const {
-        if (budget != nullptr && count > budget->maxElements()) stopOverElements(count);
+        if (state != nullptr && count > state->budget.maxElements()) stopOverElements(count);
     }
-    /// Stops the program when the batch takes longer than the limit. For loops whose length a value decides.
+    /// Stops the program when the batch takes longer than the limit, or was interrupted. For loops whose
+    /// length a value decides: ask every few thousand steps.
     void checkTime() const {
-        if (budget != nullptr && budget->isOutOfTime()) stopOutOfTime();
+        if (state != nullptr && state->budget.isLimited()) stopWhenOver();
     }
+    void noteVisibility() const {
+        if (state != nullptr) ++state->visibility;
+    }
+    void noteHandWritten() const {
+        if (state != nullptr) ++state->handWritten;
+    }
+    /// What the node last gave to the slots that it feeds.
+    GivenValue& given() { return givenValue; }
+    const GivenValue& given() const { return givenValue; }
+    /// Gives a value that was produced at `timestamp` to every slot that the output feeds; the output shows it.
+    template <class T>
+    void give(T&& value, double timestamp) {
+        givenValue.set(std::forward<T>(value));
+        publish(timestamp);
+    }
+    /// Ends giving: what was put into given() counts from now on, as produced at `timestamp`.
+    void publish(double timestamp) {
+        givenValue.timestamp = timestamp;
+        givenValue.outputState = GivenValue::isCurrent;
+        ++givenValue.stamp;
+        if (givenValue.special != 0) publishSpecially();
+    }
+    /// Brings what was written to the output by hand, and what slots keep copies of, up to date without
+    /// counting it as given: the engine does so for constants, which share its clock.
+    void refreshGiven();
+    /// Lets the output share the clock of the engine's batches.
+    void shareClock(const std::uint64_t& batches);
+
     /// Stops the program with a reason that begins with this node's id, type and label.
     [[noreturn]] void stop(std::string_view reason) const;
     /// `node 7 ("Add", "left foot")`, as messages name the node.
@@ -161,10 +199,10 @@ public:
     std::string typeString;
     /// The type name chosen for the output.
     std::optional<std::string> outputType;
-    /// The label: what the diagram's author calls the node.
-    std::optional<std::string> descriptionString;
     std::optional<BodyColor> color;
     Position position;
+    /// Where the engine keeps the node in what it is about; of no meaning to others.
+    std::uint32_t place = ~std::uint32_t{0};
     /// Value classes that the node's generic slots do not support; connections do not consult it.
     std::span<const ValueClass> unsupportedTypes;
 
@@ -172,9 +210,10 @@ protected:
     /// Ends an evaluation step: consumes every input's `updated` flag and, when the output holds a value,
     /// marks it updated, stamps it with the latest input timestamp (0.0 at least) and forwards it.
     void completeStep();
-    /// Marks the output, which holds a value, updated, stamps it with the latest input timestamp and forwards
-    /// it.
-    void publishOutput();
+    /// Consumes every input's `updated` flag.
+    void consumeInputs() {
+        for (auto* input : inputSlots) input->consume();
+    }
     /// The latest timestamp of the inputs, 0.0 at least; NaN timestamps are passed over.
     double latestInputTimestamp() const;
 
@@ -195,10 +234,14 @@ private:
                                      std::optional<ValueClass> specializedFrom);
     void dropUnlessPinned(const TimestampedVariable& slot);
     void revertIfNothingFixesTypes();
+    void takeHandWritten();
     [[noreturn]] void stopOverElements(std::size_t count) const;
-    [[noreturn]] void stopOutOfTime() const;
+    void stopWhenOver() const;
+    void publishSpecially();
 
-    const EvaluationBudget* budget = nullptr;
+    GivenValue givenValue;
+    DiagramState* state = nullptr;
+    std::optional<std::string> labelText;
 
     std::vector<TimestampedVariable*> inputSlots;
     TimestampedVariable* outputSlot = nullptr;

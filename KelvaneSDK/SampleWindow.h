@@ -13,7 +13,7 @@ namespace KelvaneSDK {
 class SampleWindow {
 public:
     /// Appends a sample and drops what lies more than `duration` seconds before it, except for the one sample
-    /// that interpolation needs. Answers the interpolated sample exactly `duration` seconds before the
+    /// that interpolation needs. Returns the interpolated sample exactly `duration` seconds before the
     /// newest, or absent while the window does not reach back that far. A window in which fewer than two
     /// samples would remain, as with a duration of 0 or less on the first sample, stops the program in the
     /// name of `owner`.
@@ -29,13 +29,20 @@ public:
     }
     /// Puts `start` in the place of the oldest sample.
     void replaceFirst(const Sample& start) { samples.front() = start; }
-    void clear() { samples.clear(); }
 
     /// The window's samples as a sequence.
     Sequence sequence() const {
         ListBuilder<Sample> list(samples.size());
         for (const auto& sample : samples) list.append(sample);
         return Sequence(list.finish());
+    }
+
+    /// Why a fixed duration in input 0 stops on the first sample, if it does.
+    static std::optional<std::string> noDuration(std::span<const Value* const> values,
+                                                 std::span<const ValueClass>) {
+        const double duration = *values[0]->get<double>();
+        if (!(duration <= 0)) return std::nullopt;
+        return "no earlier sample lies " + doubleText(duration) + " seconds back";
     }
 
 private:

@@ -22,9 +22,6 @@ std::int64_t orStop(const TimestampedVariable& slot, std::optional<std::int64_t>
 
 }  // namespace
 
-FloatValue::FloatValue(bool withDefault) {
-    if (withDefault) setValue(Value(0.0));
-}
 std::string FloatValue::stringValue() const { return sixDigitText(as<double>()); }
 std::optional<Value> FloatValue::add(const TimestampedVariable& other) const {
     return Value(as<double>() + other.as<double>());
@@ -56,9 +53,6 @@ std::optional<bool> FloatValue::isLargerOrEqual(const TimestampedVariable& other
 }
 std::optional<Value> FloatValue::negate() const { return Value(-as<double>()); }
 
-IntegerValue::IntegerValue(bool withDefault) {
-    if (withDefault) setValue(Value(0));
-}
 std::string IntegerValue::stringValue() const { return std::to_string(as<std::int64_t>()); }
 std::optional<Value> IntegerValue::add(const TimestampedVariable& other) const {
     return Value(orStop(*this, checkedSum(as<std::int64_t>(), other.as<std::int64_t>()),
@@ -102,9 +96,6 @@ std::optional<Value> IntegerValue::negate() const {
         orStop(*this, checkedDifference(0, as<std::int64_t>()), "an integer negation overflows 64 bits"));
 }
 
-VectorValue::VectorValue(bool withDefault) {
-    if (withDefault) setValue(Value(Vector{}));
-}
 std::string VectorValue::stringValue() const {
     const auto v = as<Vector>();
     return "(" + doubleText(v.x) + ", " + doubleText(v.y) + ", " + doubleText(v.z) + ")";
@@ -127,18 +118,12 @@ std::optional<bool> VectorValue::isEqual(const TimestampedVariable& other) const
 }
 std::optional<Value> VectorValue::negate() const { return Value(-as<Vector>()); }
 
-BooleanValue::BooleanValue(bool withDefault) {
-    if (withDefault) setValue(Value(false));
-}
 std::string BooleanValue::stringValue() const { return as<bool>() ? "true" : "false"; }
 std::optional<bool> BooleanValue::isEqual(const TimestampedVariable& other) const {
     return exactlyEqual<bool>(*this, other);
 }
 std::optional<Value> BooleanValue::negate() const { return Value(!as<bool>()); }
 
-OrientationValue::OrientationValue(bool withDefault) {
-    if (withDefault) setValue(Value(Orientation{}));
-}
 std::string OrientationValue::stringValue() const {
     const auto q = as<Orientation>();
     return "(" + doubleText(q.x) + ", " + doubleText(q.y) + ", " + doubleText(q.z) + ", " + doubleText(q.w) +
@@ -164,9 +149,6 @@ std::optional<bool> OrientationValue::isEqual(const TimestampedVariable& other) 
 }
 std::optional<Value> OrientationValue::negate() const { return Value(-as<Orientation>()); }
 
-StringValue::StringValue(bool withDefault) {
-    if (withDefault) setValue(Value(""));
-}
 std::string StringValue::stringValue() const { return std::string(as<String>().view()); }
 std::optional<Value> StringValue::add(const TimestampedVariable& other) const {
     return Value(as<String>() + other.as<String>());

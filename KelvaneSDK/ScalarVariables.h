@@ -13,7 +13,7 @@ class FloatValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::FloatValue;
     FloatValue() = default;
-    explicit FloatValue(bool withDefault);
+    explicit FloatValue(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     /// The C format "%g": six significant digits.
     std::string stringValue() const override;
@@ -36,7 +36,7 @@ class IntegerValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::IntegerValue;
     IntegerValue() = default;
-    explicit IntegerValue(bool withDefault);
+    explicit IntegerValue(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     std::string stringValue() const override;
     std::optional<Value> add(const TimestampedVariable& other) const override;
@@ -57,7 +57,7 @@ class VectorValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::VectorValue;
     VectorValue() = default;
-    explicit VectorValue(bool withDefault);
+    explicit VectorValue(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     /// "(1.0, 2.0, 3.0)".
     std::string stringValue() const override;
@@ -74,7 +74,7 @@ class BooleanValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::BooleanValue;
     BooleanValue() = default;
-    explicit BooleanValue(bool withDefault);
+    explicit BooleanValue(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     std::string stringValue() const override;
     std::optional<bool> isEqual(const TimestampedVariable& other) const override;
@@ -89,7 +89,7 @@ class OrientationValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::OrientationValue;
     OrientationValue() = default;
-    explicit OrientationValue(bool withDefault);
+    explicit OrientationValue(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     /// "(0.0, 0.0, 0.0, 1.0)".
     std::string stringValue() const override;
@@ -108,7 +108,7 @@ class StringValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::StringValue;
     StringValue() = default;
-    explicit StringValue(bool withDefault);
+    explicit StringValue(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     std::string stringValue() const override;
     std::optional<Value> add(const TimestampedVariable& other) const override;

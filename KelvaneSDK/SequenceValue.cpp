@@ -38,7 +38,7 @@ std::span<const Sample> samplesOf(const TimestampedVariable& slot) {
 std::optional<double> SequenceInterpolator::at(double t) {
     if (samples.size() < 2 || std::isnan(t) || t < samples.front().t || t > samples.back().t)
         return std::nullopt;
-    if (t < furthest) {
+    if (!latestTimes.empty() || t < furthest) {
         segmentEnd = segmentEndFor(t);
     } else {
         // The segment of a later time is never before that of an earlier one.
@@ -64,9 +64,6 @@ std::size_t SequenceInterpolator::segmentEndFor(double t) {
     return static_cast<std::size_t>(found - latestTimes.begin()) + 1;
 }
 
-SequenceValue::SequenceValue(bool withDefault) {
-    if (withDefault) setValue(Value(Sequence()));
-}
 
 std::string SequenceValue::stringValue() const { return joinedSamples(samplesOf(*this)); }
 

@@ -15,7 +15,7 @@ class SequenceValue final : public ValueVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::SequenceValue;
     SequenceValue() = default;
-    explicit SequenceValue(bool withDefault);
+    explicit SequenceValue(bool withDefault) { fill(withDefault); }
     ValueClass valueClass() const override { return slotClass; }
     /// "(0.0, 1.0),(0.5, 2.0)".
     std::string stringValue() const override;

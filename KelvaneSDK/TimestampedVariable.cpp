@@ -6,21 +6,129 @@
 
 namespace KelvaneSDK {
 
-ValueClass TimestampedVariable::adoptedType(const TimestampedVariable& source) const {
+TimestampedVariable::~TimestampedVariable() {
+    if (ownsSource) delete source;
+}
+
+// The slot's own value, made of what it shows at first.
+GivenValue& TimestampedVariable::ownValue() {
+    if (ownsSource) return *source;
+    auto own = std::make_unique<GivenValue>();
+    if (const Value* held = payload()) own->set(*held);
+    own->timestamp = timestamp();
+    own->isConstant = isConstant();
+    own->stamp = 1;
+    consumedAt = updated() ? 0 : 1;
+    if (isOutput) {
+        source->special |= GivenValue::isHandWritten;
+    } else if (source != nullptr) {
+        source->special |= GivenValue::isCopied;
+    }
+    source = own.release();
+    ownsSource = true;
+    if (owner != nullptr) isOutput ? owner->noteHandWritten() : owner->noteChange();
+    return *source;
+}
+
+void TimestampedVariable::fill(bool withDefault) {
+    // Called by constructors, in which valueClass() already is that of the class constructed.
+    if (withDefault) setValue(defaultValue(*payloadType(valueClass())));
+}
+
+void TimestampedVariable::setValue(Value newValue) {
+    if (isOutput && !ownsSource && *source->clock == 0) {
+        // Nothing has been given yet, so nobody else reads it.
+        source->set(std::move(newValue));
+        source->outputState |= GivenValue::holdsValue;
+        return;
+    }
+    ownValue().set(std::move(newValue));
+}
+
+void TimestampedVariable::clearValue() {
+    if (isOutput && !ownsSource) {
+        source->outputState &= static_cast<std::uint8_t>(~GivenValue::holdsValue);
+    } else if (source != nullptr) {
+        ownValue().clear();
+    }
+}
+
+void TimestampedVariable::setTimestamp(double newTimestamp) { ownValue().timestamp = newTimestamp; }
+
+void TimestampedVariable::setUpdated(bool isNew) {
+    if (isNew == updated()) return;
+    if (isOutput && !ownsSource) {
+        source->outputState ^= GivenValue::isUpdated;
+    } else if (!isNew) {
+        consume();
+    } else {
+        consumedAt = *ownValue().clock - 1;
+    }
+}
+
+void TimestampedVariable::setIsConstant(bool nowConstant) {
+    if (isOutput && !ownsSource) {
+        source->isConstant = nowConstant;
+    } else if (nowConstant != isConstant()) {
+        ownValue().isConstant = nowConstant;
+    }
+}
+
+void TimestampedVariable::dropHandWritten(GivenValue& nodesValue) {
+    delete source;
+    source = &nodesValue;
+    source->special &= static_cast<std::uint8_t>(~GivenValue::isHandWritten);
+    ownsSource = false;
+}
+
+void TimestampedVariable::feedFrom(GivenValue& feeder) {
+    if (source == &feeder) return;
+    if (source == nullptr) {
+        source = &feeder;
+        consumedAt = emptiedAt = *feeder.clock;
+        return;
+    }
+    ownValue();
+    feeder.special |= GivenValue::isCopied;
+}
+
+void TimestampedVariable::unfeed(const GivenValue& feeder) {
+    if (source == &feeder) ownValue();
+}
+
+void TimestampedVariable::empty() {
+    checked = false;
+    if (source == nullptr) return;
+    wasConstant = isConstant();
+    consumedAt = emptiedAt = *source->clock;
+    if (!ownsSource) return;
+    source->clear();
+    source->timestamp = 0;
+}
+
+const Value& TimestampedVariable::typedValue() const {
+    const Value* held = payload();
+    const auto wanted = payloadType(valueClass());
+    if (wanted && (held == nullptr || held->type() != *wanted)) stopOnPayload(*wanted);
+    if (held == nullptr) stop("input " + std::to_string(index) + " holds no value");
+    return *held;
+}
+
+ValueClass TimestampedVariable::adoptedType(const TimestampedVariable& from) const {
     const auto companion = [&](std::optional<ValueClass> companionClass) {
         if (!companionClass) {
             stop("a slot of type \"" + std::string(typeString()) +
-                 "\" cannot adopt a type from one of type \"" + std::string(source.typeString()) + "\"");
+                 "\" cannot adopt a type from one of type \"" + std::string(from.typeString()) + "\"");
         }
         return *companionClass;
     };
     switch (valueClass()) {
         case ValueClass::ArrayVariable:
-            return isArray(source.valueClass()) ? source.valueClass() : companion(source.arrayType());
+            return isArray(from.valueClass()) ? from.valueClass() : companion(from.arrayType());
         case ValueClass::ValueVariable:
-            return isArray(source.valueClass()) ? companion(source.baseType()) : source.valueClass();
+            return isArray(from.valueClass()) ? companion(from.baseType()) : from.valueClass();
         default:
-            return source.valueClass();
+            return from.valueClass();
     }
 }
 
@@ -63,8 +171,9 @@ void TimestampedVariable::stop(std::string_view reason) const {
 
 void TimestampedVariable::stopOnPayload(ValueType wanted) const {
     const std::string name = label != nullptr ? "input \"" + std::string(label) + "\"" : "a slot";
+    const Value* held = payload();
     const std::string found =
-        present ? "a value of type " + std::string(valueTypeName(stored.type())) : "no value";
+        held != nullptr ? "a value of type " + std::string(valueTypeName(held->type())) : "no value";
     stop(name + " holds " + found + " where " + std::string(valueTypeName(wanted)) + " is needed");
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "KelvaneSDK/GivenValue.h"
 #include "KelvaneSDK/Value.h"
 #include "KelvaneSDK/ValueClass.h"
 
@@ -17,6 +18,9 @@ class Node;
 /// The root class itself is the generic slot that takes any value. Slots are unsynchronised and belong to the
 /// thread that evaluates their diagram.
 ///
+/// A slot that one node feeds reads that node's value where it stands. A slot that is written to by hand, or
+/// that several nodes feed, has a value of its own, into which its feeders write.
+///
 /// Operations read this slot as the left operand and the other slot as the right one, and change neither. An
 /// absent result means that the class does not support the operation. An operand without a value, or one
 /// whose payload is not of this slot's class, stops the program; isEqual() alone answers absent for two
@@ -25,7 +29,7 @@ class TimestampedVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::TimestampedVariable;
     TimestampedVariable() = default;
-    virtual ~TimestampedVariable() = default;
+    virtual ~TimestampedVariable();
     TimestampedVariable(const TimestampedVariable&) = delete;
     TimestampedVariable& operator=(const TimestampedVariable&) = delete;
 
@@ -42,23 +46,47 @@ public:
     /// array adopt from each other through the companion class; a source without one stops the program.
     ValueClass adoptedType(const TimestampedVariable& source) const;
 
-    bool hasValue() const { return present; }
-    std::optional<Value> value() const { return present ? std::optional<Value>(stored) : std::nullopt; }
+    bool hasValue() const { return payload() != nullptr; }
+    std::optional<Value> value() const {
+        const Value* held = payload();
+        return held != nullptr ? std::optional<Value>(*held) : std::nullopt;
+    }
     /// The value in place, or null; valid until the slot changes.
-    const Value* payload() const { return present ? &stored : nullptr; }
-    void setValue(Value newValue) {
-        stored = std::move(newValue);
-        present = true;
+    const Value* payload() const {
+        if (source == nullptr || !source->hasValue()) return nullptr;
+        if (!ownsSource && !(isOutput ? (source->outputState & GivenValue::holdsValue) != 0
+                                      : *source->clock > emptiedAt)) {
+            return nullptr;
+        }
+        return &source->value;
     }
+    void setValue(Value newValue);
     void setValue(std::optional<Value> newValue) { newValue ? setValue(std::move(*newValue)) : clearValue(); }
-    void copyValue(const TimestampedVariable& from) {
-        present = from.present;
-        stored = from.stored;
+    void copyValue(const TimestampedVariable& from) { setValue(from.value()); }
+    void clearValue();
+
+    /// When the value was produced: the timestamp of its batch, in seconds.
+    double timestamp() const {
+        if (source == nullptr) return 0;
+        if (ownsSource) return source->timestamp;
+        const bool isShown =
+            isOutput ? (source->outputState & GivenValue::isStamped) != 0 : *source->clock > emptiedAt;
+        return isShown ? source->timestamp : 0;
     }
-    void clearValue() {
-        present = false;
-        stored = Value(0.0);
+    void setTimestamp(double newTimestamp);
+    /// A new value arrived that the node has not consumed yet.
+    bool updated() const {
+        if (source == nullptr) return false;
+        if (isOutput && !ownsSource) return (source->outputState & GivenValue::isUpdated) != 0;
+        return *source->clock > consumedAt;
     }
+    void setUpdated(bool updated);
+    /// The value came from a constant.
+    bool isConstant() const {
+        if (source == nullptr) return false;
+        return ownsSource || isOutput || *source->clock > emptiedAt ? source->isConstant : wasConstant;
+    }
+    void setIsConstant(bool isConstant);
 
     /// The value as shown to users; classes without a text form answer "<NO STRING CONVERSION>".
     virtual std::string stringValue() const;
@@ -82,7 +110,8 @@ public:
 
     /// False when both slots hold values of different types, for which isEqual() has no answer.
     bool isComparable(const TimestampedVariable& other) const {
-        return !present || !other.present || stored.type() == other.stored.type();
+        const Value *a = payload(), *b = other.payload();
+        return a == nullptr || b == nullptr || a->type() == b->type();
     }
 
     /// Stops the program with a reason that names the node that owns this slot.
@@ -91,43 +120,86 @@ public:
     /// The value as a scalar payload; an absent value or another type stops the program.
     template <class T>
     T as() const {
-        if (!present || !stored.holds<T>()) stopOnPayload(PayloadType<T>::value);
-        return *stored.get<T>();
+        const Value* held = payload();
+        if (held == nullptr || !held->holds<T>()) stopOnPayload(PayloadType<T>::value);
+        return held->unchecked<T>();
     }
     /// The elements of the list, sequence or text in place; an absent value or another type stops the
     /// program.
     template <class Item>
     std::span<const Item> items(ValueType type) const {
-        if (!present || stored.type() != type) stopOnPayload(type);
-        return stored.items<Item>();
+        const Value* held = payload();
+        if (held == nullptr || held->type() != type) stopOnPayload(type);
+        return held->items<Item>();
     }
+    /// The value, which must be of the type of the slot's class; for the generic classes any value.
+    const Value& typedValue() const;
 
-    /// When the value was produced: the timestamp of its batch, in seconds.
-    double timestamp = 0;
     /// The node that owns the slot.
     Node* owner = nullptr;
     /// The slot's name in the diagram: static text, or null.
     const char* label = nullptr;
     /// The position among its node's inputs; 0 for an output.
     std::uint32_t index = 0;
-    /// A new value arrived that the node has not consumed yet.
-    bool updated = false;
     /// The slot's upstream has been dealt with in this pass.
     bool checked = false;
     /// No connection feeds the slot.
     bool connectable = true;
-    /// The value came from a constant.
-    bool isConstant = false;
     /// Something besides the owner refers to the slot, so that it must outlive its replacement.
     bool pinned = false;
     /// For a slot that was specialised: the generic class it came from.
     std::optional<ValueClass> isTyped;
 
+    // How the engine and the nodes move values.
+
+    /// What stands behind an input: the feeding node's given value, or the slot's own. Null before anything
+    /// fed it.
+    const GivenValue* given() const { return source; }
+    /// An input that has got a value since it was consumed.
+    bool hasNews() const { return source != nullptr && *source->clock > consumedAt; }
+    void consume() {
+        if (source != nullptr) consumedAt = *source->clock;
+    }
+    /// Makes this the output slot that shows what its node gives.
+    void showGiven(GivenValue& nodesValue) {
+        source = &nodesValue;
+        isOutput = true;
+    }
+    /// What was written to an output by hand since its node last gave something, or null.
+    GivenValue* handWritten() { return isOutput && ownsSource ? source : nullptr; }
+    /// Drops what was written by hand, so that the output shows what its node gives once more.
+    void dropHandWritten(GivenValue& nodesValue);
+    /// Another node feeds this input: `feeder` is what it gives.
+    void feedFrom(GivenValue& feeder);
+    /// A node no longer feeds this input, which keeps what it last got.
+    void unfeed(const GivenValue& feeder);
+    /// Takes over what a feeder gives, where the slot has a value of its own.
+    void take(const GivenValue& feeder) {
+        if (source == &feeder) return;
+        source->value = feeder.value;
+        source->kind = feeder.kind;
+        source->isConstant = feeder.isConstant;
+        source->timestamp = feeder.timestamp;
+        ++source->stamp;
+    }
+    /// Forgets value, flags and timestamp of an input.
+    void empty();
+
+protected:
+    /// Stores the default value of the slot's class when asked to.
+    void fill(bool withDefault);
+
 private:
     [[noreturn]] void stopOnPayload(ValueType wanted) const;
+    GivenValue& ownValue();
 
-    bool present = false;
-    Value stored = Value(0.0);
+    GivenValue* source = nullptr;
+    // By the source's clock.
+    std::uint64_t consumedAt = 0;
+    std::uint64_t emptiedAt = 0;
+    bool ownsSource = false;
+    bool isOutput = false;
+    bool wasConstant = false;
 };
 
 /// A generic scalar slot, whose type is not yet fixed.

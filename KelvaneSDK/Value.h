@@ -196,6 +196,22 @@ public:
         if (!holds<T>()) stopOnWrongType(PayloadType<T>::value);
         return unchecked<T>();
     }
+    /// The payload of a value that is known to be of this type.
+    template <Payload T>
+    T unchecked() const {
+        if constexpr (isInline(PayloadType<T>::value)) {
+            T payload;
+            std::memcpy(&payload, bytes, sizeof payload);
+            return payload;
+        } else {
+            return T(storage());
+        }
+    }
+    /// Replaces the payload of an inline type by another of the same type.
+    template <Payload T>
+    requires(PayloadType<T>::value < ValueType::String) void replace(T payload) noexcept {
+        std::memcpy(bytes, &payload, sizeof payload);
+    }
     /// The elements of a list or sequence (samples) or the bytes of a text, valid as long as this value is
     /// unchanged; empty when the value is of another type.
     template <class Item>
@@ -213,16 +229,6 @@ public:
 private:
     static constexpr bool isInline(ValueType type) { return type < ValueType::String; }
 
-    template <class T>
-    T unchecked() const {
-        if constexpr (isInline(PayloadType<T>::value)) {
-            T payload;
-            std::memcpy(&payload, bytes, sizeof payload);
-            return payload;
-        } else {
-            return T(storage());
-        }
-    }
     template <class Item>
     bool holdsItems() const {
         if constexpr (std::is_same_v<Item, Sample>) {
@@ -242,7 +248,10 @@ private:
     ListStorage& storage() { return *std::launder(reinterpret_cast<ListStorage*>(bytes)); }
 
     void copyPayload(const Value& other) noexcept {
-        if (isInline(tag)) {
+        if (tag <= ValueType::Boolean) {
+            // Only what a scalar fills: reading more than was just written would wait for the write.
+            std::memcpy(bytes, other.bytes, sizeof(double));
+        } else if (isInline(tag)) {
             std::memcpy(bytes, other.bytes, sizeof bytes);
         } else {
             new (bytes) ListStorage(other.storage());
@@ -250,7 +259,7 @@ private:
     }
     void movePayload(Value& other) noexcept {
         if (isInline(tag)) {
-            std::memcpy(bytes, other.bytes, sizeof bytes);
+            copyPayload(other);
         } else {
             new (bytes) ListStorage(std::move(other.storage()));
             other.storage().count = 0;

@@ -10,42 +10,47 @@ namespace KelvaneSDK {
 
 namespace {
 
+template <class Slot>
+std::unique_ptr<TimestampedVariable> make(bool withDefault) {
+    if constexpr (std::is_constructible_v<Slot, bool>) {
+        return std::make_unique<Slot>(withDefault);
+    } else {
+        return std::make_unique<Slot>();
+    }
+}
+
 struct Row {
     std::string_view code;
     std::string_view name;
     std::optional<ValueType> payload;
     std::optional<ValueClass> companion;
+    std::unique_ptr<TimestampedVariable> (*make)(bool withDefault);
 };
 
 using Class = ValueClass;
 
 // In the order of ValueClass.
 constexpr std::array<Row, 17> rows{{
-    {"*", "Generic value", std::nullopt, std::nullopt},
-    {"?", "Generic variable", std::nullopt, std::nullopt},
-    {"f", "Float", ValueType::Float, Class::FloatArrayVariable},
-    {"i", "Integer", ValueType::Integer, Class::IntegerArrayVariable},
-    {"v", "Vector", ValueType::Vector, Class::VectorArrayVariable},
-    {"b", "Boolean", ValueType::Boolean, Class::BooleanArrayVariable},
-    {"q", "Orientation", ValueType::Orientation, Class::OrientationArrayVariable},
-    {"s", "Sequence", ValueType::Sequence, Class::SequenceArrayVariable},
-    {"$", "String", ValueType::String, Class::StringArrayVariable},
-    {"[?]", "Array", std::nullopt, std::nullopt},
-    {"[f]", "Float array", ValueType::FloatArray, Class::FloatValue},
-    {"[i]", "Integer array", ValueType::IntegerArray, Class::IntegerValue},
-    {"[b]", "Boolean array", ValueType::BooleanArray, Class::BooleanValue},
-    {"[$]", "String array", ValueType::StringArray, Class::StringValue},
-    {"[v]", "Vector array", ValueType::VectorArray, Class::VectorValue},
-    {"[q]", "Orientation array", ValueType::OrientationArray, Class::OrientationValue},
-    {"[s]", "Sequence array", ValueType::SequenceArray, Class::SequenceValue},
+    {"*", "Generic value", std::nullopt, std::nullopt, make<TimestampedVariable>},
+    {"?", "Generic variable", std::nullopt, std::nullopt, make<ValueVariable>},
+    {"f", "Float", ValueType::Float, Class::FloatArrayVariable, make<FloatValue>},
+    {"i", "Integer", ValueType::Integer, Class::IntegerArrayVariable, make<IntegerValue>},
+    {"v", "Vector", ValueType::Vector, Class::VectorArrayVariable, make<VectorValue>},
+    {"b", "Boolean", ValueType::Boolean, Class::BooleanArrayVariable, make<BooleanValue>},
+    {"q", "Orientation", ValueType::Orientation, Class::OrientationArrayVariable, make<OrientationValue>},
+    {"s", "Sequence", ValueType::Sequence, Class::SequenceArrayVariable, make<SequenceValue>},
+    {"$", "String", ValueType::String, Class::StringArrayVariable, make<StringValue>},
+    {"[?]", "Array", std::nullopt, std::nullopt, make<ArrayVariable>},
+    {"[f]", "Float array", ValueType::FloatArray, Class::FloatValue, make<FloatArrayVariable>},
+    {"[i]", "Integer array", ValueType::IntegerArray, Class::IntegerValue, make<IntegerArrayVariable>},
+    {"[b]", "Boolean array", ValueType::BooleanArray, Class::BooleanValue, make<BooleanArrayVariable>},
+    {"[$]", "String array", ValueType::StringArray, Class::StringValue, make<StringArrayVariable>},
+    {"[v]", "Vector array", ValueType::VectorArray, Class::VectorValue, make<VectorArrayVariable>},
+    {"[q]", "Orientation array", ValueType::OrientationArray, Class::OrientationValue, make<OrientationArrayVariable>},
+    {"[s]", "Sequence array", ValueType::SequenceArray, Class::SequenceValue, make<SequenceArrayVariable>},
 }};
 
 const Row& row(ValueClass valueClass) { return rows[static_cast<std::size_t>(valueClass)]; }
-
-template <class Slot>
-std::unique_ptr<TimestampedVariable> make(bool withDefault) {
-    return std::make_unique<Slot>(withDefault);
-}
 
 }  // namespace
 
@@ -70,44 +75,44 @@ std::optional<ValueClass> concreteClassNamed(std::string_view typeString) {
     return std::nullopt;
 }
 
-std::unique_ptr<TimestampedVariable> makeSlot(ValueClass valueClass, bool withDefault) {
-    switch (valueClass) {
-        case Class::TimestampedVariable:
-            return std::make_unique<TimestampedVariable>();
-        case Class::ValueVariable:
-            return std::make_unique<ValueVariable>();
-        case Class::FloatValue:
-            return make<FloatValue>(withDefault);
-        case Class::IntegerValue:
-            return make<IntegerValue>(withDefault);
-        case Class::VectorValue:
-            return make<VectorValue>(withDefault);
-        case Class::BooleanValue:
-            return make<BooleanValue>(withDefault);
-        case Class::OrientationValue:
-            return make<OrientationValue>(withDefault);
-        case Class::SequenceValue:
-            return make<SequenceValue>(withDefault);
-        case Class::StringValue:
-            return make<StringValue>(withDefault);
-        case Class::ArrayVariable:
-            return std::make_unique<ArrayVariable>();
-        case Class::FloatArrayVariable:
-            return make<FloatArrayVariable>(withDefault);
-        case Class::IntegerArrayVariable:
-            return make<IntegerArrayVariable>(withDefault);
-        case Class::BooleanArrayVariable:
-            return make<BooleanArrayVariable>(withDefault);
-        case Class::StringArrayVariable:
-            return make<StringArrayVariable>(withDefault);
-        case Class::VectorArrayVariable:
-            return make<VectorArrayVariable>(withDefault);
-        case Class::OrientationArrayVariable:
-            return make<OrientationArrayVariable>(withDefault);
-        case Class::SequenceArrayVariable:
-            return make<SequenceArrayVariable>(withDefault);
+Value defaultValue(ValueType type) {
+    switch (type) {
+        case ValueType::Float:
+            return 0.0;
+        case ValueType::Integer:
+            return 0;
+        case ValueType::Boolean:
+            return false;
+        case ValueType::Vector:
+            return Vector{};
+        case ValueType::Orientation:
+            return Orientation{};
+        case ValueType::String:
+            return String{};
+        case ValueType::Sequence:
+            return Sequence{};
+        case ValueType::FloatArray:
+            return List<double>{};
+        case ValueType::IntegerArray:
+            return List<std::int64_t>{};
+        case ValueType::BooleanArray:
+            return List<bool>{};
+        case ValueType::StringArray:
+            return List<String>{};
+        case ValueType::VectorArray:
+            return List<Vector>{};
+        case ValueType::OrientationArray:
+            return List<Orientation>{};
+        case ValueType::SequenceArray:
+            return List<Sequence>{};
+        case ValueType::SampleArray:
+            break;
     }
-    return nullptr;
+    return List<Sample>{};
+}
+
+std::unique_ptr<TimestampedVariable> makeSlot(ValueClass valueClass, bool withDefault) {
+    return row(valueClass).make(withDefault);
 }
 
 }  // namespace KelvaneSDK

@@ -49,6 +49,9 @@ bool isGeneric(ValueClass valueClass);
 /// True for the classes whose code stands in brackets.
 bool isArray(ValueClass valueClass);
 
+/// Zero, the identity, false, or the empty text, sequence or list.
+Value defaultValue(ValueType type);
+
 /// A new slot of a class; with `withDefault` a concrete one holds its type's default value (zero, the
 /// identity, the empty text or list).
 std::unique_ptr<TimestampedVariable> makeSlot(ValueClass valueClass, bool withDefault = false);

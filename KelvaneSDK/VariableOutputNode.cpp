@@ -9,7 +9,7 @@ void VariableOutputNode::initialize() {
     createOutput();
     classString = classStringOf(NodeCategory::VariableOutput);
     setTypeString();
-    descriptionString = typeString;
+    setDescriptionString(typeString);
 }
 
 const TimestampedVariable& VariableOutputNode::input() const {
@@ -25,47 +25,33 @@ void VariableOutputNode::connectOutput(TimestampedVariable&) {
 
 void VariableOutputNode::setProperty(std::string_view propertyString, std::string_view valueString) {
     if (propertyString == "Hidden") {
-        hidden = valueString == "true";
+        setHidden(valueString == "true");
     } else {
         Node::setProperty(propertyString, valueString);
     }
 }
 
 std::vector<Property> VariableOutputNode::getProperties() const {
-    std::vector<Property> properties{{"Description", label()}, {"Hidden", hidden ? "true" : "false"}};
+    std::vector<Property> properties{{"Description", label()}, {"Hidden", isHidden ? "true" : "false"}};
     for (auto& property : Node::getProperties()) properties.push_back(std::move(property));
     return properties;
 }
 
 void VariableOutputNode::passOn(ValueType admitted) {
-    if (!input().hasValue()) stop("a variable output was evaluated without a value");
-    if (input().payload()->type() == admitted) {
-        output().copyValue(input());
+    const Value* brought = input().payload();
+    if (brought == nullptr) stop("a variable output was evaluated without a value");
+    consumeInputs();
+    if (brought->type() == admitted) {
+        give(*brought, latestInputTimestamp());
     } else {
         output().clearValue();
     }
-    completeStep();
 }
 
 NodeFamily variableOutputNodes() {
-    return {NodeCategory::VariableOutput,
-            "Variable outputs",
-            {
-                entry<FloatVariableOutputNode>("numbers"),
-                entry<IntegerVariableOutputNode>("whole numbers"),
-                entry<BooleanVariableOutputNode>("true or false"),
-                entry<VectorVariableOutputNode>("vectors x, y, z"),
-                entry<OrientationVariableOutputNode>("rotations as quaternions x, y, z, w"),
-                entry<SequenceVariableOutputNode>("whole time series"),
-                entry<StringVariableOutputNode>("texts"),
-                entry<FloatArrayVariableOutputNode>("lists of numbers"),
-                entry<IntegerArrayVariableOutputNode>("lists of whole numbers"),
-                entry<BooleanArrayVariableOutputNode>("lists of true and false"),
-                entry<VectorArrayVariableOutputNode>("lists of vectors"),
-                entry<OrientationArrayVariableOutputNode>("lists of rotations"),
-                entry<StringArrayVariableOutputNode>("lists of texts"),
-                entry<SequenceArrayVariableOutputNode>("lists of time series"),
-            }};
+#define KELVANE_KIND(name, Slot, description) entry<name##VariableOutputNode>(description),
+    return {NodeCategory::VariableOutput, "Variable outputs", {KELVANE_VALUE_KINDS(KELVANE_KIND)}};
+#undef KELVANE_KIND
 }
 
 }  // namespace KelvaneSDK

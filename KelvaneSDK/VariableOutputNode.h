@@ -5,6 +5,7 @@
 #include "KelvaneSDK/Node.h"
 #include "KelvaneSDK/ScalarVariables.h"
 #include "KelvaneSDK/SequenceValue.h"
+#include "KelvaneSDK/ValueKinds.h"
 
 namespace KelvaneSDK {
 
@@ -26,7 +27,13 @@ public:
     /// Another variable output bears the same label. Maintained while a diagram is built.
     bool duplications = false;
     /// The output is evaluated but left out of the results.
-    bool hidden = false;
+    bool hidden() const { return isHidden; }
+    void setHidden(bool hidden) {
+        isHidden = hidden;
+        noteVisibility();
+    }
+    /// The type that process() passes on, or absent for a class with an evaluation step of its own.
+    virtual std::optional<ValueType> plainType() const { return std::nullopt; }
 
 protected:
     /// The evaluation step: passes a value of exactly the admitted type on and anything else as absent. An
@@ -35,6 +42,8 @@ protected:
 
 private:
     const TimestampedVariable& input() const;
+
+    bool isHidden = false;
 };
 
 /// A variable output of one value class.
@@ -43,23 +52,13 @@ class TypedVariableOutputNode final : public VariableOutputNode {
 public:
     void createInputs() override { appendInput(Slot::slotClass, "value"); }
     void createOutput() override { makeOutput(Slot::slotClass); }
-    void process() override { passOn(*payloadType(Slot::slotClass)); }
+    void process() override { passOn(*plainType()); }
+    std::optional<ValueType> plainType() const override { return payloadType(Slot::slotClass); }
 };
 
-using FloatVariableOutputNode = TypedVariableOutputNode<FloatValue>;
-using IntegerVariableOutputNode = TypedVariableOutputNode<IntegerValue>;
-using BooleanVariableOutputNode = TypedVariableOutputNode<BooleanValue>;
-using VectorVariableOutputNode = TypedVariableOutputNode<VectorValue>;
-using OrientationVariableOutputNode = TypedVariableOutputNode<OrientationValue>;
-using SequenceVariableOutputNode = TypedVariableOutputNode<SequenceValue>;
-using StringVariableOutputNode = TypedVariableOutputNode<StringValue>;
-using FloatArrayVariableOutputNode = TypedVariableOutputNode<FloatArrayVariable>;
-using IntegerArrayVariableOutputNode = TypedVariableOutputNode<IntegerArrayVariable>;
-using BooleanArrayVariableOutputNode = TypedVariableOutputNode<BooleanArrayVariable>;
-using VectorArrayVariableOutputNode = TypedVariableOutputNode<VectorArrayVariable>;
-using OrientationArrayVariableOutputNode = TypedVariableOutputNode<OrientationArrayVariable>;
-using StringArrayVariableOutputNode = TypedVariableOutputNode<StringArrayVariable>;
-using SequenceArrayVariableOutputNode = TypedVariableOutputNode<SequenceArrayVariable>;
+#define KELVANE_KIND(name, Slot, description) using name##VariableOutputNode = TypedVariableOutputNode<Slot>;
+KELVANE_VALUE_KINDS(KELVANE_KIND)
+#undef KELVANE_KIND
 
 NodeFamily variableOutputNodes();
 

@@ -2,7 +2,7 @@
 
 #include "KelvaneSDK/ElementArithmetic.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionNode.h"
+#include "KelvaneSDK/FunctionRows.h"
 
 namespace KelvaneSDK {
 
@@ -16,105 +16,34 @@ Vector crossProduct(const Vector& a, const Vector& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
-class VectorLengthFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<VectorValue>("v"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Vector length"; }
-    void process() override { finish(length(vector(0))); }
-};
-
-class MakeVectorFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<FloatValue, FloatValue, FloatValue>("x", "y", "z"); }
-    void createOutput() override { setOutput<VectorValue>(); }
-    void setTypeString() override { typeString = "Make vector"; }
-    void process() override { finish(Vector{real(0), real(1), real(2)}); }
-};
-
-class NormalizeVectorFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<VectorValue>("v"); }
-    void createOutput() override { setOutput<VectorValue>(); }
-    void setTypeString() override { typeString = "Normalize vector"; }
-    void process() override {
-        const Vector v = vector(0);
-        finish(v * (1 / length(v)));
-    }
-};
-
-class VectorXCoordinateFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<VectorValue>("v"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Vector x-coordinate"; }
-    void process() override { finish(vector(0).x); }
-};
-
-class VectorYCoordinateFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<VectorValue>("v"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Vector y-coordinate"; }
-    void process() override { finish(vector(0).y); }
-};
-
-class VectorZCoordinateFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<VectorValue>("v"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Vector z-coordinate"; }
-    void process() override { finish(vector(0).z); }
-};
-
-class VectorDotProductFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<VectorValue, VectorValue>("a", "b"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Vector dot product"; }
-    void process() override { finish(dotProduct(vector(0), vector(1))); }
-};
-
-class VectorCrossProductFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<VectorValue, VectorValue>("a", "b"); }
-    void createOutput() override { setOutput<VectorValue>(); }
-    void setTypeString() override { typeString = "Vector cross product"; }
-    void process() override { finish(crossProduct(vector(0), vector(1))); }
-};
-
-class DistanceFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<VectorValue, VectorValue>("a", "b"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Distance"; }
-    void process() override { finish(length(vector(0) - vector(1))); }
-};
-
-class VectorAngleFunction final : public FunctionNode {
-public:
-    void createInputs() override { addInputs<VectorValue, VectorValue>("a", "b"); }
-    void createOutput() override { setOutput<FloatValue>(); }
-    void setTypeString() override { typeString = "Vector angle"; }
-    void process() override { finish(std::acos(dotProduct(vector(0), vector(1)))); }
-};
-
 }  // namespace
 
 NodeFamily vectorFunctions() {
     return functionFamily(
         "Vector",
         {
-            entry<VectorLengthFunction>("the length of v"),
-            entry<MakeVectorFunction>("the vector (x, y, z)"),
-            entry<NormalizeVectorFunction>("v scaled to length 1; NaN for the zero vector"),
-            entry<VectorXCoordinateFunction>("the x-coordinate of v"),
-            entry<VectorYCoordinateFunction>("the y-coordinate of v"),
-            entry<VectorZCoordinateFunction>("the z-coordinate of v"),
-            entry<VectorDotProductFunction>("the dot product of a and b"),
-            entry<VectorCrossProductFunction>("the cross product of a and b, with a on the left"),
-            entry<DistanceFunction>("the distance between points a and b"),
-            entry<VectorAngleFunction>("the angle between a and b in radians; both must have length 1"),
+            pure("Vector length", {{"v"}}, [](Vector v) { return length(v); }, "the length of v")
+                .keywords("norm magnitude absolute"),
+            pure("Make vector", {{"x"}, {"y"}, {"z"}},
+                 [](double x, double y, double z) { return Vector{x, y, z}; }, "the vector (x, y, z)"),
+            // One reciprocal, multiplied into each component: a quotient each would change last digits.
+            pure("Normalize vector", {{"v"}}, [](Vector v) { return v * (1 / length(v)); },
+                 "v scaled to length 1; NaN for the zero vector")
+                .keywords("unit"),
+            pure("Vector x-coordinate", {{"v"}}, [](Vector v) { return v.x; }, "the x-coordinate of v"),
+            pure("Vector y-coordinate", {{"v"}}, [](Vector v) { return v.y; }, "the y-coordinate of v"),
+            pure("Vector z-coordinate", {{"v"}}, [](Vector v) { return v.z; }, "the z-coordinate of v"),
+            pure("Vector dot product", {{"a"}, {"b"}}, [](Vector a, Vector b) { return dotProduct(a, b); },
+                 "the dot product of a and b")
+                .keywords("scalar inner"),
+            pure("Vector cross product", {{"a"}, {"b"}},
+                 [](Vector a, Vector b) { return crossProduct(a, b); },
+                 "the cross product of a and b, with a on the left"),
+            pure("Distance", {{"a"}, {"b"}}, [](Vector a, Vector b) { return length(a - b); },
+                 "the distance between points a and b"),
+            pure("Vector angle", {{"a", "of length 1"}, {"b", "of length 1"}},
+                 [](Vector a, Vector b) { return std::acos(dotProduct(a, b)); },
+                 "the angle between a and b in radians; both must have length 1"),
         });
 }
 

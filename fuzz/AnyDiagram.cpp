@@ -238,7 +238,8 @@ void setAnyConstants(Choices& choices, Kelvane& engine, Kelvane& twin) {
 std::string textOf(const KelvaneOutput& output) {
     std::string text;
     for (const auto& [label, value] : output.outputs) {
-        text += label + "=" + std::string(valueTypeName(value.type())) + " " + getValueString(value) + "\n";
+        text += std::string(label) + "=" + std::string(valueTypeName(value.type())) + " " +
+                getValueString(value) + "\n";
     }
     return text;
 }

@@ -22,6 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     engine.setLimits(KelvaneFuzz::limits);
     // Without a time limit, which only the engine itself can keep; it goes first.
     plain.engine.setLimits({KelvaneFuzz::limits.maxElements});
+    require(idsOf(engine.getFunctionNodes()) == idsOf(plain.order), "the order is the document's at first");
     KelvaneFuzz::setAnyConstants(choices, engine, plain.engine);
     for (const auto& batch : KelvaneFuzz::anyBatches(choices, engine)) {
         KelvaneOutput output, plainOutput;

@@ -1,6 +1,6 @@
 # The fuzz targets, as programs for libFuzzer (CMakeLists.txt) and as tests that replay inputs (tests/CMakeLists.txt).
 set(kelvane_fuzz_folder ${CMAKE_CURRENT_LIST_DIR})
-set(kelvane_fuzz_targets diagram document evaluation recording sweep text)
+set(kelvane_fuzz_targets diagram document recording sweep text)
 if(TARGET kelvane_commands)
     list(APPEND kelvane_fuzz_targets command)
 endif()

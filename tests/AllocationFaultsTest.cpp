@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 #include "KelvaneSDK/KelvaneSDK.h"
 #include "support/AllocationCount.h"
@@ -14,67 +15,62 @@ namespace {
 using enum AllocationFault::Extent;
 
 long errorLines = 0;
-void countLine(std::string_view line) { errorLines += line == "ERROR: out of memory!"; }
 
 /// Leaks and torn memory are for the sanitizers to see.
 class AllocationFaultsTest : public testing::Test {
 protected:
-    AllocationFaultsTest() : previous(setDiagnosticSink(countLine)) {}
+    AllocationFaultsTest() : previous(setDiagnosticSink([](std::string_view line) { errorLines += line == "ERROR: out of memory!"; })) {}
     ~AllocationFaultsTest() override { setDiagnosticSink(previous); }
 
-    /// Makes an attempt again and again. The attempt gives one step to the function that it is given, which runs the
-    /// step with its first, second, third ... allocation failing, until none is left to fail, and answers as the step
-    /// does: whether it succeeded.
-    template <class Attempt>
-    static void atEveryAllocation(Attempt attempt) {
+    /// Makes an attempt again and again: prepares a subject and works on it with the first, second, third ... allocation
+    /// failing, until none is left to fail, and looks at what the work returned.
+    template <class Prepare, class Work, class Look>
+    static void atEveryAllocation(Prepare prepare, Work work, Look look) {
         for (const auto extent : {one, allFollowing}) {
             bool happened = true;
             for (long index = 0; happened && !HasFailure(); ++index) {
                 SCOPED_TRACE("allocation " + std::to_string(index) + (extent == one ? "" : " and all that follow"));
-                ASSERT_LT(index, 100000);
-                attempt([&](auto step) {
-                    errorLines = 0;
-                    bool succeeded = false;
-                    {
-                        const AllocationFault fault(index, extent);
-                        succeeded = step();
-                        happened = fault.hasHappened();
-                    }
-                    EXPECT_TRUE(happened || succeeded);
-                    return succeeded;
-                });
+                auto subject = prepare();
+                errorLines = 0;
+                std::optional<decltype(work(*subject))> result;
+                {
+                    const AllocationFault fault(index, extent);
+                    result = work(*subject);
+                    happened = fault.hasHappened();
+                }
+                look(*subject, std::move(*result));
+                EXPECT_TRUE(happened || errorLines == 0);
             }
         }
+    }
+
+    /// What is made is whole, or a line tells that memory ran out and it is as it was.
+    template <class Make, class Result>
+    static void expectWholeOr(const Result& nothing, Make make) {
+        const auto whole = make();
+        ASSERT_NE(whole, nothing);
+        atEveryAllocation([] { return std::make_unique<int>(); }, [&](int&) { return make(); },
+                          [&](int&, const Result& result) { EXPECT_EQ(result, errorLines == 0 ? whole : nothing); });
     }
 
 private:
     DiagnosticSink previous;
 };
 
-/// Generic slots, containers in one another, subdiagrams, properties, feedback and a function of each kind of state.
+/// Generic slots, containers in one another, a subdiagram, properties and feedback.
 DiagramDocument largeDocument() {
-    DiagramDocument d;
-    const auto function = [&](std::string_view name, std::initializer_list<std::int64_t> sources) {
-        const auto id = d.function(name);
-        for (std::int64_t input = 0; const auto source : sources) d.connect(source, id, input++);
-        return id;
-    };
-    const auto x = d.stream("Float", "x"), list = d.stream("Float array", "a long label of an input stream");
-    const auto sum = function("Add", {x, d.constant("Float", "0.5", "half")});
-    const auto collect = function("Create array", {d.constant("Integer", "3"), sum});
-    const auto joined = function("Combine arrays", {d.constant("Integer", "0"), list, collect});
-    const auto text = function("JSON output", {d.constant("String", "{\"a\":1}"), d.constant("String", "b"), sum});
-    d.connect(sum, d.output("Float", "x again"));
-    d.connect(d.stream("Float", "x again"), d.output("Float", "an output that has a long label"));
-    d.connect(joined, d.output("Float array", "joined"));
-    d.connect(text, d.output("String", "text"));
-    d.outputType(joined, "Float array");
-    ContainerInfo inner{1, 2, "a container inside of a container", {collect}, "blue", std::nullopt};
-    d.data.info.containers = {{3, 4, "a container around a container", {joined}, std::nullopt, {{inner, inner}}}};
+    auto d = DiagramDocument::chain("Add");
+    const auto list = d.stream("Float array", "a long label of an input stream"), join = d.function("Combine arrays");
+    d.connect(d.constant("Float", "0.5", "half"), 2, 1);
+    d.connect(d.constant("Integer", "0"), join, 0);
+    for (const int input : {1, 2}) d.connect(list, join, input);
+    d.connect(join, d.output("Float array", "joined"));
+    d.connect(d.stream("Float", "y"), d.output("Float", "an output that has a long label"));
+    d.outputType(join, "Float array");
+    const ContainerInfo inner{1, 2, "a container inside of a container", {2}, "blue", std::nullopt};
+    d.data.info.containers = {{3, 4, "a container around a container", {join}, std::nullopt, {{inner, inner}}}};
     d.data.info.manualLines = {"a line of text that says something"};
-    SubdiagramInfo everything{"everything there is in this diagram", {}};
-    for (const auto& node : d.data.info.nodes) everything.nodeIds.push_back(node.id);
-    d.data.info.subdiagrams = {everything};
+    d.data.info.subdiagrams = {{{"everything there is in this diagram", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}}}};
     return d;
 }
 
@@ -84,9 +80,12 @@ const std::vector<KelvaneInput>& batches() {
     return inputs;
 }
 
-std::vector<KelvaneOutput> evaluateAll(Kelvane& engine) {
-    std::vector<KelvaneOutput> outputs;
-    for (const auto& batch : batches()) outputs.push_back(engine.evaluate(batch));
+// No list grows, which would fail, too.
+using Outputs = std::array<KelvaneOutput, 4>;
+
+Outputs evaluateAll(Kelvane& engine) {
+    Outputs outputs;
+    for (std::size_t i = 0; i < outputs.size(); ++i) outputs[i] = engine.evaluate(batches()[i]);
     return outputs;
 }
 
@@ -94,7 +93,7 @@ struct Loaded : Kelvane {
     Loaded() { read(largeDocument().text(), true); }
 };
 
-std::vector<KelvaneOutput> resultsOfSound() {
+Outputs resultsOfSound() {
     Loaded loaded;
     return evaluateAll(loaded);
 }
@@ -105,158 +104,72 @@ TEST_F(AllocationFaultsTest, ADiagramIsReadWholeOrNotAtAll) {
     const auto text = largeDocument().text();
     const auto expected = resultsOfSound();
     for (const bool replace : {true, false}) {
-        atEveryAllocation([&](auto underFault) {
-            Loaded loaded;
-            if (!underFault([&] { return loaded.read(text, replace); })) {
-                EXPECT_GT(errorLines, 0);
-                // A text that could not even be decoded leaves the present diagram.
-                const auto outputs = loaded.evaluate(batches()[0]).outputs;
-                EXPECT_TRUE(outputs.empty() || outputs == expected[0].outputs);
-                ASSERT_TRUE(loaded.read(text, true));
-            }
-            loaded.reset();
-            EXPECT_EQ(evaluateAll(loaded), expected);
-        });
+        atEveryAllocation([] { return std::make_unique<Loaded>(); }, [&](Loaded& engine) { return engine.read(text, replace); },
+                          [&](Loaded& engine, bool succeeded) {
+                              EXPECT_EQ(succeeded, errorLines == 0);
+                              // A text that could not even be decoded leaves the present diagram.
+                              const auto outputs = engine.evaluate(batches()[0]).outputs;
+                              EXPECT_TRUE(outputs == expected[0].outputs || (outputs.empty() && !succeeded));
+                              ASSERT_TRUE(succeeded || engine.read(text, true));
+                              engine.reset();
+                              EXPECT_EQ(evaluateAll(engine), expected);
+                          });
     }
 }
 
 TEST_F(AllocationFaultsTest, ABatchGivesItsWholeResultOrNoneUntilTheEngineIsReset) {
     const auto expected = resultsOfSound();
-    atEveryAllocation([&](auto underFault) {
-        Loaded loaded;
-        std::vector<KelvaneOutput> outputs;
-        outputs.reserve(batches().size());
-        const bool succeeded = underFault([&] {
-            for (const auto& batch : batches()) outputs.push_back(loaded.evaluate(batch));
-            return !loaded.isOutOfMemory();
-        });
-        const auto result = std::mismatch(outputs.begin(), outputs.end(), expected.begin()).first;
-        EXPECT_TRUE(std::all_of(result, outputs.end(), [](const auto& output) { return output.outputs.empty(); }));
-        EXPECT_EQ(outputs.end() - result, errorLines);
-        EXPECT_EQ(errorLines == 0, succeeded);
-        loaded.reset();
-        EXPECT_EQ(evaluateAll(loaded), expected);
-    });
-}
-
-TEST_F(AllocationFaultsTest, EveryFunctionRecoversByAReset) {
-    const std::map<std::string_view, Value> samples{
-        {"Float", 2.0},
-        {"Integer", 1},
-        {"Boolean", true},
-        {"String", "a text that needs a block of its own"},
-        {"Vector", Vector{1, 2, 3}},
-        {"Orientation", Orientation{}},
-        {"Sequence", Sequence({{0, 1}, {1, -1}, {2, 1}, {3, -1}})},
-        {"Float array", List<double>{3, 1, 2}},
-        {"Integer array", List<std::int64_t>{3, 1, 2}},
-        {"Boolean array", List<bool>{true, false}},
-        {"String array", List<String>{"one text that is long enough", "another \xC3\xA9 e\xCC\x81 text"}},
-        {"Vector array", List<Vector>{{1, 2, 3}, {4, 5, 6}}},
-        {"Orientation array", List<Orientation>{{}, {}}},
-        {"Sequence array", List<Sequence>{Sequence({{0, 1}, {1, 2}})}},
-    };
-    std::size_t evaluated = 0;
-    for (const auto& [name, function] : NodeRegistry::library().classes(NodeCategory::Function)) {
-        SCOPED_TRACE(name);
-        DiagramDocument document;
-        const auto node = document.function(name);
-        KelvaneInput batch;
-        const auto prototype = function.make();
-        for (const auto* slot : prototype->inputValues()) {
-            const auto slotClass = slot->valueClass();
-            const std::string type(isGeneric(slotClass) ? isArray(slotClass) ? "Float array" : "Float" : typeString(slotClass));
-            const auto label = std::to_string(slot->index);
-            batch.updates.emplace(label, samples.at(type));
-            document.connect(document.stream(type, label), node, slot->index);
-        }
-        const auto run = [&](Kelvane& engine) {
-            for (const double timestamp : {1., 2., 3.}) {
-                batch.timestamp = timestamp;
-                engine.evaluate(batch);
-            }
-            return !engine.isOutOfMemory();
-        };
-        const auto result = [](const Kelvane& engine) {
-            const auto* payload = engine.nodeList(NodeCategory::Function)[0]->outputValue()->payload();
-            return payload == nullptr ? "none" : getValueString(*payload);
-        };
-        const auto text = document.text();
-        Kelvane undisturbed;
-        undisturbed.read(text, true);
-        run(undisturbed);
-        const auto expected = result(undisturbed);
-        evaluated += expected != "none";
-        atEveryAllocation([&](auto underFault) {
-            Kelvane engine;
-            engine.read(text, true);
-            underFault([&] { return run(engine); });
-            engine.reset();
-            run(engine);
-            EXPECT_EQ(result(engine), expected);
-        });
-    }
-    EXPECT_GT(evaluated, 100U);
+    atEveryAllocation([] { return std::make_unique<Loaded>(); }, evaluateAll,
+                      [&](Loaded& engine, const Outputs& outputs) {
+                          const auto result = std::mismatch(outputs.begin(), outputs.end(), expected.begin()).first;
+                          EXPECT_TRUE(std::all_of(result, outputs.end(), [](const auto& output) { return output.outputs.empty(); }));
+                          EXPECT_EQ(outputs.end() - result, errorLines);
+                          EXPECT_EQ(errorLines > 0, engine.failure().has_value());
+                          engine.reset();
+                          EXPECT_EQ(evaluateAll(engine), expected);
+                      });
 }
 
 TEST_F(AllocationFaultsTest, ARecordingIsReadUpToAWholeBatch) {
     const auto text = createJsonLines(batches());
     const auto& all = batches();
     for (const std::size_t pieceSize : {text.size(), std::size_t{7}}) {
-        atEveryAllocation([&](auto underFault) {
-            RecordingReader reader;
-            const bool succeeded = underFault([&] {
-                for (std::size_t at = 0; at < text.size(); at += pieceSize) reader.append(std::string_view(text).substr(at, pieceSize));
-                reader.finish();
-                return !reader.failure();
-            });
-            std::vector<KelvaneInput> read;
-            while (auto batch = reader.next()) read.push_back(std::move(*batch));
-            ASSERT_LE(read.size(), all.size());
-            EXPECT_TRUE(std::equal(read.begin(), read.end() - 1, all.begin()));
-            // The last one may lack what would have followed in it.
-            for (const auto& [label, value] : read.back().updates) EXPECT_EQ(value, all[read.size() - 1].updates.at(label));
-            EXPECT_EQ(succeeded, read == all);
-            EXPECT_EQ(succeeded ? "" : reader.failure()->diagnostic(), succeeded ? "" : "ERROR: out of memory!");
-        });
+        const auto read = [&](RecordingReader& reader) {
+            for (std::size_t at = 0; at < text.size(); at += pieceSize) reader.append(std::string_view(text).substr(at, pieceSize));
+            reader.finish();
+            return true;
+        };
+        atEveryAllocation([] { return std::make_unique<RecordingReader>(); }, read,
+                          [&](RecordingReader& reader, bool) {
+                              std::vector<KelvaneInput> batchesRead;
+                              while (auto batch = reader.next()) batchesRead.push_back(std::move(*batch));
+                              ASSERT_LE(batchesRead.size(), all.size());
+                              EXPECT_TRUE(std::equal(batchesRead.begin(), batchesRead.end() - 1, all.begin()));
+                              // The last one may lack what would have followed in it.
+                              for (const auto& [label, value] : batchesRead.back().updates)
+                                  EXPECT_EQ(value, all[batchesRead.size() - 1].updates.at(label));
+                              EXPECT_EQ(reader.failure() ? reader.failure()->diagnostic() : "", batchesRead == all ? "" : "ERROR: out of memory!");
+                          });
     }
-    atEveryAllocation([&](auto underFault) {
-        std::vector<KelvaneInput> read;
-        const bool succeeded = underFault([&] { return (read = readKelvaneInputs(text)), errorLines == 0; });
-        EXPECT_EQ(read == all, succeeded);
-    });
+    atEveryAllocation([] { return std::make_unique<int>(); }, [&](int&) { return readKelvaneInputs(text); },
+                      [&](int&, const auto& batchesRead) { EXPECT_EQ(batchesRead == all, errorLines == 0); });
 }
 
-TEST_F(AllocationFaultsTest, TextsAreWholeOrEmpty) {
-    Loaded loaded;
+TEST_F(AllocationFaultsTest, TextsAndListsAreWholeOrEmpty) {
+    Loaded engine;
     const auto results = resultsOfSound();
-    const auto expectWholeOrNothing = [](const std::string& before, auto write) {
-        std::string whole = before;
-        write(whole);
-        atEveryAllocation([&](auto underFault) {
-            std::string text = before;
-            const bool succeeded = underFault([&] { return write(text), text != before; });
-            EXPECT_EQ(text, succeeded ? whole : before);
-        });
-    };
-    expectWholeOrNothing("", [&](std::string& text) { text = loaded.createJSON(); });
-    expectWholeOrNothing("", [](std::string& text) { text = createJsonLines(batches()); });
-    expectWholeOrNothing("before\n", [&](std::string& text) { appendJsonLines(text, results[0]); });
-}
-
-TEST_F(AllocationFaultsTest, ListsOfAnEngineAreWholeOrEmpty) {
-    const std::array<std::size_t, 4> whole{3, 1, 4, 5};
-    atEveryAllocation([&](auto underFault) {
-        const Loaded engine;
-        std::array<std::size_t, 4> sizes{};
-        const bool succeeded = underFault([&] {
-            sizes = {engine.getInputStreams().size(), engine.getManualLines().size(), engine.getVariableOutputs().size(),
-                     engine.getConstants().size()};
-            return errorLines == 0;
-        });
-        for (std::size_t i = 0; i < whole.size(); ++i) EXPECT_TRUE(sizes[i] == 0 || sizes[i] == whole[i]) << i;
-        EXPECT_EQ(succeeded, sizes == whole);
+    const std::string before = "before\n";
+    expectWholeOr(std::string(), [&] { return engine.createJSON(); });
+    expectWholeOr(std::string(), [] { return createJsonLines(batches()); });
+    expectWholeOr(before, [&] {
+        auto text = before;
+        appendJsonLines(text, results[0]);
+        return text;
     });
+    expectWholeOr(std::size_t{0}, [&] { return engine.getInputStreams().size(); });
+    expectWholeOr(std::size_t{0}, [&] { return engine.getManualLines().size(); });
+    expectWholeOr(std::size_t{0}, [&] { return engine.getVariableOutputs().size(); });
+    expectWholeOr(std::size_t{0}, [&] { return engine.getConstants().size(); });
 }
 
 TEST_F(AllocationFaultsTest, ACheckTellsAllFindingsOrThatMemoryRanOut) {
@@ -264,44 +177,42 @@ TEST_F(AllocationFaultsTest, ACheckTellsAllFindingsOrThatMemoryRanOut) {
     document.connect(document.function("Add"), document.function("Subtract"), 7);
     document.add("Function", "Absolut");
     document.connect(99, 98);
-    document.data.info.containers->push_back({0, 0, "", {}, "no colour", std::nullopt});
     // Its one fatal finding is rehearsed.
     DiagramDocument mistyped;
     mistyped.connect(mistyped.stream("Integer", "n"), mistyped.function("Sine"));
     for (const std::string& text : {document.text(), mistyped.text(), std::string("{\"nodes\":[{}]}"), std::string("{")}) {
         const auto expected = checkDiagram(text);
-        ASSERT_FALSE(expected.empty());
-        atEveryAllocation([&](auto underFault) {
-            std::vector<Finding> findings;
-            const bool succeeded = underFault([&] {
-                try {
-                    findings = checkDiagram(text);
-                } catch (const std::bad_alloc&) {
-                    // Not even one finding could be made.
-                    return false;
-                }
-                return findings.front().code != "out-of-memory";
-            });
-            if (succeeded) {
-                EXPECT_EQ(findings, expected);
-            } else if (!findings.empty()) {
-                EXPECT_EQ(findings.size(), 1U);
-                EXPECT_TRUE(findings.front().fatal);
+        const auto check = [&](int&) {
+            try {
+                return checkDiagram(text);
+            } catch (const std::bad_alloc&) {
+                // Not even one finding could be made.
+                return std::vector<Finding>();
             }
-        });
+        };
+        ASSERT_FALSE(expected.empty());
+        atEveryAllocation([] { return std::make_unique<int>(); }, check,
+                          [&](int&, const std::vector<Finding>& findings) {
+                              const bool isTold =
+                                  findings.empty() || (findings[0].fatal && findings[0].code == "out-of-memory" && findings.size() == 1);
+                              EXPECT_TRUE(isTold || findings == expected);
+                          });
     }
 }
 
 TEST_F(AllocationFaultsTest, ABackgroundRunThatCannotBeStartedIsTold) {
-    atEveryAllocation([](auto underFault) {
-        const auto queue = std::make_shared<DrainedMainQueue>();
-        const auto results = std::make_shared<Results>();
-        Kelvane engine(results, queue);
-        auto inputs = batches();
-        const bool started = underFault([&] { return engine.processAllUpdates(std::move(inputs)), errorLines == 0; });
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(started ? 20 : 0);
-        EXPECT_EQ(queue->runNext(deadline), started);
-    });
+    const auto queue = std::make_shared<DrainedMainQueue>();
+    const auto results = std::make_shared<Results>();
+    auto inputs = batches();
+    const auto prepare = [&] {
+        inputs = batches();
+        return std::make_unique<Kelvane>(results, queue);
+    };
+    atEveryAllocation(
+        prepare, [&](Kelvane& engine) { return engine.processAllUpdates(std::move(inputs)), errorLines == 0; },
+        [&](Kelvane&, bool started) {
+            EXPECT_EQ(queue->runNext(std::chrono::steady_clock::now() + std::chrono::seconds(started ? 20 : 0)), started);
+        });
 }
 
 }  // namespace KelvaneSDK::testing_support

@@ -7,9 +7,6 @@
 
 namespace KelvaneSDK::testing_support {
 
-using Floats = List<double>;
-using Texts = List<String>;
-
 TEST(Allocations, ScalarsAreCopiedAndForwardedWithoutAny) {
     for (const Value& value : {Value(1.5), Value(2), Value(true), Value(Vector{1, 2, 3}), Value(Orientation{})}) {
         const auto from = slotHolding(value), to = slotHolding(value);
@@ -43,32 +40,6 @@ TEST(Allocations, AForwardedListKeepsItsBlock) {
     Kelvane engine;
     ASSERT_TRUE(engine.read(document.text(), true));
     EXPECT_EQ(engine.evaluate({1, {{"in", list}}}).outputs.at("out").items<Sample>().data(), block);
-}
-
-TEST(ArrayFunctions, AllocateANewListOnceAndNothingElse) {
-    const struct {
-        std::string_view function;
-        std::vector<Value> inputs;
-        long expected;
-    } cases[]{{"Add to array", {1., Floats{1, 2}}, 1},
-              {"Add to array", {"c", Texts{"a", "b"}}, 1},
-              {"Insert into array", {1, 1., Floats{1, 2}}, 1},
-              {"Remove from array", {1, Floats{1, 2}}, 1},
-              {"Combine arrays", {1, Floats{1, 2}, Floats{1, 2}}, 1},
-              {"Trim", {1, 2, Floats{1, 2, 3}}, 1},
-              {"Trim", {0, 9, Floats{1, 2, 3}}, 0},
-              {"Clip", {1., 2., Floats{1, 2, 3}}, 1},
-              {"Shift elements", {1., Floats{1, 2, 3}}, 1},
-              {"Array absolute", {Floats{1, 2, 3}}, 1},
-              {"Get element", {1, Texts{"a", "b"}}, 0},
-              {"Maximum", {Floats{1, 2, 3}}, 0}};
-    for (const auto& [function, inputs, expected] : cases) {
-        const auto node = NodeRegistry::library().find(NodeCategory::Function, function)->make();
-        for (std::size_t i = 0; i < inputs.size(); ++i) node->inputValues()[i]->setValue(inputs[i]);
-        const long before = allocations();
-        node->process();
-        EXPECT_EQ(allocations() - before, expected) << function;
-    }
 }
 
 }  // namespace KelvaneSDK::testing_support

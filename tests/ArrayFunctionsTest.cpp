@@ -1,6 +1,4 @@
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
 #include "support/FunctionTest.h"
-#include "support/Stops.h"
 
 namespace KelvaneSDK::testing_support {
 
@@ -15,33 +13,15 @@ const Sequence rise{{0, 1}, {1, 2}}, still{{0, 5}};
 const Integers ten{0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
 const Vector up{0, 0, 1}, down{0, 0, -1};
 
-// A node outside any diagram, whose generic slots have taken on no type.
-class LooseNode {
-public:
-    explicit LooseNode(std::string_view name) : node(NodeRegistry::library().find(NodeCategory::Function, name)->make()) {}
-
-    std::optional<Value> process(const std::vector<std::optional<Value>>& updates) {
-        node->outputValue()->updated = false;
-        for (std::size_t i = 0; i < updates.size(); ++i) {
-            auto& slot = *node->inputValues()[i];
-            slot.updated = updates[i].has_value();
-            if (updates[i]) slot.setValue(*updates[i]);
-        }
-        node->process();
-        return node->outputValue()->updated ? node->outputValue()->value() : std::nullopt;
-    }
-
-private:
-    std::unique_ptr<Node> node;
-};
-
 }  // namespace
 
 const FunctionCase cases[] = {
-    {"Order(Boolean, Float array) > Float array: SortsRising", {{{false, Floats{3, 1, 2}}, Floats{1, 2, 3}}}},
-    {"Order(Boolean, String array) > String array: SortsFalling", {{{true, Texts{"b", "c", "a"}}, Texts{"c", "b", "a"}}}},
+    {"Order(Boolean, Float array) > Float array: SortsRisingWithNanLast", {{{false, Floats{nan, 3, 1, nan, 2}}, Floats{1, 2, 3, nan, nan}}}},
+    {"Order(Boolean, Integer array) > Integer array: SortsIntegersFalling", {{{true, Integers{INT64_MIN, 5}}, Integers{5, INT64_MIN}}}},
+    {"Order(Boolean, Boolean array) > Boolean array: SortsFalseFirst", {{{false, Booleans{true, false, true}}, Booleans{false, true, true}}}},
+    {"Order(Boolean, String array) > String array: SortsFalling", {{{true, Texts{"b", "\u00e9", "Z"}}, Texts{"\u00e9", "b", "Z"}}}},
     {"Order(Boolean, Vector array) > Vector array: IsSilentForVectorsUnlessThereAreNone",
-     {{{false, Vectors{{2, 0, 0}, {1, 0, 0}}}, none}, {{false, Vectors{}}, Vectors{}}}},
+     {{{false, Vectors{{2, 0, 0}, {1, 0, 0}}}, says("ERROR: sorting unsupported type")}, {{false, Vectors{}}, Vectors{}}}},
     {"Get element(Integer, Float array) > Float: CountsFromZero", {{{0, Floats{7, 8}}, 7.}, {{1, Floats{7, 8}}, 8.}}},
     {"Get element(Integer, Float array) > Float: IsSilentOutside", {{{2, Floats{7, 8}}, none}, {{-1, Floats{7}}, none}, {{0, Floats{}}, none}}},
     {"Get element(Integer, Sequence array) > Sequence: TakesASequenceOut", {{{1, Sequences{still, rise}}, rise}}},
@@ -52,6 +32,9 @@ const FunctionCase cases[] = {
     {"Trim(Integer, Integer, Integer array) > Integer array: StopsOnAnEmptyList", {{{0, 0, Integers{}}, stops("no element of an array of 0")}}},
     {"Trim(Integer, Integer, String array) > String array: CutsTexts", {{{0, 1, Texts{"a", "b", "c"}}, Texts{"a", "b"}}}},
     {"Array sum(Float array) > Float: SumAddsFromTheFirst", {{{Floats{1e16, 1, -1e16, 1}}, 1.}, {{Floats{}}, 0.}}},
+    {"Array sum(Integer array) > Integer: StopsOnlyAtAnOverflow",
+     {{{Integers{INT64_MAX, -1, 1}}, INT64_MAX}, {{Integers{INT64_MAX, 1}}, stops("an integer sum overflows 64 bits")}}},
+    {"Array sum(Orientation array) > Orientation: SumOfNoneIsZero", {{{List<Orientation>{}}, Orientation{0, 0, 0, 0}}}},
     {"Array sum(String array) > String: SumJoinsTexts", {{{Texts{"a", "b", "c"}}, "abc"}}},
     {"Array sum(Boolean array) > Boolean: SumIsSilentForBooleans", {{{Booleans{true}}, none}}},
     {"Number of elements(Sequence array) > Integer: CountsAnything", {{{Sequences{rise, still}}, 2}, {{Sequences{}}, 0}}},
@@ -96,22 +79,5 @@ const FunctionCase cases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Array, FunctionTest, testing::ValuesIn(cases), caseName);
-
-TEST(CreateArray, TrimsToALengthThatComesWithoutAnElement) {
-    LooseNode node("Create array");
-    for (const double x : {2., 3., 4.}) node.process({3, x});
-    EXPECT_EQ(node.process({2, none}), Value(Floats{3, 4}));
-    EXPECT_EQ(node.process({0, none}), Value(Floats{}));
-}
-
-TEST(ArrayFunctionsDeathTest, StopOnPayloadsThatFormNoList) {
-    LooseNode mixed("Create array"), nested("Create array"), scalar("Number of elements"), foreign("Add to array");
-    mixed.process({2, 1});
-    EXPECT_STOP(mixed.process({2, 1.}), "scalars of one type");
-    EXPECT_EQ(mixed.process({1, 1.}), Value(Floats{1}));
-    EXPECT_STOP(nested.process({0, Floats{1}}), "scalars of one type");
-    EXPECT_STOP(foreign.process({1, Floats{1}}), "not of the type of the array");
-    EXPECT_STOP(scalar.process({1.}), "type Float where a list is needed");
-}
 
 }  // namespace KelvaneSDK::testing_support

@@ -15,20 +15,4 @@ TEST(DiagramDataTest, ReadsNumbersHoweverWrittenAndNullForWhatMayBeMissing) {
     EXPECT_EQ(data->info, expected);
 }
 
-TEST(DiagramDataTest, WhatIsWrittenReadsBackEqual) {
-    const auto nested = [](std::string name, std::vector<ContainerInfo> inner) {
-        return ContainerInfo{0.1, -2, std::move(name), {1, 2}, std::nullopt, std::move(inner)};
-    };
-    DiagramData data;
-    EXPECT_EQ(DiagramData::decode(data.encode())->info, data.info);
-    data.info.nodes = {{-1, "Function", "Add", "Float"}, {INT64_MAX, "Constant", "String", std::nullopt}};
-    data.info.properties = {{-1, "Description", "\"quoted\" \n \\ \x01 é"}};
-    data.info.connections = {{1, 2, 3}};
-    data.info.positions = {{1, 1e-300, 123456789.123456789}};
-    data.info.containers = {{nested("a", {nested("b", {nested("c", {}), nested("d", {})}), nested("e", {})}), {1, 2, "f", {}, "red", std::nullopt}}};
-    data.info.manualLines = {{"", "line"}};
-    data.info.subdiagrams = {{{"main", {1, 2}}, {"empty", {}}}};
-    EXPECT_EQ(DiagramData::decode(data.encode())->info, data.info);
-}
-
 }  // namespace KelvaneSDK::testing_support

@@ -167,12 +167,12 @@ TEST(NodeTest, CompletionConsumesTheInputsAndStampsTheOutput) {
         static_cast<InputStreamNode&>(*y).setValue(2.0, b);
         EXPECT_TRUE(node->allInputsUpdated() && node->allInputsHaveValues());
         node->process();
-        EXPECT_EQ(node->outputValue()->timestamp, expected);
-        EXPECT_FALSE(node->inputValues()[0]->updated || node->inputValues()[1]->updated);
+        EXPECT_EQ(node->outputValue()->timestamp(), expected);
+        EXPECT_FALSE(node->inputValues()[0]->updated() || node->inputValues()[1]->updated());
         node->reset();
         EXPECT_FALSE(node->inputValues()[0]->hasValue());
         EXPECT_EQ(node->outputValue()->value(), Value(3.5));
-        EXPECT_EQ(node->outputValue()->timestamp, 0);
+        EXPECT_EQ(node->outputValue()->timestamp(), 0);
     }
 }
 
@@ -184,7 +184,7 @@ TEST(NodeTest, PropertiesOfEveryCategory) {
     EXPECT_EQ(input->getProperties(), (Properties{{"Description", "Float"}, {"Forwarding", "true"}}));
     CapturedDiagnostics captured;
     for (const auto* text : {"yes", "True", "1", ""}) {
-        static_cast<InputStreamNode&>(*input).forwarding = true;
+        static_cast<InputStreamNode&>(*input).setForwarding(true);
         input->setProperty("Forwarding", text);
         output->setProperty("Hidden", text);
         EXPECT_EQ(input->getProperties()[1], (Property{"Forwarding", "false"})) << text;
@@ -213,9 +213,9 @@ TEST(VariableOutputNodeTest, PassesOnlyItsTypeAndFeedsNothing) {
     EXPECT_STOP(node->process(), "evaluated without a value");
     node->outputValue()->setValue(Value(1.0));
     input.setValue(Value(2));
-    input.updated = true;
+    input.setUpdated(true);
     node->process();
-    EXPECT_FALSE(node->outputValue()->hasValue() || input.updated);
+    EXPECT_FALSE(node->outputValue()->hasValue() || input.updated());
 }
 
 }  // namespace KelvaneSDK::testing_support

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -238,20 +237,6 @@ TEST_F(ToolFileTest, ResultsAreNotAppendedToTheRecordingThatIsRead) {
     EXPECT_EQ(directory.content("walk.jsonl"), x1);
 }
 
-TEST_F(ToolFileTest, AFileThatMayNotGrowEndsWithAWholeLine) {
-    directory.write("out.jsonl", "");
-    rlimit unlimited{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &unlimited), 0);
-    const rlimit limited{firstResult.size() + 60, unlimited.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &limited);
-    ToolProcess tool(run("walk.jsonl"), path("out.jsonl"));
-    ::setrlimit(RLIMIT_FSIZE, &unlimited);
-    const auto outcome = tool.finish();
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.messages, "kelvane: cannot write standard output: File too large\n");
-    EXPECT_EQ(directory.content("out.jsonl"), walkResults.substr(0, walkResults.find("{\"timestamp\":1,\"name\":\"x\"")));
-}
-
 TEST(ToolStreamTest, ManyInvalidLinesAreCountedOnly) {
     const auto outcome = runTool(run("--keep-going"), std::string(250, '\n'));
     EXPECT_EQ(outcome.status, 1);
@@ -290,10 +275,12 @@ TEST(ToolStreamTest, AReaderThatLeavesEndsTheRunQuietly) {
     EXPECT_EQ(outcome.messages, "");
 }
 
-TEST(ToolStreamTest, AFullDeviceIsTold) {
-    const auto outcome = ToolProcess(run("walk.jsonl"), "/dev/full").finish();
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.messages, "kelvane: cannot write standard output: No space left on device\n");
+TEST(ToolStreamTest, AFullDeviceIsToldByEveryCommand) {
+    for (const auto& arguments : {run("walk.jsonl"), words("check", "sum.json"), words("info", "sum.json"), words("functions"), words("--help")}) {
+        const auto outcome = ToolProcess(arguments, "/dev/full").finish();
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.messages, "kelvane: cannot write standard output: No space left on device\n");
+    }
 }
 
 TEST(ToolStreamTest, AnExportedDiagramGivesTheSameExport) {

@@ -78,7 +78,7 @@ Node& Container::updateOutputPort() {
         return *node;
     }
     stopProgram(
-        "the container \"" + descriptionString.value_or("") +
+        "the container \"" + descriptionString().value_or("") +
         "\" holds no node that could provide its output: it is empty, or its nodes feed only one another");
 }
 

@@ -3,7 +3,6 @@
 
 #include "KelvaneSDK/DiagramCheck/Checks.h"
 #include "KelvaneSDK/DiagramCheck/NearestName.h"
-#include "KelvaneSDK/DiagramCheck/Shim.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FileProcessing/ValueParsing.h"
 #include "KelvaneSDK/FileProcessing/ValueText.h"
@@ -105,7 +104,7 @@ private:
         node.node = nodeClass->make();
         node.node->id = node.record->id;
         node.category = *category;
-        if (category == NodeCategory::Function) node.declaration = declarationOf(*nodeClass, *node.node);
+        if (category == NodeCategory::Function) node.declaration = &nodeClass->declaration();
     }
 
     void reportUnknown(NodeIndex index, std::optional<NodeCategory> category) {

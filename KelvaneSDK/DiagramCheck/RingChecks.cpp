@@ -3,7 +3,6 @@
 
 #include "KelvaneSDK/DiagramCheck/Checks.h"
 #include "KelvaneSDK/DiagramCheck/Cycles.h"
-#include "KelvaneSDK/DiagramCheck/Shim.h"
 #include "KelvaneSDK/Kelvane/SettledOrder.h"
 
 namespace KelvaneSDK {
@@ -38,7 +37,7 @@ private:
 
     // Functions that a sweep never gets to, because they wait for one another.
     void checkOrder() {
-        if (reportWaiting(Pass::first, Severity::fatal, "waits for itself, so that the evaluation never ends"))
+        if (reportWaiting(SweepPass::first, Severity::fatal, "waits for itself, so that the evaluation never ends"))
             return;
         bool isFedBack = false, isSurelyFedBack = false;
         for (NodeIndex i = 0; i < diagram.size(); ++i) {
@@ -49,38 +48,39 @@ private:
             isSurelyFedBack |= reading.surelyRuns(i);
         }
         if (!isFedBack) return;
-        reportWaiting(Pass::further, isSurelyFedBack ? Severity::fatal : Severity::error,
+        reportWaiting(SweepPass::further, isSurelyFedBack ? Severity::fatal : Severity::error,
                       "waits for itself in the pass after a variable output gave a value, so that the evaluation "
                       "never ends");
     }
 
-    bool reportWaiting(Pass pass, Severity severity, const std::string& what) {
-        std::vector<Node*> functions;
+    bool reportWaiting(SweepPass pass, Severity severity, const std::string& what) {
+        WiredNodes nodes;
         std::unordered_map<const Node*, NodeIndex> indices;
         for (NodeIndex i = 0; i < diagram.size(); ++i) {
+            Node* const node = diagram[i].node.get();
+            if (diagram[i].is(NodeCategory::Constant)) nodes.constants.push_back(node);
+            if (diagram[i].is(NodeCategory::InputStream)) nodes.streams.push_back(node);
             if (!diagram[i].isFunction()) continue;
-            functions.push_back(diagram[i].node.get());
-            indices.emplace(functions.back(), i);
+            nodes.functions.push_back(node);
+            indices.emplace(node, i);
         }
         std::vector<bool> waits(diagram.size());
-        shimReady.clear();
-        for (const auto& w : diagram.allWires()) { if (w.lost) continue; auto& r = shimReady[diagram[w.to].inputs()[w.input]]; if (diagram[w.from].is(NodeCategory::Constant)) r = std::max(r, 1); else if (!diagram[w.from].isFunction()) r = 2; }
-        const auto settled = settle(functions, pass);
-        for (const Node* node : settled.waiting) waits[indices.at(node)] = true;
+        const auto waiting = settledOrder(nodes, pass).waiting;
+        for (const Node* node : waiting) waits[indices.at(node)] = true;
         // A slot is dealt with as soon as one of its feeders was.
         const auto isWaitedFor = [&](const Wire& wire) {
             if (!waits[wire.from] || !waits[wire.to]) return false;
             const auto feeding = diagram.wiresInto(diagram.portOf(wire));
             return std::all_of(feeding.begin(), feeding.end(), [&](std::uint32_t index) {
                 const NodeIndex feeder = diagram.allWires()[index].from;
-                return waits[feeder] || (pass == Pass::further && diagram[feeder].is(NodeCategory::Constant));
+                return waits[feeder] || (pass == SweepPass::further && diagram[feeder].is(NodeCategory::Constant));
             });
         };
         for (const Cycle& cycle : findCycles(diagram, isWaitedFor)) report(Code::cycle, severity, cycle, what);
         for (NodeIndex i = 0; i < diagram.size(); ++i) {
             if (waits[i]) reported[i] = true;
         }
-        return !settled.waiting.empty();
+        return !waiting.empty();
     }
 
     // Rings that got in order, because a value enters from outside, and never come to rest again.
@@ -108,7 +108,7 @@ private:
     }
     // The same for some values.
     static bool mayRefill(const CheckedNode& node, const Fed& fed) {
-        switch (node.declaration->readiness) {
+        switch (node.declaration->isDeclared ? node.declaration->readiness : Readiness::own) {
             case Readiness::selectedInput:
                 return fed(1) || fed(2);
             case Readiness::trueTrigger:

@@ -58,11 +58,9 @@ private:
     // Whether a function that is called like the type makes such values of others.
     bool convertsTo(ValueClass wanted, ValueType from) const {
         const auto* const nodeClass = registry.find(NodeCategory::Function, typeString(wanted));
-        if (nodeClass == nullptr) return false;
-        const auto node = nodeClass->make();
-        return node->inputValues().size() == 1 && node->outputValue() != nullptr &&
-               node->outputValue()->valueClass() == wanted &&
-               payloadType(node->inputValues()[0]->valueClass()) == from;
+        if (nodeClass == nullptr || nodeClass->declaration().inputs.size() != 1) return false;
+        return nodeClass->declaration().output == wanted &&
+               payloadType(nodeClass->declaration().inputs[0].type) == from;
     }
 
     void checkFeeders(NodeIndex index) {
@@ -121,6 +119,8 @@ private:
         const CheckedNode& node = diagram[index];
         for (const auto& demand : node.declaration->demands) {
             std::vector<const Value*> values(node.inputs().size());
+            std::vector<ValueClass> slots;
+            for (const auto* slot : node.inputs()) slots.push_back(slot->valueClass());
             std::string fixed, first;
             bool areConstants = true;
             for (std::size_t i = 0; i < values.size() && areConstants; ++i) {
@@ -129,7 +129,7 @@ private:
                 areConstants = source.has_value();
                 if (areConstants) values[i] = &reading.valueOf(*source);
             }
-            const auto violation = areConstants ? demand.violation(values) : std::nullopt;
+            const auto violation = areConstants ? demand.violation(values, slots) : std::nullopt;
             if (!violation) continue;
             for (std::size_t i = 0; i < values.size(); ++i) {
                 if (values[i] == nullptr) continue;
@@ -157,7 +157,7 @@ private:
         if (isSilent(index)) reportSilenced(index);
         // Forwarded streams and variable outputs reach the application themselves.
         const auto* const stream = dynamic_cast<const InputStreamNode*>(node.node.get());
-        const bool isDelivered = node.is(NodeCategory::VariableOutput) || (stream != nullptr && stream->forwarding);
+        const bool isDelivered = node.is(NodeCategory::VariableOutput) || (stream != nullptr && stream->forwarding());
         if (!isDelivered && !node.lacksReader && diagram.wiresFrom(index).empty()) {
             findings.add(Code::outputUnused, at(index), "the output feeds nothing").about(node);
         }

@@ -76,8 +76,16 @@ bool WiringReading::supportsItsTypes(NodeIndex node) const {
 bool WiringReading::emitsAlways(NodeIndex node) const {
     if (isSource(diagram[node])) return true;
     const auto* const declaration = diagram[node].declaration;
-    return declaration != nullptr && declaration->alwaysEmits() && declaration->demands.empty() &&
-           supportsItsTypes(node) &&
+    if (declaration == nullptr || !declaration->isDeclared || !declaration->alwaysEmits() ||
+        !declaration->demands.empty() || !supportsItsTypes(node)) {
+        return false;
+    }
+    const auto operand = diagram[node].inputs().empty() ? ValueClass::TimestampedVariable
+                                                        : diagram[node].inputs().back()->valueClass();
+    const bool mayOverflow =
+        declaration->operation != SlotOperation::none && diagram[node].outputClass() != ValueClass::BooleanValue &&
+        (operand == ValueClass::IntegerValue || operand == ValueClass::IntegerArrayVariable);
+    return !mayOverflow && !mayBeAbsent(operand, declaration->operation) &&
            (declaration->readiness == Readiness::allInputs || declaration->readiness == Readiness::anyInput);
 }
 

@@ -2,7 +2,7 @@
 
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionNode.h"
+#include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/JsonOutput/JsonOutputRecords.h"
 
 namespace KelvaneSDK {
@@ -40,32 +40,33 @@ void fill(ValueInfo& entry, const Value& value) {
     }
 }
 
-class JsonOutputFunction final : public FunctionNode {
-public:
-    void createInputs() override {
-        addInputs<StringValue, StringValue, TimestampedVariable>("document", "label", "value");
-    }
-    void createOutput() override { setOutput<StringValue>(); }
-    void setTypeString() override { typeString = "JSON output"; }
-    void process() override {
-        auto document = JsonInfo::decode(text(0)).value_or(JsonInfo{});
-        const std::string_view label = text(1);
-        const auto found = std::find_if(document.values.begin(), document.values.end(),
-                                        [&](const ValueInfo& entry) { return entry.label == label; });
-        ValueInfo& entry = found == document.values.end() ? document.values.emplace_back() : *found;
-        entry = ValueInfo{};
-        entry.label = std::string(label);
-        fill(entry, value(2));
-        finish(document.encode());
-    }
-};
+std::string withEntry(std::string_view text, std::string_view label, const Value& value) {
+    auto document = JsonInfo::decode(text).value_or(JsonInfo{});
+    const auto found = std::find_if(document.values.begin(), document.values.end(),
+                                    [&](const ValueInfo& entry) { return entry.label == label; });
+    ValueInfo& entry = found == document.values.end() ? document.values.emplace_back() : *found;
+    entry = ValueInfo{};
+    entry.label = std::string(label);
+    fill(entry, value);
+    return document.encode();
+}
 
 }  // namespace
 
 NodeFamily jsonOutputFunctions() {
     return functionFamily(
         "JSON output",
-        {entry<JsonOutputFunction>("the JSON document with the value entered under the label")});
+        {pure("JSON output", {{"document", "the JSON text so far"}, {"label"}, {"value"}},
+              [](std::string_view document, std::string_view label, Anything value) {
+                  return withEntry(document, label, value.value);
+              },
+              "the JSON document with the value entered under the label")
+             .keywords("text write format")
+             .applies(SlotOperation::writeJson)
+             .also([](Declaration& json) {
+                 json.withoutOperation = WithoutOperation::emitsAnyway;
+                 json.reportsUnsupported = true;
+             })});
 }
 
 }  // namespace KelvaneSDK

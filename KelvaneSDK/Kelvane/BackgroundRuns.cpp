@@ -2,7 +2,7 @@
 
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/Kelvane/BackgroundWorker.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/EngineOperation.h"
 
 namespace KelvaneSDK {
 
@@ -32,36 +32,33 @@ bool Kelvane::BackgroundRuns::engineExists() {
 
 void Kelvane::processAllUpdates(std::vector<KelvaneInput> diagramInputs) {
     backgroundRuns->enter();
-    const auto submitted = withinMemoryOrError([&] {
+    const bool isSubmitted = perform([&] {
         BackgroundWorker::shared().submit(
             [this, inputs = std::move(diagramInputs)] { processInBackground(inputs); });
-        return true;
     });
-    if (!submitted) backgroundRuns->leave();
+    if (!isSubmitted) backgroundRuns->leave();
 }
 
 void Kelvane::processInBackground(const std::vector<KelvaneInput>& inputs) {
     // The engine may be destroyed as soon as the run is left, so nothing of it is touched afterwards.
     const auto runs = backgroundRuns;
-    withinMemoryOrError([&] {
+    perform([&] {
         auto results = std::make_shared<std::vector<KelvaneOutput>>();
         for (const auto& input : inputs) {
             auto output = evaluate(input);
-            if (outOfMemory) break;
+            if (failed) break;
             if (output.outputs.empty()) continue;
-            const auto kept =
-                withinMemoryOrError([&] { return results->push_back(std::move(output)), true; });
-            if (!kept) break;
+            if (!perform([&] { results->push_back(std::move(output)); })) break;
         }
-        auto deliver = [receiver = updatesReceiver, runs, results] {
+        auto deliver = [this, receiver = updatesReceiver, runs, results] {
             if (const auto target = receiver.lock()) {
                 target->allUpdatesProcessed(*results);
             } else if (runs->engineExists()) {
-                stopProgram("the receiver of a background run's results is gone");
+                perform([] { stopProgram("the receiver of a background run's results is gone"); });
             }
         };
         const auto queue = mainQueue;
-        return queue->post(std::move(deliver)), true;
+        queue->post(std::move(deliver));
     });
     runs->leave();
 }

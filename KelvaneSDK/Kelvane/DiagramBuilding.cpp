@@ -6,8 +6,8 @@
 
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/ElementArithmetic.h"
-#include "KelvaneSDK/Kelvane/Kelvane.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/EngineOperation.h"
+#include "KelvaneSDK/Kelvane/Evaluation.h"
 
 namespace KelvaneSDK {
 
@@ -52,18 +52,21 @@ private:
 };
 
 bool Kelvane::read(std::string_view text, bool replace) {
-    const auto built = withinMemoryOrError([&] { return build(text, replace); });
-    if (!built) discardDiagram();
-    return built.value_or(false);
+    bool isBuilt = false;
+    if (perform([&] { build(text, replace, isBuilt); })) return isBuilt;
+    // What a failed operation leaves is not worth keeping, but its reason is.
+    const auto reason = std::move(failed);
+    discardDiagram();
+    failed = reason;
+    return false;
 }
 
-bool Kelvane::build(std::string_view text, bool replace) {
+void Kelvane::build(std::string_view text, bool replace, bool& isBuilt) {
     DecodeFailure failure;
     const auto data = DiagramData::decode(text, &failure);
     if (!data) {
         if (failure.reason == outOfMemoryReason) printDiagnostic(outOfMemoryLine);
-        printDiagnostic("ERROR: failed to decode kelvane data!");
-        return false;
+        return printDiagnostic("ERROR: failed to decode kelvane data!");
     }
     DiagramBuilder builder(*this, data->info);
     if (replace) {
@@ -71,11 +74,9 @@ bool Kelvane::build(std::string_view text, bool replace) {
     } else {
         builder.renumberAboveDocument();
     }
+    ++state.changes;
     auto created = builder.build(replace);
-    if (!created) {
-        printDiagnostic("ERROR: failed to process diagram info");
-        return false;
-    }
+    if (!created) return printDiagnostic("ERROR: failed to process diagram info");
     if (replace) {
         builder.checkContainment();
     } else {
@@ -83,7 +84,7 @@ bool Kelvane::build(std::string_view text, bool replace) {
     }
     builder.checkConnections();
     orderAsInDocument();
-    return true;
+    isBuilt = true;
 }
 
 void DiagramBuilder::renumberAboveDocument() {
@@ -229,7 +230,7 @@ std::unique_ptr<Container> DiagramBuilder::buildContainer(const ContainerInfo& r
             printDiagnostic("ERROR: wrong id " + std::to_string(id) + " for container!");
         }
     }
-    container->descriptionString = record.description;
+    container->setDescriptionString(record.description);
     container->position = {record.x, record.y};
     if (record.color) container->color = bodyColorNamed(*record.color);
     return container;
@@ -261,17 +262,17 @@ void DiagramBuilder::linkStreamsAndOutputs() {
         std::size_t count;
     };
     std::unordered_map<std::string_view, Bearers> byLabel;
-    for (auto* output : engine.variableOutputs) {
+    for (auto* output : engine.nodes.outputs) {
         output->numLinks = 0;
         ++byLabel.try_emplace(output->label(), Bearers{output, 0}).first->second.count;
     }
-    for (auto* stream : engine.inputStreams) {
+    for (auto* stream : engine.nodes.streams) {
         const auto found =
-            stream->descriptionString ? byLabel.find(*stream->descriptionString) : byLabel.end();
+            stream->descriptionString() ? byLabel.find(*stream->descriptionString()) : byLabel.end();
         stream->linked = found != byLabel.end();
         if (stream->linked) ++found->second.first->numLinks;
     }
-    for (auto* output : engine.variableOutputs) output->duplications = byLabel.at(output->label()).count > 1;
+    for (auto* output : engine.nodes.outputs) output->duplications = byLabel.at(output->label()).count > 1;
 }
 
 void DiagramBuilder::checkContainment() const {

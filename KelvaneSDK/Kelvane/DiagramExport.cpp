@@ -1,6 +1,5 @@
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/Kelvane/Kelvane.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/EngineOperation.h"
 
 namespace KelvaneSDK {
 
@@ -26,11 +25,15 @@ void appendNode(DiagramInfo& info, const Node& node) {
 }  // namespace
 
 std::string Kelvane::createJSON() {
-    std::int64_t next = 0;
-    for (const auto& list : nodeLists) {
-        for (const auto& node : list) node->id = next++;
-    }
-    return withinMemoryOrError([&] { return DiagramData{describe()}.encode(); }).value_or(std::string());
+    std::string text;
+    perform([&] {
+        std::int64_t next = 0;
+        for (const auto& list : nodeLists) {
+            for (const auto& node : list) node->id = next++;
+        }
+        text = DiagramData{describe()}.encode();
+    });
+    return text;
 }
 
 DiagramInfo Kelvane::describe() const {

@@ -2,26 +2,11 @@
 
 #include <algorithm>
 
-#include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/Kelvane/BackgroundRuns.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/EngineOperation.h"
+#include "KelvaneSDK/Kelvane/Evaluation.h"
 
 namespace KelvaneSDK {
-
-namespace {
-
-// One entry for each element, in order; none when memory runs out.
-template <class Entry, class Elements, class Describe>
-std::vector<Entry> listed(const Elements& elements, const Describe& describe) {
-    auto entries = withinMemoryOrError([&] {
-        std::vector<Entry> described;
-        for (const auto& element : elements) described.push_back(describe(element));
-        return described;
-    });
-    return entries ? std::move(*entries) : std::vector<Entry>();
-}
-
-}  // namespace
 
 Kelvane::Kelvane(std::weak_ptr<VariableOutputUpdatesReceiver> variableOutputUpdatesReceiver,
                  std::shared_ptr<MainQueue> queue)
@@ -36,100 +21,127 @@ Kelvane::Kelvane(std::weak_ptr<VariableOutputUpdatesReceiver> variableOutputUpda
 Kelvane::~Kelvane() { backgroundRuns->waitAndClose(); }
 
 void Kelvane::registerNodes(const NodeFamily& family) {
-    withinMemoryOrError([&] {
+    perform([&] {
         auto extended = std::make_shared<NodeRegistry>(*registry);
         extended->add(family);
         registry = std::move(extended);
-        return true;
     });
 }
 
 Node* Kelvane::addNode(NodeCategory category, std::unique_ptr<Node> node) {
-    if (category == NodeCategory::InputStream) {
-        auto* stream = dynamic_cast<InputStreamNode*>(node.get());
-        if (stream == nullptr)
-            node->stop("a class of the category \"Input stream\" must be an InputStreamNode");
-        inputStreams.push_back(stream);
-    } else if (category == NodeCategory::VariableOutput) {
-        auto* output = dynamic_cast<VariableOutputNode*>(node.get());
-        if (output == nullptr)
-            node->stop("a class of the category \"Variable output\" must be a VariableOutputNode");
-        variableOutputs.push_back(output);
+    Node* const added = node.get();
+    added->join(state);
+    listOf(category).push_back(std::move(node));
+    switch (category) {
+        case NodeCategory::Constant:
+            nodes.constants.push_back(added);
+            break;
+        case NodeCategory::InputStream:
+            nodes.streams.push_back(dynamic_cast<InputStreamNode*>(added));
+            if (nodes.streams.back() != nullptr) break;
+            nodes.streams.pop_back();
+            added->stop("a class of the category \"Input stream\" must be an InputStreamNode");
+        case NodeCategory::Function:
+            break;
+        case NodeCategory::VariableOutput:
+            nodes.outputs.push_back(dynamic_cast<VariableOutputNode*>(added));
+            if (nodes.outputs.back() != nullptr) break;
+            nodes.outputs.pop_back();
+            added->stop("a class of the category \"Variable output\" must be a VariableOutputNode");
     }
-    node->keepTo(budget);
-    return listOf(category).emplace_back(std::move(node)).get();
+    return added;
 }
 
-// Settling starts anew. Needs no memory where the nodes were in order before.
+// Settling starts anew.
 void Kelvane::orderAsInDocument() {
-    functionNodes.clear();
-    for (const auto& node : nodeList(NodeCategory::Function)) functionNodes.push_back(node.get());
+    ++state.changes;
+    nodes.functions.clear();
+    for (const auto& node : nodeList(NodeCategory::Function)) nodes.functions.push_back(node.get());
 }
 
 void Kelvane::discardDiagram() {
-    outOfMemory = false;
+    evaluation.reset();
+    handles.clear();
+    valuesSet.clear();
+    failed.reset();
     containers.clear();
     manualLines.clear();
     subdiagrams.clear();
     addedNodes.reset();
-    functionNodes.clear();
-    inputStreams.clear();
-    variableOutputs.clear();
+    nodes = {};
     for (auto& list : nodeLists) list.clear();
 }
 
 void Kelvane::reset() {
-    const auto done = withinMemoryOrError([&] {
+    const bool hadFailed = failed.has_value();
+    failed.reset();
+    perform([&] {
         for (const auto& list : nodeLists) {
             for (const auto& node : list) node->reset();
         }
-        return true;
+        if (hadFailed) orderAsInDocument();
     });
-    if (outOfMemory) orderAsInDocument();
-    outOfMemory = !done;
 }
 
 std::vector<std::string> Kelvane::getInputStreams() const {
-    return listed<std::string>(inputStreams, [](const auto& stream) { return stream->label(); });
+    std::vector<std::string> labels;
+    perform([&] {
+        for (const auto* stream : nodes.streams) labels.push_back(stream->label());
+    });
+    return labels;
 }
 
 std::vector<VariableOutputDescription> Kelvane::getVariableOutputs() const {
-    return listed<VariableOutputDescription>(variableOutputs, [](const auto& output) {
-        return VariableOutputDescription{output->label(), output->typeString};
+    std::vector<VariableOutputDescription> outputs;
+    perform([&] {
+        for (const auto* output : nodes.outputs) outputs.push_back({output->label(), output->typeString});
     });
+    return outputs;
 }
 
 std::vector<std::string> Kelvane::getManualLines() const {
-    return listed<std::string>(manualLines, [](const auto& line) { return line; });
+    std::vector<std::string> lines;
+    perform([&] { lines = manualLines; });
+    return lines;
 }
 
 std::vector<ConstantDescription> Kelvane::getConstants() const {
-    return listed<ConstantDescription>(nodeList(NodeCategory::Constant), [](const auto& node) {
-        const auto value = node->output().value();
-        if (!value) node->stop("the constant has no value");
-        return ConstantDescription{node->label(), *value};
+    std::vector<ConstantDescription> constants;
+    perform([&] {
+        for (const auto* node : nodes.constants) {
+            const auto value = node->output().value();
+            if (!value) node->stop("the constant has no value");
+            constants.push_back({node->label(), *value});
+        }
     });
+    return constants;
 }
 
 void Kelvane::setConstant(std::string_view label, const Value& newValue) {
-    for (const auto& node : nodeList(NodeCategory::Constant)) {
-        if (node->label() != label) continue;
-        auto& output = node->output();
-        if (!output.hasValue()) node->stop("the constant has no value");
-        if (output.payload()->type() == newValue.type()) output.setValue(newValue);
-    }
+    perform([&] {
+        for (const auto* node : nodes.constants) {
+            if (node->label() != label) continue;
+            auto& output = node->output();
+            if (!output.hasValue()) node->stop("the constant has no value");
+            if (output.payload()->type() == newValue.type()) output.setValue(newValue);
+        }
+    });
 }
 
 void Kelvane::setVariableOutputHidden(std::string_view label, bool hidden) {
-    for (auto* output : variableOutputs) {
-        if (output->label() == label) output->hidden = hidden;
-    }
+    perform([&] {
+        for (auto* output : nodes.outputs) {
+            if (output->label() == label) output->setHidden(hidden);
+        }
+    });
 }
 
 void Kelvane::setInputStreamForwarding(std::string_view label, bool forwarding) {
-    for (auto* stream : inputStreams) {
-        if (stream->label() == label) stream->forwarding = forwarding;
-    }
+    perform([&] {
+        for (auto* stream : nodes.streams) {
+            if (stream->label() == label) stream->setForwarding(forwarding);
+        }
+    });
 }
 
 }  // namespace KelvaneSDK

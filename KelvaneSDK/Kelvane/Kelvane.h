@@ -10,6 +10,7 @@
 
 #include "KelvaneSDK/ContainerNode/ContainerNode.h"
 #include "KelvaneSDK/DiagramData.h"
+#include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/InputStreamNode.h"
 #include "KelvaneSDK/Kelvane/KelvaneRecords.h"
 #include "KelvaneSDK/Kelvane/MainQueue.h"
@@ -36,15 +37,41 @@ struct ConstantDescription {
     friend bool operator==(const ConstantDescription&, const ConstantDescription&) = default;
 };
 
+/// Names the input streams of a label, without the text of the label. Good until the diagram is replaced.
+class InputStreamHandle {
+    friend class Kelvane;
+    explicit InputStreamHandle(std::uint32_t place) : index(place) {}
+    std::uint32_t index;
+};
+
+/// Names the variable outputs of a label. Good until the diagram is replaced.
+class VariableOutputHandle {
+    friend class Kelvane;
+    explicit VariableOutputHandle(std::uint32_t place) : index(place) {}
+    std::uint32_t index;
+};
+
+class Evaluation;
+
+/// The nodes of an engine, as its evaluation needs them.
+struct DiagramNodes {
+    std::vector<Node*> constants;
+    std::vector<InputStreamNode*> streams;
+    /// In the order of evaluation, which settles.
+    std::vector<Node*> functions;
+    std::vector<VariableOutputNode*> outputs;
+};
+
 /// The diagram engine: one object per diagram. Load a document with read(), then hand it batches of input
-/// values; the results go to the receiver.
+/// values; the results go to the receiver, or are returned.
 ///
 /// Not synchronised: call an engine from one thread at a time, and not at all between processAllUpdates() and
 /// the delivery of its results. Different engines are independent.
 ///
 /// No operation throws, though making an engine may throw std::bad_alloc: failures are diagnostic lines and a
-/// false or empty result, and a broken invariant stops the program. Memory that runs out is such a failure,
-/// with the line "ERROR: out of memory!".
+/// false or empty result. A broken invariant (an integer that overflows, a value of the wrong type) ends the
+/// program, or, where the application asks for it with setStopBehavior(), the operation. Memory that runs out
+/// always is such a failure of the operation, with the line "ERROR: out of memory!".
 class Kelvane {
 public:
     /// An engine with an empty diagram. The receiver is held weakly and may be missing. Results of background
@@ -64,8 +91,17 @@ public:
     /// diagram, or the present one where the text could not even be decoded.
     ///
     /// The document is trusted: a connection that names an unknown id is retried for ever, and one that names
-    /// an input that the node does not have stops the program.
+    /// an input that the node does not have stops. A diagram from elsewhere is checked first (checkDiagram()).
     virtual bool read(std::string_view text, bool replace);
+
+    /// Takes the engine's diagnostics from now on, instead of the common sink; an empty function gives them
+    /// back to that one. Called on the thread that runs the operation.
+    void setDiagnosticSink(DiagnosticSink sink) { diagnosticSink = std::move(sink); }
+    /// What a stop does; the program ends at first.
+    void setStopBehavior(StopBehavior behavior) { stopBehavior = behavior; }
+    /// Why an operation failed: the reason of a stop, or that memory ran out. The engine then gives empty
+    /// results until it is reset or reads another diagram, which also clears this.
+    const std::optional<StopReason>& failure() const { return failed; }
 
     /// The labels of the input streams, in document order.
     virtual std::vector<std::string> getInputStreams() const;
@@ -89,9 +125,6 @@ public:
     virtual void updateInputStreams(const KelvaneInput& input);
     /// Returns every node to the state before any input arrived. Constants, flags and the timing stay.
     virtual void reset();
-    /// Memory ran out while a batch was evaluated, which left the nodes halfway: that batch and those that
-    /// follow are answered with empty results until the engine is reset or reads another diagram.
-    bool isOutOfMemory() const { return outOfMemory; }
     /// Leaves the variable outputs with this label out of the results, or takes them in again.
     virtual void setVariableOutputHidden(std::string_view label, bool hidden);
     /// Takes the values of the input streams with this label into the results, or leaves them out.
@@ -103,11 +136,26 @@ public:
     virtual void processAllUpdates(std::vector<KelvaneInput> diagramInputs);
 
     /// Evaluates one batch on the calling thread, without the clock and without the receiver: never skips,
-    /// and answers the result, which may be empty. The body that both entry points share.
+    /// and returns the result, which may be empty. The body that both entry points share.
     KelvaneOutput evaluate(const KelvaneInput& input);
+    /// The same into a result of the caller's. One that is filled again and again, like an input that is
+    /// reused, makes batches of scalars that allocate nothing.
+    void evaluateInto(const KelvaneInput& input, KelvaneOutput& output);
+
+    /// A handle on the input streams, or the variable outputs, of a label; absent when there are none.
+    std::optional<InputStreamHandle> inputStream(std::string_view label);
+    std::optional<VariableOutputHandle> variableOutput(std::string_view label);
+    /// Gives a value to the streams of a handle, in the batch that evaluateSet() evaluates next. The value
+    /// that is set last counts.
+    void set(InputStreamHandle streams, Value value);
+    /// Evaluates the values set since the last time as one batch, like evaluate() but without any text.
+    void evaluateSet(double timestamp);
+    /// What the latest batch gave for a label, hidden or not; null when it gave nothing. Valid until the next
+    /// operation.
+    const Value* result(VariableOutputHandle outputs) const;
 
     /// Limits what evaluation may use up, from the next batch on; none at first.
-    void setLimits(const EvaluationLimits& limits) { budget.setLimits(limits); }
+    void setLimits(const EvaluationLimits& limits) { state.budget.setLimits(limits); }
 
     /// Makes an application's own node classes known to this engine, in the same way as the library's. A
     /// class under a name that is taken replaces the earlier one for documents read from now on. Classes of
@@ -123,7 +171,7 @@ public:
     std::span<const std::unique_ptr<Container>> getContainers() const { return containers; }
     std::span<Subdiagram> getSubdiagrams() { return subdiagrams; }
     /// The function nodes in evaluation order, which evaluation settles.
-    std::span<Node* const> getFunctionNodes() const { return functionNodes; }
+    std::span<Node* const> getFunctionNodes() const { return nodes.functions; }
     /// The nodes made by the last appending read(), in document order; absent after a replacing one.
     const std::optional<std::vector<Node*>>& getAddedNodes() const { return addedNodes; }
     /// Batches skipped since timestamps last stopped increasing.
@@ -136,44 +184,47 @@ private:
     std::vector<std::unique_ptr<Node>>& listOf(NodeCategory category) {
         return nodeLists[static_cast<std::size_t>(category)];
     }
-    bool build(std::string_view text, bool replace);
+    template <class Work>
+    bool perform(const Work& work) const;
+    void build(std::string_view text, bool replace, bool& isBuilt);
     Node* addNode(NodeCategory category, std::unique_ptr<Node> node);
     void orderAsInDocument();
     DiagramInfo describe() const;
     void discardDiagram();
 
-    void evaluateBatch(double timestamp, const LabelledValues& updates);
+    Evaluation& plan();
+    template <class Feed>
+    void evaluateBatch(double timestamp, const Feed& feed);
     void processInBackground(const std::vector<KelvaneInput>& inputs);
-    void evaluatePasses(double timestamp, const LabelledValues& updates);
-    bool needsPass(const LabelledValues& fed) const;
-    void pushConstants();
-    void setInputStreams(const LabelledValues& values, double timestamp);
-    void sweepFunctionNodes();
-    bool visit(Node& node);
-    using CollectedOutputs = std::map<std::string, std::optional<Value>, std::less<>>;
-    CollectedOutputs collectVariableOutputs();
-    void clearChecked();
-    void removeUnwantedOutputs();
+    std::uint32_t handleOn(std::string_view label);
+    std::uint32_t labelBehind(std::uint32_t handle);
 
-    EvaluationBudget budget;
+    DiagramState state;
+    DiagnosticSink diagnosticSink;
+    StopBehavior stopBehavior = StopBehavior::endProgram;
+    mutable std::optional<StopReason> failed;
     std::weak_ptr<VariableOutputUpdatesReceiver> updatesReceiver;
     std::shared_ptr<MainQueue> mainQueue;
     std::shared_ptr<const NodeRegistry> registry;
     std::array<std::vector<std::unique_ptr<Node>>, allNodeCategories.size()> nodeLists;
     // The same nodes as in the lists, with their type.
-    std::vector<InputStreamNode*> inputStreams;
-    std::vector<VariableOutputNode*> variableOutputs;
+    DiagramNodes nodes;
     std::vector<std::unique_ptr<Container>> containers;
     std::vector<std::string> manualLines;
     std::vector<Subdiagram> subdiagrams;
+    std::unique_ptr<Evaluation> evaluation;
     KelvaneOutput diagramOutput;
-    LabelledValues allInputValues;
+    // The labels that handles were given for, with their place in the present evaluation.
+    struct HandleEntry {
+        std::string label;
+        std::uint32_t place;
+    };
+    std::vector<HandleEntry> handles;
+    std::vector<std::pair<std::uint32_t, Value>> valuesSet;
     double previousTimestamp = 0;
     double lastProcessTime = 0;
     std::int64_t framesSkipped = 0;
-    bool outOfMemory = false;
     std::optional<std::vector<Node*>> addedNodes;
-    std::vector<Node*> functionNodes;
     std::shared_ptr<BackgroundRuns> backgroundRuns;
 };
 

@@ -1,15 +1,10 @@
 #pragma once
 
-#include <map>
-#include <string>
 #include <vector>
 
-#include "KelvaneSDK/Value.h"
+#include "KelvaneSDK/Kelvane/LabelledValues.h"
 
 namespace KelvaneSDK {
-
-/// Values by label, in ascending byte order of the labels.
-using LabelledValues = std::map<std::string, Value, std::less<>>;
 
 /// One batch of input updates: at `timestamp` (seconds, on the application's own time axis) each labelled
 /// input stream takes a new value.

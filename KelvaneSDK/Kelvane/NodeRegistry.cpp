@@ -1,5 +1,7 @@
 #include "KelvaneSDK/Kelvane/NodeRegistry.h"
 
+#include <utility>
+
 #include "KelvaneSDK/ConstantNode.h"
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/FunctionFamilies.h"
@@ -27,15 +29,40 @@ const NodeRegistry& NodeRegistry::library() {
     return registry;
 }
 
+NodeClass NodeClass::declared(Declaration declaration, Make makeNode) {
+    return {std::make_shared<Declaration>(std::move(declaration)), makeNode};
+}
+
+NodeClass NodeClass::undeclared(std::string_view description, bool keepsState, bool hasOwnReadiness,
+                                Make makeNode) {
+    return declared({.description = description,
+                     .readiness = hasOwnReadiness ? Readiness::own : Readiness::allInputs,
+                     .keepsState = keepsState,
+                     .isDeclared = false},
+                    makeNode);
+}
+
+void NodeClass::complete(const Node& node) {
+    if (facts->isDeclared || !facts->inputs.empty()) return;
+    for (const auto* slot : node.inputValues()) {
+        facts->inputs.push_back({slot->label != nullptr ? slot->label : "", slot->valueClass()});
+    }
+    if (const auto* output = node.outputValue()) facts->output = output->valueClass();
+    facts->unsupported.assign(node.unsupportedTypes.begin(), node.unsupportedTypes.end());
+}
+
 void NodeRegistry::add(const NodeFamily& family) {
     for (NodeClass nodeClass : family.classes) {
         const auto instance = nodeClass.make();
         if (instance->typeString.empty())
             stopProgram("a node class of the family \"" + std::string(family.title) +
                         "\" has no type string");
+        nodeClass.complete(*instance);
         nodeClass.family = family.title;
-        byCategory[static_cast<std::size_t>(family.category)].insert_or_assign(instance->typeString,
-                                                                               std::move(nodeClass));
+        auto& classes = byCategory[static_cast<std::size_t>(family.category)];
+        const auto [place, isNew] = classes.try_emplace(instance->typeString, nodeClass);
+        if (isNew) continue;
+        replaced.push_back(std::exchange(place->second, std::move(nodeClass)));
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -8,19 +9,63 @@
 #include <type_traits>
 #include <vector>
 
-#include "KelvaneSDK/Node.h"
+#include "KelvaneSDK/FunctionNode.h"
 
 namespace KelvaneSDK {
 
-/// One node class as the registry holds it: how to make a node, and what to tell people about it.
-struct NodeClass {
-    std::function<std::unique_ptr<Node>()> make;
-    /// One sentence in a diagram author's words.
-    std::string_view description;
-    /// The class has a reset() of its own: what it gives may depend on earlier batches.
-    bool hasState = false;
+/// One node class as the registry holds it: how to make a node, and what it says about itself.
+///
+/// What a row says beyond its name and sentence is added in the order in which people read it:
+///
+///     pure("Modulo", {{"x"}, {"y"}}, ..., "the remainder of x / y").silent("when y is 0")
+class NodeClass {
+public:
+    using Make = std::unique_ptr<Node> (*)(const Declaration& declaration);
+
+    /// A class with a declaration; `make` gives new, initialised nodes.
+    static NodeClass declared(Declaration declaration, Make makeNode);
+    /// A class that says nothing but `description` about itself.
+    static NodeClass undeclared(std::string_view description, bool keepsState, bool hasOwnReadiness,
+                                Make makeNode);
+
+    std::unique_ptr<Node> make() const { return maker(*facts); }
+    /// What the class says about itself. Classes of the other categories than "Function" have a name, a
+    /// description and slots.
+    const Declaration& declaration() const { return *facts; }
+    std::string_view description() const { return facts->description; }
     /// The family that lists the class ("Float signal"); set by the registry.
     std::string_view family = {};
+
+    NodeClass silent(std::string_view when) && { return with(&Declaration::silentWhen, when); }
+    NodeClass keywords(std::string_view words) && { return with(&Declaration::keywords, words); }
+    NodeClass output(ValueClass type) && { return with(&Declaration::output, type); }
+    NodeClass applies(SlotOperation operation) && { return with(&Declaration::operation, operation); }
+    NodeClass unsupported(std::vector<ValueClass> types) && {
+        return with(&Declaration::unsupported, std::move(types));
+    }
+    NodeClass demands(Demand demand) && {
+        facts->demands.push_back(demand);
+        return std::move(*this);
+    }
+    /// Reads the slots of a class that declares nothing off a node of it.
+    void complete(const Node& node);
+    /// Changes anything else of the declaration.
+    NodeClass also(void (*change)(Declaration&)) && {
+        change(*facts);
+        return std::move(*this);
+    }
+
+private:
+    NodeClass(std::shared_ptr<Declaration> declaration, Make makeNode)
+        : facts(std::move(declaration)), maker(makeNode) {}
+    template <class T>
+    NodeClass with(T Declaration::*member, T content) {
+        (*facts).*member = std::move(content);
+        return std::move(*this);
+    }
+
+    std::shared_ptr<Declaration> facts;
+    Make maker;
 };
 
 /// Node classes of one category that belong together, in the order in which people should see them. Titles
@@ -31,13 +76,37 @@ struct NodeFamily {
     std::vector<NodeClass> classes;
 };
 
+namespace ClassTraits {
+
+template <class NodeType>
+concept Declares = requires {
+    { NodeType::declaration() } -> std::same_as<Declaration>;
+};
 template <class NodeType>
 concept ResetsOnlySlots = std::is_same_v<decltype(&NodeType::reset), void (Node::*)()>;
+template <class NodeType>
+concept RunsByCommonRule = std::is_same_v<decltype(&NodeType::allInputsUpdated), bool (Node::*)() const> &&
+    std::is_same_v<decltype(&NodeType::allInputsHaveValues), bool (Node::*)() const>;
 
-/// The row of a class in its family: entry<AddFunction>("a + b").
+}  // namespace ClassTraits
+
+/// A class that declares itself: entry<BufferFunction>().
+template <ClassTraits::Declares NodeType>
+NodeClass entry() {
+    return NodeClass::declared(NodeType::declaration(), [](const Declaration& declaration) {
+        auto node = std::make_unique<NodeType>();
+        node->declare(declaration);
+        node->initialize();
+        return std::unique_ptr<Node>(std::move(node));
+    });
+}
+
+/// A class that declares nothing: entry<MyFunction>("what it does").
 template <class NodeType>
 NodeClass entry(std::string_view description) {
-    return {createNode<NodeType>, description, !ResetsOnlySlots<NodeType>};
+    return NodeClass::undeclared(description, !ClassTraits::ResetsOnlySlots<NodeType>,
+                                 !ClassTraits::RunsByCommonRule<NodeType>,
+                                 [](const Declaration&) { return createNode<NodeType>(); });
 }
 
 /// A family of function classes.
@@ -66,6 +135,8 @@ public:
 
 private:
     std::array<Classes, allNodeCategories.size()> byCategory;
+    // Nodes of a class may outlive its place in the registry.
+    std::vector<NodeClass> replaced;
 };
 
 /// Every function family of the library, in the order of the documentation.

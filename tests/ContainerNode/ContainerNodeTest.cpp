@@ -32,7 +32,7 @@ protected:
             node->outputType = "Float";
             node->resolveOutputType();
         }
-        container.descriptionString = "Sensors";
+        container.setDescriptionString("Sensors");
         container.nodes = {low.get(), high.get()};
     }
 };

@@ -13,7 +13,7 @@ static std::string describe(const std::vector<KelvaneInput>& batches) {
     std::string text;
     for (const auto& [timestamp, updates] : batches) {
         text += "@" + getValueString(timestamp);
-        for (const auto& [name, value] : updates) text += " " + name + "=" + testing_support::describe(value);
+        for (const auto& [name, value] : updates) text += " " + std::string(name) + "=" + testing_support::describe(value);
         text += ";";
     }
     return text;

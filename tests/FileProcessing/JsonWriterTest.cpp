@@ -34,24 +34,4 @@ TEST(JsonWriter, WritesValidTextWhateverTheBytes) {
     for (const auto& [bytes, expected] : rows) EXPECT_EQ(written(std::string_view(bytes)), expected);
 }
 
-TEST(JsonWriter, NestsInBothLayouts) {
-    const auto text = [](JsonWriter::Layout layout) {
-        std::string target;
-        JsonWriter json(target, layout);
-        json.beginObject();
-        json.key("list");
-        json.beginArray();
-        json.value(1.5);
-        json.beginObject();
-        json.endObject();
-        json.null();
-        json.endArray();
-        json.member("a\"b", true);
-        json.endObject();
-        return target;
-    };
-    EXPECT_EQ(text(JsonWriter::Layout::compact), R"({"list":[1.5,{},null],"a\"b":true})");
-    EXPECT_EQ(text(JsonWriter::Layout::pretty), "{\n  \"list\": [\n    1.5,\n    {},\n    null\n  ],\n  \"a\\\"b\": true\n}");
-}
-
 }  // namespace KelvaneSDK::testing_support

@@ -112,9 +112,9 @@ TEST_F(BackgroundRunsTest, DiagnosticsAndStopsOfARunAreSeen) {
     }
     // A handler may end the process its own way, even on the background thread.
     const auto run = [&] {
-        setStopHandler([](std::string_view reason) { std::exit(reason.ends_with("holds no label") ? 1 : 7); });
+        setStopHandler([](std::string_view reason) { std::exit(reason == "node 1 (\"Float\"): the node has no label" ? 7 : 1); });
         const auto other = makeEngine();
-        other->nodeList(NodeCategory::InputStream)[0]->descriptionString.reset();
+        other->nodeList(NodeCategory::InputStream)[0]->setDescriptionString({});
         other->processAllUpdates(batches(1));
         runNext();
     };

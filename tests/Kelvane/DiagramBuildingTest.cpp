@@ -52,6 +52,7 @@ TEST(DiagramBuildingTest, ChecksReportInOrder) {
     document.property(2, "Description", "first");
     document.property(2, "Size", "3");
     document.property(2, "Description", "last");
+    document.data.info.positions.push_back({2, 8, 9});
     Kelvane engine;
     EXPECT_TRUE(engine.read(document.text(), true));
     EXPECT_EQ(captured.lines,
@@ -59,7 +60,9 @@ TEST(DiagramBuildingTest, ChecksReportInOrder) {
                      "ERROR: unknown nodeId 77", "ERROR: node 2 not contained in subdiagram!!", "ERROR: node 4 not contained in subdiagram!!",
                      "ERROR: node 5 not contained in subdiagram!!", "ERROR: nodes detected that are not contained in subdiagram!",
                      "WARNING: unconnected functions!", "WARNING: unconnected functions!"}));
-    EXPECT_EQ(engine.nodeList(NodeCategory::Function)[0]->label(), "last");
+    const Node& twiceTold = *engine.nodeList(NodeCategory::Function)[0];
+    EXPECT_EQ(twiceTold.label(), "last");
+    EXPECT_EQ(twiceTold.position.y, 9);
     const Container& box = *engine.getContainers()[0];
     EXPECT_EQ(idsOf(box.nodes), Ids{2});
     EXPECT_EQ(box.color, BodyColor::cyan);
@@ -103,6 +106,7 @@ TEST(DiagramBuildingTest, LinksStreamsToTheFirstOutputOfTheirLabel) {
     for (const auto* label : {"a", "c", "a"}) document.output("Float", label);
     Kelvane engine;
     engine.read(document.text(), true);
+    engine.read(DiagramDocument().text(), false);  // which counts anew
     std::string found;
     for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
         found += dynamic_cast<InputStreamNode&>(*node).linked ? "linked " : "free ";

@@ -15,12 +15,13 @@ DiagramDocument everything() {
     const auto output = document.output("Float", "sum"), add = document.function("Add"), x = document.stream("Float", "x"),
                c = document.constant("Float", "2.5", "c");
     document.connect(x, add, 0);
+    document.connect(x, output);
     document.connect(c, add, 1);
     document.connect(add, output);
     document.property(add, "Color", "orange");
     document.property(output, "Hidden", "true");
     document.data.info.positions[1] = {add, 12.25, -3};
-    document.data.info.containers = {{{1, 2, "box", {add}, "red", {{{3, 4, "inner", {c}, std::nullopt, {}}}}}}};
+    document.data.info.containers = {{{1, 2, "box", {add}, "red", {{{3, 4, "inner", {c}, std::nullopt, {{{5, 6, "core", {x}, "blue", {}}}}}}}}}};
     document.data.info.manualLines = {{"first", "second"}};
     document.data.info.subdiagrams = {{{"main", {x, c, add, output}}, {"again", {add}}}};
     return document;
@@ -47,9 +48,10 @@ TEST(DiagramExportTest, NumbersTheNodesByCategoryAndWritesThemAll) {
         {0, "Constant", "Float", {}}, {1, "Input stream", "Float", {}}, {2, "Function", "Add", "Float"}, {3, "Variable output", "Float", {}}};
     expected.properties = {{0, "Description", "c"}, {0, "OutputValue", "2.5"}, {1, "Description", "x"}, {1, "Forwarding", "false"},
                            {2, "Color", "orange"},  {3, "Description", "sum"}, {3, "Hidden", "true"}};
-    expected.connections = {{0, 2, 1}, {1, 2, 0}, {2, 3, 0}};
+    expected.connections = {{0, 2, 1}, {1, 2, 0}, {1, 3, 0}, {2, 3, 0}};
     expected.positions = {{0, 0, 0}, {1, 0, 0}, {2, 12.25, -3}, {3, 0, 0}};
-    expected.containers = {{{1, 2, "box", {2}, "red", {{{3, 4, "inner", {0}, std::nullopt, std::vector<ContainerInfo>()}}}}}};
+    expected.containers = {
+        {{1, 2, "box", {2}, "red", {{{3, 4, "inner", {0}, std::nullopt, {{{5, 6, "core", {1}, "blue", std::vector<ContainerInfo>()}}}}}}}}};
     expected.manualLines = {{"first", "second"}};
     expected.subdiagrams = {{{"main", {1, 0, 2, 3}}, {"again", {2}}}};
     EXPECT_EQ(DiagramData::decode(text)->info, expected);
@@ -65,11 +67,11 @@ TEST(DiagramExportTest, EditsReachEveryNodeOfTheLabel) {
     DiagramDocument document;
     for (const auto* label : {"b", "a", "b"}) document.stream("Float", label), document.constant("Float", "1", label);
     document.constant("Integer", "1", "b");
-    document.output("Vector", "v");
+    for (const auto* label : {"v", "w", "v"}) document.output("Vector", label);
     Kelvane engine;
     engine.read(document.text(), true);
     EXPECT_EQ(engine.getInputStreams(), (std::vector<std::string>{"b", "a", "b"}));
-    EXPECT_EQ(engine.getVariableOutputs(), (std::vector<VariableOutputDescription>{{"v", "Vector"}}));
+    EXPECT_EQ(engine.getVariableOutputs(), (std::vector<VariableOutputDescription>{{"v", "Vector"}, {"w", "Vector"}, {"v", "Vector"}}));
     CapturedDiagnostics captured;
     engine.setConstant("b", 9);
     engine.setConstant("unknown", 9);
@@ -78,7 +80,12 @@ TEST(DiagramExportTest, EditsReachEveryNodeOfTheLabel) {
     EXPECT_TRUE(captured.lines.empty());
     EXPECT_EQ(engine.getConstants(), (std::vector<ConstantDescription>{{"b", 1.0}, {"a", 1.0}, {"b", 1.0}, {"b", 9}}));
     engine.setConstant("b", 5.0);
+    EXPECT_EQ(engine.getConstants(), (std::vector<ConstantDescription>{{"b", 5.0}, {"a", 1.0}, {"b", 5.0}, {"b", 9}}));
     EXPECT_EQ(engine.evaluate({1, {{"a", 1.0}, {"b", 2.0}}}).outputs, (LabelledValues{{"b", 2.0}}));
+    engine.setVariableOutputHidden("v", true);
+    for (const auto& node : engine.nodeList(NodeCategory::VariableOutput)) {
+        EXPECT_EQ(dynamic_cast<VariableOutputNode&>(*node).hidden(), node->label() == "v");
+    }
 }
 
 TEST(DiagramExportTest, StopsAtWhatADocumentCannotSay) {
@@ -86,7 +93,10 @@ TEST(DiagramExportTest, StopsAtWhatADocumentCannotSay) {
     engine.read(everything().text(), true);
     engine.nodeList(NodeCategory::Function)[0]->position.x = std::numeric_limits<double>::infinity();
     EXPECT_NE(engine.createJSON().find("\"x\": null"), std::string::npos) << "JSON has no infinity";
-    engine.nodeList(NodeCategory::InputStream)[0]->descriptionString.reset();
+    const auto loose = NodeRegistry::library().find(NodeCategory::Function, "Absolute")->make();
+    engine.nodeList(NodeCategory::Function)[0]->connectOutput(*loose->inputValues()[0]);
+    EXPECT_STOP(engine.createJSON(), "a node without id .*: the node has no id");
+    engine.nodeList(NodeCategory::InputStream)[0]->setDescriptionString({});
     EXPECT_STOP(engine.evaluate({1, {}}), "node 1 \\(\"Float\"\\): the node has no label");
 }
 

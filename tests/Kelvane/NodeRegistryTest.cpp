@@ -36,7 +36,7 @@ TEST(NodeRegistryTest, EveryFunctionIsNamedDescribedAndLabelled) {
             SCOPED_TRACE(node->typeString);
             ++listed;
             EXPECT_EQ(functions.at(node->typeString).family, family.title) << "another family has the name, too";
-            EXPECT_FALSE(nodeClass.description.empty());
+            EXPECT_FALSE(nodeClass.description().empty());
             EXPECT_EQ(node->label(), node->typeString);
             ASSERT_NE(node->outputValue(), nullptr);
             EXPECT_FALSE(node->inputValues().empty());
@@ -55,7 +55,7 @@ TEST(NodeRegistryTest, EveryOtherCategoryHasAClassPerValueType) {
             const auto node = nodeClass.make();
             EXPECT_EQ(node->outputValue()->valueClass(), concreteClassNamed(name));
             EXPECT_EQ(node->outputValue()->hasValue(), category != NodeCategory::VariableOutput);
-            EXPECT_EQ(node->outputValue()->isConstant, category == NodeCategory::Constant);
+            EXPECT_EQ(node->outputValue()->isConstant(), category == NodeCategory::Constant);
         }
         EXPECT_EQ(NodeRegistry::library().find(category, "float"), nullptr);
     }

@@ -16,6 +16,12 @@ Expectation stops(std::string reason) {
     return expectation;
 }
 
+Expectation says(std::string line) {
+    Expectation expectation = none;
+    expectation.line = std::move(line);
+    return expectation;
+}
+
 Expectation approximately(Value value, double tolerance) {
     Expectation expectation = none;
     expectation.value = std::move(value);
@@ -97,7 +103,9 @@ TEST_P(FunctionTest, GivesTheOutputsOfItsTable) {
             engine = start();
             continue;
         }
+        const CapturedDiagnostics captured;
         const auto output = engine->evaluate(input);
+        EXPECT_EQ(captured.lines, std::vector<std::string>(step.expected.line.empty() ? 0 : 1, step.expected.line));
         const auto found = output.outputs.find("out");
         const auto value = found == output.outputs.end() ? std::nullopt : std::optional(found->second);
         EXPECT_TRUE(matches(step.expected, value)) << "expected " << describe(step.expected.value) << ", found " << describe(value);

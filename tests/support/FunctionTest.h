@@ -25,12 +25,14 @@ struct Expectation {
 
     std::optional<Value> value;
     double tolerance = 0;
-    std::string stopReason;
+    std::string stopReason, line;
 };
 
 /// The step stops the program with a reason that contains this text (a regular expression). The next one is the first of a
 /// new engine.
 Expectation stops(std::string reason);
+/// Nothing, and this line of the library.
+Expectation says(std::string line);
 /// The number, or every component of the value, is this close.
 Expectation approximately(Value value, double tolerance);
 

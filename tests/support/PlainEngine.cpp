@@ -10,6 +10,12 @@ PlainEngine::PlainEngine(const std::string& document) {
     for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
         streams.push_back(dynamic_cast<InputStreamNode*>(node.get()));
     }
+    // Every slot holds a value of its own, so that values are carried from node to node.
+    for (const auto category : {NodeCategory::Function, NodeCategory::VariableOutput}) {
+        for (const auto& node : engine.nodeList(category)) {
+            for (auto* slot : node->inputValues()) slot->clearValue();
+        }
+    }
     for (const auto& node : engine.nodeList(NodeCategory::VariableOutput)) {
         outputs.push_back(dynamic_cast<VariableOutputNode*>(node.get()));
     }
@@ -21,17 +27,18 @@ KelvaneOutput PlainEngine::evaluate(const KelvaneInput& input) {
     for (const auto& node : engine.nodeList(NodeCategory::Constant)) {
         for (auto* slot : node->connectedInputValues()) {
             slot->setValue(node->outputValue()->value());
-            slot->isConstant = node->outputValue()->isConstant;
-            slot->timestamp = node->outputValue()->timestamp;
-            slot->updated = slot->checked = true;
+            slot->setIsConstant(node->outputValue()->isConstant());
+            slot->setTimestamp(node->outputValue()->timestamp());
+            slot->setUpdated(true);
+            slot->checked = true;
         }
     }
     pass(input.updates);
     for (auto* node : outputs) {
-        if (node->hidden) output.outputs.erase(node->label());
+        if (node->hidden()) output.outputs.erase(node->label());
     }
     for (auto* node : streams) {
-        if (!node->forwarding) output.outputs.erase(node->label());
+        if (!node->forwarding()) output.outputs.erase(node->label());
     }
     return output;
 }
@@ -45,7 +52,7 @@ void PlainEngine::pass(const LabelledValues& values) {
         output.outputs.insert_or_assign(node->label(), *node->outputValue()->value());
     }
     const auto results = sweep();
-    for (auto* node : streams) node->outputValue()->updated = false;
+    for (auto* node : streams) node->outputValue()->setUpdated(false);
     LabelledValues feedback;
     for (const auto& [label, value] : results) {
         output.outputs.erase(label);
@@ -98,8 +105,8 @@ std::vector<std::int64_t> idsOf(std::span<Node* const> nodes) {
 std::string stateOf(const Kelvane& engine) {
     std::string state;
     const auto append = [&](const TimestampedVariable& slot) {
-        state += (slot.hasValue() ? getValueString(*slot.payload()) : "-") + (slot.updated ? "u" : "") + (slot.checked ? "c" : "") +
-                 (slot.isConstant ? "k" : "") + "@" + std::to_string(slot.timestamp) + " ";
+        state += (slot.hasValue() ? getValueString(*slot.payload()) : "-") + (slot.updated() ? "u" : "") + (slot.checked ? "c" : "") +
+                 (slot.isConstant() ? "k" : "") + "@" + std::to_string(slot.timestamp()) + " ";
     };
     for (const auto category : allNodeCategories) {
         for (const auto& node : engine.nodeList(category)) {

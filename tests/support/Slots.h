@@ -18,27 +18,6 @@ std::unique_ptr<TimestampedVariable> slotHolding(const Value& value);
 /// for none.
 std::string describe(const std::optional<Value>& value);
 
-/// What an operation of the left value's slot answers, described. The names are those of the slots'
-/// operations.
-std::string apply(std::string_view operation, const Value& left, const Value& right = Value(0.0));
-
-struct OperationRow {
-    std::string_view operation;
-    Value left, right;
-    std::string_view expected;
-};
-void expectOperations(std::initializer_list<OperationRow> rows);
-/// What is expected is the reason with which the program stops (a regular expression).
-void expectStops(std::initializer_list<OperationRow> rows);
-
-/// A text read into a slot, what the slot holds then, and whether the text was refused with the line for it.
-struct ParseRow {
-    Value before;
-    std::string_view text, expected;
-    bool isRefused = false;
-};
-void expectParses(std::initializer_list<ParseRow> rows);
-
 /// Random payloads; doubles of all magnitudes, from ordinary ones to any bit pattern, and lists of up to
 /// three items.
 class RandomPayloads {

@@ -2,29 +2,15 @@
 
 #include <regex>
 
-#include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/Operation.h"
 
 namespace KelvaneSDK::testing_support {
 
-namespace {
-
-struct Stopped {
-    std::string reason;
-};
-
-}  // namespace
-
 testing::AssertionResult stopsWith(const std::function<void()>& step, const std::string& reason) {
-    auto previous = setStopHandler([](std::string_view told) { throw Stopped{std::string(told)}; });
-    auto result = testing::AssertionFailure() << "no stop";
-    try {
-        step();
-    } catch (const Stopped& stopped) {
-        const bool fits = std::regex_search(stopped.reason, std::regex(reason, std::regex::extended));
-        result = fits ? testing::AssertionSuccess() : testing::AssertionFailure() << stopped.reason << ", not " << reason;
-    }
-    setStopHandler(std::move(previous));
-    return result;
+    const auto stop = reasonOfStop(step);
+    if (!stop) return testing::AssertionFailure() << "no stop";
+    if (std::regex_search(stop->text, std::regex(reason, std::regex::extended))) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << stop->text << ", not " << reason;
 }
 
 }  // namespace KelvaneSDK::testing_support

@@ -53,7 +53,8 @@ ToolProcess::ToolProcess(const std::vector<std::string>& arguments, const std::s
         ::dup2(toTool[0], STDIN_FILENO);
         ::dup2(fromTool[1], STDOUT_FILENO);
         ::dup2(messages, STDERR_FILENO);
-        ::signal(SIGPIPE, SIG_DFL);
+        // Signals are left to the tool, whatever this program inherited: a shell has background jobs ignore SIGINT.
+        for (const int number : {SIGPIPE, SIGINT, SIGTERM, SIGHUP}) ::signal(number, SIG_DFL);
         if (::chdir(KELVANE_TEST_DATA) == 0) ::execv(KELVANE_TOOL, words.data());
         ::_exit(127);
     }

@@ -38,7 +38,7 @@ RecordingContent readContent(const std::string& path) {
     while (recording.readPiece()) {
         while (const auto batch = recording.next()) {
             for (const auto& [label, value] : batch->updates) {
-                auto& uses = content.streams[label]
+                auto& uses = content.streams[std::string(label)]
                                  .try_emplace(value.type(), RecordingContent::Uses{0, batch->timestamp})
                                  .first->second;
                 ++uses.count;

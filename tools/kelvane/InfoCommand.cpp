@@ -28,11 +28,11 @@ struct Summary {
 Summary summaryOf(const Kelvane& engine) {
     Summary summary;
     for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
-        const bool forwards = static_cast<const InputStreamNode&>(*node).forwarding;
+        const bool forwards = static_cast<const InputStreamNode&>(*node).forwarding();
         summary.inputStreams.push_back({node->label(), node->typeString, forwards ? "" : "not forwarded"});
     }
     for (const auto& node : engine.nodeList(NodeCategory::VariableOutput)) {
-        const bool isHidden = static_cast<const VariableOutputNode&>(*node).hidden;
+        const bool isHidden = static_cast<const VariableOutputNode&>(*node).hidden();
         summary.variableOutputs.push_back({node->label(), node->typeString, isHidden ? "hidden" : ""});
     }
     for (const auto& node : engine.nodeList(NodeCategory::Constant)) {

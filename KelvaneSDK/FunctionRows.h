@@ -1,0 +1,485 @@
+#pragma once
+
+// Functions as rows: what is a formula is written as one. A row is a name, the slots' labels, a function of
+// plain parameters and a sentence; the types of the slots and of the output follow from the function.
+//
+//     pure("Power", {{"base"}, {"exponent"}}, [](double base, double exponent) { ... }, "...")
+//     stateful<Averager>("Averager", {{"enable"}, {"x"}}, "...")    Averager is called for every step
+//
+// Parameters:  double, std::int64_t, bool, Vector, Orientation   the value of such a slot
+//              Timed<T>                                           the value with its timestamp
+//              std::string_view, std::span<const Sample>,
+//              std::span<const double>                            the content of a text, sequence, Float array
+//              const Value&                                       a value of the type that the slot has taken on
+//              Anything                                           a value that is passed on or noticed, not read
+//              const TimestampedVariable&                         the slot, for its value operations
+//              const Node&                                        the node, for limits and stops; no slot
+// Results:     a payload, std::string or Value                    emitted
+//              Maybe<T>                                           silent when absent: the output stays as it was
+//              std::optional<Value>                               the output is cleared when absent
+//              OrPrevious                                         the previous output again when absent
+
+#include <array>
+#include <tuple>
+#include <utility>
+
+#include "KelvaneSDK/FunctionNode.h"
+#include "KelvaneSDK/Kelvane/NodeRegistry.h"
+
+namespace KelvaneSDK {
+
+/// No output in this step, and why (static text).
+struct Silent {
+    enum Effect : std::uint8_t {
+        keepsOutput,       ///< the output stays as it was, and every input's flag is consumed
+        clearsOutput,      ///< the output loses its value as well
+        consumesInput1,    ///< the output stays, and only input 1's flag is consumed
+    };
+    const char* reason;
+    Effect effect = keepsOutput;
+};
+
+/// An output or its absence.
+template <class T>
+struct Maybe {
+    using type = T;
+    Maybe(T output) : result(std::move(output)) {}
+    Maybe(Silent why) : silence(why) {}
+
+    std::optional<T> result;
+    Silent silence{""};
+};
+
+/// An output; when absent, the previous one is emitted again.
+struct OrPrevious {
+    std::optional<Value> result;
+};
+
+template <class T>
+struct Timed {
+    T value;
+    double timestamp;
+};
+
+/// A value that is passed on or noticed without being read.
+struct Anything {
+    const Value& value;
+    double timestamp;
+};
+
+/// A slot of a row. The type is for parameters that do not say it: const Value&, Anything and slots.
+struct RowSlot {
+    const char* label;
+    std::string_view meaning = {};
+    ValueClass genericType = ValueClass::TimestampedVariable;
+};
+
+/// A slot that takes any scalar, or any list, and takes on the type of what is connected.
+constexpr RowSlot scalar(const char* label, std::string_view meaning = {}) {
+    return {label, meaning, ValueClass::ValueVariable};
+}
+constexpr RowSlot array(const char* label, std::string_view meaning = {}) {
+    return {label, meaning, ValueClass::ArrayVariable};
+}
+
+namespace Rows {
+
+// How a parameter is read. `fits` is asked of a slot with news; read() of one that does not fit stops.
+template <class T>
+struct Parameter;
+
+template <Payload T>
+requires(PayloadType<T>::value < ValueType::String) struct Parameter<T> {
+    static constexpr bool isSlot = true;
+    static constexpr ValueType type = PayloadType<T>::value;
+    static bool fits(const TimestampedVariable& slot) { return slot.given()->template holds<T>(); }
+    static T fitting(const TimestampedVariable& slot) { return slot.given()->value.template unchecked<T>(); }
+    static T read(const TimestampedVariable& slot) { return slot.as<T>(); }
+};
+template <class T>
+struct Parameter<Timed<T>> {
+    static constexpr bool isSlot = true;
+    static constexpr ValueType type = PayloadType<T>::value;
+    static bool fits(const TimestampedVariable& slot) { return Parameter<T>::fits(slot); }
+    static Timed<T> fitting(const TimestampedVariable& slot) {
+        return {Parameter<T>::fitting(slot), slot.given()->timestamp};
+    }
+    static Timed<T> read(const TimestampedVariable& slot) { return {slot.as<T>(), slot.timestamp()}; }
+};
+
+// The kinds that are not worth a way of their own when they fit.
+template <class T, ValueType payload>
+struct Content {
+    static constexpr bool isSlot = true;
+    static constexpr ValueType type = payload;
+    static bool fits(const TimestampedVariable&) { return true; }
+};
+template <>
+struct Parameter<std::span<const Sample>> : Content<Sample, ValueType::Sequence> {
+    static auto read(const TimestampedVariable& slot) { return slot.items<Sample>(type); }
+};
+template <>
+struct Parameter<std::span<const double>> : Content<double, ValueType::FloatArray> {
+    static auto read(const TimestampedVariable& slot) { return slot.items<double>(type); }
+};
+template <>
+struct Parameter<std::string_view> : Content<char, ValueType::String> {
+    static std::string_view read(const TimestampedVariable& slot) {
+        const auto bytes = slot.items<char>(type);
+        return {bytes.data(), bytes.size()};
+    }
+};
+
+// Slots whose class the row's slot says.
+struct Generic {
+    static constexpr bool isSlot = true;
+    static bool fits(const TimestampedVariable& slot) { return slot.given()->hasValue(); }
+};
+template <>
+struct Parameter<Value> : Generic {
+    static const Value& read(const TimestampedVariable& slot) { return slot.typedValue(); }
+};
+template <>
+struct Parameter<TimestampedVariable> : Generic {
+    static const TimestampedVariable& read(const TimestampedVariable& slot) { return slot; }
+};
+template <>
+struct Parameter<Anything> : Generic {
+    static Anything read(const TimestampedVariable& slot) {
+        const Value* held = slot.payload();
+        if (held == nullptr) slot.stop("input " + std::to_string(slot.index) + " holds no value");
+        return {*held, slot.timestamp()};
+    }
+    static Anything fitting(const TimestampedVariable& slot) {
+        return {slot.given()->value, slot.given()->timestamp};
+    }
+};
+template <>
+struct Parameter<Node> {
+    static constexpr bool isSlot = false;
+};
+
+template <class T>
+using ParameterOf = Parameter<std::remove_cvref_t<T>>;
+
+// What a result is to the declaration: its value class, or absent where the row's `output` says it.
+template <class T>
+struct Result {
+    using payload = T;
+};
+template <class T>
+struct Result<Maybe<T>> {
+    using payload = T;
+};
+
+template <class T>
+constexpr ValueClass valueClassOf(ValueType type) {
+    constexpr ValueClass classes[] = {
+        ValueClass::FloatValue,           ValueClass::IntegerValue,         ValueClass::BooleanValue,
+        ValueClass::VectorValue,          ValueClass::OrientationValue,     ValueClass::StringValue,
+        ValueClass::SequenceValue,        ValueClass::FloatArrayVariable,   ValueClass::IntegerArrayVariable,
+        ValueClass::BooleanArrayVariable, ValueClass::StringArrayVariable,  ValueClass::VectorArrayVariable,
+        ValueClass::OrientationArrayVariable, ValueClass::SequenceArrayVariable};
+    return classes[static_cast<std::size_t>(type)];
+}
+
+// The parameters and result of a function object's call operator.
+template <class T>
+struct Signature : Signature<decltype(&T::operator())> {};
+template <class F, class R, class... P>
+struct Signature<R (F::*)(P...) const> {
+    using result = R;
+    using parameters = std::tuple<std::remove_cvref_t<P>...>;
+};
+template <class F, class R, class... P>
+struct Signature<R (F::*)(P...)> : Signature<R (F::*)(P...) const> {};
+
+struct NoTypedForm {};
+
+/// A node whose step is a call of `Function`, which also is its state. `Typed` does the same on payloads, for
+/// the types that it takes, where `Function` takes slots.
+template <class Function, class Typed = NoTypedForm>
+class RowNode final : public FunctionNode {
+    using Parameters = typename Signature<Function>::parameters;
+    using R = typename Signature<Function>::result;
+    static constexpr std::size_t count = std::tuple_size_v<Parameters>;
+    template <std::size_t parameter>
+    using At = Parameter<std::tuple_element_t<parameter, Parameters>>;
+
+    // The slot of each parameter, and how many there are.
+    static constexpr auto places = []<std::size_t... p>(std::index_sequence<p...>) {
+        std::array<std::size_t, count + 1> slots{};
+        std::size_t next = 0;
+        ((slots[p] = next, next += At<p>::isSlot ? 1 : 0), ...);
+        slots[count] = next;
+        return slots;
+    }(std::make_index_sequence<count>());
+    static constexpr auto all = std::make_index_sequence<count>();
+
+public:
+    static constexpr std::size_t slotCount = places[count];
+
+    static void describeInto(Declaration& declaration, const RowSlot* slots) {
+        describe(declaration, slots, all);
+    }
+
+    void process() override {
+        checkDemands();
+        call(inputValues().data(), all);
+    }
+    void reset() override {
+        function = Function{};
+        FunctionNode::reset();
+    }
+    Step::Run stepFunction() const override {
+        if constexpr (!std::is_same_v<Typed, NoTypedForm>) {
+            const ValueClass type = inputValues().back()->valueClass();
+            if (supports(type, declaration()->operation)) {
+                if (type == ValueClass::FloatValue) return typedRun<double>();
+                if (type == ValueClass::IntegerValue) return typedRun<std::int64_t>();
+                if (type == ValueClass::BooleanValue) return typedRun<bool>();
+                if (type == ValueClass::VectorValue) return typedRun<Vector>();
+                if (type == ValueClass::OrientationValue) return typedRun<Orientation>();
+            }
+        }
+        return run;
+    }
+
+private:
+    template <std::size_t... p>
+    static void describe(Declaration& declaration, const RowSlot* slots, std::index_sequence<p...>) {
+        (describeSlot<p>(declaration, slots), ...);
+        using Out = typename Result<R>::payload;
+        if constexpr (std::is_same_v<Out, std::string>) {
+            declaration.output = ValueClass::StringValue;
+        } else if constexpr (Payload<Out>) {
+            declaration.output = valueClassOf<Out>(PayloadType<Out>::value);
+        }
+    }
+    template <std::size_t p>
+    static void describeSlot(Declaration& declaration, const RowSlot* slots) {
+        if constexpr (At<p>::isSlot) {
+            constexpr std::size_t place = places[p];
+            const RowSlot& slot = slots[place];
+            using P = std::tuple_element_t<p, Parameters>;
+            ValueClass type = slot.genericType;
+            if constexpr (!std::is_base_of_v<Generic, At<p>>) type = valueClassOf<P>(At<p>::type);
+            declaration.inputs.push_back({slot.label, type, slot.meaning});
+            if constexpr (std::is_same_v<P, Anything>) {
+                declaration.takesAnything.insert(place);
+                if constexpr (std::is_same_v<typename Result<R>::payload, Value>) {
+                    declaration.forwards.insert(place);
+                }
+            }
+        }
+    }
+
+    void checkDemands() const {
+        if (declaration()->asksEachStep()) stopOnViolation();
+    }
+
+    static bool run(Step& step) {
+        return hasNews(step) && static_cast<RowNode&>(*step.node).runFitting(step, all);
+    }
+    static bool hasNews(const Step& step) {
+        for (std::size_t i = 0; i < slotCount; ++i) {
+            if (!step.inputs[i]->hasNews()) return false;
+        }
+        return true;
+    }
+    // Asks and reports everything, as process() does.
+    bool runCarefully(Step& step) {
+        for (std::size_t i = 0; i < slotCount; ++i) {
+            if (!step.inputs[i]->given()->hasValue()) return false;
+        }
+        process();
+        return true;
+    }
+    static void consumeAll(Step& step) {
+        for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i]->consume();
+    }
+
+    // The typed form on payloads of T, or run() where it takes no such payloads.
+    template <class T>
+    static Step::Run typedRun() {
+        return typedRun<T>(all);
+    }
+    template <class T, std::size_t... p>
+    static Step::Run typedRun(std::index_sequence<p...>) {
+        // Not where an argument would be converted.
+        if constexpr (requires(ArgumentAt<p, T>... arguments) { Typed{}(arguments...); }) {
+            using Out = decltype(Typed{}(std::declval<ArgumentAt<p, T>>()...));
+            if constexpr (std::is_same_v<Out, T> || std::is_same_v<Out, bool> ||
+                          std::is_same_v<Out, std::optional<T>>) {
+                return runTyped<T>;
+            }
+        }
+        return run;
+    }
+    template <std::size_t p, class T>
+    using ArgumentAt = std::conditional_t<
+        std::is_same_v<std::tuple_element_t<p, Parameters>, TimestampedVariable>, T,
+        std::tuple_element_t<p, Parameters>>;
+
+    template <class T>
+    static bool runTyped(Step& step) {
+        return hasNews(step) && static_cast<RowNode&>(*step.node).template runTyped<T>(step, all);
+    }
+    template <class T, std::size_t... p>
+    bool runTyped(Step& step, std::index_sequence<p...>) {
+        if ((Parameter<ArgumentAt<p, T>>::fits(*step.inputs[p]) && ...)) {
+            // An absent result is one that stops.
+            const auto result = Typed{}(Parameter<ArgumentAt<p, T>>::fitting(*step.inputs[p])...);
+            if constexpr (Payload<std::remove_cvref_t<decltype(result)>>) {
+                return emitPayload(step, result);
+            } else if (result) {
+                return emitPayload(step, *result);
+            }
+        }
+        return runCarefully(step);
+    }
+    template <class T>
+    bool emitPayload(Step& step, const T& result) {
+        const double latest = latestOf(step.inputs);
+        consumeAll(step);
+        step.given->set(result);
+        publish(latest);
+        return true;
+    }
+
+    // Where every value is of its slot's type, as it nearly always is, nothing is asked twice.
+    template <std::size_t... p>
+    bool runFitting(Step& step, std::index_sequence<p...>) {
+        if constexpr ((isScalar<p>() && ...) && Payload<typename Result<R>::payload> &&
+                      !std::is_same_v<R, std::optional<Value>>) {
+            if ((fitsAt<p>(step.inputs) && ...)) {
+                checkDemands();
+                R result = function(fittingAt<p>(step.inputs)...);
+                if constexpr (std::is_same_v<R, Maybe<typename Result<R>::payload>>) {
+                    if (!result.result) return fallSilent(result.silence), true;
+                    return emitPayload(step, *result.result);
+                } else {
+                    return emitPayload(step, result);
+                }
+            }
+        }
+        return runCarefully(step);
+    }
+    template <std::size_t p>
+    static constexpr bool isScalar() {
+        if constexpr (At<p>::isSlot) {
+            return requires(const TimestampedVariable& slot) { At<p>::fitting(slot); } &&
+                   !std::is_same_v<std::tuple_element_t<p, Parameters>, Anything>;
+        } else {
+            return true;
+        }
+    }
+    template <std::size_t p>
+    static bool fitsAt(TimestampedVariable* const* slots) {
+        if constexpr (At<p>::isSlot) {
+            return At<p>::fits(*slots[places[p]]);
+        } else {
+            return true;
+        }
+    }
+    template <std::size_t p>
+    decltype(auto) fittingAt(TimestampedVariable* const* slots) const {
+        if constexpr (At<p>::isSlot) {
+            return At<p>::fitting(*slots[places[p]]);
+        } else {
+            return static_cast<const Node&>(*this);
+        }
+    }
+    static double latestOf(TimestampedVariable* const* slots) {
+        double latest = 0;
+        for (std::size_t i = 0; i < slotCount; ++i) {
+            const double timestamp = slots[i]->given()->timestamp;
+            if (latest <= timestamp) latest = timestamp;
+        }
+        return latest;
+    }
+
+    template <std::size_t p>
+    decltype(auto) readAt(TimestampedVariable* const* slots) const {
+        if constexpr (At<p>::isSlot) {
+            return At<p>::read(*slots[places[p]]);
+        } else {
+            return static_cast<const Node&>(*this);
+        }
+    }
+    template <std::size_t... p>
+    void call(TimestampedVariable* const* slots, std::index_sequence<p...>) {
+        // Read in order, so that the first wrong input is the one that is named.
+        std::tuple<decltype(readAt<p>(slots))...> arguments{readAt<p>(slots)...};
+        deliver(std::apply(function, arguments));
+    }
+
+    void fallSilent(Silent silence) {
+        if (silence.effect == Silent::clearsOutput) output().clearValue();
+        if (silence.effect == Silent::consumesInput1) return consume(1);
+        endWithoutOutput(silence.reason);
+    }
+    void deliver(std::optional<Value> result) { finishOrClear(std::move(result)); }
+    void deliver(OrPrevious result) {
+        if (!result.result) return finishWithPreviousOutput();
+        finish(*std::move(result.result));
+    }
+    template <class T>
+    void deliver(Maybe<T> result) {
+        if (!result.result) return fallSilent(result.silence);
+        deliver(*std::move(result.result));
+    }
+    template <class T>
+    void deliver(T result) {
+        finish(Value(std::move(result)));
+    }
+
+    [[no_unique_address]] Function function{};
+};
+
+template <class Function, class Typed = NoTypedForm>
+NodeClass row(std::string_view name, std::initializer_list<RowSlot> slots, std::string_view description,
+              bool keepsState) {
+    Declaration declaration{.name = name, .description = description, .keepsState = keepsState};
+    using Row = RowNode<Function, Typed>;
+    Row::describeInto(declaration, slots.begin());
+    return NodeClass::declared(std::move(declaration), [](const Declaration& ownDeclaration) {
+        auto node = std::make_unique<Row>();
+        node->declare(ownDeclaration);
+        node->initialize();
+        return std::unique_ptr<Node>(std::move(node));
+    });
+}
+
+}  // namespace Rows
+
+/// A function of its inputs alone.
+template <class Function>
+NodeClass pure(std::string_view name, std::initializer_list<RowSlot> slots, Function,
+               std::string_view description) {
+    return Rows::row<Function>(name, slots, description, false);
+}
+
+/// A function with state: an object of `State` is called for every step, and made anew by a reset.
+template <class State>
+NodeClass stateful(std::string_view name, std::initializer_list<RowSlot> slots,
+                   std::string_view description) {
+    return Rows::row<State>(name, slots, description, true);
+}
+
+/// "text", where integer input `input` is at least `least`; `why` says after the number what is wrong.
+template <std::size_t input, std::int64_t least>
+std::optional<std::string> belowLeast(std::span<const Value* const> values) {
+    const auto number = values[input]->get<std::int64_t>();
+    return number >= least ? std::nullopt : std::optional(std::to_string(*number));
+}
+
+/// A value operation of the slots. `Typed` computes the same on payloads of one scalar type, wherever the slots
+/// hold such; for a type that it does not take, and where it returns an absent result, the slots are asked.
+template <class Function, class Typed>
+NodeClass operation(SlotOperation which, std::string_view name, std::initializer_list<RowSlot> slots, Function,
+                    Typed, std::string_view description) {
+    return Rows::row<Function, Typed>(name, slots, description, false).applies(which);
+}
+
+}  // namespace KelvaneSDK

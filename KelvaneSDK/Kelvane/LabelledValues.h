@@ -1,0 +1,97 @@
+#pragma once
+
+#include <cstddef>
+#include <initializer_list>
+#include <memory>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "KelvaneSDK/Value.h"
+
+namespace KelvaneSDK {
+
+/// Values by label, in ascending byte order of the labels: a sorted array with the interface of a map.
+///
+/// The labels' bytes have one shared owner per object, so that copying it copies no label. Labels that are
+/// inserted are copied into storage of its own; a producer whose labels live elsewhere, such as an engine,
+/// names their owner with refill() and appends entries that point there.
+///
+/// Iterators and references end with any change of the set of labels. The bytes of a label stay where they
+/// are while entries are inserted, unless others were erased before. Reading from several threads is safe.
+class LabelledValues {
+public:
+    /// A label and its value. The label must not be changed.
+    struct Entry {
+        std::string_view first;
+        Value second;
+
+        friend bool operator==(const Entry&, const Entry&) = default;
+    };
+    using value_type = Entry;
+    using iterator = std::vector<Entry>::iterator;
+    using const_iterator = std::vector<Entry>::const_iterator;
+
+    LabelledValues() = default;
+    /// Of entries of one label the first counts.
+    LabelledValues(std::initializer_list<Entry> list);
+
+    iterator begin() { return entries.begin(); }
+    iterator end() { return entries.end(); }
+    const_iterator begin() const { return entries.begin(); }
+    const_iterator end() const { return entries.end(); }
+    std::size_t size() const { return entries.size(); }
+    bool empty() const { return entries.empty(); }
+
+    iterator find(std::string_view label);
+    const_iterator find(std::string_view label) const;
+    bool contains(std::string_view label) const { return find(label) != end(); }
+    /// The label's value; a label that is not there stops the program.
+    Value& at(std::string_view label);
+    const Value& at(std::string_view label) const;
+    /// The label's value; a new label holds the Float 0.
+    Value& operator[](std::string_view label) { return try_emplace(label, 0.0).first->second; }
+
+    /// Inserts an entry unless the label is there; the label's entry, and whether it is new.
+    std::pair<iterator, bool> try_emplace(std::string_view label, Value value);
+    std::pair<iterator, bool> emplace(std::string_view label, Value value) {
+        return try_emplace(label, std::move(value));
+    }
+    /// Inserts an entry or replaces the value of the label's; the entry, and whether it is new.
+    std::pair<iterator, bool> insert_or_assign(std::string_view label, Value value);
+    /// Removes the label's entry; how many were there, 0 or 1.
+    std::size_t erase(std::string_view label);
+    /// Removes every entry and keeps the space for as many.
+    void clear();
+    void reserve(std::size_t count) { entries.reserve(count); }
+
+    /// Begins anew with labels that live elsewhere: removes every entry, keeps the space for as many, and
+    /// holds `owner` until the labels change hands again. Costs nothing when the owner stays the same.
+    void refill(const std::shared_ptr<const void>& owner) {
+        entries.clear();
+        if (labels == owner) return;
+        labels = owner;
+        own = nullptr;
+    }
+    /// Appends an entry, after refill(). The label must come after those before it, and its bytes must stay
+    /// where they are as long as the owner lives.
+    void append(std::string_view label, Value value) { entries.push_back({label, std::move(value)}); }
+
+    friend bool operator==(const LabelledValues& a, const LabelledValues& b) {
+        return a.entries == b.entries;
+    }
+
+private:
+    class Storage;
+
+    bool ownsLabels() const { return own != nullptr && labels.use_count() == 1; }
+    std::string_view stored(std::string_view label);
+    iterator insert(const_iterator place, std::string_view label, Value value);
+
+    std::vector<Entry> entries;
+    std::shared_ptr<const void> labels;
+    // What `labels` holds when it is of this class's making. Copies of this object share it and do not write.
+    Storage* own = nullptr;
+};
+
+}  // namespace KelvaneSDK

@@ -469,12 +469,7 @@ group("subdiagram",
 # Constants with which a function stops, or never ends. The nodes feed the last one in order, unless wires are given.
 for name, nodes, slot, *wires in [
         ("division by zero", "<Integer; =Integer|0; Divide", 1), ("division by a zero that nobody set", "<Integer; =Integer; Divide", 1),
-        ("smallest integer by -1", f"=Integer|{-2**63}; =Integer|-1; Divide", ""), ("overflow in Add", f"=Integer|{largest}; =Integer|1; Add", ""),
-        ("overflow in Subtract", f"=Integer|{-2**63}; =Integer|1; Subtract", ""),
-        ("overflow in Multiply", f"=Integer|{largest}; =Integer|2; Multiply", ""), ("overflow in Negate", f"=Integer|{-2**63}; Negate", 0),
         ("overflow in Integer", "=Float|1e19; Integer", 0), ("overflow in Scale", "=Float|1e19; <Integer; Scale", 0),
-        ("overflow of what is scaled", f"=Float|4; =Integer|{2**62}; Scale", ""),
-        ("overflow in a list", f"=Float|2; =Integer array|{2**62}; Scale", ""), ("overflow in a sum", f"=Integer array|{largest},1; Array sum", 0),
         ("buffer length", "=Integer|-2; <Float; Buffer", 0), ("delay of nothing", "=Float|0; <Float; Delay", 0),
         ("negative delay", "=Float|-1; <Float; Delay", 0), ("sequencer of nothing", "=Float|0; <Float; Sequencer", 0),
         ("length of a list", "=Integer|-1; <Float; Create array", 0), ("width of an average", "=Integer|-1; <Sequence; Centered moving average", 0),
@@ -499,11 +494,16 @@ for name, nodes, slot, *wires in [
          error("constant-stops", f"n{last - 1}", last, f"input {slot}"))
 
 # What only a run can show, which ends by itself.
-for nodes, stops in [
+for nodes, stops, *wires in [
         ("=Float|1e-9; <Sequence; Resample", "beyond the limit"), ("=Float|1e-300; <Sequence; Resample", "beyond the limit"),
         ("=Float|1e-9; =Sequence|0,0,9,9; Resample", "beyond the limit"),
-        (f"=Integer|{largest}; <Integer; Add", "overflow"), ("=Integer|9; <Float; <Float array; Insert into array", "9")]:
-    case("run: " + nodes, diagram(nodes, "1-3 2-3.1" if nodes.count(";") == 2 else "1-4 2-4.1 3-4.2"), stops=stops)
+        (f"=Integer|{largest}; <Integer; Add", "overflow"), ("=Integer|9; <Float; <Float array; Insert into array", "9"),
+        (f"=Integer|{-2**63}; =Integer|-1; Divide", "overflow"), (f"=Integer|{-2**63}; =Integer|1; Subtract", "overflow"),
+        (f"=Integer|{largest}; =Integer|2; Multiply", "overflow"), (f"=Integer|{-2**63}; Negate", "overflow"),
+        (f"=Float|4; =Integer|{2**62}; Scale", "overflow"), (f"=Float|2; =Integer array|{2**62}; Scale", "overflow"),
+        (f"=Integer array|{largest},1; Array sum", "overflow"), ("=Float|0.5; Integer; <Integer; Divide", "zero", "1-2 3-4 2-4.1")]:
+    last = nodes.count(";") + 1
+    case("run: " + nodes, diagram(nodes, *wires or [" ".join(f"{i}-{last}.{i - 1}" for i in range(1, last))]), stops=stops)
 
 # Several at once.
 mixed = diagram("<Float; Integer; =Boolean|maybe; Equal; >Float", "1-2 2-5 3-4 9-4.1 1-2.1 2-1").set(2, "Color", "blau").set(4, "Hidden", "1").box()

@@ -51,7 +51,8 @@ void FunctionNode::setTypeString() {
 }
 
 Step::Run FunctionNode::stepFunction() const {
-    return declared != nullptr && declared->readiness == Readiness::allInputs ? runByCommonRule : runByOwnRule;
+    return declared != nullptr && declared->readiness == Readiness::allInputs ? runByCommonRule
+                                                                              : runByOwnRule;
 }
 
 const Value& FunctionNode::value(std::size_t index) const {

@@ -111,7 +111,7 @@ TEST(DiagramCheck, ReportsWhatNeverRunsOrNeverEnds) {
 nodes[6]: node 7 ("Add", "sum"): "Add" does not support values of type "Boolean"
 nodes[6]: node 7 ("Add", "sum"): input 1 ("b") is not connected, so that the node never runs
 nodes[7]: node 8 ("Pass-through"): the node never runs, because input 0 ("value") waits for node 7 ("Add", "sum"), which never runs; nor do 1 more nodes behind it
-nodes[9]: node 10 ("Divide"): input 1 ("b") is fixed at 0 by node 12 ("Integer", "zero"); the divisor is 0
+nodes[9]: node 10 ("Divide"): input 1 ("b") is fixed at 0 by node 12 ("Integer", "zero"); an integer cannot be divided by 0
 connections[3]: node 2 ("Add"): waits for itself, so that the evaluation never ends: node 2 ("Add") -> node 4 ("Absolute", "back") -> node 2 ("Add")
 )");
 }
@@ -168,8 +168,9 @@ TEST(DiagramCheck, JudgesAnApplicationsOwnClassesByWhatTheyDo) {
     std::string found;
     for (const auto& finding : checkDiagram(document.data.info, registry))
         found += finding.pointer + " " + finding.code + " " + std::string(severityName(finding.severity)) + "\n";
-    EXPECT_EQ(found, "/nodes/0 output-missing fatal\n/nodes/2 output-unused warning\n/properties/2 output-missing fatal\n"
-                     "/properties/4 property-refused error\n/properties/5 building-stops fatal\n/connections/1 output-missing fatal\n");
+    EXPECT_EQ(found,
+              "/nodes/0 output-missing fatal\n/nodes/2 output-unused warning\n/properties/2 output-missing fatal\n"
+              "/properties/4 property-refused error\n/properties/5 building-stops fatal\n/connections/1 output-missing fatal\n");
 }
 
 // Nothing that a file controls may become a depth of calls or a cost beyond its size.

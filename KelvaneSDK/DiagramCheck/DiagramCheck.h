@@ -63,10 +63,10 @@ std::span<const FindingCode> findingCodes();
 inline constexpr std::size_t mostFindings = 1000;
 
 /// Everything that is wrong or suspicious in a document, in document order, without an engine. A document
-/// without errors can be built, its evaluation ends in every batch, and stops on nothing but values; what only
-/// values decide is no finding. The nodes are made and connected, but no function is evaluated and no clock
-/// is read. Memory that runs out gives the one fatal finding "out-of-memory"; std::bad_alloc is thrown only
-/// when there is none even for that. Any thread; prints nothing, never stops the program.
+/// without errors can be built, its evaluation ends in every batch, and stops on nothing but values; what
+/// only values decide is no finding. The nodes are made and connected, but no function is evaluated and no
+/// clock is read. Memory that runs out gives the one fatal finding "out-of-memory"; std::bad_alloc is thrown
+/// only when there is none even for that. Any thread; prints nothing, never stops the program.
 std::vector<Finding> checkDiagram(std::string_view text,
                                   const NodeRegistry& registry = NodeRegistry::library());
 

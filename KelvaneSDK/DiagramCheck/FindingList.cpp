@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::size_t longestText = 60;
 
-constexpr std::array<std::string_view, 7> sectionNames{"", "/nodes/",     "/properties/", "/connections/",
-                                                       "/positions/", "/containers/", "/subdiagrams/"};
+constexpr std::array<std::string_view, 7> sectionNames{
+    "", "/nodes/", "/properties/", "/connections/", "/positions/", "/containers/", "/subdiagrams/"};
 
 }  // namespace
 

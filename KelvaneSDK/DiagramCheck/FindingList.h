@@ -11,7 +11,15 @@ namespace KelvaneSDK {
 struct CheckedNode;
 
 /// The document as a whole, and its arrays in the order of its record.
-enum class Section : std::uint8_t { document, nodes, properties, connections, positions, containers, subdiagrams };
+enum class Section : std::uint8_t {
+    document,
+    nodes,
+    properties,
+    connections,
+    positions,
+    containers,
+    subdiagrams
+};
 
 /// A record of a document, or with `below` a place in it, as a pointer.
 struct Place {

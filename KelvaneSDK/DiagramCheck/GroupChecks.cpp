@@ -25,9 +25,9 @@ public:
             check(*record, place);
             if (!record->containers) continue;
             for (std::size_t k = record->containers->size(); k-- > 0;) {
-                open.push_back({&(*record->containers)[k],
-                                {Section::containers, place.index,
-                                 place.below + "/containers/" + std::to_string(k)}});
+                open.push_back(
+                    {&(*record->containers)[k],
+                     {Section::containers, place.index, place.below + "/containers/" + std::to_string(k)}});
             }
         }
     }

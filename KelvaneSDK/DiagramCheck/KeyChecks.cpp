@@ -136,7 +136,8 @@ std::string hintOfMissingKey(std::string_view text, std::string_view pointer) {
     const auto slash = pointer.rfind('/');
     const auto object = pointer.substr(0, slash), key = pointer.substr(slash + 1);
     for (const auto& [place, name, nearest] : KeyScan(text, mostFindings).unknown) {
-        if (place == object && nearest == key) return quoted(name) + " stands there: rename it to " + quoted(key);
+        if (place == object && nearest == key)
+            return quoted(name) + " stands there: rename it to " + quoted(key);
     }
     return object.empty() ? "add " + quoted(key) + ": []" : std::string();
 }

@@ -98,8 +98,7 @@ private:
                 node.label = info.properties[row].valueString;
         }
         const auto category = categoryNamed(node.record->classString);
-        const auto* const nodeClass =
-            category ? registry.find(*category, node.record->typeString) : nullptr;
+        const auto* const nodeClass = category ? registry.find(*category, node.record->typeString) : nullptr;
         if (nodeClass == nullptr) return reportUnknown(index, category);
         node.node = nodeClass->make();
         node.node->id = node.record->id;
@@ -275,12 +274,13 @@ private:
                               *outputClass == ValueClass::BooleanValue;
         const auto comma = text.find(',');
         if (!isSingle || comma == std::string::npos) return;
-        auto draft = findings
-                         .add(Code::valueCut, place,
-                              quoted(text) + " is read as " + valueText(*node.node->outputValue()->payload()) +
-                                  "; what follows the comma is dropped")
-                         .about(node)
-                         .subject("OutputValue");
+        auto draft =
+            findings
+                .add(Code::valueCut, place,
+                     quoted(text) + " is read as " + valueText(*node.node->outputValue()->payload()) +
+                         "; what follows the comma is dropped")
+                .about(node)
+                .subject("OutputValue");
         std::string withPoint = text;
         withPoint[comma] = '.';
         if (*outputClass == ValueClass::FloatValue && parseDouble(withPoint)) draft.didYouMean(withPoint);

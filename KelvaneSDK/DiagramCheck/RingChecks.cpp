@@ -20,14 +20,15 @@ public:
         checkOrder();
         checkEndless();
         const auto mayGoOn =
-            selfSustaining([&](NodeIndex i) { return reading.canEmit(i); }, [](const auto& node, const Fed& fed) {
-                return mayRefill(node, fed);
-            });
+            selfSustaining([&](NodeIndex i) { return reading.canEmit(i); },
+                           [](const auto& node, const Fed& fed) { return mayRefill(node, fed); });
         for (const Cycle& cycle : all) {
             if (contains(cycle, reported)) continue;
             const bool isInDoubt = contains(cycle, mayGoOn);
-            report(isInDoubt ? Code::ringMayNotEnd : Code::ring, isInDoubt ? Severity::error : Severity::warning,
-                   cycle, isInDoubt ? "feeds itself, and the values decide whether the evaluation ends" : "feeds itself");
+            report(isInDoubt ? Code::ringMayNotEnd : Code::ring,
+                   isInDoubt ? Severity::error : Severity::warning, cycle,
+                   isInDoubt ? "feeds itself, and the values decide whether the evaluation ends"
+                             : "feeds itself");
         }
     }
 
@@ -37,7 +38,8 @@ private:
 
     // Functions that a sweep never gets to, because they wait for one another.
     void checkOrder() {
-        if (reportWaiting(SweepPass::first, Severity::fatal, "waits for itself, so that the evaluation never ends"))
+        if (reportWaiting(SweepPass::first, Severity::fatal,
+                          "waits for itself, so that the evaluation never ends"))
             return;
         bool isFedBack = false, isSurelyFedBack = false;
         for (NodeIndex i = 0; i < diagram.size(); ++i) {
@@ -48,9 +50,10 @@ private:
             isSurelyFedBack |= reading.surelyRuns(i);
         }
         if (!isFedBack) return;
-        reportWaiting(SweepPass::further, isSurelyFedBack ? Severity::fatal : Severity::error,
-                      "waits for itself in the pass after a variable output gave a value, so that the evaluation "
-                      "never ends");
+        reportWaiting(
+            SweepPass::further, isSurelyFedBack ? Severity::fatal : Severity::error,
+            "waits for itself in the pass after a variable output gave a value, so that the evaluation "
+            "never ends");
     }
 
     bool reportWaiting(SweepPass pass, Severity severity, const std::string& what) {
@@ -73,10 +76,12 @@ private:
             const auto feeding = diagram.wiresInto(diagram.portOf(wire));
             return std::all_of(feeding.begin(), feeding.end(), [&](std::uint32_t index) {
                 const NodeIndex feeder = diagram.allWires()[index].from;
-                return waits[feeder] || (pass == SweepPass::further && diagram[feeder].is(NodeCategory::Constant));
+                return waits[feeder] ||
+                       (pass == SweepPass::further && diagram[feeder].is(NodeCategory::Constant));
             });
         };
-        for (const Cycle& cycle : findCycles(diagram, isWaitedFor)) report(Code::cycle, severity, cycle, what);
+        for (const Cycle& cycle : findCycles(diagram, isWaitedFor))
+            report(Code::cycle, severity, cycle, what);
         for (NodeIndex i = 0; i < diagram.size(); ++i) {
             if (waits[i]) reported[i] = true;
         }
@@ -85,9 +90,9 @@ private:
 
     // Rings that got in order, because a value enters from outside, and never come to rest again.
     void checkEndless() {
-        const auto endless = selfSustaining(
-            [&](NodeIndex i) { return reading.surelyEmits(i); },
-            [](const auto& node, const Fed& fed) { return surelyRefills(node, fed); });
+        const auto endless =
+            selfSustaining([&](NodeIndex i) { return reading.surelyEmits(i); },
+                           [](const auto& node, const Fed& fed) { return surelyRefills(node, fed); });
         const auto isInside = [&](const Wire& wire) { return endless[wire.from] && endless[wire.to]; };
         for (const Cycle& cycle : findCycles(diagram, isInside)) {
             if (contains(cycle, reported)) continue;
@@ -137,7 +142,8 @@ private:
         std::vector<NodeIndex> open;
         const auto leaveUnlessFed = [&](NodeIndex node) {
             const Port first = diagram.firstPort(node);
-            if (!inside[node] || refills(diagram[node], [&](std::size_t i) { return feeders[first + i] > 0; }))
+            if (!inside[node] ||
+                refills(diagram[node], [&](std::size_t i) { return feeders[first + i] > 0; }))
                 return;
             inside[node] = false;
             open.push_back(node);
@@ -156,7 +162,8 @@ private:
     }
 
     static bool contains(const Cycle& cycle, const std::vector<bool>& set) {
-        return std::any_of(cycle.members.begin(), cycle.members.end(), [&](NodeIndex i) { return bool(set[i]); });
+        return std::any_of(cycle.members.begin(), cycle.members.end(),
+                           [&](NodeIndex i) { return bool(set[i]); });
     }
 
     void report(Code code, Severity severity, const Cycle& cycle, const std::string& what) {

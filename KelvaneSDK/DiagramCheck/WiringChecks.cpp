@@ -71,8 +71,10 @@ private:
             const auto first = std::to_string(diagram.allWires()[feeding.front()].connection);
             for (const auto wire : feeding.subspan(1)) {
                 findings
-                    .add(Code::inputConnectedTwice, {Section::connections, diagram.allWires()[wire].connection},
-                         slot + " is fed by connections[" + first + "] already; the value that comes last wins")
+                    .add(Code::inputConnectedTwice,
+                         {Section::connections, diagram.allWires()[wire].connection},
+                         slot + " is fed by connections[" + first +
+                             "] already; the value that comes last wins")
                     .about(diagram[index])
                     .subject(slot);
             }
@@ -87,14 +89,16 @@ private:
             const auto actual = slot.valueClass();
             if (isGeneric(actual)) open = actual;
             const auto& list = node.node->unsupportedTypes;
-            if (slot.isTyped && std::find(list.begin(), list.end(), actual) != list.end()) unsupported = actual;
+            if (slot.isTyped && std::find(list.begin(), list.end(), actual) != list.end())
+                unsupported = actual;
         };
         for (const auto* slot : node.inputs()) look(*slot);
         if (const auto* output = node.node->outputValue()) look(*output);
         if (open && !leadsToDoubt(index)) {
             findings
                 .add(Code::typeUnresolved, at(index),
-                     "no connection or outputType gives the node's " + quoted(typeString(*open)) + " slots a type")
+                     "no connection or outputType gives the node's " + quoted(typeString(*open)) +
+                         " slots a type")
                 .about(node);
         }
         if (!reading.supportsItsTypes(index)) unsupported = node.inputs().back()->valueClass();
@@ -137,7 +141,9 @@ private:
                 fixed += (fixed.empty() ? "" : ", ") + node.inputName(i) + " is fixed at " +
                          valueText(*values[i]) + " by " + diagram[*reading.constantInto(index, i)].name();
             }
-            findings.add(Code::constantStops, at(index), fixed + "; " + *violation).about(node).subject(first);
+            findings.add(Code::constantStops, at(index), fixed + "; " + *violation)
+                .about(node)
+                .subject(first);
             return;
         }
     }
@@ -157,7 +163,8 @@ private:
         if (isSilent(index)) reportSilenced(index);
         // Forwarded streams and variable outputs reach the application themselves.
         const auto* const stream = dynamic_cast<const InputStreamNode*>(node.node.get());
-        const bool isDelivered = node.is(NodeCategory::VariableOutput) || (stream != nullptr && stream->forwarding());
+        const bool isDelivered =
+            node.is(NodeCategory::VariableOutput) || (stream != nullptr && stream->forwarding());
         if (!isDelivered && !node.lacksReader && diagram.wiresFrom(index).empty()) {
             findings.add(Code::outputUnused, at(index), "the output feeds nothing").about(node);
         }

@@ -40,10 +40,12 @@ WiringReading::WiringReading(const CheckedDiagram& checked) : diagram(checked) {
         }
         return true;
     };
-    runs = spread(noInputIsFree, [&](NodeIndex node) { return bool(emits[node]); }, true);
+    runs = spread(
+        noInputIsFree, [&](NodeIndex node) { return bool(emits[node]); }, true);
     spreadTypes();
     const auto always = [&](NodeIndex node) { return emitsAlways(node); };
-    runsSurely = spread([&](NodeIndex node) { return noInputIsFree(node) && takesWhatComes(node); }, always, false);
+    runsSurely =
+        spread([&](NodeIndex node) { return noInputIsFree(node) && takesWhatComes(node); }, always, false);
 }
 
 void WiringReading::spreadDoubt() {
@@ -56,7 +58,8 @@ void WiringReading::spreadDoubt() {
     };
     for (NodeIndex i = 0; i < diagram.size(); ++i) {
         if (diagram[i].node == nullptr || diagram[i].lacksFeeder) doubt(i);
-        for (Port port = diagram.firstPort(i); port < diagram.firstPort(i) + diagram[i].inputs().size(); ++port) {
+        for (Port port = diagram.firstPort(i); port < diagram.firstPort(i) + diagram[i].inputs().size();
+             ++port) {
             if (diagram.isMarkedUnfed(port)) doubt(i);
         }
     }
@@ -83,7 +86,8 @@ bool WiringReading::emitsAlways(NodeIndex node) const {
     const auto operand = diagram[node].inputs().empty() ? ValueClass::TimestampedVariable
                                                         : diagram[node].inputs().back()->valueClass();
     const bool mayOverflow =
-        declaration->operation != SlotOperation::none && diagram[node].outputClass() != ValueClass::BooleanValue &&
+        declaration->operation != SlotOperation::none &&
+        diagram[node].outputClass() != ValueClass::BooleanValue &&
         (operand == ValueClass::IntegerValue || operand == ValueClass::IntegerArrayVariable);
     return !mayOverflow && !mayBeAbsent(operand, declaration->operation) &&
            (declaration->readiness == Readiness::allInputs || declaration->readiness == Readiness::anyInput);
@@ -117,8 +121,8 @@ std::vector<bool> WiringReading::spread(CanRun canRunWith, Emits emitting, bool 
         const std::size_t count = diagram[i].inputs().size();
         bool hasAny = count == 0;
         for (Port port = diagram.firstPort(i); trustsUnknown && port < diagram.firstPort(i) + count; ++port) {
-            hasValue[port] = diagram.isMarkedUnfed(port) ||
-                             (diagram[i].lacksFeeder && diagram.wiresInto(port).empty());
+            hasValue[port] =
+                diagram.isMarkedUnfed(port) || (diagram[i].lacksFeeder && diagram.wiresInto(port).empty());
             hasAny = hasAny || hasValue[port];
         }
         if (hasAny) reach(i);

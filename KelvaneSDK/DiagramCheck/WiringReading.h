@@ -51,7 +51,9 @@ public:
     bool isInDoubt(NodeIndex node) const { return doubtful[node]; }
     /// The constant that alone feeds an input of its type.
     std::optional<NodeIndex> constantInto(NodeIndex node, std::size_t input) const;
-    const Value& valueOf(NodeIndex constant) const { return *diagram[constant].node->outputValue()->payload(); }
+    const Value& valueOf(NodeIndex constant) const {
+        return *diagram[constant].node->outputValue()->payload();
+    }
 
 private:
     template <class CanRun, class Emits>

@@ -36,7 +36,8 @@ public:
                 } else if (!close(c)) {
                     fail(open.back() == '{' ? "\",\" or \"}\" was expected" : "\",\" or \"]\" was expected");
                 }
-            } else if ((wanted == Wanted::name && c == '}') || (wanted == Wanted::value && c == ']' && isInList())) {
+            } else if ((wanted == Wanted::name && c == '}') ||
+                       (wanted == Wanted::value && c == ']' && isInList())) {
                 at = comma;
                 fail(std::string("a comma stands before \"") + c + "\"; remove the comma");
             } else if (wanted == Wanted::name || wanted == Wanted::nameOrEnd) {

@@ -135,10 +135,24 @@ def checkRecording(case, diagram, path, options):
             fail(case, *options, words, "was expected in:", message)
 
 
+def checkCodes():
+    """The documentation lists every code, and the corpus gives each an occasion, but for those that take an application's classes."""
+    case = documents.cases[0]
+    _, text, _ = run(case, "check", "--codes")
+    if text not in (Path(__file__).parents[2] / "docs" / "findings.md").read_text():
+        fail(case, "docs/findings.md does not hold what check --codes prints")
+    codes = {row["code"] for row in json.loads(run(case, "check", "--codes", "--json")[1])}
+    expected = {finding.code for case in documents.cases for finding in case.findings}
+    elsewhere = {"out-of-memory", "output-missing", "building-stops", "property-refused", "stream-not-recorded", "stream-unknown", "stream-type"}
+    if codes - elsewhere != expected:
+        fail(case, "codes without a case, or the reverse:", codes - elsewhere ^ expected)
+
+
 def main():
     with tempfile.TemporaryDirectory() as name, ThreadPoolExecutor(4) as pool:
         folder = Path(name)
         checkDocuments(folder, pool)
+        checkCodes()
         diagram = folder / "x.json"
         diagram.write_bytes(documents.diagram("<Float|x").text())
         for options in RECORDING_MODES:

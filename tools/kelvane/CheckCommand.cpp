@@ -224,8 +224,8 @@ std::string codesText() {
     std::string text;
     for (const auto& [code, least, most, meaning, remedy] : findingCodes()) {
         text += std::string(code) + " (" + std::string(severityName(least)) +
-                (least == most ? "" : " to " + std::string(severityName(most))) + ")\n    " + std::string(meaning) +
-                "\n    " + std::string(remedy) + "\n";
+                (least == most ? "" : " to " + std::string(severityName(most))) + ")\n    " +
+                std::string(meaning) + "\n    " + std::string(remedy) + "\n";
     }
     return text;
 }
@@ -255,7 +255,8 @@ int check(const CheckOptions& options) {
         return ExitStatus::done;
     }
     if (options.diagrams.empty()) {
-        throw Failure{ExitStatus::wrongUsage, "kelvane: DIAGRAM is required\nRun with --help for more information."};
+        throw Failure{ExitStatus::wrongUsage,
+                      "kelvane: DIAGRAM is required\nRun with --help for more information."};
     }
     const auto readsStandardInput = std::count(options.diagrams.begin(), options.diagrams.end(), "-") +
                                     (options.recording == "-" ? 1 : 0);

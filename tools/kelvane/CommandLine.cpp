@@ -115,9 +115,11 @@ void endOnParseOutcome(const CLI::App& app, const CLI::ParseError& outcome) {
         const CLI::App& asked = named.empty() ? app : *named.front();
         const bool isOption = word.starts_with('-');
         if (isOption) {
-            message = withHint("no option is called " + inQuotes(word), nearestNameHint(word, optionNames(asked)));
+            message =
+                withHint("no option is called " + inQuotes(word), nearestNameHint(word, optionNames(asked)));
         } else if (named.empty()) {
-            message = withHint("no command is called " + inQuotes(word), nearestNameHint(word, commandNames(app)));
+            message =
+                withHint("no command is called " + inQuotes(word), nearestNameHint(word, commandNames(app)));
         }
     }
     throw Failure{ExitStatus::wrongUsage, "kelvane: " + message};

@@ -31,7 +31,8 @@ std::string hintOfMissingKey(std::string_view text, std::string_view pointer);
 std::string valueText(const Value& value);
 
 /// The warning about a colour that does not exist.
-FindingList::Draft warnOfColor(FindingList& findings, const Place& place, std::string_view color);
+void warnOfColor(FindingList& findings, const Place& place, std::string_view color,
+                 const CheckedNode* node = nullptr);
 
 /// What came of a step that a node took.
 struct StepOutcome {

@@ -38,11 +38,10 @@ private:
     std::optional<NodeIndex> existing(std::uint32_t row, std::int64_t id, std::string_view key) {
         const auto node = diagram.find(id);
         if (!node) {
-            findings
-                .add(Code::connectionUnknownId, at(row),
-                     "no node has the " + std::string(key) + " " + std::to_string(id) +
-                         "; the connection would be retried without end")
-                .subject(key);
+            findings.add("connection-unknown-id", at(row),
+                         "no node has the " + std::string(key) + " " + std::to_string(id) +
+                             "; the connection would be retried without end",
+                         {.subject = key});
         }
         return node;
     }
@@ -53,19 +52,15 @@ private:
         const auto wanted = static_cast<std::uint64_t>(input);
         if (input >= 0 && (wanted < count || node.node == nullptr)) return wanted;
         if (count > 0 || node.node == nullptr) {
-            findings
-                .add(Code::inputOutOfRange, at(row),
-                     "the node has " + (count > 0 ? inputsOf(count) : "inputs from 0 on") +
-                         "; there is no input " + std::to_string(input))
-                .about(node)
-                .subject("inputIndex");
+            findings.add("input-out-of-range", at(row),
+                         "the node has " + (count > 0 ? inputsOf(count) : "inputs from 0 on") +
+                             "; there is no input " + std::to_string(input),
+                         {.about = &node, .subject = "inputIndex"});
         } else {
-            findings
-                .add(Code::nodeWithoutInputs, at(row),
-                     "nodes of the class " + quoted(node.record->classString) +
-                         " have no inputs to connect to")
-                .about(node)
-                .subject("inputNodeId");
+            findings.add(
+                "node-without-inputs", at(row),
+                "nodes of the class " + quoted(node.record->classString) + " have no inputs to connect to",
+                {.about = &node, .subject = "inputNodeId"});
         }
         return noInput;
     }
@@ -85,45 +80,43 @@ private:
 
         diagram.markUnfed(to, input);
         const std::string slot = target.inputName(input);
-        const auto report = [&](Code code, const CheckedNode& node, std::string message) {
-            return findings.add(code, at(row), std::move(message)).about(node).subject(slot);
+        const auto report = [&](Code code, std::string message, const char* hint = "") {
+            findings.add(code, at(row), std::move(message),
+                         {.about = &target, .subject = slot, .hint = hint});
         };
         if (isLost) {
-            report(Code::connectionLost, target,
-                   slot + " gets nothing from " + diagram[from].name() +
-                       ", because neither end has a type yet when this connection is made")
-                .hint(orderHint);
-            return;
+            return report("connection-lost",
+                          slot + " gets nothing from " + diagram[from].name() +
+                              ", because neither end has a type yet when this connection is made",
+                          orderHint);
         }
         diagram[from].lacksReader = true;
         if (!outputBefore) {
-            report(Code::outputMissing, diagram[from], "the node has no output to connect")
-                .subject("outputNodeId");
+            findings.add("output-missing", at(row), "the node has no output to connect",
+                         {.about = &diagram[from], .subject = "outputNodeId"});
         } else if (from == to) {
-            report(Code::selfConnectionStops, target,
-                   "the node feeds its own " + slot + " before its type is known");
+            report("self-connection-stops", "the node feeds its own " + slot + " before its type is known");
         } else if (isGeneric(slotBefore) || isGeneric(*outputBefore)) {
-            report(Code::typeAdoptionStops, target,
+            report("type-adoption-stops",
                    slot + " is of type " + quoted(typeString(slotBefore)) + " and the output of " +
                        diagram[from].name() + " of type " + quoted(typeString(*outputBefore)) +
-                       "; neither can take its type from the other")
-                .hint(orderHint);
+                       "; neither can take its type from the other",
+                   orderHint);
         } else {
-            report(Code::buildingStops, target,
-                   "the program would stop here: " + shortened(outcome.stop->text));
+            report("building-stops", "the program would stop here: " + shortened(outcome.stop->text));
         }
     }
 
     void reportRefusal(std::uint32_t row, NodeIndex from, NodeIndex to, std::size_t input) {
         diagram[from].lacksReader = true;
         diagram.markUnfed(to, input);
-        findings
-            .add(Code::outputRefused, at(row),
-                 "the output of a variable output cannot feed " + diagram[to].inputName(input) + " of " +
-                     diagram[to].name())
-            .about(diagram[from])
-            .subject("outputNodeId")
-            .hint("connect what feeds the variable output, or give an input stream the same label");
+        findings.add(
+            "output-refused", at(row),
+            "the output of a variable output cannot feed " + diagram[to].inputName(input) + " of " +
+                diagram[to].name(),
+            {.about = &diagram[from],
+             .subject = "outputNodeId",
+             .hint = "connect what feeds the variable output, or give an input stream the same label"});
     }
 
     static Place at(std::uint32_t row) { return {Section::connections, row}; }

@@ -13,20 +13,20 @@ namespace {
 
 Finding findingOf(Code code) {
     Finding finding;
-    finding.code = rowOf(code).code;
-    finding.severity = rowOf(code).most;
+    finding.code = code->code;
+    finding.severity = code->most;
     return finding;
 }
 
 Finding undecodable(std::string_view text, const DecodeFailure& failure) {
-    Finding finding = findingOf(Code::undecodable);
+    Finding finding = findingOf("undecodable");
     finding.pointer = failure.pointer;
     finding.message = failure.reason;
     std::size_t offset = 0;
     // The decoder itself knows no place in a text that is not JSON.
     const auto fault = failure.pointer.empty() ? findJsonFault(text, maximumDocumentDepth) : std::nullopt;
     if (fault) {
-        if (fault->tooDeep) finding.code = rowOf(Code::nestedTooDeep).code;
+        if (fault->tooDeep) finding.code = Code("nested-too-deep")->code;
         finding.message = fault->tooDeep ? fault->reason : "not JSON: " + fault->reason;
         offset = fault->offset;
     } else {
@@ -46,7 +46,7 @@ std::vector<Finding> placed(std::vector<Finding> findings, std::string_view text
     for (const auto& finding : findings) pointers.push_back(finding.pointer);
     auto offsets = offsetsOf(pointers, text);
     // What is not listed comes last.
-    if (findings.back().code == rowOf(Code::moreFindings).code) offsets.back() = text.size();
+    if (findings.back().code == Code("more-findings")->code) offsets.back() = text.size();
     std::vector<std::size_t> order(findings.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::stable_sort(order.begin(), order.end(), [&](auto a, auto b) { return offsets[a] < offsets[b]; });
@@ -100,7 +100,7 @@ std::vector<Finding> findingsIn(const DiagramInfo& info, const NodeRegistry& reg
 
 // Made before the work, since there may be no memory for it afterwards.
 std::vector<Finding> outOfMemoryFinding() {
-    std::vector<Finding> findings{findingOf(Code::outOfMemory)};
+    std::vector<Finding> findings{findingOf("out-of-memory")};
     findings.front().message = outOfMemoryReason;
     return findings;
 }

@@ -27,21 +27,21 @@ std::string_view severityName(Severity severity);
 /// without their end.
 struct Finding {
     /// Stable and machine-readable, one of findingCodes(): "connection-unknown-id".
-    std::string code;
+    std::string code = {};
     Severity severity = Severity::error;
     /// The place as a JSON pointer (RFC 6901), "/connections/12"; empty for the document as a whole.
-    std::string pointer;
+    std::string pointer = {};
     /// The place in the text, both from 1, the column in bytes; 0 when only the record was given.
     std::size_t line = 0, column = 0;
     /// The node concerned, with its type and label, where there is one.
-    std::optional<std::int64_t> nodeId;
-    std::string typeString, label;
+    std::optional<std::int64_t> nodeId = {};
+    std::string typeString = {}, label = {};
     /// The key, property or slot concerned, where there is one.
-    std::string subject;
+    std::string subject = {};
     /// One sentence, without the place: what was found and what was expected.
-    std::string message;
+    std::string message = {};
     /// What to do, where one remedy is likely: `did you mean "Moving averager"?`.
-    std::string hint;
+    std::string hint = {};
 
     friend bool operator==(const Finding&, const Finding&) = default;
 };

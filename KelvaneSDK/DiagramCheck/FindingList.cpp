@@ -21,43 +21,33 @@ std::string Place::pointer() const {
     return std::string(sectionNames[static_cast<std::size_t>(section)]) + std::to_string(index) + below;
 }
 
-FindingList::Draft& FindingList::Draft::about(const CheckedNode& node) {
-    finding.nodeId = node.record->id;
-    finding.typeString = shortened(node.record->typeString);
-    finding.label = shortened(node.label);
-    return *this;
+std::span<const FindingCode> findingCodes() { return FindingRows::all; }
+
+std::string_view severityName(Severity severity) {
+    return severity == Severity::warning ? "warning" : severity == Severity::error ? "error" : "fatal";
 }
 
-FindingList::Draft& FindingList::Draft::subject(std::string_view text) {
-    finding.subject = shortened(text);
-    return *this;
-}
-
-FindingList::Draft& FindingList::Draft::hint(std::string text) {
-    finding.hint = std::move(text);
-    return *this;
-}
-
-FindingList::Draft& FindingList::Draft::didYouMean(std::string_view name) {
-    if (!name.empty()) finding.hint = "did you mean " + quoted(name) + "?";
-    return *this;
-}
-
-FindingList::Draft FindingList::add(Code code, Severity severity, const Place& place, std::string message) {
-    const auto& row = rowOf(code);
+void FindingList::add(Code code, const Place& place, std::string message, const Details& details) {
+    auto severity = details.severity.value_or(code->most);
     if (ended) severity = std::min(severity, Severity::error);
     if (++kept[static_cast<std::size_t>(severity)] > mostFindings) {
-        ++more[std::string(row.code)];
+        ++more[std::string(code->code)];
         gravestOfMore = std::max(gravestOfMore, severity);
-        return Draft(unkept);
+        return;
     }
-    Finding finding;
-    finding.code = row.code;
-    finding.severity = severity;
-    finding.pointer = place.pointer();
-    finding.message = std::move(message);
+    Finding finding{.code = std::string(code->code),
+                    .severity = severity,
+                    .pointer = place.pointer(),
+                    .subject = shortened(details.subject),
+                    .message = std::move(message),
+                    .hint = details.hint};
+    if (!details.nearest.empty()) finding.hint = "did you mean " + quoted(details.nearest) + "?";
+    if (const auto* node = details.about) {
+        finding.nodeId = node->record->id;
+        finding.typeString = shortened(node->record->typeString);
+        finding.label = shortened(node->label);
+    }
     items.push_back({place.section, place.index, std::move(finding)});
-    return Draft(items.back().finding);
 }
 
 std::vector<Finding> FindingList::inDocumentOrder() && {
@@ -89,7 +79,7 @@ std::vector<Finding> FindingList::inDocumentOrder() && {
         count += times;
     }
     auto& last = findings.emplace_back();
-    last.code = rowOf(Code::moreFindings).code;
+    last.code = Code("more-findings")->code;
     last.severity = gravestOfMore;
     last.message = std::to_string(count) + " more findings are not listed: " + counts;
     return findings;

@@ -30,30 +30,22 @@ struct Place {
     std::string pointer() const;
 };
 
+/// What a finding says beside its message.
+struct Details {
+    const CheckedNode* about = nullptr;
+    std::string_view subject = {};
+    std::string hint = {};
+    /// A name to suggest, unless it is empty.
+    std::string_view nearest = {};
+    /// The gravest that the code can have, if not given.
+    std::optional<Severity> severity = {};
+};
+
 /// Collects findings in any order and hands them out in document order. Keeps no more than it hands out of
 /// each severity, and counts the rest.
 class FindingList {
 public:
-    /// A finding that is being written.
-    class Draft {
-    public:
-        explicit Draft(Finding& target) : finding(target) {}
-
-        Draft& about(const CheckedNode& node);
-        Draft& subject(std::string_view text);
-        Draft& hint(std::string text);
-        /// Suggests a name, unless it is empty.
-        Draft& didYouMean(std::string_view name);
-
-    private:
-        Finding& finding;
-    };
-
-    /// A finding of the gravest severity that its code can have.
-    Draft add(Code code, const Place& place, std::string message) {
-        return add(code, rowOf(code).most, place, std::move(message));
-    }
-    Draft add(Code code, Severity severity, const Place& place, std::string message);
+    void add(Code code, const Place& place, std::string message, const Details& details = {});
 
     /// From here on the engine has given up building: nothing that follows is fatal.
     void engineEndsHere() { ended = true; }
@@ -72,7 +64,6 @@ private:
     // What is not listed, by code.
     std::map<std::string, std::size_t> more;
     Severity gravestOfMore = Severity::warning;
-    Finding unkept;
     bool ended = false;
 };
 

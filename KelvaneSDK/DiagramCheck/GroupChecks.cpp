@@ -35,31 +35,27 @@ public:
 private:
     void check(const ContainerInfo& record, const Place& place) {
         const std::string name = "the container " + quoted(record.description);
-        if (record.color && !bodyColorNamed(*record.color))
-            warnOfColor(findings, place, *record.color).subject("color");
+        if (record.color && !bodyColorNamed(*record.color)) warnOfColor(findings, place, *record.color);
         std::unordered_set<NodeIndex> members;
         for (const auto id : record.nodeIds) {
             if (const auto node = diagram.find(id)) members.insert(*node);
         }
         if (members.empty()) {
-            findings
-                .add(Code::containerEmpty, place,
-                     name + " holds no node; it needs one that provides its output")
-                .subject("nodeIds");
+            findings.add("container-empty", place,
+                         name + " holds no node; it needs one that provides its output",
+                         {.subject = "nodeIds"});
         } else if (!hasProvider(members)) {
-            findings
-                .add(Code::containerWithoutOutput, place,
-                     "the nodes of " + name +
-                         " feed only one another; one of them must feed nothing, or a node outside")
-                .subject("nodeIds");
+            findings.add("container-without-output", place,
+                         "the nodes of " + name +
+                             " feed only one another; one of them must feed nothing, or a node outside",
+                         {.subject = "nodeIds"});
         }
         for (std::size_t k = 0; k < record.nodeIds.size(); ++k) {
             if (diagram.find(record.nodeIds[k])) continue;
-            findings
-                .add(Code::containerUnknownId,
-                     {place.section, place.index, place.below + "/nodeIds/" + std::to_string(k)},
-                     name + " names node " + std::to_string(record.nodeIds[k]) + ", which does not exist")
-                .subject("nodeIds");
+            findings.add("container-unknown-id",
+                         {place.section, place.index, place.below + "/nodeIds/" + std::to_string(k)},
+                         name + " names node " + std::to_string(record.nodeIds[k]) + ", which does not exist",
+                         {.subject = "nodeIds"});
         }
     }
 
@@ -80,10 +76,9 @@ void checkPositions(const CheckedDiagram& diagram, FindingList& findings) {
     for (std::size_t i = 0; i < diagram.info.positions.size(); ++i) {
         const auto id = diagram.info.positions[i].id;
         if (diagram.find(id)) continue;
-        findings
-            .add(Code::positionUnknownId, {Section::positions, i},
-                 "a position is given for node " + std::to_string(id) + ", which does not exist")
-            .subject("id");
+        findings.add("position-unknown-id", {Section::positions, i},
+                     "a position is given for node " + std::to_string(id) + ", which does not exist",
+                     {.subject = "id"});
     }
 }
 
@@ -98,17 +93,16 @@ void checkSubdiagrams(const CheckedDiagram& diagram, FindingList& findings) {
                 contained[*node] = true;
                 continue;
             }
-            findings
-                .add(Code::subdiagramUnknownId, {Section::subdiagrams, i, "/nodeIds/" + std::to_string(k)},
-                     "the subdiagram " + quoted(subdiagram.description) + " names node " +
-                         std::to_string(subdiagram.nodeIds[k]) + ", which does not exist")
-                .subject("nodeIds");
+            findings.add("subdiagram-unknown-id", {Section::subdiagrams, i, "/nodeIds/" + std::to_string(k)},
+                         "the subdiagram " + quoted(subdiagram.description) + " names node " +
+                             std::to_string(subdiagram.nodeIds[k]) + ", which does not exist",
+                         {.subject = "nodeIds"});
         }
     }
     for (NodeIndex i = 0; i < diagram.size(); ++i) {
         if (contained[i]) continue;
-        findings.add(Code::nodeInNoSubdiagram, {Section::nodes, i}, "no subdiagram contains the node")
-            .about(diagram[i]);
+        findings.add("node-in-no-subdiagram", {Section::nodes, i}, "no subdiagram contains the node",
+                     {.about = &diagram[i]});
     }
 }
 
@@ -119,20 +113,19 @@ void checkLabels(const CheckedDiagram& diagram, FindingList& findings) {
         if (!diagram[i].is(NodeCategory::VariableOutput)) continue;
         const auto [first, isNew] = outputs.try_emplace(diagram[i].label, i);
         if (isNew) continue;
-        findings
-            .add(Code::duplicateLabel, {Section::nodes, i},
-                 "the label " + quoted(diagram[i].label) + " belongs to " + diagram[first->second].name() +
-                     " too; of two values in one batch only the later node's is delivered")
-            .about(diagram[i]);
+        findings.add("duplicate-label", {Section::nodes, i},
+                     "the label " + quoted(diagram[i].label) + " belongs to " +
+                         diagram[first->second].name() +
+                         " too; of two values in one batch only the later node's is delivered",
+                     {.about = &diagram[i]});
     }
     const auto compare = [&](NodeIndex stream, NodeIndex other, std::string_view what) {
         const auto &type = diagram[stream].record->typeString, &otherType = diagram[other].record->typeString;
         if (type == otherType) return;
-        findings
-            .add(Code::labelTypesDiffer, {Section::nodes, stream},
-                 "the stream takes values of type " + quoted(type) + ", but " + std::string(what) +
-                     diagram[other].name() + " of the same label has type " + quoted(otherType))
-            .about(diagram[stream]);
+        findings.add("label-types-differ", {Section::nodes, stream},
+                     "the stream takes values of type " + quoted(type) + ", but " + std::string(what) +
+                         diagram[other].name() + " of the same label has type " + quoted(otherType),
+                     {.about = &diagram[stream]});
     };
     for (NodeIndex i = 0; i < diagram.size(); ++i) {
         if (!diagram[i].is(NodeCategory::InputStream)) continue;

@@ -124,11 +124,9 @@ private:
 
 void checkKeys(std::string_view text, FindingList& findings) {
     for (const auto& [pointer, name, nearest] : KeyScan(text, mostFindings).unknown) {
-        findings
-            .add(Code::unknownKey, {Section::document, 0, pointer},
-                 "the key " + quoted(name) + " is unknown, and passed over")
-            .subject(name)
-            .didYouMean(nearest);
+        findings.add("unknown-key", {Section::document, 0, pointer},
+                     "the key " + quoted(name) + " is unknown, and passed over",
+                     {.subject = name, .nearest = nearest});
     }
 }
 

@@ -13,32 +13,22 @@ namespace {
 
 constexpr std::string_view booleanTexts[] = {"true", "false"};
 
-// How a value of the class is written. Classes without a row read any text, or none.
+// How a value of the class is written; classes without a row read any text, or none.
 std::string_view textFormOf(ValueClass valueClass) {
-    switch (valueClass) {
-        case ValueClass::FloatValue:
-            return "a number";
-        case ValueClass::IntegerValue:
-            return "a whole number of 64 bits";
-        case ValueClass::BooleanValue:
-            return "\"true\" or \"false\"";
-        case ValueClass::VectorValue:
-            return "three numbers between commas";
-        case ValueClass::OrientationValue:
-            return "four numbers between commas";
-        case ValueClass::SequenceValue:
-            return "pairs of numbers between commas";
-        case ValueClass::FloatArrayVariable:
-            return "numbers between commas";
-        case ValueClass::IntegerArrayVariable:
-            return "whole numbers of 64 bits between commas";
-        case ValueClass::BooleanArrayVariable:
-            return "\"true\" and \"false\" between commas";
-        case ValueClass::VectorArrayVariable:
-            return "groups of three numbers between commas";
-        default:
-            return "groups of four numbers between commas";
-    }
+    using enum ValueClass;
+    static const std::unordered_map<ValueClass, std::string_view> forms{
+        {FloatValue, "a number"},
+        {IntegerValue, "a whole number of 64 bits"},
+        {BooleanValue, "\"true\" or \"false\""},
+        {VectorValue, "three numbers between commas"},
+        {OrientationValue, "four numbers between commas"},
+        {SequenceValue, "pairs of numbers between commas"},
+        {FloatArrayVariable, "numbers between commas"},
+        {IntegerArrayVariable, "whole numbers of 64 bits between commas"},
+        {BooleanArrayVariable, "\"true\" and \"false\" between commas"},
+        {VectorArrayVariable, "groups of three numbers between commas"},
+        {OrientationArrayVariable, "groups of four numbers between commas"}};
+    return forms.at(valueClass);
 }
 
 std::vector<std::string_view> concreteTypeNames() {
@@ -69,11 +59,10 @@ public:
         for (std::size_t row = 0; row < info.properties.size(); ++row) {
             const auto& property = info.properties[row];
             if (diagram.find(property.id)) continue;
-            findings
-                .add(Code::propertyUnknownId, {Section::properties, row},
-                     quoted(property.propertyString) + " is set for node " + std::to_string(property.id) +
-                         ", which does not exist")
-                .subject("id");
+            findings.add("property-unknown-id", {Section::properties, row},
+                         quoted(property.propertyString) + " is set for node " + std::to_string(property.id) +
+                             ", which does not exist",
+                         {.subject = "id"});
         }
     }
 
@@ -110,21 +99,19 @@ private:
         const CheckedNode& node = diagram[index];
         if (category) {
             const std::string what = *category == NodeCategory::Function ? "function" : "type of this class";
-            findings
-                .add(Code::unknownType, at(index),
-                     "no " + what + " is called " + quoted(node.record->typeString))
-                .about(node)
-                .subject("typeString")
-                .didYouMean(nearestType(*category, node.record->typeString));
+            findings.add("unknown-type", at(index),
+                         "no " + what + " is called " + quoted(node.record->typeString),
+                         {.about = &node,
+                          .subject = "typeString",
+                          .nearest = nearestType(*category, node.record->typeString)});
         } else {
             std::vector<std::string_view> names;
             for (const auto known : allNodeCategories) names.push_back(classStringOf(known));
-            findings
-                .add(Code::unknownClass, at(index),
-                     "no node class is called " + quoted(node.record->classString))
-                .about(node)
-                .subject("classString")
-                .didYouMean(nearestName(node.record->classString, names));
+            findings.add("unknown-class", at(index),
+                         "no node class is called " + quoted(node.record->classString),
+                         {.about = &node,
+                          .subject = "classString",
+                          .nearest = nearestName(node.record->classString, names)});
         }
         // The engine gives up at the first one.
         findings.engineEndsHere();
@@ -149,16 +136,15 @@ private:
         const auto* const output = node.node->outputValue();
         if (!node.is(NodeCategory::Constant) || output == nullptr || !output->hasValue()) return;
         if (!hasValue && readsText(output->valueClass())) {
-            findings
-                .add(Code::constantWithoutValue, at(index),
-                     "no \"OutputValue\" is set, so that the constant is " + valueText(*output->payload()))
-                .about(node);
+            findings.add(
+                "constant-without-value", at(index),
+                "no \"OutputValue\" is set, so that the constant is " + valueText(*output->payload()),
+                {.about = &node});
         }
         if (!output->payload()->items<std::int64_t>().empty()) {
-            findings
-                .add(Code::integerArrayConstant, at(index),
-                     "an integer array has no text form, so that exporting the diagram stops the program")
-                .about(node);
+            findings.add("integer-array-constant", at(index),
+                         "an integer array has no text form, so that exporting the diagram stops the program",
+                         {.about = &node});
         }
     }
 
@@ -167,12 +153,10 @@ private:
                     std::string_view subject, std::string_view what) {
         if (!outcome.stop) return false;
         const bool lacksOutput = !what.empty() && node.node->outputValue() == nullptr;
-        findings
-            .add(lacksOutput ? Code::outputMissing : Code::buildingStops, place,
-                 lacksOutput ? "the node has no output that could take a " + std::string(what)
-                             : "the program would stop here: " + shortened(outcome.stop->text))
-            .about(node)
-            .subject(subject);
+        findings.add(lacksOutput ? Code("output-missing") : Code("building-stops"), place,
+                     lacksOutput ? "the node has no output that could take a " + std::string(what)
+                                 : "the program would stop here: " + shortened(outcome.stop->text),
+                     {.about = &node, .subject = subject});
         return true;
     }
 
@@ -184,21 +168,19 @@ private:
         const auto outcome = outcomeOf([&] { node.node->resolveOutputType(); });
         if (reportStop(outcome, at(index), node, "outputType", "type")) return;
         if (!outcome.lines.empty()) {
-            findings.add(Code::unknownOutputType, at(index), "no value type is called " + quoted(wanted))
-                .about(node)
-                .subject("outputType")
-                .didYouMean(nearestName(wanted, concreteTypeNames()));
+            findings.add("unknown-output-type", at(index), "no value type is called " + quoted(wanted),
+                         {.about = &node,
+                          .subject = "outputType",
+                          .nearest = nearestName(wanted, concreteTypeNames())});
             return;
         }
         const auto actual = typeString(*node.outputClass());
         if (actual == wanted) return;
         const std::string why =
             isGeneric(*before) ? "the output's kind makes it " : "the output is always of type ";
-        findings
-            .add(Code::outputTypeOverridden, at(index),
-                 "the output type " + quoted(wanted) + " has no effect: " + why + quoted(actual))
-            .about(node)
-            .subject("outputType");
+        findings.add("output-type-overridden", at(index),
+                     "the output type " + quoted(wanted) + " has no effect: " + why + quoted(actual),
+                     {.about = &node, .subject = "outputType"});
     }
 
     void checkProperty(NodeIndex index, std::size_t row) {
@@ -214,15 +196,12 @@ private:
         } else if (name == "OutputValue") {
             checkReadValue(node, place, value);
         } else if (name == "Color" && !node.node->color) {
-            warnOfColor(findings, place, value).about(node);
+            warnOfColor(findings, place, value, &node);
         } else if (isSwitch && value != "true" && value != "false") {
-            findings
-                .add(Code::booleanText, place,
-                     quoted(name) + " is " + quoted(value) +
-                         ", which counts as false; expected \"true\" or \"false\"")
-                .about(node)
-                .subject(name)
-                .didYouMean(nearestName(value, booleanTexts));
+            findings.add("boolean-text", place,
+                         quoted(name) + " is " + quoted(value) +
+                             ", which counts as false; expected \"true\" or \"false\"",
+                         {.about = &node, .subject = name, .nearest = nearestName(value, booleanTexts)});
         }
     }
 
@@ -230,43 +209,37 @@ private:
                        const std::string& value, const std::string& line) {
         const auto outputClass = node.outputClass();
         if (name == "OutputValue" && outputClass && readsText(*outputClass)) {
-            findings
-                .add(Code::valueUnparsable, place,
-                     quoted(value) + " is no value of type " + quoted(typeString(*outputClass)) +
-                         "; expected " + std::string(textFormOf(*outputClass)))
-                .about(node)
-                .subject(name)
-                .didYouMean(*outputClass == ValueClass::BooleanValue ? nearestName(value, booleanTexts)
-                                                                     : std::string_view());
+            findings.add(
+                "value-unparsable", place,
+                quoted(value) + " is no value of type " + quoted(typeString(*outputClass)) + "; expected " +
+                    std::string(textFormOf(*outputClass)),
+                {.about = &node,
+                 .subject = name,
+                 .nearest = *outputClass == ValueClass::BooleanValue ? nearestName(value, booleanTexts)
+                                                                     : std::string_view()});
             return;
         }
         if (!line.starts_with("ERROR: unknown propertyName ")) {
-            findings.add(Code::propertyRefused, place, "the node refuses " + quoted(name) + ": " + line)
-                .about(node)
-                .subject(name);
+            findings.add("property-refused", place, "the node refuses " + quoted(name) + ": " + line,
+                         {.about = &node, .subject = name});
             return;
         }
         std::vector<std::string_view> known{"Description", "OutputValue", "Color"};
         if (node.is(NodeCategory::InputStream)) known.push_back("Forwarding");
         if (node.is(NodeCategory::VariableOutput)) known.push_back("Hidden");
-        findings
-            .add(Code::unknownProperty, place,
-                 "nodes of the class " + quoted(node.record->classString) + " have no property " +
-                     quoted(name))
-            .about(node)
-            .subject(name)
-            .didYouMean(nearestName(name, known));
+        findings.add(
+            "unknown-property", place,
+            "nodes of the class " + quoted(node.record->classString) + " have no property " + quoted(name),
+            {.about = &node, .subject = name, .nearest = nearestName(name, known)});
     }
 
     void checkReadValue(const CheckedNode& node, const Place& place, const std::string& text) {
         const auto outputClass = node.outputClass();
         if (!outputClass) return;
         if (!readsText(*outputClass)) {
-            findings
-                .add(Code::valueIgnored, place,
-                     "a value of type " + quoted(typeString(*outputClass)) + " cannot be set by a text")
-                .about(node)
-                .subject("OutputValue");
+            findings.add("value-ignored", place,
+                         "a value of type " + quoted(typeString(*outputClass)) + " cannot be set by a text",
+                         {.about = &node, .subject = "OutputValue"});
             return;
         }
         const bool isSingle = *outputClass == ValueClass::FloatValue ||
@@ -274,16 +247,14 @@ private:
                               *outputClass == ValueClass::BooleanValue;
         const auto comma = text.find(',');
         if (!isSingle || comma == std::string::npos) return;
-        auto draft =
-            findings
-                .add(Code::valueCut, place,
-                     quoted(text) + " is read as " + valueText(*node.node->outputValue()->payload()) +
-                         "; what follows the comma is dropped")
-                .about(node)
-                .subject("OutputValue");
         std::string withPoint = text;
         withPoint[comma] = '.';
-        if (*outputClass == ValueClass::FloatValue && parseDouble(withPoint)) draft.didYouMean(withPoint);
+        const bool hasPoint = *outputClass == ValueClass::FloatValue && parseDouble(withPoint);
+        findings.add(
+            "value-cut", place,
+            quoted(text) + " is read as " + valueText(*node.node->outputValue()->payload()) +
+                "; what follows the comma is dropped",
+            {.about = &node, .subject = "OutputValue", .nearest = hasPoint ? withPoint : std::string_view()});
     }
 
     void checkId(NodeIndex index) {
@@ -291,19 +262,15 @@ private:
         const auto first = *diagram.find(node.record->id);
         if (first != index) {
             node.lacksReader = node.lacksFeeder = true;
-            findings
-                .add(Code::duplicateId, at(index),
-                     "the id belongs to " + diagram[first].name() + " in nodes[" + std::to_string(first) +
-                         "] already, which takes all connections to it")
-                .about(node)
-                .subject("id");
+            findings.add("duplicate-id", at(index),
+                         "the id belongs to " + diagram[first].name() + " in nodes[" + std::to_string(first) +
+                             "] already, which takes all connections to it",
+                         {.about = &node, .subject = "id"});
         }
         if (node.record->id == std::numeric_limits<std::int64_t>::max()) {
-            findings
-                .add(Code::idLeavesNoRoom, at(index),
-                     "no larger id exists for the nodes that the document is appended to")
-                .about(node)
-                .subject("id");
+            findings.add("id-leaves-no-room", at(index),
+                         "no larger id exists for the nodes that the document is appended to",
+                         {.about = &node, .subject = "id"});
         }
     }
 
@@ -329,12 +296,11 @@ std::string valueText(const Value& value) {
     return count > mostElements ? std::to_string(count) + " elements" : shortened(getValueString(value));
 }
 
-FindingList::Draft warnOfColor(FindingList& findings, const Place& place, std::string_view color) {
+void warnOfColor(FindingList& findings, const Place& place, std::string_view color, const CheckedNode* node) {
     std::vector<std::string_view> names;
     for (const auto known : allBodyColors()) names.push_back(bodyColorName(known));
-    return findings.add(Code::unknownColor, place, "no colour is called " + quoted(color))
-        .subject("Color")
-        .didYouMean(nearestName(color, names));
+    findings.add("unknown-color", place, "no colour is called " + quoted(color),
+                 {.about = node, .subject = "Color", .nearest = nearestName(color, names)});
 }
 
 }  // namespace KelvaneSDK

@@ -25,7 +25,7 @@ public:
         for (const Cycle& cycle : all) {
             if (contains(cycle, reported)) continue;
             const bool isInDoubt = contains(cycle, mayGoOn);
-            report(isInDoubt ? Code::ringMayNotEnd : Code::ring,
+            report(isInDoubt ? Code("ring-may-not-end") : Code("ring"),
                    isInDoubt ? Severity::error : Severity::warning, cycle,
                    isInDoubt ? "feeds itself, and the values decide whether the evaluation ends"
                              : "feeds itself");
@@ -80,8 +80,7 @@ private:
                        (pass == SweepPass::further && diagram[feeder].is(NodeCategory::Constant));
             });
         };
-        for (const Cycle& cycle : findCycles(diagram, isWaitedFor))
-            report(Code::cycle, severity, cycle, what);
+        for (const Cycle& cycle : findCycles(diagram, isWaitedFor)) report("cycle", severity, cycle, what);
         for (NodeIndex i = 0; i < diagram.size(); ++i) {
             if (waits[i]) reported[i] = true;
         }
@@ -96,7 +95,7 @@ private:
         const auto isInside = [&](const Wire& wire) { return endless[wire.from] && endless[wire.to]; };
         for (const Cycle& cycle : findCycles(diagram, isInside)) {
             if (contains(cycle, reported)) continue;
-            report(Code::endlessCycle, Severity::fatal, cycle,
+            report("endless-cycle", Severity::fatal, cycle,
                    "keeps feeding itself, so that the evaluation never ends once a value has entered");
         }
     }
@@ -175,10 +174,9 @@ private:
         if (cycle.path.size() > mostNodes)
             way += std::to_string(cycle.path.size() - mostNodes) + " more nodes -> ";
         const auto& last = cycle.path.back();
-        findings
-            .add(code, severity, {Section::connections, last.connection},
-                 what + ": " + way + diagram[last.to].name())
-            .about(diagram[last.to]);
+        findings.add(code, {Section::connections, last.connection},
+                     what + ": " + way + diagram[last.to].name(),
+                     {.about = &diagram[last.to], .severity = severity});
     }
 
     const CheckedDiagram& diagram;

@@ -44,15 +44,16 @@ private:
         const std::string_view found = valueTypeName(foreign.first()), wanted = typeString(slotClass);
         const bool isPassedOn =
             node.declaration != nullptr && node.declaration->takesAnything.contains(wire.input);
-        auto draft = findings
-                         .add(Code::typeMismatch, isPassedOn ? Severity::warning : Severity::error,
-                              {Section::connections, wire.connection},
-                              slot + " is of type " + quoted(wanted) + ", but " + source.name() +
-                                  " brings values of type " + quoted(found))
-                         .about(node)
-                         .subject(slot);
+        std::string hint;
         if (!isPassedOn && convertsTo(slotClass, foreign.first()))
-            draft.hint("put a node " + quoted(wanted) + " between them, which converts the values");
+            hint = "put a node " + quoted(wanted) + " between them, which converts the values";
+        findings.add("type-mismatch", {Section::connections, wire.connection},
+                     slot + " is of type " + quoted(wanted) + ", but " + source.name() +
+                         " brings values of type " + quoted(found),
+                     {.about = &node,
+                      .subject = slot,
+                      .hint = hint,
+                      .severity = isPassedOn ? Severity::warning : Severity::error});
     }
 
     // Whether a function that is called like the type makes such values of others.
@@ -70,13 +71,10 @@ private:
             const std::string slot = diagram[index].inputName(i);
             const auto first = std::to_string(diagram.allWires()[feeding.front()].connection);
             for (const auto wire : feeding.subspan(1)) {
-                findings
-                    .add(Code::inputConnectedTwice,
-                         {Section::connections, diagram.allWires()[wire].connection},
-                         slot + " is fed by connections[" + first +
-                             "] already; the value that comes last wins")
-                    .about(diagram[index])
-                    .subject(slot);
+                findings.add(
+                    "input-connected-twice", {Section::connections, diagram.allWires()[wire].connection},
+                    slot + " is fed by connections[" + first + "] already; the value that comes last wins",
+                    {.about = &diagram[index], .subject = slot});
             }
         }
     }
@@ -95,20 +93,18 @@ private:
         for (const auto* slot : node.inputs()) look(*slot);
         if (const auto* output = node.node->outputValue()) look(*output);
         if (open && !leadsToDoubt(index)) {
-            findings
-                .add(Code::typeUnresolved, at(index),
-                     "no connection or outputType gives the node's " + quoted(typeString(*open)) +
-                         " slots a type")
-                .about(node);
+            findings.add(
+                "type-unresolved", at(index),
+                "no connection or outputType gives the node's " + quoted(typeString(*open)) + " slots a type",
+                {.about = &node});
         }
         if (!reading.supportsItsTypes(index)) unsupported = node.inputs().back()->valueClass();
         if (!unsupported) return;
         const bool isReported = node.declaration->reportsUnsupported && reading.canRun(index);
-        findings
-            .add(Code::typeUnsupported, isReported ? Severity::error : Severity::warning, at(index),
-                 quoted(node.record->typeString) + " does not support values of type " +
-                     quoted(typeString(*unsupported)))
-            .about(node);
+        findings.add("type-unsupported", at(index),
+                     quoted(node.record->typeString) + " does not support values of type " +
+                         quoted(typeString(*unsupported)),
+                     {.about = &node, .severity = isReported ? Severity::error : Severity::warning});
     }
 
     // A reader that is not known might have given the node its type.
@@ -141,9 +137,8 @@ private:
                 fixed += (fixed.empty() ? "" : ", ") + node.inputName(i) + " is fixed at " +
                          valueText(*values[i]) + " by " + diagram[*reading.constantInto(index, i)].name();
             }
-            findings.add(Code::constantStops, at(index), fixed + "; " + *violation)
-                .about(node)
-                .subject(first);
+            findings.add("constant-stops", at(index), fixed + "; " + *violation,
+                         {.about = &node, .subject = first});
             return;
         }
     }
@@ -153,11 +148,9 @@ private:
         if (!reading.canRun(index)) {
             for (std::size_t i = 0; i < node.inputs().size(); ++i) {
                 if (!diagram.isFree(index, i)) continue;
-                findings
-                    .add(Code::inputUnconnected, at(index),
-                         node.inputName(i) + " is not connected, so that the node never runs")
-                    .about(node)
-                    .subject(node.inputName(i));
+                findings.add("input-unconnected", at(index),
+                             node.inputName(i) + " is not connected, so that the node never runs",
+                             {.about = &node, .subject = node.inputName(i)});
             }
         }
         if (isSilent(index)) reportSilenced(index);
@@ -166,7 +159,7 @@ private:
         const bool isDelivered =
             node.is(NodeCategory::VariableOutput) || (stream != nullptr && stream->forwarding());
         if (!isDelivered && !node.lacksReader && diagram.wiresFrom(index).empty()) {
-            findings.add(Code::outputUnused, at(index), "the output feeds nothing").about(node);
+            findings.add("output-unused", at(index), "the output feeds nothing", {.about = &node});
         }
     }
 
@@ -202,14 +195,12 @@ private:
         }
         if (first == nullptr) return;
         const CheckedNode& node = diagram[first->to];
-        findings
-            .add(Code::neverRuns, at(first->to),
-                 "the node never runs, because " + node.inputName(first->input) + " waits for " +
-                     diagram[cause].name() +
-                     (reading.canRun(cause) ? ", which never gives an output" : ", which never runs") +
-                     (count > 1 ? "; nor do " + std::to_string(count - 1) + " more nodes behind it" : ""))
-            .about(node)
-            .subject(node.inputName(first->input));
+        findings.add("never-runs", at(first->to),
+                     "the node never runs, because " + node.inputName(first->input) + " waits for " +
+                         diagram[cause].name() +
+                         (reading.canRun(cause) ? ", which never gives an output" : ", which never runs") +
+                         (count > 1 ? "; nor do " + std::to_string(count - 1) + " more nodes behind it" : ""),
+                     {.about = &node, .subject = node.inputName(first->input)});
     }
 
     const CheckedDiagram& diagram;

@@ -17,13 +17,18 @@ bool runByCommonRule(Step& step) {
     return true;
 }
 
-// A class with a rule of its own, or of an application: it sees the slots as the sweep leaves them.
-bool runByOwnRule(Step& step) {
-    for (auto* slot : step.node->inputValues()) slot->checked = true;
-    for (auto* slot : step.node->connectedInputValues()) slot->checked = true;
+// A class of the library with another rule.
+bool runByDeclaredRule(Step& step) {
     if (!step.node->allInputsHaveValues() || !step.node->allInputsUpdated()) return false;
     step.node->process();
     return true;
+}
+
+// A class of which nothing is known: it sees the slots as the sweep leaves them.
+bool runByUnknownRule(Step& step) {
+    for (auto* slot : step.node->inputValues()) slot->checked = true;
+    for (auto* slot : step.node->connectedInputValues()) slot->checked = true;
+    return runByDeclaredRule(step);
 }
 
 }  // namespace
@@ -51,7 +56,8 @@ void FunctionNode::setTypeString() {
 }
 
 Step::Run FunctionNode::stepFunction() const {
-    return declared != nullptr && declared->readiness == Readiness::allInputs ? runByCommonRule : runByOwnRule;
+    if (declared == nullptr || declared->readiness == Readiness::own) return runByUnknownRule;
+    return declared->readiness == Readiness::allInputs ? runByCommonRule : runByDeclaredRule;
 }
 
 const Value& FunctionNode::value(std::size_t index) const {

@@ -11,7 +11,7 @@ namespace {
 // A class of the library that runs by the common rule.
 bool runByCommonRule(Step& step) {
     for (std::size_t i = 0; i < step.inputCount; ++i) {
-        if (!step.inputs[i]->hasNews() || !step.inputs[i]->given()->hasValue()) return false;
+        if (!step.inputs[i].hasNews() || !step.inputs[i].source->hasValue()) return false;
     }
     step.node->process();
     return true;

@@ -86,13 +86,19 @@ void FunctionNode::stopOnViolation() const {
     for (const auto* slot : inputValues()) {
         const Value* held = slot->payload();
         const auto wanted = payloadType(slot->valueClass());
-        // What is not of its slot's type stops where it is read.
-        if (held == nullptr || (wanted && held->type() != *wanted)) return;
-        values.at(count) = held;
+        // What is not of its slot's type stops where it is read, if it is.
+        const bool fits = held != nullptr && (!wanted || held->type() == *wanted);
+        values.at(count) = fits ? held : nullptr;
         types.at(count++) = slot->valueClass();
     }
+    const auto isDecidable = [&](const Demand& demand) {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (demand.inputs.contains(i) && values.at(i) == nullptr) return false;
+        }
+        return true;
+    };
     for (const auto& demand : declared->demands) {
-        if (!demand.isAskedEachStep) continue;
+        if (!demand.isAskedEachStep || !isDecidable(demand)) continue;
         if (const auto why = demand.violation({values.data(), count}, {types.data(), count})) stop(*why);
     }
 }

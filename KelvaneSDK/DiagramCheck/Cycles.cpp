@@ -1,6 +1,7 @@
 #include "KelvaneSDK/DiagramCheck/Cycles.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace KelvaneSDK {
 
@@ -10,12 +11,12 @@ constexpr std::uint32_t unseen = std::numeric_limits<std::uint32_t>::max();
 
 class CycleSearch {
 public:
-    CycleSearch(const Wiring& wires, NodeIndex nodeCount, const WireFilter& filter)
-        : wiring(wires),
+    CycleSearch(const CheckedDiagram& checked, const WireFilter& filter)
+        : diagram(checked),
           counts(filter),
-          order(nodeCount, unseen),
-          lowest(nodeCount),
-          group(nodeCount, unseen) {}
+          order(checked.size(), unseen),
+          lowest(checked.size()),
+          group(checked.size(), unseen) {}
 
     std::vector<Cycle> run() {
         for (NodeIndex root = 0; root < order.size(); ++root) {
@@ -35,9 +36,9 @@ private:
         enter(root);
         while (!calls.empty()) {
             Visit& visit = calls.back();
-            const auto leaving = wiring.wiresFrom(visit.node);
+            const auto leaving = diagram.wiresFrom(visit.node);
             if (visit.nextWire < leaving.size()) {
-                const Wire& wire = wiring.all()[leaving[visit.nextWire++]];
+                const Wire& wire = diagram.allWires()[leaving[visit.nextWire++]];
                 if (wire.lost || !counts(wire)) continue;
                 if (order[wire.to] == unseen) {
                     enter(wire.to);
@@ -77,8 +78,8 @@ private:
 
     template <class Visitor>
     void forEachWireInside(NodeIndex node, Visitor visitor) const {
-        for (const auto index : wiring.wiresFrom(node)) {
-            const Wire& wire = wiring.all()[index];
+        for (const auto index : diagram.wiresFrom(node)) {
+            const Wire& wire = diagram.allWires()[index];
             if (!wire.lost && group[wire.to] == groups && counts(wire)) visitor(wire);
         }
     }
@@ -111,7 +112,7 @@ private:
         return way;
     }
 
-    const Wiring& wiring;
+    const CheckedDiagram& diagram;
     const WireFilter& counts;
     std::vector<std::uint32_t> order, lowest, group;
     std::vector<Visit> calls;
@@ -123,8 +124,8 @@ private:
 
 }  // namespace
 
-std::vector<Cycle> findCycles(const Wiring& wiring, NodeIndex nodeCount, const WireFilter& counts) {
-    return CycleSearch(wiring, nodeCount, counts).run();
+std::vector<Cycle> findCycles(const CheckedDiagram& diagram, const WireFilter& counts) {
+    return CycleSearch(diagram, counts).run();
 }
 
 }  // namespace KelvaneSDK

@@ -3,7 +3,7 @@
 #include <functional>
 #include <vector>
 
-#include "KelvaneSDK/DiagramCheck/Wiring.h"
+#include "KelvaneSDK/DiagramCheck/CheckedDiagram.h"
 
 namespace KelvaneSDK {
 
@@ -18,7 +18,7 @@ struct Cycle {
     std::vector<Wire> path;
 };
 
-/// Every strongly connected group of nodes, once, without recursion.
-std::vector<Cycle> findCycles(const Wiring& wiring, NodeIndex nodeCount, const WireFilter& counts);
+/// Every strongly connected component with a wire in it, once, without recursion.
+std::vector<Cycle> findCycles(const CheckedDiagram& diagram, const WireFilter& counts);
 
 }  // namespace KelvaneSDK

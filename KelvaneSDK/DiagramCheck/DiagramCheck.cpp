@@ -3,10 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "KelvaneSDK/DiagramCheck/ConnectionChecks.h"
-#include "KelvaneSDK/DiagramCheck/OrderChecks.h"
-#include "KelvaneSDK/DiagramCheck/RecordChecks.h"
-#include "KelvaneSDK/DiagramCheck/Rehearsal.h"
+#include "KelvaneSDK/DiagramCheck/Checks.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
 #include "KelvaneSDK/MemoryGuard.h"
 
@@ -14,19 +11,26 @@ namespace KelvaneSDK {
 
 namespace {
 
-Finding undecodable(std::string_view text, const DecodeFailure& failure) {
+Finding findingOf(Code code) {
     Finding finding;
-    finding.code = "undecodable";
+    finding.code = rowOf(code).code;
+    finding.severity = rowOf(code).most;
+    return finding;
+}
+
+Finding undecodable(std::string_view text, const DecodeFailure& failure) {
+    Finding finding = findingOf(Code::undecodable);
     finding.pointer = failure.pointer;
     finding.message = failure.reason;
     std::size_t offset = 0;
-    // The decoder itself tells no place in a text that is not JSON.
+    // The decoder itself knows no place in a text that is not JSON.
     const auto fault = failure.pointer.empty() ? findJsonFault(text, maximumDocumentDepth) : std::nullopt;
     if (fault) {
-        if (fault->tooDeep) finding.code = "nested-too-deep";
+        if (fault->tooDeep) finding.code = rowOf(Code::nestedTooDeep).code;
         finding.message = fault->tooDeep ? fault->reason : "not JSON: " + fault->reason;
         offset = fault->offset;
     } else {
+        if (failure.reason.ends_with("is missing")) finding.hint = hintOfMissingKey(text, failure.pointer);
         offset = offsetsOf(std::span(&failure.pointer, 1), text).front();
     }
     const auto place = placesOf(std::span(&offset, 1), text).front();
@@ -37,9 +41,12 @@ Finding undecodable(std::string_view text, const DecodeFailure& failure) {
 
 // Sorts by the place in the text, which need not list its arrays in the record's order.
 std::vector<Finding> placed(std::vector<Finding> findings, std::string_view text) {
+    if (findings.empty()) return findings;
     std::vector<std::string> pointers;
     for (const auto& finding : findings) pointers.push_back(finding.pointer);
-    const auto offsets = offsetsOf(pointers, text);
+    auto offsets = offsetsOf(pointers, text);
+    // What is not listed comes last.
+    if (findings.back().code == rowOf(Code::moreFindings).code) offsets.back() = text.size();
     std::vector<std::size_t> order(findings.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::stable_sort(order.begin(), order.end(), [&](auto a, auto b) { return offsets[a] < offsets[b]; });
@@ -76,49 +83,24 @@ std::string pathText(std::string_view pointer) {
     return path;
 }
 
-// A value of a wrong type, or a constant that a function cannot work with, stops the program only when the
-// function runs and reads it, which may hang on other values, on the order of evaluation and on what else
-// feeds the input. Where all else is sound, the engine itself tells.
-void keepFatalOnlyIfCertain(std::vector<Finding>& findings, const DiagramInfo& info,
-                            const NodeRegistry& registry) {
-    const auto any = [&](auto isMeant) { return std::any_of(findings.begin(), findings.end(), isMeant); };
-    const auto isInDoubt = [](const Finding& f) {
-        return f.fatal &&
-               (f.code == "type-mismatch" || f.code == "constant-stops" || f.code == "constant-never-ends");
-    };
-    const auto isCertain = [&](const Finding& f) { return f.fatal && !isInDoubt(f); };
-    if (&registry != &NodeRegistry::library() || !any(isInDoubt) || any(isCertain)) return;
-    const auto mayNotEnd = [](const Finding& f) { return f.code == "constant-never-ends"; };
-    if (stopsInEveryRehearsal(info, any(mayNotEnd))) return;
-    for (auto& finding : findings) finding.fatal = false;
-}
-
-std::vector<Finding> findingsIn(const DiagramInfo& info, const NodeRegistry& registry) {
+// With the text, its keys are checked, too.
+std::vector<Finding> findingsIn(const DiagramInfo& info, const NodeRegistry& registry,
+                                std::optional<std::string_view> text) {
     FindingList findings;
-    NodeTable nodes(info, registry);
-    Wiring wiring(nodes);
-    checkNodes(info, registry, nodes, wiring, findings);
-    checkConnections(info, nodes, wiring, findings);
-    checkContainers(info, nodes, wiring, findings);
-    checkSubdiagrams(info, nodes, findings);
-    checkPositions(info, nodes, findings);
-    checkLabels(nodes, findings);
-
-    const Evaluation evaluation(nodes, wiring);
-    checkWires(nodes, wiring, evaluation, findings);
-    checkConstants(nodes, wiring, evaluation, findings);
-    const auto waitsForCycle = checkOrder(nodes, wiring, evaluation, findings);
-    checkUse(nodes, wiring, evaluation, waitsForCycle, findings);
-    auto inOrder = std::move(findings).inDocumentOrder();
-    keepFatalOnlyIfCertain(inOrder, info, registry);
-    return inOrder;
+    CheckedDiagram diagram(info);
+    checkNodes(diagram, registry, findings);
+    checkConnections(diagram, findings);
+    checkGroups(diagram, findings);
+    const WiringReading reading(diagram);
+    checkWires(diagram, registry, reading, findings);
+    checkRings(diagram, reading, findings);
+    if (text) checkKeys(*text, findings);
+    return std::move(findings).inDocumentOrder();
 }
 
 // Made before the work, since there may be no memory for it afterwards.
 std::vector<Finding> outOfMemoryFinding() {
-    std::vector<Finding> findings(1);
-    findings.front().code = "out-of-memory";
-    findings.front().fatal = true;
+    std::vector<Finding> findings{findingOf(Code::outOfMemory)};
     findings.front().message = outOfMemoryReason;
     return findings;
 }
@@ -130,7 +112,7 @@ std::vector<Finding> checkDiagram(std::string_view text, const NodeRegistry& reg
     DecodeFailure failure;
     const auto check = [&] {
         const auto data = DiagramData::decode(text, &failure);
-        return data ? placed(findingsIn(data->info, registry), text)
+        return data ? placed(findingsIn(data->info, registry, text), text)
                     : std::vector{undecodable(text, failure)};
     };
     auto findings = withinMemory(check);
@@ -139,15 +121,15 @@ std::vector<Finding> checkDiagram(std::string_view text, const NodeRegistry& reg
 
 std::vector<Finding> checkDiagram(const DiagramInfo& info, const NodeRegistry& registry) {
     auto outOfMemory = outOfMemoryFinding();
-    auto findings = withinMemory([&] { return findingsIn(info, registry); });
+    auto findings = withinMemory([&] { return findingsIn(info, registry, std::nullopt); });
     return findings ? std::move(*findings) : std::move(outOfMemory);
 }
 
 std::string findingText(const Finding& finding) {
     std::string text = finding.pointer.empty() ? "the document: " : pathText(finding.pointer) + ": ";
     if (finding.nodeId) {
-        text += "node " + std::to_string(*finding.nodeId) + " (" + quoted(finding.typeString);
-        if (finding.label != finding.typeString) text += ", " + quoted(finding.label);
+        text += "node " + std::to_string(*finding.nodeId) + " (\"" + finding.typeString + '"';
+        if (finding.label != finding.typeString) text += ", \"" + finding.label + '"';
         text += "): ";
     }
     text += finding.message;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,16 +15,20 @@ namespace KelvaneSDK {
 enum class Severity : std::uint8_t {
     warning,  ///< what the engine passes over in silence or with a WARNING line, and a careful author wants
               ///< to know
-    error,    ///< the engine would print an ERROR line, stop, never end, or lose a value
+    error,    ///< the document is no diagram, the engine would print an ERROR line, lose a value, stop on a
+              ///< value that comes, or perhaps never end
+    fatal,    ///< building the diagram would stop or never end, or its evaluation never ends, for certain
 };
 
-/// One thing that is wrong, or suspicious, in a diagram document.
+/// "warning", "error" or "fatal".
+std::string_view severityName(Severity severity);
+
+/// One thing that is wrong, or suspicious, in a diagram document. Long texts of the document stand in it
+/// without their end.
 struct Finding {
-    /// Stable and machine-readable: "connection-unknown-id".
+    /// Stable and machine-readable, one of findingCodes(): "connection-unknown-id".
     std::string code;
     Severity severity = Severity::error;
-    /// An error that would stop the program or never end, while building or for certain at evaluation.
-    bool fatal = false;
     /// The place as a JSON pointer (RFC 6901), "/connections/12"; empty for the document as a whole.
     std::string pointer;
     /// The place in the text, both from 1, the column in bytes; 0 when only the record was given.
@@ -35,17 +40,33 @@ struct Finding {
     std::string subject;
     /// One sentence, without the place: what was found and what was expected.
     std::string message;
-    /// What to do, where one remedy is certain: `did you mean "Moving averager"?`.
+    /// What to do, where one remedy is likely: `did you mean "Moving averager"?`.
     std::string hint;
 
     friend bool operator==(const Finding&, const Finding&) = default;
 };
 
-/// Everything that is wrong or suspicious in a document, in document order, without touching an engine. A
-/// document without fatal findings builds, and evaluates without a stop or hang that the document alone
-/// causes; a value of a wrong type that its receiver reads only in some cases is an error, but not fatal.
-/// Memory that runs out gives the one fatal finding "out-of-memory"; std::bad_alloc is thrown only when there
-/// is none even for that. Pure: any thread, prints nothing, never stops the program.
+/// A kind of finding; static texts.
+struct FindingCode {
+    std::string_view code;
+    /// The mildest and the gravest that such a finding can be.
+    Severity least, most;
+    /// What it means, and what to do about it, in one sentence each.
+    std::string_view meaning, remedy;
+};
+
+/// Every kind of finding, in the order of a document.
+std::span<const FindingCode> findingCodes();
+
+/// A check lists so many findings at most, the gravest of them; the last one then says how many more there
+/// are.
+inline constexpr std::size_t mostFindings = 1000;
+
+/// Everything that is wrong or suspicious in a document, in document order, without an engine. A document
+/// without errors can be built, its evaluation ends in every batch, and stops on nothing but values; what only
+/// values decide is no finding. The nodes are made and connected, but no function is evaluated and no clock
+/// is read. Memory that runs out gives the one fatal finding "out-of-memory"; std::bad_alloc is thrown only
+/// when there is none even for that. Any thread; prints nothing, never stops the program.
 std::vector<Finding> checkDiagram(std::string_view text,
                                   const NodeRegistry& registry = NodeRegistry::library());
 

@@ -1,53 +1,54 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <array>
+#include <deque>
+#include <map>
 
-#include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
+#include "KelvaneSDK/DiagramCheck/FindingCodes.h"
 
 namespace KelvaneSDK {
 
 struct CheckedNode;
 
-/// The arrays of a document in the order of its record.
-enum class Section : std::uint8_t { nodes, properties, connections, positions, containers, subdiagrams };
+/// The document as a whole, and its arrays in the order of its record.
+enum class Section : std::uint8_t { document, nodes, properties, connections, positions, containers, subdiagrams };
 
-/// Collects findings in any order and hands them out in document order.
+/// A record of a document, or with `below` a place in it, as a pointer.
+struct Place {
+    Section section;
+    std::size_t index;
+    std::string below = {};
+
+    std::string pointer() const;
+};
+
+/// Collects findings in any order and hands them out in document order. Keeps no more than it hands out of
+/// each severity, and counts the rest.
 class FindingList {
 public:
     /// A finding that is being written.
     class Draft {
     public:
-        Draft(FindingList& owner, std::size_t position) : list(owner), index(position) {}
+        explicit Draft(Finding& target) : finding(target) {}
 
         Draft& about(const CheckedNode& node);
         Draft& subject(std::string_view text);
         Draft& hint(std::string text);
         /// Suggests a name, unless it is empty.
         Draft& didYouMean(std::string_view name);
-        /// The engine stops or never ends here, if it comes so far.
-        Draft& fatal(bool certain = true);
-        Draft& below(std::string_view pointer);
 
     private:
-        Finding& finding() { return list.items[index].finding; }
-
-        FindingList& list;
-        std::size_t index;
+        Finding& finding;
     };
 
-    Draft error(std::string_view code, Section section, std::size_t index, std::string message) {
-        return add(code, Severity::error, section, index, std::move(message));
+    /// A finding of the gravest severity that its code can have.
+    Draft add(Code code, const Place& place, std::string message) {
+        return add(code, rowOf(code).most, place, std::move(message));
     }
-    Draft warning(std::string_view code, Section section, std::size_t index, std::string message) {
-        return add(code, Severity::warning, section, index, std::move(message));
-    }
+    Draft add(Code code, Severity severity, const Place& place, std::string message);
 
-    /// From here on the engine has given up building, so that nothing that follows can stop it.
+    /// From here on the engine has given up building: nothing that follows is fatal.
     void engineEndsHere() { ended = true; }
-    bool engineHasEnded() const { return ended; }
 
     std::vector<Finding> inDocumentOrder() &&;
 
@@ -58,14 +59,18 @@ private:
         Finding finding;
     };
 
-    Draft add(std::string_view code, Severity severity, Section section, std::size_t index,
-              std::string message);
-
-    std::vector<Item> items;
+    std::deque<Item> items;
+    std::array<std::size_t, 3> kept{};
+    // What is not listed, by code.
+    std::map<std::string, std::size_t> more;
+    Severity gravestOfMore = Severity::warning;
+    Finding unkept;
     bool ended = false;
 };
 
-/// A name in double quotes.
-std::string quoted(std::string_view name);
+/// A text of the document as findings hold it, without its end when it is long.
+std::string shortened(std::string_view text);
+/// The same in double quotes.
+std::string quoted(std::string_view text);
 
 }  // namespace KelvaneSDK

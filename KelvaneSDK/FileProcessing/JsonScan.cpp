@@ -31,11 +31,14 @@ public:
                     return fault;
                 }
                 if (c == ',') {
-                    ++at;
+                    comma = at++;
                     wanted = open.back() == '{' ? Wanted::name : Wanted::value;
                 } else if (!close(c)) {
                     fail(open.back() == '{' ? "\",\" or \"}\" was expected" : "\",\" or \"]\" was expected");
                 }
+            } else if ((wanted == Wanted::name && c == '}') || (wanted == Wanted::value && c == ']' && isInList())) {
+                at = comma;
+                fail(std::string("a comma stands before \"") + c + "\"; remove the comma");
             } else if (wanted == Wanted::name || wanted == Wanted::nameOrEnd) {
                 if (wanted == Wanted::nameOrEnd && close(c)) {
                     wanted = Wanted::separator;
@@ -66,6 +69,8 @@ public:
 private:
     char next() const { return at < text.size() ? text[at] : '\0'; }
     void skipSpace() { at = std::min(text.find_first_not_of(" \t\r\n", at), text.size()); }
+
+    bool isInList() const { return !open.empty() && open.back() == '['; }
 
     void fail(std::string reason) {
         if (!fault)
@@ -196,6 +201,8 @@ private:
     std::size_t maximumDepth;
     JsonVisitor& visitor;
     std::size_t at = 0;
+    // Where the last comma between values stands.
+    std::size_t comma = 0;
     std::vector<char> open;
     std::optional<JsonFault> fault;
 };

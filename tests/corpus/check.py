@@ -37,10 +37,6 @@ def run(case, *arguments, input=None):
     return outcome.returncode, output, messages
 
 
-def severity(found):
-    return "fatal" if found["fatal"] else found["severity"]
-
-
 def meets(found, expected):
     names = [found.get(key) for key in ("nodeId", "label", "subject", "typeString")]
     message = found["message"] + found.get("hint", "")
@@ -49,7 +45,7 @@ def meets(found, expected):
         if word is None:
             return "hint" not in found
         return word in names or isinstance(word, str) and any(part in names or part in message for part in word.split("|"))
-    return ((severity(found), found["code"]) == (expected.severity, expected.code) and found["pointer"] in expected.pointers
+    return ((found["severity"], found["code"]) == (expected.severity, expected.code) and found["pointer"] in expected.pointers
             and all(map(tells, expected.culprit)))
 
 
@@ -75,25 +71,28 @@ def checkFindings(case, findings):
     for expected in case.findings:
         found = next((found for found in rest if meets(found, expected)), None)
         if found is None:
-            return fail(case, *expected, "is not told, but", [(severity(f), f["code"], f["pointer"], f["message"][:200]) for f in rest])
+            return fail(case, *expected, "is not told, but", [(f["severity"], f["code"], f["pointer"], f["message"][:200]) for f in rest])
         rest.remove(found)
+    if case.name.startswith("many: findings"):
+        rest = []
     for found in rest:
-        if found["severity"] == "error" or case.name.startswith("sound"):
-            fail(case, severity(found), found["code"], found["pointer"], "is told:", found["message"])
+        if found["severity"] != "warning" or case.name.startswith(("sound", "alone")):
+            fail(case, found["severity"], found["code"], found["pointer"], "is told:", found["message"])
     places = [(found["line"], found["column"]) for found in findings]
     if places != sorted(places):
         fail(case, "the findings are not in the order of the text")
     if len(case.text) < 10**5:
         for found in findings:
-            checkPlace(case, found)
+            if found["code"] != "more-findings":
+                checkPlace(case, found)
 
 
 def checkRun(case, path, findings):
     status, _, told = run(case, "run", path, "--max-elements", 100000, input=case.recording)
-    errors = [found for found in findings if found["severity"] == "error"]
+    errors = [found for found in findings if found["severity"] != "warning"]
     if status != (1 if errors or case.stops else 0) or case.stops not in told:
         fail(case, "run ends with", status, told)
-    if any(found["fatal"] or found["code"] in UNBUILDABLE for found in errors) != bool(re.search("cannot be (evaluated|built)", told)):
+    if any(found["severity"] == "fatal" or found["code"] in UNBUILDABLE for found in errors) != bool(re.search("cannot be (evaluated|built)", told)):
         fail(case, "run takes or refuses the document:", told)
     for found in errors:
         words = re.findall(r"[\w ]+", found["message"], re.ASCII)
@@ -144,7 +143,7 @@ def main():
         diagram.write_bytes(documents.diagram("<Float|x").text())
         for options in RECORDING_MODES:
             list(pool.map(lambda row: checkRecording(row[1], diagram, folder / f"{row[0]}.jsonl", options), enumerate(recordings.cases)))
-    counts = [sum(not case.name.startswith("sound") for case in kind) for kind in (documents.cases, recordings.cases)]
+    counts = [sum(not case.name.startswith(("sound", "alone")) for case in kind) for kind in (documents.cases, recordings.cases)]
     print(*sorted(failures), "{} documents, {} recordings, {} failures".format(*counts, len(failures)), sep="\n")
     sys.exit(bool(failures) or counts[0] < 300 or counts[1] < 100)
 

@@ -7,7 +7,7 @@ from typing import NamedTuple
 
 
 class Finding(NamedTuple):
-    severity: str  # "fatal", too
+    severity: str
     code: str
     pointers: tuple  # one of them
     culprit: tuple  # a node's id, words (a label, type or subject as a whole, or a part of the message), None: without a hint
@@ -164,7 +164,7 @@ for name, marked, *words in [
         ("a number at the top", b"\n @-1", "object", "a number"), ("null at the top", b"@null", "object", "null")]:
     text(name, marked, *words)
 for marked, word in [
-        (b"@nodes: []\n", "value"), (b'{"nodes": [1,\n @]}', "value"), (b'{"nodes": [],\n@}', "name"), (b'{"nodes": []\n @"properties": []}', ","),
+        (b"@nodes: []\n", "value"), (b'{"nodes": [1@,\n ]}', 'comma stands before "]"; remove'), (b'{"nodes": []@,\n}', 'comma stands before "}"; remove'), (b'{"nodes": []\n @"properties": []}', ","),
         (b'{"nodes": [{} @{}]}', ","), (b'{"nodes": [1,@,2]}', "value"), (b'{@,"nodes": []}', "name"), (b'{"nodes" @[]}', ":"),
         (b'{"nodes":@: []}', "value"), (b"{@: []}", "name"), (b'{"nodes": @}', "value"), (b"{@'nodes': []}", "name"), (b"{@nodes: []}", "name"),
         (b"{@1: []}", "name"), (b"{@// nodes\n}", "name"), (b"{} @/* end */", "follows"), (b"{}\n@{}", "follows"), (b"{}@}", "follows"),
@@ -203,6 +203,10 @@ others = itertools.cycle([True, 7, "7", {}, [], 1.5])
 for turn, (pointer, kind, isRequired) in enumerate(keys):
     if isRequired:
         case(f"shape: no {pointer}", full().put(pointer, None if turn % 3 == 0 else ...), error("undecodable", pointer, kind, "missing|null"))
+        if turn % 3:
+            *parent, key = pointer.split("/")
+            misspelt = full().put("/".join([*parent, key + "s"]), []).put(pointer, ...)
+            case(f"shape: {key}s for {pointer}", misspelt, error("undecodable", pointer, *([f'"{key}s" stands there'] if len(key) > 3 else [])))
     value = next(value for value in others if not isinstance(value, kinds[kind]) or value is True)
     case(f"shape: {json.dumps(value)} in {pointer}", full().put(pointer, value), error("undecodable", pointer, kind))
 for pointer, value, word, *inner in [
@@ -230,7 +234,7 @@ for node, name, hint in [
         ("<", "Float Array", "Float array"), ("<", "Generic value", ""), ("<", "Array", ""), (">", "Integers", "Integer"), (">", "Quaternion", ""),
         (">", "*", ""), ("=", "Boolen", "Boolean"), ("=", "Vectorarray", "Vector array"), ("=", "String array ", "String array"), ("=", "[f]", "")]:
     case(f"type: {node}{name[:20]}", diagram(f"<Float; {node}Absolute; >Float", "1-3").put("/nodes/1/typeString", name),
-         error("unknown-type", "n1", 2, "typeString", name, meant(hint)))
+         error("unknown-type", "n1", 2, "typeString", name[:57], meant(hint)))
 for function, name, hint in [
         ("Pass-through", "float", "Float"), ("Negate", "Generic value", ""), ("Get element", "Float arrays", "Float array"), ("Max", "Any", ""),
         ("Order", "[f]", ""), ("Add", "Vectors", "Vector"), ("Buffer", "\x1b[31mFloat", "")]:
@@ -244,6 +248,14 @@ group("type",
       ("two unknown ones", diagram("<Flaot; Sinus; >Float", "1-2 2-3"), error("unknown-type", "n0", 1), error("unknown-type", "n1", 2)),
       ("nothing stops behind it", diagram("Sinus", "1-9"), error("unknown-type", "n0"), error("connection-unknown-id", "c0", "9")))
 
+group("key",
+      ("outputtype", chain().put("/nodes/1/outputType", ...).put("/nodes/1/outputtype", "Float"), warning("unknown-key", "n1", "outputtype", meant("outputType"))),
+      ("subdiagramms", chain().put("/subdiagramms", []), warning("unknown-key", "", "subdiagramms", meant("subdiagrams"))),
+      ("colour, deep inside", full().put("/containers/0/containers/0/colour", "red").put("/containers/0/containers/0/color", ...),
+       warning("unknown-key", "b0/containers/0", "colour", meant("color"))),
+      ("position", Document().put("/position", []).put("/positions", ...), error("undecodable", "/positions", "missing", '"position" stands there')),
+      ("no positions", Document().put("/positions", ...), error("undecodable", "/positions", "missing", 'add "positions": []')))
+
 # Ids and connections.
 largest = 2**63 - 1
 group("id",
@@ -251,8 +263,8 @@ group("id",
       ("of three", diagram("Sine; Sine; Sine").put("/nodes/1/id", 1).put("/nodes/2/id", 1), *(error("duplicate-id", f"n{i}", 1) for i in (1, 2))),
       ("of a stream and an output", diagram("<Float; >Float").put("/nodes/1/id", 1), error("duplicate-id", "n0 or n1", 1)),
       ("1 and 1.0", diagram("<Float; Absolute").put("/nodes/1/id", "=1.0"), error("duplicate-id", "n0 or n1", 1)),
-      ("the largest twice", diagram("Sine; Sine").put("/nodes/0/id", largest).put("/nodes/1/id", largest), error("id-leaves-no-room", "n0", largest),
-       error("duplicate-id", "n1", largest), error("id-leaves-no-room", "n1", largest)))
+      ("the largest twice", diagram("Sine; Sine").put("/nodes/0/id", largest).put("/nodes/1/id", largest), warning("id-leaves-no-room", "n0", largest),
+       error("duplicate-id", "n1", largest), warning("id-leaves-no-room", "n1", largest)))
 for source, target, ends in [
         (7, 2, "output"), (1, 7, "input"), (7, 8, "output input"), (0, 2, "output"), (-1, 2, "output"), (-2**63, 2, "output"), (1, largest, "input"),
         (2**32 + 1, 2, "output"), (3, 4, "input")]:
@@ -299,12 +311,16 @@ for function, index, kind in [
 thousand = range(1, 1001)
 group("cycle",
       ("a thousand nodes", diagram("; ".join(["Sine"] * 1000), " ".join(f"{i}-{i % 1000 + 1}" for i in thousand)),
-       fatal("cycle", " or ".join(f"c{i - 1}" for i in thousand), *(f"node {i} (" for i in thousand))),
+       fatal("cycle", "c999", *(f"node {i} (" for i in range(1, 13)), "988 more nodes")),
       ("labels", diagram("Sine|up; Sine|down", "1-2 2-1"), fatal("cycle", "c0 or c1", 'node 1 ("Sine", "up")', 'node 2 ("Sine", "down")')),
       ("entered from outside", chain().wire("2-2"), fatal("endless-cycle", "c2", 2, "node 2")),
       ("two entered from outside", diagram("<Float; Sine; Sine; >Float", "1-2 2-3 3-2 3-4"), fatal("endless-cycle", "c1 or c2", "node 2", "node 3")),
-      ("comes to rest", diagram("<Float; Add; >Float; =Float|1", "1-2 2-3 4-2.1 2-2"), warning("resting-cycle", "c3", 2, "node 2")),
-      ("may not come to rest", chain(function="Derivative").wire("2-2"), warning("restless-cycle", "c2", 2, "node 2")))
+      ("comes to rest", diagram("<Float; Add; >Float; =Float|1", "1-2 2-3 4-2.1 2-2"), warning("ring", "c3", 2, "node 2")),
+      ("may not come to rest", chain(function="Derivative").wire("2-2"), error("ring-may-not-end", "c2", 2, "node 2")),
+      *((f"{name} once announced as at rest", diagram(f"<Float; <Sequence; {name}; Sequence values; Average", "1-3 1-3.1 2-3.2 3-3.2 3-4 4-5 5-3 5-3.1"),
+         fatal("endless-cycle", "c3 or c4 or c5 or c6 or c7", "node 3")) for name in ("Cap values", "Select interval")),
+      ("Intersections in a ring", diagram("<Float; <Sequence; Intersections; Average; Convert to sequence", "1-3 2-3.1 3-4 4-3 3-5 3-5.1 5-3.1"),
+       error("ring-may-not-end", "c3 or c4 or c5 or c6", "node 3")))
 
 # Each function with a value that one of its inputs does not take.
 codes = {"f": "Float", "i": "Integer", "b": "Boolean", "v": "Vector", "q": "Orientation", "s": "Sequence", "$": "String", "F": "Float array",
@@ -327,31 +343,37 @@ for turn, (function, inputs) in enumerate(signatures.items()):
     index = [i for i, code in enumerate(inputs) if code in mistaken][turn % sum(code in mistaken for code in inputs)]
     found = mistaken[inputs[index]][turn % len(mistaken[inputs[index]])]
     streams = ["<" + codes[found if i == index else code] for i, code in enumerate(inputs)]
-    # Input 4 of the spline is not read where all times are equal.
-    severity = error if (function, index) == ("Quaternion spline", 4) else fatal
     case(f"type: {codes[found]} into {function}", diagram("; ".join([function, *streams]), " ".join(f"{i + 2}-1.{i}" for i in range(len(inputs)))),
-         severity("type-mismatch", f"c{index}", 1, f"input {index}", f'"{codes[inputs[index]]}"', f'"{codes[found]}"', f"node {index + 2} "))
+         error("type-mismatch", f"c{index}", 1, f"input {index}", f'"{codes[inputs[index]]}"', f'"{codes[found]}"', f"node {index + 2} "))
 for kind, found in zip("fivbqs$FIBVQTS", "ivbqs$FIBVQTSf"):
     case(f"type: {codes[found]} into an output of {codes[kind]}", diagram(f"<{codes[found]}; >{codes[kind]}", "1-2"),
          error("type-mismatch", "c0", 2, "input 0", f'"{codes[kind]}"', f'"{codes[found]}"'))
 for name, nodes, wires, severity, place, *culprit in [
-        ("sum of two types", "<Float; <Integer; Add; >Float", "1-3 2-3.1 3-4", fatal, "c1", 3, "input 1", '"Integer"'),
-        ("quotient of number and text", "<Float; <String; Divide", "1-3 2-3.1", fatal, "c1", 3, '"String"'),
-        ("larger one of two types", "<Float; <Integer; Max", "1-3 2-3.1", fatal, "c1", 3, "Max"),
+        ("sum of two types", "<Float; <Integer; Add; >Float", "1-3 2-3.1 3-4", error, "c1", 3, "input 1", '"Integer"'),
+        ("quotient of number and text", "<Float; <String; Divide", "1-3 2-3.1", error, "c1", 3, '"String"'),
+        ("larger one of two types", "<Float; <Integer; Max", "1-3 2-3.1", error, "c1", 3, "Max"),
         ("equality of two types", "<Float; <Vector; Equal; >Boolean", "1-3 2-3.1 3-4", error, "c1", 3, '"Vector"'),
-        ("list compared with number", "<Float array; <Float; Max", "1-3 2-3.1", fatal, "c0", 3, '"Float array"'),
-        ("number sorted", "=Boolean|true; <Float; Order; >Float array", "1-3 2-3.1 3-4", fatal, "c1", 3, '"Float"'),
-        ("number inserted into texts", "=Integer|0; <Float; <String array; Insert into array", "1-4 3-4.2 2-4.1", fatal, "c2", 4, "input 1"),
-        ("lists of two types combined", "=Integer|0; <Float array; <Vector array; Combine arrays", "1-4 2-4.1 3-4.2", fatal, "c2", 4, "input 2"),
-        ("fixed by another connection", "<Integer; Negate; Absolute; >Float", "2-3 1-2 3-4", fatal, "c1", 2, '"Integer"', '"Float"'),
-        ("against its outputType", "<Integer; Negate@Float; >Float", "1-2 2-3", fatal, "c0", 2, '"Float"'),
+        ("list compared with number", "<Float array; <Float; Max", "1-3 2-3.1", error, "c0", 3, '"Float array"'),
+        ("number sorted", "=Boolean|true; <Float; Order; >Float array", "1-3 2-3.1 3-4", error, "c1", 3, '"Float"'),
+        ("number inserted into texts", "=Integer|0; <Float; <String array; Insert into array", "1-4 3-4.2 2-4.1", error, "c2", 4, "input 1"),
+        ("lists of two types combined", "=Integer|0; <Float array; <Vector array; Combine arrays", "1-4 2-4.1 3-4.2", error, "c2", 4, "input 2"),
+        ("fixed by another connection", "<Integer; Negate; Absolute; >Float", "2-3 1-2 3-4", error, "c1", 2, '"Integer"', '"Float"'),
+        ("against its outputType", "<Integer; Negate@Float; >Float", "1-2 2-3", error, "c0", 2, '"Float"'),
         ("forwarded to an output", "<Integer; Pass-through@Float; >Float", "1-2 2-3", error, "c1", 3, '"Integer"'),
-        ("forwarded to a function", "<Integer; Pass-through@Float; Gate; =Boolean|true; Sine", "1-2 2-3.1 4-3 3-5", fatal, "c3", 5, '"Integer"'),
+        ("forwarded to a function", "<Integer; Pass-through@Float; Gate; =Boolean|true; Sine", "1-2 2-3.1 4-3 3-5", error, "c3", 5, '"Integer"'),
         ("one branch of a switch", "<Boolean; <Float; <Integer; Switch; >Float", "1-4 2-4.1 3-4.2 4-5", error, "c3", 5, '"Integer"'),
         ("fits in the end", "<Integer; Pass-through@Float; >Integer", "1-2 2-3", warning, "c0", 2),
         ("where nothing runs", "<Integer; Make vector; >Vector", "1-2 2-3", error, "c0", 2),
-        ("a selector is read before anything runs", "<Float; Switch; >Float", "1-2 1-2.1 2-3", fatal, "c0", 2, "input 0")]:
+        ("a selector is read before anything runs", "<Float; Switch; >Float", "1-2 1-2.1 2-3", error, "c0", 2, "input 0")]:
     case("type: " + name, diagram(nodes, wires), severity("type-mismatch", place, *culprit))
+for name, nodes, wires, *expected in [
+        ("behind a gate that opens below 50", "<Float; =Float|50; Smaller; <Integer; Gate; Sine; >Float", "1-3 2-3.1 3-5 4-5.1 5-6 6-7",
+         error("type-mismatch", "c4", 6, '"Integer"', 'put a node "Float"')),
+        ("behind a gate that opens to a text", "<String; =String|text; Equal; <Integer; Gate; Sine; >Float", "1-3 2-3.1 3-5 4-5.1 5-6 6-7",
+         error("type-mismatch", "c4", 6, '"Integer"')),
+        ("Float into Integer", "<Float; Float; >Float", "1-2 2-3", error("type-mismatch", "c0", 2, 'put a node "Integer"')),
+        ("Vector into Float", "<Vector; Sine; >Float", "1-2 2-3", error("type-mismatch", "c0", 2, None))]:
+    case("type: " + name, diagram(nodes, wires), *expected)
 for name, nodes, wires, severity, place, *culprit in [
         ("booleans added", "<Boolean; Add; >Boolean", "1-2 1-2.1 2-3", warning, "n1", 2, '"Boolean"'),
         ("text negated", "<String; Negate; >String", "1-2 2-3", warning, "n1", 2, "Negate", '"String"'),
@@ -376,6 +398,15 @@ group("use",
       ("open for ever", diagram("Negate"), warning("type-unresolved", "n0", 1), warning("input-unconnected", "n0", 1, "input 0")),
       ("two outputs of one label", diagram("<Float; >Float|y; >Float|y", "1-2 1-3"), warning("duplicate-label", "n2", 3, '"y"', "node 2")),
       ("a stream and an output of one label", diagram("<Float|a; >Integer|a"), warning("label-types-differ", "n0", 1, '"a"', "Integer")))
+alone = diagram("<Float; <Float; Power; Moving avrager; Add; Negate; Sine; >Float", "1-3 2-3.1 3-4 4-5 1-5.1 5-6 6-7 7-8")
+group("alone",
+      ("an unknown function and what follows from it", alone, error("unknown-type", "n3", meant("Moving averager"))),
+      ("an unknown class", chain().put("/nodes/0/classString", "Input Stream"), error("unknown-class", "n0", meant("Input stream"))),
+      ("an unknown id", chain().put("/connections/0/outputNodeId", 7), fatal("connection-unknown-id", "c0")),
+      ("a second node of an id", chain().put("/nodes/2/id", 2), error("duplicate-id", "n2"), warning("property-unknown-id", "p1"),
+       fatal("connection-unknown-id", "c1", "3")),
+      ("a missing input, with a thousand nodes behind it", diagram("; ".join(["Sine"] * 1000 + [">Float"]), " ".join(f"{i}-{i + 1}" for i in thousand)),
+       warning("input-unconnected", "n0", 1), warning("never-runs", "n1", 2, "nor do 999 more nodes")))
 case("use: two streams of one label", diagram("<Float|a; <Vector|a"), warning("label-types-differ", "n1", 2, '"Float"'), stops="wrong type")
 
 # Properties, positions and labels.
@@ -394,7 +425,11 @@ for node, name, value, hint in [("<Float", "Forwarding", "TRUE", "true"), ("<Flo
     case(f"property: {name} {value}", diagram(node).set(1, name, value), warning("boolean-text", "p1", 1, name, f'"{value}"', meant(hint)))
 for color, hint in [("Blue", "blue"), ("grey", "gray"), ("", ""), ("#ff0000", "")]:
     case(f"property: colour {color}", chain().set(2, "Color", color), warning("unknown-color", "p2", 2, f'"{color}"', meant(hint)))
+for text, read, hint in [("60,5", "60.0", "60.5"), ("1,2,3", "1.0", ""), ("(7),", "7.0", "")]:
+    case(f"property: {text} as Float", diagram("=Float; >Float", "1-2").set(1, "OutputValue", text), warning("value-cut", "p1", 1, f"read as {read}", meant(hint)))
 group("property",
+      ("none for a constant", diagram("=Float; >Float", "1-2"), warning("constant-without-value", "n0", 1, "0.0")),
+      ("none for a list", diagram("=Vector array; >Vector array", "1-2"), warning("constant-without-value", "n0", 1, "[]")),
       ("value of a function's output", chain().set(2, "OutputValue", "x"), error("value-unparsable", "p2", 2, '"x"', '"Float"')),
       ("two values, the first of them wrong", diagram("=Float|x").set(1, "OutputValue", "1"), error("value-unparsable", "p0", 1, '"x"')),
       ("a very long value", diagram("=Float").set(1, "OutputValue", "9" * 10**6 + "x"), error("value-unparsable", "p0", 1)),
@@ -406,7 +441,7 @@ group("property",
 for name, label in {"escape sequence": "\x1b]0;title\a\x1b[31m", "line breaks": "a\nERR\r\n", "NUL, DEL": "a\0b\x7f", "C1 controls": "a\x85\x9bb",
                     "right to left": "\u202ecba\u2066", "line separators": "a\u2028b\u2029", "quotes": 'a"\\"b', "empty": "",
                     "unassigned": "\U0010ffff\uffff", "a megabyte": "é" * 500000, "emoji": "🙂" * 400}.items():
-    case(f"label: {name}", chain("Integer").set(2, "Description", label), fatal("type-mismatch", "c0", 2, label, '"Integer"'))
+    case(f"label: {name}", chain("Integer").set(2, "Description", label), error("type-mismatch", "c0", 2, label if len(label) < 60 else label[:56 // len(label[0].encode())] + "...", '"Integer"', 'put a node "Float"'))
 
 # Containers and subdiagrams.
 def outer(*inner, node=1):
@@ -431,16 +466,10 @@ group("subdiagram",
       ("a node in none", chain().part(1, 3).box(2), error("node-in-no-subdiagram", "n1", 2, "Absolute")),
       ("nodes in none", chain().part(), *(error("node-in-no-subdiagram", f"n{i}", i + 1) for i in range(3))))
 
-# Constants that must stop an evaluation, or keep it from ending. The nodes feed the last one in order, unless wires are given.
+# Constants with which a function stops, or never ends. The nodes feed the last one in order, unless wires are given.
 for name, nodes, slot, *wires in [
         ("division by zero", "<Integer; =Integer|0; Divide", 1), ("division by a zero that nobody set", "<Integer; =Integer; Divide", 1),
-        ("division by a computed zero", "<Integer; =Float|0.5; Integer; Divide", 1, "1-4 2-3 3-4.1"),
-        ("smallest integer by -1", f"=Integer|{-2**63}; =Integer|-1; Divide", ""), ("overflow in Add", f"=Integer|{largest}; =Integer|1; Add", ""),
-        ("overflow in Subtract", f"=Integer|{-2**63}; =Integer|1; Subtract", ""),
-        ("overflow in Multiply", f"=Integer|{largest}; =Integer|2; Multiply", ""), ("overflow in Negate", f"=Integer|{-2**63}; Negate", 0),
         ("overflow in Integer", "=Float|1e19; Integer", 0), ("overflow in Scale", "=Float|1e19; <Integer; Scale", 0),
-        ("overflow of what is scaled", f"=Float|4; =Integer|{2**62}; Scale", ""),
-        ("overflow in a list", f"=Float|2; =Integer array|{2**62}; Scale", ""), ("overflow in a sum", f"=Integer array|{largest},1; Array sum", 0),
         ("buffer length", "=Integer|-2; <Float; Buffer", 0), ("delay of nothing", "=Float|0; <Float; Delay", 0),
         ("negative delay", "=Float|-1; <Float; Delay", 0), ("sequencer of nothing", "=Float|0; <Float; Sequencer", 0),
         ("length of a list", "=Integer|-1; <Float; Create array", 0), ("width of an average", "=Integer|-1; <Sequence; Centered moving average", 0),
@@ -451,31 +480,43 @@ for name, nodes, slot, *wires in [
         ("index of what is combined", "=Integer|-1; <Float array; <Float array; Combine arrays", 0),
         ("index beyond what is combined", "=Integer|1; =Float array|1; =Float array; Combine arrays", ""),
         ("trimmed below 0", "=Integer|-5; =Integer|-1; <Float array; Trim", ""), ("trimmed off", "=Integer|1; =Integer|2; =Float array|1; Trim", ""),
+        ("places beyond the list", "=Integer|3; =Integer|5; =Float array|1,2; Trim", ""), ("nothing to remove", "=Integer|0; =Float array; Remove from array", ""),
+        ("behind a gate", "<Float; =Float|1000; Smaller; <Integer; Gate; =Integer|0; Divide", 1, "1-3 2-3.1 3-5 4-5.1 5-7 6-7.1"),
         ("nothing trimmed", "=Integer|0; =Integer|1; =Float array; Trim", ""), ("nothing searched", "=Float|1; =Float array; Search array", 1),
         *((f"{name} of nothing", f"=Sequence; {name}", 0) for name in ("Start time", "End time", "Duration", "Normalize", "Sequence rectifier")),
         ("derivative of nothing", "=Sequence; Time derivative", 0), ("integral of one sample", "=Sequence|0,1; Time integral", 0),
         ("nothing resampled", "=Float|1; =Sequence; Resample", 1), ("time scaled of nothing", "=Float|0; =Float|1; =Sequence; Scale time", 2),
         ("values of nothing", "=Float array|0; =Sequence; Get interpolated values", 1), ("a step of zero", "=Float|0; <Sequence; Resample", 0),
         ("a step below 0", "=Float|-0.1; <Sequence; Resample", 0),
-        ("a step computed", "=Float|0.5; Negate; <Sequence; Resample", 0, "1-2 2-4 3-4.1"),
         ("a step that time swallows", "=Float|1; =Sequence|1e300,0,2e300,0; Resample", "")]:
     last = nodes.count(";") + 1
     case("constant: " + name, diagram(nodes, *wires or [" ".join(f"{i}-{last}.{i - 1}" for i in range(1, last))]),
-         fatal("constant-never-ends" if name.startswith("a step") else "constant-stops", f"n{last - 1}", last, f"input {slot}"))
+         error("constant-stops", f"n{last - 1}", last, f"input {slot}"))
 
 # What only a run can show, which ends by itself.
-for nodes, stops in [
+for nodes, stops, *wires in [
         ("=Float|1e-9; <Sequence; Resample", "beyond the limit"), ("=Float|1e-300; <Sequence; Resample", "beyond the limit"),
         ("=Float|1e-9; =Sequence|0,0,9,9; Resample", "beyond the limit"),
-        (f"=Integer|{largest}; <Integer; Add", "overflow"), ("=Integer|9; <Float; <Float array; Insert into array", "9")]:
-    case("run: " + nodes, diagram(nodes, "1-3 2-3.1" if nodes.count(";") == 2 else "1-4 2-4.1 3-4.2"), stops=stops)
+        (f"=Integer|{largest}; <Integer; Add", "overflow"), ("=Integer|9; <Float; <Float array; Insert into array", "9"),
+        (f"=Integer|{-2**63}; =Integer|-1; Divide", "overflow"), (f"=Integer|{-2**63}; =Integer|1; Subtract", "overflow"),
+        (f"=Integer|{largest}; =Integer|2; Multiply", "overflow"), (f"=Integer|{-2**63}; Negate", "overflow"),
+        (f"=Float|4; =Integer|{2**62}; Scale", "overflow"), (f"=Float|2; =Integer array|{2**62}; Scale", "overflow"),
+        (f"=Integer array|{largest},1; Array sum", "overflow"), ("=Float|0.5; Integer; <Integer; Divide", "zero", "1-2 3-4 2-4.1")]:
+    last = nodes.count(";") + 1
+    case("run: " + nodes, diagram(nodes, *wires or [" ".join(f"{i}-{last}.{i - 1}" for i in range(1, last))]), stops=stops)
 
 # Several at once.
 mixed = diagram("<Float; Integer; =Boolean|maybe; Equal; >Float", "1-2 2-5 3-4 9-4.1 1-2.1 2-1").set(2, "Color", "blau").set(4, "Hidden", "1").box()
+long = chain("Float").set(2, "Description", "é" * 10**5).wire("9-2")
+for _ in range(20000):
+    long.set(2, "Description" + "n" * 10, "x")
 group("many",
       ("one of each", mixed, error("value-unparsable", "p1", 3), warning("unknown-color", "p3", 2, '"blau"'), error("unknown-property", "p4", 4),
        error("type-mismatch", "c1", 5, '"Integer"'), fatal("connection-unknown-id", "c3", "9"), fatal("input-out-of-range", "c4", 2),
        fatal("node-without-inputs", "c5", 1), fatal("container-empty", "b0")),
-      ("a thousand unknown ids", Document().wire(" ".join(f"{i}-{i + 1}" for i in thousand)), *(
-          fatal("connection-unknown-id", f"c{i - 1}", f"{key}NodeId {i + (key == 'input')}") for i in thousand for key in ("output", "input"))),
-      ("a key that comes twice, the last one counts", b'{"nodes":[7],' + chain("Integer").text()[1:], fatal("type-mismatch", "c0", 2)))
+      ("findings, a thousand of which are listed", Document().wire(" ".join(f"{i}-{i + 1}" for i in thousand)), *(
+          fatal("connection-unknown-id", f"c{i - 1}", f"{key}NodeId {i + (key == 'input')}") for i in thousand[:500] for key in ("output", "input")),
+       fatal("more-findings", "", "1000 connection-unknown-id")),
+      ("findings about a long label, and a fatal one behind them", long, fatal("connection-unknown-id", "c2", "9"),
+       error("more-findings", "", "19001 more", "19001 unknown-property")),
+      ("a key that comes twice, the last one counts", b'{"nodes":[7],' + chain("Integer").text()[1:], error("type-mismatch", "c0", 2)))

@@ -186,7 +186,7 @@ private:
     }
 
     void add(const std::string& path, Finding found) {
-        ++(found.severity == Severity::error ? errors : warnings);
+        ++(found.severity == Severity::warning ? warnings : errors);
         findings.push_back({path, std::move(found)});
     }
 
@@ -198,8 +198,7 @@ private:
         json.beginObject();
         json.member("file", std::string_view(located.path));
         json.member("code", std::string_view(found.code));
-        json.member("severity", found.severity == Severity::error ? "error" : "warning");
-        json.member("fatal", found.fatal);
+        json.member("severity", severityName(found.severity));
         json.member("pointer", std::string_view(found.pointer));
         if (found.line > 0) {
             json.member("line", static_cast<std::int64_t>(found.line));
@@ -221,9 +220,43 @@ private:
     bool unreadable = false;
 };
 
+std::string codesText() {
+    std::string text;
+    for (const auto& [code, least, most, meaning, remedy] : findingCodes()) {
+        text += std::string(code) + " (" + std::string(severityName(least)) +
+                (least == most ? "" : " to " + std::string(severityName(most))) + ")\n    " + std::string(meaning) +
+                "\n    " + std::string(remedy) + "\n";
+    }
+    return text;
+}
+
+std::string codesJson() {
+    std::string text;
+    JsonWriter json(text, JsonWriter::Layout::pretty);
+    json.beginArray();
+    for (const auto& [code, least, most, meaning, remedy] : findingCodes()) {
+        json.beginObject();
+        json.member("code", code);
+        json.member("leastSeverity", severityName(least));
+        json.member("mostSeverity", severityName(most));
+        json.member("meaning", meaning);
+        json.member("remedy", remedy);
+        json.endObject();
+    }
+    json.endArray();
+    return text + "\n";
+}
+
 }  // namespace
 
 int check(const CheckOptions& options) {
+    if (options.listsCodes) {
+        writeToStandardOutput(options.asJson ? codesJson() : codesText());
+        return ExitStatus::done;
+    }
+    if (options.diagrams.empty()) {
+        throw Failure{ExitStatus::wrongUsage, "kelvane: DIAGRAM is required\nRun with --help for more information."};
+    }
     const auto readsStandardInput = std::count(options.diagrams.begin(), options.diagrams.end(), "-") +
                                     (options.recording == "-" ? 1 : 0);
     if (readsStandardInput > 1) {

@@ -55,11 +55,12 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
 
 void addCheck(CLI::App& app, CheckOptions& options, int& status) {
     auto& command = addCommand(app, "check", "Tell what is wrong in diagrams", options, status, check);
-    command.add_option("DIAGRAM", options.diagrams, "The diagram documents")->required()->type_name("");
+    command.add_option("DIAGRAM", options.diagrams, "The diagram documents")->type_name("");
     command.add_option("--recording", options.recording, "Compare the input streams with this recording's")
         ->type_name("RECORDING");
     command.add_flag("--json", options.asJson, "Answer as JSON");
     command.add_flag("--strict", options.isStrict, "End with status 1 on warnings, too");
+    command.add_flag("--codes", options.listsCodes, "List what can be found, instead of checking");
 }
 
 void addInfo(CLI::App& app, InfoOptions& options, int& status) {
@@ -82,7 +83,21 @@ void addFunctions(CLI::App& app, FunctionsOptions& options, int& status) {
     command.add_flag("--json", options.asJson, "Answer as JSON");
 }
 
-/// Help and version are answered, wrong usage is told.
+std::vector<std::string> commandNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const auto* command : app.get_subcommands({})) names.push_back(command->get_name());
+    return names;
+}
+
+std::vector<std::string> optionNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const auto* option : app.get_options()) {
+        for (const auto& name : option->get_lnames()) names.push_back("--" + name);
+    }
+    return names;
+}
+
+/// Writes help and version, and reports wrong usage.
 void endOnParseOutcome(const CLI::App& app, const CLI::ParseError& outcome) {
     std::ostringstream text, errors;
     const int code = app.exit(outcome, text, errors);
@@ -92,14 +107,18 @@ void endOnParseOutcome(const CLI::App& app, const CLI::ParseError& outcome) {
     const std::string_view what = outcome.what();
     std::string message = errors.str().replace(0, what.size(), printable(what));
     message.erase(message.find_last_not_of('\n') + 1);
-    const auto unknown = app.remaining();
-    if (app.get_subcommands().empty() && !unknown.empty()) {
-        std::vector<std::string> commands;
-        for (const auto* command : app.get_subcommands({})) commands.push_back(command->get_name());
+    // Of the tool itself, or of the command that was named.
+    const auto named = app.get_subcommands();
+    const auto unknown = app.remaining(true);
+    if (!unknown.empty()) {
         const auto& word = unknown.front();
-        message = withHint(
-            (word.starts_with('-') ? "no option is called " : "no command is called ") + inQuotes(word),
-            nearestNameHint(word, commands));
+        const CLI::App& asked = named.empty() ? app : *named.front();
+        const bool isOption = word.starts_with('-');
+        if (isOption) {
+            message = withHint("no option is called " + inQuotes(word), nearestNameHint(word, optionNames(asked)));
+        } else if (named.empty()) {
+            message = withHint("no command is called " + inQuotes(word), nearestNameHint(word, commandNames(app)));
+        }
     }
     throw Failure{ExitStatus::wrongUsage, "kelvane: " + message};
 }

@@ -33,6 +33,8 @@ struct CheckOptions {
     bool asJson = false;
     /// Warnings count as errors.
     bool isStrict = false;
+    /// Instead of a check, lists the kinds of findings.
+    bool listsCodes = false;
 };
 int check(const CheckOptions& options);
 

@@ -1,5 +1,6 @@
 #include "Diagram.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "Files.h"
@@ -11,17 +12,16 @@ using namespace KelvaneSDK;
 
 namespace {
 
-/// Tells the errors of a document and answers whether there are any.
-bool tellErrors(const std::string& name, const std::vector<Finding>& findings) {
-    bool hasErrors = false, isFatal = false;
+/// Reports the errors of a document; true when there are any.
+bool reportErrors(const std::string& name, const std::vector<Finding>& findings) {
+    auto gravest = Severity::warning;
     for (const auto& finding : findings) {
-        if (finding.severity != Severity::error) continue;
-        hasErrors = true;
-        isFatal |= finding.fatal;
-        tell(findingLine(name, finding));
+        gravest = std::max(gravest, finding.severity);
+        if (finding.severity != Severity::warning) tell(findingLine(name, finding));
     }
-    if (isFatal) throw Failure{ExitStatus::failed, "kelvane: " + name + " cannot be evaluated"};
-    return hasErrors;
+    if (gravest == Severity::fatal)
+        throw Failure{ExitStatus::failed, "kelvane: " + name + " cannot be evaluated"};
+    return gravest != Severity::warning;
 }
 
 }  // namespace
@@ -32,8 +32,9 @@ LibraryMessages::LibraryMessages()
 LibraryMessages::~LibraryMessages() { setDiagnosticSink(std::move(previous)); }
 
 void LibraryMessages::take(std::string_view line) {
-    if (muted) return;
-    errors |= line.starts_with("ERROR: ");
+    const bool isError = line.starts_with("ERROR: ");
+    if (muted || (isError && withoutErrors)) return;
+    errors |= isError;
     tell(printable(line));
 }
 
@@ -42,8 +43,10 @@ int Diagram::exitStatus() const { return hasErrors ? ExitStatus::failed : ExitSt
 Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
     const auto text = readWholeFile(path);
     Diagram diagram{nameOf(path), std::make_unique<Kelvane>()};
-    diagram.hasErrors = tellErrors(diagram.name, checkDiagram(text));
+    diagram.hasErrors = reportErrors(diagram.name, checkDiagram(text));
+    messages.withoutErrors = diagram.hasErrors;
     const bool isBuilt = diagram.engine->read(text, true);
+    messages.withoutErrors = false;
     diagram.hasErrors |= messages.hasErrors();
     if (!isBuilt) throw Failure{ExitStatus::failed, "kelvane: " + diagram.name + " cannot be built"};
     return diagram;

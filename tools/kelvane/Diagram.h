@@ -18,8 +18,8 @@ public:
     LibraryMessages(const LibraryMessages&) = delete;
     LibraryMessages& operator=(const LibraryMessages&) = delete;
 
-    /// Lines are dropped while `muted`.
-    bool muted = false;
+    /// Lines are dropped while `muted`, those of errors while `withoutErrors`.
+    bool muted = false, withoutErrors = false;
     bool hasErrors() const { return errors; }
 
 private:
@@ -34,14 +34,14 @@ struct Diagram {
     /// As messages name it.
     std::string name;
     std::unique_ptr<KelvaneSDK::Kelvane> engine;
-    /// The document has errors, which have been told; the engine does without what is wrong.
+    /// The document has errors, which have been reported; the engine does without what is wrong.
     bool hasErrors = false;
 
     int exitStatus() const;
 };
 
-/// Reads, checks and builds a diagram ("-" is standard input), and tells the document's errors. A document
-/// that would stop or hang the engine, or cannot be built, is refused with a `Failure`.
+/// Reads, checks and builds a diagram ("-" is standard input), and reports the document's errors, once. A
+/// document with a fatal error, or one that cannot be built, is refused with a `Failure`.
 Diagram loadDiagram(const std::string& path, LibraryMessages& messages);
 
 /// `walk.json:12: nodes[4]: ...`: a finding behind the name of its file.

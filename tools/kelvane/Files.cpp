@@ -126,7 +126,12 @@ std::string readWholeFile(const std::string& path) {
     InputFile file(path);
     std::string text;
     std::array<char, 65536> space;
-    for (auto piece = file.read(space); !piece.empty(); piece = file.read(space)) text += piece;
+    for (auto piece = file.read(space); !piece.empty(); piece = file.read(space)) {
+        text += piece;
+        if (text.size() <= longestDocument) continue;
+        throw Failure{ExitStatus::failed, "kelvane: " + file.name() + " is longer than the limit of " +
+                                              std::to_string(longestDocument >> 20) + " MiB"};
+    }
     if (interruption() != 0) throw Failure{128 + interruption(), {}};
     return text;
 }

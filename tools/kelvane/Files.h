@@ -40,7 +40,10 @@ std::string nameOf(const std::string& path);
 /// `errno` tells why.
 std::size_t writeAll(int descriptor, std::string_view text);
 
-/// A whole file.
+/// What a document may hold, in bytes: enough for a million nodes.
+inline constexpr std::size_t longestDocument = std::size_t{512} << 20;
+
+/// A whole file of at most `longestDocument`.
 std::string readWholeFile(const std::string& path);
 
 /// Where a command's results go: standard output, or a file that appears under its name only when it is

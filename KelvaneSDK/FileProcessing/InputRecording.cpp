@@ -84,7 +84,7 @@ private:
                 unfinishedLine.clear();
             }
             if (unfinishedLine.empty() && !isLineRefused) {
-                const auto length = QuickLineReader::read(piece, update);
+                const auto length = quickReader.read(piece, update);
                 isLineDone =
                     length > 0 && length < piece.size() && piece[length] == '\n' && length <= maximumLength;
                 if (isLineDone) {
@@ -140,6 +140,7 @@ private:
     Ending ending;
     InvalidLineReceiver receiver;
     std::size_t maximumLength;
+    QuickLineReader quickReader;
     LineReader reader;
     std::string kept;  // what had not been read of earlier pieces when others came
     bool isKept = false;

@@ -24,20 +24,27 @@ struct Spelling {
     bool isShort = true;  ///< the digits fit, and the exponent is known
 };
 
-// Eight digits are taken at a time: as bytes, pairs, fours.
-const char* scanDigits(const char* at, const char* end, std::uint64_t& digits) {
+constexpr std::array<std::uint64_t, 9> powersOfTen{1,      10,      100,      1000,     10000,
+                                                   100000, 1000000, 10000000, 100000000};
+
+// Eight characters are taken at a time: the digits among them are counted, moved to the end, and added up as
+// pairs, fours and eights.
+inline const char* scanDigits(const char* at, const char* end, std::uint64_t& digits) {
     if constexpr (std::endian::native == std::endian::little) {
         while (end - at >= 8) {
+            constexpr std::uint64_t highHalves = 0xF0F0F0F0F0F0F0F0, zeros = 0x3030303030303030;
             std::uint64_t eight = 0;
             std::memcpy(&eight, at, 8);
-            const auto sixMore = eight + 0x0606060606060606;
-            if (((eight & 0xF0F0F0F0F0F0F0F0) | ((sixMore & 0xF0F0F0F0F0F0F0F0) >> 4)) != 0x3333333333333333)
-                break;
-            eight = (eight & 0x0F0F0F0F0F0F0F0F) * 2561 >> 8;
+            const auto others =
+                ((eight & highHalves) ^ zeros) | (((eight + 0x0606060606060606) & highHalves) ^ zeros);
+            const int bits = std::countr_zero(others) & ~7;
+            if (bits == 0) return at;
+            eight = ((eight ^ zeros) << (64 - bits) & 0x0F0F0F0F0F0F0F0F) * 2561 >> 8;
             eight = (eight & 0x00FF00FF00FF00FF) * 6553601 >> 16;
             eight = (eight & 0x0000FFFF0000FFFF) * 42949672960001 >> 32;
-            digits = digits * 100000000 + eight;
-            at += 8;
+            digits = digits * powersOfTen[static_cast<std::size_t>(bits / 8)] + eight;
+            at += bits / 8;
+            if (bits < 64) return at;
         }
     }
     for (; at < end && isDigit(*at); ++at) digits = digits * 10 + static_cast<std::uint64_t>(*at - '0');
@@ -45,7 +52,7 @@ const char* scanDigits(const char* at, const char* end, std::uint64_t& digits) {
 }
 
 // The end of the number, or null.
-const char* scan(const char* at, const char* end, Spelling& number) {
+inline const char* scan(const char* at, const char* end, Spelling& number) {
     constexpr std::ptrdiff_t mostDigits = 19, mostExponentDigits = 4;
     number.isNegative = at < end && *at == '-';
     if (number.isNegative) ++at;
@@ -100,7 +107,7 @@ constexpr auto reciprocals = [] {
 }();
 
 // The double that is nearest to digits / 10^decimals; false when 64 bits do not tell which of two it is.
-bool divide(std::uint64_t digits, int decimals, double& target) {
+inline bool divide(std::uint64_t digits, int decimals, double& target) {
     const auto& reciprocal = reciprocals[static_cast<std::size_t>(decimals)];
     const int leading = std::countl_zero(digits);
     // The exact quotient lies in [high, high + 2).

@@ -1,5 +1,7 @@
 #include <simdjson.h>
 
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "KelvaneSDK/FileProcessing/JsonNumber.h"
@@ -15,11 +17,21 @@ constexpr std::array<bool, 256> plainCharacters = [] {
     return plain;
 }();
 
+constexpr auto lineKeys = [] {
+    std::array<std::string_view, 2 + valueKeys.size()> keys{"timestamp", "name"};
+    std::copy(valueKeys.begin(), valueKeys.end(), keys.begin() + 2);
+    return keys;
+}();
+constexpr std::array<std::string_view, 3> vectorKeys{"x", "y", "z"};
+constexpr std::array<std::string_view, 4> orientationKeys{"x", "y", "z", "w"};
+constexpr std::array<std::string_view, 2> sampleKeys{"t", "f"};
+
 class Cursor {
 public:
     explicit Cursor(std::string_view text) : at(text.data()), end(text.data() + text.size()) {}
 
-    const char* place() const { return at; }
+    std::size_t placeIn(std::string_view text) const { return static_cast<std::size_t>(at - text.data()); }
+    void skip(std::size_t length) { at += length; }
 
     void skipBlanks() {
         while (at < end && (*at == ' ' || *at == '\t' || *at == '\r')) ++at;
@@ -33,20 +45,26 @@ public:
         return true;
     }
 
-    /// The index of the key that comes next, with its colon; `count` for any other text.
-    template <class Keys>
-    std::size_t takeKey(const Keys& keys) {
-        constexpr std::size_t count = std::tuple_size_v<Keys>;
+    /// The index of the key that comes next, with its colon; the number of keys for any other text.
+    template <const auto& keys>
+    std::size_t takeKey() {
+        constexpr std::size_t count = keys.size();
         if (!take('"')) return count;
-        const auto key = [&]<std::size_t... indices>(std::index_sequence<indices...>) {
-            std::size_t index = count;
-            static_cast<void>(((startsWith(keys[indices]) && (index = indices, true)) || ...));
-            return index;
+        std::size_t key = count;
+        const auto matches = [&]<std::size_t index>() {
+            constexpr std::size_t length = keys[index].size();
+            const bool isKey = static_cast<std::size_t>(end - at) > length && at[length] == '"' &&
+                               std::memcmp(at, keys[index].data(), length) == 0;
+            if (!isKey) return false;
+            key = index;
+            at += length + 1;
+            return true;
+        };
+        const bool isKnown = [&]<std::size_t... indices>(std::index_sequence<indices...>) {
+            return (matches.template operator()<indices>() || ...);
         }
         (std::make_index_sequence<count>());
-        if (key == count) return count;
-        at += keys[key].size() + 1;
-        return take(':') ? key : count;
+        return isKnown && take(':') ? key : count;
     }
 
     bool read(double& number) {
@@ -85,16 +103,9 @@ public:
         text = String(view);
         return true;
     }
-    bool read(Vector& v) {
-        return readMembers(std::array<std::string_view, 3>{"x", "y", "z"}, std::array{&v.x, &v.y, &v.z});
-    }
-    bool read(Orientation& q) {
-        return readMembers(std::array<std::string_view, 4>{"x", "y", "z", "w"},
-                           std::array{&q.x, &q.y, &q.z, &q.w});
-    }
-    bool read(Sample& sample) {
-        return readMembers(std::array<std::string_view, 2>{"t", "f"}, std::array{&sample.t, &sample.f});
-    }
+    bool read(Vector& v) { return readMembers<vectorKeys>({&v.x, &v.y, &v.z}); }
+    bool read(Orientation& q) { return readMembers<orientationKeys>({&q.x, &q.y, &q.z, &q.w}); }
+    bool read(Sample& sample) { return readMembers<sampleKeys>({&sample.t, &sample.f}); }
     bool read(Sequence& sequence) {
         List<Sample> samples;
         if (!read(samples)) return false;
@@ -119,22 +130,17 @@ public:
     }
 
 private:
-    bool startsWith(std::string_view key) const {
-        return static_cast<std::size_t>(end - at) > key.size() && at[key.size()] == '"' &&
-               std::string_view(at, key.size()) == key;
-    }
     bool moveTo(const char* place) {
         if (place == nullptr) return false;
         at = place;
         return true;
     }
-    template <std::size_t count>
-    bool readMembers(const std::array<std::string_view, count>& names,
-                     const std::array<double*, count>& targets) {
+    template <const auto& names>
+    bool readMembers(const std::array<double*, names.size()>& targets) {
         if (!take('{')) return false;
-        unsigned missing = (1U << count) - 1;
+        unsigned missing = (1U << names.size()) - 1;
         do {
-            const auto name = takeKey(names);
+            const auto name = takeKey<names>();
             if ((missing >> name & 1U) == 0 || !read(*targets[name])) return false;
             missing ^= 1U << name;
         } while (take(','));
@@ -145,36 +151,49 @@ private:
     const char* end;
 };
 
-constexpr auto lineKeys = [] {
-    std::array<std::string_view, 2 + valueKeys.size()> keys{"timestamp", "name"};
-    std::copy(valueKeys.begin(), valueKeys.end(), keys.begin() + 2);
-    return keys;
-}();
-
 }  // namespace
 
 std::size_t QuickLineReader::read(std::string_view text, InputUpdate& update) {
     Cursor cursor(text);
-    if (!cursor.take('{')) return 0;
-    bool hasTimestamp = false, hasName = false, hasValue = false;
+    bool hasTimestamp = openingLength > 0 && text.starts_with({opening.data(), openingLength});
+    bool hasName = false, hasValue = false;
+    if (hasTimestamp) {
+        cursor.skip(openingLength);
+        update.timestamp = openingTimestamp;
+    } else if (!cursor.take('{')) {
+        return 0;
+    }
     do {
-        const auto key = cursor.takeKey(lineKeys);
-        if (key == lineKeys.size()) return 0;
-        bool& isThere = key == 0 ? hasTimestamp : key == 1 ? hasName : hasValue;
-        if (std::exchange(isThere, true)) return 0;
-        const bool isRead = key == 0   ? cursor.read(update.timestamp)
-                            : key == 1 ? cursor.read(update.name)
-                                       : withTypeOfKey(key - 2, [&]<class T>() {
-                                             T payload{};
-                                             if (!cursor.read(payload)) return false;
-                                             update.value = Value(std::move(payload));
-                                             return true;
-                                         });
-        if (!isRead) return 0;
+        const auto key = cursor.takeKey<lineKeys>();
+        if (key == 0 && !hasTimestamp) {
+            if (!cursor.read(update.timestamp)) return 0;
+            if (!hasName && !hasValue) keepOpening(text, cursor.placeIn(text), update.timestamp);
+            hasTimestamp = true;
+        } else if (key == 1 && !hasName) {
+            if (!cursor.read(update.name)) return 0;
+            hasName = true;
+        } else if (key > 1 && key < lineKeys.size() && !hasValue) {
+            hasValue = withTypeOfKey(key - 2, [&]<class T>() {
+                T payload{};
+                if (!cursor.read(payload)) return false;
+                update.value = Value(std::move(payload));
+                return true;
+            });
+            if (!hasValue) return 0;
+        } else {
+            return 0;
+        }
     } while (cursor.take(','));
     if (!hasTimestamp || !hasName || !hasValue || !cursor.take('}')) return 0;
     cursor.skipBlanks();
-    return static_cast<std::size_t>(cursor.place() - text.data());
+    return cursor.placeIn(text);
+}
+
+void QuickLineReader::keepOpening(std::string_view line, std::size_t length, double timestamp) {
+    const bool isKept = length < opening.size() && length < line.size() && line[length] == ',';
+    openingLength = isKept ? length + 1 : 0;
+    std::copy_n(line.begin(), openingLength, opening.begin());
+    openingTimestamp = timestamp;
 }
 
 }  // namespace KelvaneSDK

@@ -67,7 +67,15 @@ class QuickLineReader {
 public:
     /// Reads an object at the beginning of `text` and the blanks around it; how many bytes they take, or 0.
     /// After a failure, the update holds anything.
-    static std::size_t read(std::string_view text, InputUpdate& update);
+    std::size_t read(std::string_view text, InputUpdate& update);
+
+private:
+    void keepOpening(std::string_view line, std::size_t length, double timestamp);
+
+    // How the last line began, up to the comma after its timestamp: lines come in batches.
+    std::array<char, 48> opening{};
+    std::size_t openingLength = 0;
+    double openingTimestamp = 0;
 };
 
 /// Reads any line, and finds what is wrong with it.

@@ -30,7 +30,7 @@ void ReadRecording(benchmark::State& state) {
         RecordingReader reader(RecordingReader::Ending::lineBreakAllowed);
         reader.append(text);
         reader.finish();
-        while (auto batch = reader.next()) benchmark::DoNotOptimize(batch);
+        while (const auto* batch = reader.next()) benchmark::DoNotOptimize(batch);
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }

@@ -10,7 +10,8 @@
 
 namespace KelvaneBenchmarks {
 
-inline constexpr double noTarget = std::numeric_limits<double>::quiet_NaN();
+/// A target or a figure that there is none of.
+inline constexpr double noFigure = std::numeric_limits<double>::quiet_NaN();
 /// The figure of a work that did not end within its time.
 inline constexpr double noEnd = std::numeric_limits<double>::infinity();
 
@@ -18,7 +19,7 @@ inline constexpr double noEnd = std::numeric_limits<double>::infinity();
 /// the figure itself. A row whose figures nobody measured is left out.
 struct Row {
     std::string work, unit, ours, reference;
-    double must = noTarget, aim = noTarget;
+    double must = noFigure, aim = noFigure;
 };
 
 /// What the contestants of one subject bring in one round.

@@ -17,13 +17,10 @@ using namespace KelvaneSDK;
 
 // The reference writer: std::to_chars and append.
 
-void append(std::string& text, double x) {
+template <class Number>
+void append(std::string& text, Number number) {
     std::array<char, 32> digits;
-    text.append(digits.data(), std::to_chars(digits.begin(), digits.end(), x).ptr);
-}
-void append(std::string& text, std::int64_t n) {
-    std::array<char, 24> digits;
-    text.append(digits.data(), std::to_chars(digits.begin(), digits.end(), n).ptr);
+    text.append(digits.data(), std::to_chars(digits.begin(), digits.end(), number).ptr);
 }
 
 void appendLine(std::string& text, double timestamp, std::string_view name, const Payload& value) {
@@ -45,16 +42,6 @@ void appendLine(std::string& text, double timestamp, std::string_view name, cons
     } else if (const auto* n = std::get_if<std::int64_t>(&value)) {
         text += R"(","integerValue":)";
         append(text, *n);
-    } else if (const auto* q = std::get_if<Orientation>(&value)) {
-        text += R"(","orientationValue":{"x":)";
-        append(text, q->x);
-        text += R"(,"y":)";
-        append(text, q->y);
-        text += R"(,"z":)";
-        append(text, q->z);
-        text += R"(,"w":)";
-        append(text, q->w);
-        text += '}';
     } else {
         text += std::get<bool>(value) ? R"(","booleanValue":true)" : R"(","booleanValue":false)";
     }
@@ -67,7 +54,7 @@ class Walk {
 public:
     struct Update {
         std::string_view name;
-        Payload value;
+        Value value;
     };
 
     double timestamp() const { return 1712345678 + static_cast<double>(tick) / 100; }
@@ -78,8 +65,6 @@ public:
         heading = std::fmod(heading + noise() + 360, 360);
         steps += tick % 60 == 0 ? 1 : 0;
         updates.push_back({"acceleration", Vector{noise(), noise(), 9.81 + noise()}});
-        if (tick % 2 == 0)
-            updates.push_back({"attitude", Orientation{noise(), noise(), noise(), std::cos(heading)}});
         updates.push_back({"heading", std::round(heading * 100) / 100});
         if (tick % 3 == 0) updates.push_back({"indoors", tick % 4000 < 2000});
         if (tick % 5 == 0) updates.push_back({"pressure", 101325 + noise()});
@@ -105,7 +90,8 @@ std::string recordingOf(std::size_t bytes) {
     std::string text;
     text.reserve(bytes + 4096);
     for (Walk walk; text.size() < bytes;) {
-        for (const auto& [name, value] : walk.next()) appendLine(text, walk.timestamp(), name, value);
+        for (const auto& [name, value] : walk.next())
+            appendLine(text, walk.timestamp(), name, payloadOf(value));
     }
     text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
     return text;
@@ -155,11 +141,6 @@ Content readByDocuments(const std::string& text) {
                 value = field.value().get_int64().value();
             } else if (key == "booleanValue") {
                 value = field.value().get_bool().value();
-            } else if (key == "orientationValue") {
-                json::object object = field.value().get_object();
-                const double x = object["x"].get_double(), y = object["y"].get_double(),
-                             z = object["z"].get_double();
-                value = Orientation{x, y, z, object["w"].get_double()};
             }
         }
         content.add(1, timestamp);
@@ -225,24 +206,19 @@ Subject writingSubject() {
     return {{{"results written", "ns/line", "kelvane", "to_chars", 1.2, 1}}, [] {
                 struct Batch {
                     double timestamp;
-                    std::vector<Walk::Update> updates;
+                    std::vector<std::pair<std::string_view, Payload>> updates;
                 };
-                const auto batches = std::make_shared<std::vector<Batch>>();
-                const auto outputs = std::make_shared<std::vector<KelvaneOutput>>();
+                const auto batches = std::make_shared<std::vector<Batch>>(50000);
+                const auto outputs = std::make_shared<std::vector<KelvaneOutput>>(batches->size());
                 std::size_t lines = 0;
-                for (Walk walk; batches->size() < 50000;) {
+                Walk walk;
+                for (std::size_t i = 0; i < batches->size(); ++i) {
                     const auto& updates = walk.next();
-                    batches->push_back({walk.timestamp(), updates});
-                    outputs->push_back({walk.timestamp(), {}});
+                    (*batches)[i].timestamp = (*outputs)[i].timestamp = walk.timestamp();
                     lines += updates.size();
                     for (const auto& [name, value] : updates) {
-                        const auto ours = std::visit(
-                            [](const auto& x) -> Value {
-                                if constexpr (std::is_constructible_v<Value, decltype(x)>) return x;
-                                fail("the walk has no such value");
-                            },
-                            value);
-                        outputs->back().outputs.emplace(std::string(name), ours);
+                        (*batches)[i].updates.emplace_back(name, payloadOf(value));
+                        (*outputs)[i].outputs.emplace(std::string(name), value);
                     }
                 }
                 const auto appendOurs = [](std::string& text, const KelvaneOutput& output) {

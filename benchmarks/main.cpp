@@ -53,8 +53,8 @@ std::optional<Result> resultOf(const Row& row, const std::vector<Trial>& rounds)
         if (figure == figures.end() || (reference == figures.end() && !row.reference.empty()))
             return std::nullopt;
         ours.push_back(figure->second);
-        references.push_back(row.reference.empty() ? 1 : reference->second);
-        ratios.push_back(ours.back() / references.back());
+        references.push_back(row.reference.empty() ? noFigure : reference->second);
+        ratios.push_back(row.reference.empty() ? ours.back() : ours.back() / references.back());
     }
     return Result{row, rangeOf(ours), rangeOf(references), rangeOf(ratios)};
 }
@@ -86,37 +86,33 @@ std::vector<Result> measure(const Options& options) {
     return results;
 }
 
-std::string text(double value, const char* ifNone) {
-    if (std::isnan(value)) return ifNone;
-    if (std::isinf(value)) return "no end";
+// A number as the table shows it, or as JSON holds it.
+std::string numberText(double value, const char* format, const char* ifNone) {
+    if (!std::isfinite(value)) return ifNone;
     std::array<char, 32> digits{};
-    std::snprintf(digits.data(), digits.size(), value < 99.95 ? "%.3g" : "%.0f", value);
+    std::snprintf(digits.data(), digits.size(), format, value);
     return digits.data();
 }
 
 void printTable(const std::vector<Result>& results) {
-    std::printf("%-44s %8s %-8s %8s  %-26s %7s %-17s %5s %5s\n", "work", "kelvane", "", "", "reference",
-                "ratio", "(least - most)", "must", "aim");
+    const auto text = [](double x) {
+        return numberText(x, x < 99.95 ? "%.3g" : "%.0f", std::isnan(x) ? "" : "no end");
+    };
+    const auto line = "%-50s %8s %-8s %8s  %-26s %7s %-17s %5s %5s  %s\n";
+    std::printf(line, "work", "kelvane", "", "", "reference", "ratio", "(least - most)", "must", "aim", "");
     for (const auto& result : results) {
         const auto& [row, ours, reference, ratio] = result;
         const bool isAlone = row.reference.empty();
-        const auto range = isAlone ? "" : '(' + text(ratio.least, "") + " - " + text(ratio.most, "") + ')';
-        std::printf("%-44s %8s %-8s %8s  %-26s %7s %-17s %5s %5s  %s\n", row.work.c_str(),
-                    text(ours.median, "").c_str(), row.unit.c_str(),
-                    isAlone ? "" : text(reference.median, "").c_str(), row.reference.c_str(),
-                    isAlone ? "" : text(ratio.median, "").c_str(), range.c_str(), text(row.must, "").c_str(),
-                    text(row.aim, "").c_str(), result.verdict());
+        std::printf(line, row.work.c_str(), text(ours.median).c_str(), row.unit.c_str(),
+                    text(reference.median).c_str(), row.reference.c_str(),
+                    isAlone ? "" : text(ratio.median).c_str(),
+                    isAlone ? "" : ('(' + text(ratio.least) + " - " + text(ratio.most) + ')').c_str(),
+                    text(row.must).c_str(), text(row.aim).c_str(), result.verdict());
     }
 }
 
-std::string json(double value) {
-    if (!std::isfinite(value)) return "null";
-    std::array<char, 32> digits{};
-    std::snprintf(digits.data(), digits.size(), "%.6g", value);
-    return digits.data();
-}
-
 void printJson(const std::vector<Result>& results) {
+    const auto json = [](double x) { return numberText(x, "%.6g", "null"); };
     const char* separator = "[\n";
     for (const auto& result : results) {
         const auto& [row, ours, reference, ratio] = result;
@@ -124,9 +120,9 @@ void printJson(const std::vector<Result>& results) {
             R"(%s {"work": "%s", "unit": "%s", "kelvane": %s, "reference": "%s", "referenceFigure": %s, )"
             R"("ratio": %s, "least": %s, "most": %s, "must": %s, "aim": %s, "verdict": "%s"})",
             std::exchange(separator, ",\n"), row.work.c_str(), row.unit.c_str(), json(ours.median).c_str(),
-            row.reference.c_str(), row.reference.empty() ? "null" : json(reference.median).c_str(),
-            json(ratio.median).c_str(), json(ratio.least).c_str(), json(ratio.most).c_str(),
-            json(row.must).c_str(), json(row.aim).c_str(), result.verdict());
+            row.reference.c_str(), json(reference.median).c_str(), json(ratio.median).c_str(),
+            json(ratio.least).c_str(), json(ratio.most).c_str(), json(row.must).c_str(),
+            json(row.aim).c_str(), result.verdict());
     }
     std::printf("\n]\n");
 }

@@ -77,7 +77,7 @@ private:
         // A value goes to cold inlets first, and to steps in reverse order: a second operand is a later
         // step's result.
         const auto feed = [&](Operand::Kind kind, std::size_t index, std::size_t from) {
-            for (const std::size_t inlet : {1, 0}) {
+            for (const std::size_t inlet : {1u, 0u}) {
                 for (auto i = steps.size(); i-- > 0;) {
                     const auto& operand = shape.steps[i].operands[inlet];
                     if (operand.kind == kind && operand.index == index) connect(from, 0, steps[i], inlet);

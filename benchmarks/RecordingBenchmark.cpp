@@ -120,7 +120,9 @@ Content readByDocuments(const std::string& text) {
     };
     Content content;
     json::parser parser;
+#ifdef SIMDJSON_THREADS_ENABLED
     parser.threaded = false;  // everybody has one core
+#endif
     json::document_stream stream;
     if (parser.iterate_many(text.data(), text.size(), 1000000).get(stream)) fail("the reference cannot read");
     for (auto document : stream) {

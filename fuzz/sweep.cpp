@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     KelvaneFuzz::Choices choices(bytes, size);
     const std::string document = DiagramData{KelvaneFuzz::anyDiagram(choices, choices.oneIn(4))}.encode();
     for (const auto& finding : checkDiagram(document)) {
-        if (finding.fatal) return 0;
+        if (finding.severity == Severity::fatal) return 0;
     }
     Kelvane engine;
     require(engine.read(document, true), "a sound diagram builds");

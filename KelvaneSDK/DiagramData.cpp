@@ -285,6 +285,9 @@ std::optional<DiagramData> decodeDocument(std::string_view text, DecodeFailure& 
         return std::nullopt;
     }
     auto info = Decoder(failure).document(*root);
+    if (!info) {
+        if (const auto plain = reader.parseWithPlainIntegers(text)) info = Decoder(failure).document(*plain);
+    }
     if (!info) return std::nullopt;
     return DiagramData{std::move(*info)};
 }

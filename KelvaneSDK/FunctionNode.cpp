@@ -11,19 +11,24 @@ namespace {
 // A class of the library that runs by the common rule.
 bool runByCommonRule(Step& step) {
     for (std::size_t i = 0; i < step.inputCount; ++i) {
-        if (!step.inputs[i]->hasNews() || !step.inputs[i]->given()->hasValue()) return false;
+        if (!step.inputs[i].hasNews() || !step.inputs[i].source->hasValue()) return false;
     }
     step.node->process();
     return true;
 }
 
-// A class with a rule of its own, or of an application: it sees the slots as the sweep leaves them.
-bool runByOwnRule(Step& step) {
-    for (auto* slot : step.node->inputValues()) slot->checked = true;
-    for (auto* slot : step.node->connectedInputValues()) slot->checked = true;
+// A class of the library with another rule.
+bool runByDeclaredRule(Step& step) {
     if (!step.node->allInputsHaveValues() || !step.node->allInputsUpdated()) return false;
     step.node->process();
     return true;
+}
+
+// A class of which nothing is known: it sees the slots as the sweep leaves them.
+bool runByUnknownRule(Step& step) {
+    for (auto* slot : step.node->inputValues()) slot->checked = true;
+    for (auto* slot : step.node->connectedInputValues()) slot->checked = true;
+    return runByDeclaredRule(step);
 }
 
 }  // namespace
@@ -51,8 +56,8 @@ void FunctionNode::setTypeString() {
 }
 
 Step::Run FunctionNode::stepFunction() const {
-    return declared != nullptr && declared->readiness == Readiness::allInputs ? runByCommonRule
-                                                                              : runByOwnRule;
+    if (declared == nullptr || declared->readiness == Readiness::own) return runByUnknownRule;
+    return declared->readiness == Readiness::allInputs ? runByCommonRule : runByDeclaredRule;
 }
 
 const Value& FunctionNode::value(std::size_t index) const {

@@ -19,7 +19,7 @@ struct Step {
     FunctionNode* node = nullptr;
     GivenValue* given = nullptr;
     /// The node's input slots, every one of them connected.
-    TimestampedVariable* const* inputs = nullptr;
+    StepInput* inputs = nullptr;
     std::size_t inputCount = 0;
 };
 

@@ -84,7 +84,7 @@ constexpr RowSlot array(const char* label, std::string_view meaning = {}) {
 
 namespace Rows {
 
-// How a parameter is read. `fits` is asked of a slot with news; read() of one that does not fit stops.
+// How a parameter is read: from a slot, where what does not fit stops, or, where it fits, from what was given.
 template <class T>
 struct Parameter;
 
@@ -92,17 +92,17 @@ template <Payload T>
 requires(PayloadType<T>::value < ValueType::String) struct Parameter<T> {
     static constexpr bool isSlot = true;
     static constexpr ValueType type = PayloadType<T>::value;
-    static bool fits(const TimestampedVariable& slot) { return slot.given()->template holds<T>(); }
-    static T fitting(const TimestampedVariable& slot) { return slot.given()->value.template unchecked<T>(); }
+    static bool fits(const GivenValue& given) { return given.template holds<T>(); }
+    static T fitting(const GivenValue& given) { return given.value.template unchecked<T>(); }
     static T read(const TimestampedVariable& slot) { return slot.as<T>(); }
 };
 template <class T>
 struct Parameter<Timed<T>> {
     static constexpr bool isSlot = true;
     static constexpr ValueType type = PayloadType<T>::value;
-    static bool fits(const TimestampedVariable& slot) { return Parameter<T>::fits(slot); }
-    static Timed<T> fitting(const TimestampedVariable& slot) {
-        return {Parameter<T>::fitting(slot), slot.given()->timestamp};
+    static bool fits(const GivenValue& given) { return given.template holds<T>(); }
+    static Timed<T> fitting(const GivenValue& given) {
+        return {Parameter<T>::fitting(given), given.timestamp};
     }
     static Timed<T> read(const TimestampedVariable& slot) { return {slot.as<T>(), slot.timestamp()}; }
 };
@@ -112,7 +112,6 @@ template <class T, ValueType payload>
 struct Content {
     static constexpr bool isSlot = true;
     static constexpr ValueType type = payload;
-    static bool fits(const TimestampedVariable&) { return true; }
 };
 template <>
 struct Parameter<std::span<const Sample>> : Content<Sample, ValueType::Sequence> {
@@ -133,7 +132,7 @@ struct Parameter<std::string_view> : Content<char, ValueType::String> {
 // Slots whose class the row's slot says.
 struct Generic {
     static constexpr bool isSlot = true;
-    static bool fits(const TimestampedVariable& slot) { return slot.given()->hasValue(); }
+    static bool fits(const GivenValue& given) { return given.hasValue(); }
 };
 template <>
 struct Parameter<Value> : Generic {
@@ -150,9 +149,7 @@ struct Parameter<Anything> : Generic {
         if (held == nullptr) slot.stop("input " + std::to_string(slot.index) + " holds no value");
         return {*held, slot.timestamp()};
     }
-    static Anything fitting(const TimestampedVariable& slot) {
-        return {slot.given()->value, slot.given()->timestamp};
-    }
+    static Anything fitting(const GivenValue& given) { return {given.value, given.timestamp}; }
 };
 template <>
 struct Parameter<Node> {
@@ -283,20 +280,20 @@ private:
     }
     static bool hasNews(const Step& step) {
         for (std::size_t i = 0; i < slotCount; ++i) {
-            if (!step.inputs[i]->hasNews()) return false;
+            if (!step.inputs[i].hasNews()) return false;
         }
         return true;
     }
     // Asks and reports everything, as process() does.
     bool runCarefully(Step& step) {
         for (std::size_t i = 0; i < slotCount; ++i) {
-            if (!step.inputs[i]->given()->hasValue()) return false;
+            if (!step.inputs[i].source->hasValue()) return false;
         }
         process();
         return true;
     }
     static void consumeAll(Step& step) {
-        for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i]->consume();
+        for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i].consume();
     }
 
     // The typed form on payloads of T, or run() where it takes no such payloads.
@@ -327,9 +324,9 @@ private:
     }
     template <class T, std::size_t... p>
     bool runTyped(Step& step, std::index_sequence<p...>) {
-        if ((Parameter<ArgumentAt<p, T>>::fits(*step.inputs[p]) && ...)) {
+        if ((Parameter<ArgumentAt<p, T>>::fits(*step.inputs[p].source) && ...)) {
             // An absent result is one that stops.
-            const auto result = Typed{}(Parameter<ArgumentAt<p, T>>::fitting(*step.inputs[p])...);
+            const auto result = Typed{}(Parameter<ArgumentAt<p, T>>::fitting(*step.inputs[p].source)...);
             if constexpr (Payload<std::remove_cvref_t<decltype(result)>>) {
                 return emitPayload(step, result);
             } else if (result) {
@@ -340,6 +337,7 @@ private:
     }
     template <class T>
     bool emitPayload(Step& step, const T& result) {
+        if constexpr (std::is_same_v<T, Value>) checkElements(result.elementCount());
         const double latest = latestOf(step.inputs);
         consumeAll(step);
         step.given->set(result);
@@ -350,8 +348,8 @@ private:
     // Where every value is of its slot's type, as it nearly always is, nothing is asked twice.
     template <std::size_t... p>
     bool runFitting(Step& step, std::index_sequence<p...>) {
-        if constexpr ((isScalar<p>() && ...) && Payload<typename Result<R>::payload> &&
-                      !std::is_same_v<R, std::optional<Value>>) {
+        using Out = typename Result<R>::payload;
+        if constexpr ((isScalar<p>() && ...) && (Payload<Out> || std::is_same_v<Out, Value>)) {
             if ((fitsAt<p>(step.inputs) && ...)) {
                 checkDemands();
                 R result = function(fittingAt<p>(step.inputs)...);
@@ -368,32 +366,31 @@ private:
     template <std::size_t p>
     static constexpr bool isScalar() {
         if constexpr (At<p>::isSlot) {
-            return requires(const TimestampedVariable& slot) { At<p>::fitting(slot); } &&
-                   !std::is_same_v<std::tuple_element_t<p, Parameters>, Anything>;
+            return requires(const GivenValue& given) { At<p>::fitting(given); };
         } else {
             return true;
         }
     }
     template <std::size_t p>
-    static bool fitsAt(TimestampedVariable* const* slots) {
+    static bool fitsAt(const StepInput* inputs) {
         if constexpr (At<p>::isSlot) {
-            return At<p>::fits(*slots[places[p]]);
+            return At<p>::fits(*inputs[places[p]].source);
         } else {
             return true;
         }
     }
     template <std::size_t p>
-    decltype(auto) fittingAt(TimestampedVariable* const* slots) const {
+    decltype(auto) fittingAt(const StepInput* inputs) const {
         if constexpr (At<p>::isSlot) {
-            return At<p>::fitting(*slots[places[p]]);
+            return At<p>::fitting(*inputs[places[p]].source);
         } else {
             return static_cast<const Node&>(*this);
         }
     }
-    static double latestOf(TimestampedVariable* const* slots) {
+    static double latestOf(const StepInput* inputs) {
         double latest = 0;
         for (std::size_t i = 0; i < slotCount; ++i) {
-            const double timestamp = slots[i]->given()->timestamp;
+            const double timestamp = inputs[i].source->timestamp;
             if (latest <= timestamp) latest = timestamp;
         }
         return latest;

@@ -63,4 +63,19 @@ struct GivenValue {
     const std::uint64_t* clock = &stamp;
 };
 
+class TimestampedVariable;
+
+/// An input slot as a compiled diagram reads it. While there is one, the slot keeps what it has consumed here.
+struct StepInput {
+    const GivenValue* source;
+    const std::uint64_t* clock;
+    /// What has been consumed, by the clock.
+    std::uint64_t consumed;
+    /// The slot; null once it is gone.
+    TimestampedVariable* slot;
+
+    bool hasNews() const { return *clock > consumed; }
+    void consume() { consumed = *clock; }
+};
+
 }  // namespace KelvaneSDK

@@ -7,7 +7,18 @@
 namespace KelvaneSDK {
 
 TimestampedVariable::~TimestampedVariable() {
+    if (bound != nullptr) bound->slot = nullptr;
     if (ownsSource) delete source;
+}
+
+void TimestampedVariable::bind(StepInput& input) {
+    input = {source, source->clock, consumed(), this};
+    bound = &input;
+}
+
+void TimestampedVariable::unbind() {
+    consumedAt = consumed();
+    bound = nullptr;
 }
 
 // The slot's own value, made of what it shows at first.
@@ -18,7 +29,7 @@ GivenValue& TimestampedVariable::ownValue() {
     own->timestamp = timestamp();
     own->isConstant = isConstant();
     own->stamp = 1;
-    consumedAt = updated() ? 0 : 1;
+    const std::uint64_t consumedOfOne = updated() ? 0 : 1;
     if (isOutput) {
         source->special |= GivenValue::isHandWritten;
     } else if (source != nullptr) {
@@ -26,6 +37,11 @@ GivenValue& TimestampedVariable::ownValue() {
     }
     source = own.release();
     ownsSource = true;
+    if (bound != nullptr) {
+        bound->source = source;
+        bound->clock = source->clock;
+    }
+    setConsumed(consumedOfOne);
     if (owner != nullptr) isOutput ? owner->noteHandWritten() : owner->noteChange();
     return *source;
 }
@@ -62,7 +78,7 @@ void TimestampedVariable::setUpdated(bool isNew) {
     } else if (!isNew) {
         consume();
     } else {
-        consumedAt = *ownValue().clock - 1;
+        setConsumed(*ownValue().clock - 1);
     }
 }
 
@@ -85,7 +101,8 @@ void TimestampedVariable::feedFrom(GivenValue& feeder) {
     if (source == &feeder) return;
     if (source == nullptr) {
         source = &feeder;
-        consumedAt = emptiedAt = *feeder.clock;
+        emptiedAt = *feeder.clock;
+        setConsumed(emptiedAt);
         return;
     }
     ownValue();
@@ -100,7 +117,8 @@ void TimestampedVariable::empty() {
     checked = false;
     if (source == nullptr) return;
     wasConstant = isConstant();
-    consumedAt = emptiedAt = *source->clock;
+    emptiedAt = *source->clock;
+    setConsumed(emptiedAt);
     if (!ownsSource) return;
     source->clear();
     source->timestamp = 0;

@@ -78,7 +78,7 @@ public:
     bool updated() const {
         if (source == nullptr) return false;
         if (isOutput && !ownsSource) return (source->outputState & GivenValue::isUpdated) != 0;
-        return *source->clock > consumedAt;
+        return *source->clock > consumed();
     }
     void setUpdated(bool updated);
     /// The value came from a constant.
@@ -156,10 +156,13 @@ public:
     /// fed it.
     const GivenValue* given() const { return source; }
     /// An input that has got a value since it was consumed.
-    bool hasNews() const { return source != nullptr && *source->clock > consumedAt; }
     void consume() {
-        if (source != nullptr) consumedAt = *source->clock;
+        if (source != nullptr) setConsumed(*source->clock);
     }
+    /// Lets a compiled diagram keep count of what the slot, which something feeds, has consumed.
+    void bind(StepInput& input);
+    /// Takes the count back.
+    void unbind();
     /// Makes this the output slot that shows what its node gives.
     void showGiven(GivenValue& nodesValue) {
         source = &nodesValue;
@@ -193,7 +196,11 @@ private:
     [[noreturn]] void stopOnPayload(ValueType wanted) const;
     GivenValue& ownValue();
 
+    std::uint64_t consumed() const { return bound != nullptr ? bound->consumed : consumedAt; }
+    void setConsumed(std::uint64_t at) { (bound != nullptr ? bound->consumed : consumedAt) = at; }
+
     GivenValue* source = nullptr;
+    StepInput* bound = nullptr;
     // By the source's clock.
     std::uint64_t consumedAt = 0;
     std::uint64_t emptiedAt = 0;

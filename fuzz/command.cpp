@@ -29,10 +29,6 @@ using KelvaneFuzz::require;
 
 constexpr std::string_view diagramName = "diagram.json", recordingName = "recording.jsonl";
 
-struct Ended {
-    int status;
-};
-
 std::string contentOf(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     return std::string((std::istreambuf_iterator<char>(file)), {});
@@ -132,14 +128,7 @@ int run(std::vector<std::string> arguments) {
     std::vector<char*> pointers;
     for (auto& argument : arguments) pointers.push_back(argument.data());
     pointers.push_back(nullptr);
-    const auto end = [](int status) { throw Ended{status}; };
-    kelvane::endProcess = end;
-    KelvaneSDK::setStopHandler([&](std::string_view) { end(kelvane::ExitStatus::failed); });
-    try {
-        return kelvane::runTool(static_cast<int>(arguments.size()), pointers.data());
-    } catch (const Ended& ended) {
-        return ended.status;
-    }
+    return kelvane::runTool(static_cast<int>(arguments.size()), pointers.data());
 }
 
 bool isWholeLines(const std::string& text) { return text.empty() || text.back() == '\n'; }

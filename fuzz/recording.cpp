@@ -16,7 +16,7 @@ Reading read(std::string_view text, std::size_t pieceSize) {
     RecordingReader reader;
     Reading reading;
     const auto drain = [&] {
-        while (auto batch = reader.next()) reading.batches.push_back(std::move(*batch));
+        while (const auto* batch = reader.next()) reading.batches.push_back(*batch);
     };
     while (!text.empty()) {
         reader.append(text.substr(0, pieceSize));

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "KelvaneSDK/KelvaneSDK.h"
+#include "KelvaneSDK/Operation.h"
 
 namespace KelvaneFuzz {
 
@@ -16,29 +17,16 @@ inline void require(bool holds, const char* property) {
     std::abort();
 }
 
-/// Thrown out of the library where it would end the program, so that fuzzing goes on; the engine is then
-/// dropped.
-struct Stopped {
-    std::string reason;
-};
-
-/// Silences the diagnostics and turns stops into exceptions; for every input anew, since a stop takes the
-/// handler out.
+/// Silences the diagnostics.
 inline void prepare() {
     KelvaneSDK::setDiagnosticSink([](std::string_view) {});
-    KelvaneSDK::setStopHandler([](std::string_view reason) { throw Stopped{std::string(reason)}; });
 }
 
-/// Runs a step and answers why it stopped; empty when it did not.
+/// Runs a step and returns why it stopped; empty when it did not.
 template <class Step>
 std::string stopReason(Step step) {
-    prepare();
-    try {
-        step();
-    } catch (const Stopped& stopped) {
-        return stopped.reason;
-    }
-    return {};
+    const auto stop = KelvaneSDK::reasonOfStop(step);
+    return stop ? stop->text : std::string();
 }
 
 inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {

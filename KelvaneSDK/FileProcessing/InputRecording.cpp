@@ -1,246 +1,170 @@
 #include "KelvaneSDK/FileProcessing/InputRecording.h"
 
-#include <array>
+#include <algorithm>
 #include <utility>
 
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/FileProcessing/PayloadReader.h"
-#include "KelvaneSDK/FileProcessing/TextPlace.h"
+#include "KelvaneSDK/FileProcessing/RecordingBatch.h"
+#include "KelvaneSDK/FileProcessing/RecordingLine.h"
 #include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {
-
-namespace {
-
-using Element = simdjson::dom::element;
-
-// The value keys in the order in which the first present one wins.
-constexpr std::array<std::string_view, 13> valueKeys{
-    "floatValue",       "integerValue",          "vectorValue",     "booleanValue",      "orientationValue",
-    "stringValue",      "sequenceValue",         "floatArrayValue", "integerArrayValue", "booleanArrayValue",
-    "vectorArrayValue", "orientationArrayValue", "stringArrayValue"};
-
-std::string quoted(std::string_view name) { return "\"" + std::string(name) + "\""; }
-
-bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r") == std::string_view::npos; }
-
-/// Whether a line's first fault is nothing but the line's end: a value, or a word, an escape or a character
-/// in it, would go on.
-bool endsWithin(std::string_view line, std::size_t fault, std::size_t maximumDepth) {
-    if (fault == line.size()) return true;
-    constexpr std::size_t longestCut = 5;
-    if (line.size() - fault > longestCut) return false;
-    for (const std::string_view rest :
-         {"rue", "ue", "e", "alse", "lse", "se", "ull", "ll", "l", "n", "0", "00", "000", "0000", "\x80",
-          "\x80\x80", "\x80\x80\x80", "\xA0\x80", "\x90\x80\x80"}) {
-        const auto next = findJsonFault(std::string(line).append(rest), maximumDepth);
-        if (!next || next->offset > line.size()) return true;
-    }
-    return false;
-}
-
-}  // namespace
-
-/// Decodes one line at a time; keeps the parser's buffers.
-class RecordingReader::LineDecoder {
-public:
-    struct InputValue {
-        double timestamp;
-        std::string_view name;
-        Value value;
-    };
-
-    /// The line's update, or absent with failure() telling why. The name lives until the next call.
-    /// `endsText`: the line has no line break, it is the text's last one.
-    std::optional<InputValue> decode(std::string_view text, bool endsText) {
-        line = text;
-        JsonFailure notJson;
-        const auto root = reader.parse(line, notJson);
-        if (!root) return failToParse(std::move(notJson.reason), endsText);
-        simdjson::dom::object object;
-        if (root->get_object().get(object) != simdjson::SUCCESS) {
-            return fail("the line is " + std::string(kindOf(*root)) + "; an object was expected");
-        }
-        std::array<std::string_view, 2 + valueKeys.size()> names{"timestamp", "name"};
-        std::copy(valueKeys.begin(), valueKeys.end(), names.begin() + 2);
-        const auto found = members(object, names);
-
-        double timestamp = 0;
-        std::string_view name;
-        if (!found[0]) return fail("\"timestamp\" is missing; a number was expected");
-        if (!payloads.read(*found[0], timestamp)) return failIn(names[0]);
-        if (!found[1]) return fail("\"name\" is missing; a string was expected");
-        if (!payloads.read(*found[1], name)) return failIn(names[1]);
-        std::optional<Value> value;
-        for (std::size_t key = 0; key < valueKeys.size(); ++key) {
-            if (!found[2 + key]) continue;
-            auto present = decodeValue(key, *found[2 + key]);
-            if (!present) return failIn(valueKeys[key]);
-            if (!value) value = std::move(present);
-        }
-        if (!value)
-            return fail("no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected");
-        return InputValue{timestamp, name, std::move(*value)};
-    }
-
-    /// What was wrong with the line that decode() refused just now, but for its index.
-    const RecordingFailure& failure() const { return failed; }
-
-private:
-    std::optional<Value> decodeValue(std::size_t key, const Element& element) {
-        switch (key) {
-            case 0:
-                return decoded<double>(element);
-            case 1:
-                return decoded<std::int64_t>(element);
-            case 2:
-                return decoded<Vector>(element);
-            case 3:
-                return decoded<bool>(element);
-            case 4:
-                return decoded<Orientation>(element);
-            case 5:
-                return decoded<String>(element);
-            case 6:
-                return decoded<Sequence>(element);
-            case 7:
-                return decoded<List<double>>(element);
-            case 8:
-                return decoded<List<std::int64_t>>(element);
-            case 9:
-                return decoded<List<bool>>(element);
-            case 10:
-                return decoded<List<Vector>>(element);
-            case 11:
-                return decoded<List<Orientation>>(element);
-            default:
-                return decoded<List<String>>(element);
-        }
-    }
-
-    template <class T>
-    std::optional<Value> decoded(const Element& element) {
-        T target{};
-        return payloads.read(element, target) ? std::optional(Value(std::move(target))) : std::nullopt;
-    }
-
-    std::nullopt_t fail(std::string reason, const std::string& culprit = {}) {
-        failed = {0, offsetsOf(std::span(&culprit, 1), line).front() + 1, std::move(reason), false};
-        return std::nullopt;
-    }
-
-    std::nullopt_t failIn(std::string_view key) {
-        return fail(quoted(key) + payloads.why(), "/" + std::string(key) + payloads.where());
-    }
-
-    // The parser tells no place in a line that is not JSON.
-    std::nullopt_t failToParse(std::string parserReason, bool endsText) {
-        const auto fault = isBlank(line) ? std::nullopt : findJsonFault(line, reader.maximumDepth);
-        failed = {0, 1, std::move(parserReason), false};
-        if (!fault) return std::nullopt;
-        failed.column = fault->offset + 1;
-        failed.reason = (fault->tooDeep ? "" : "not JSON: ") + fault->reason;
-        failed.isCutOff = endsText && endsWithin(line, fault->offset, reader.maximumDepth);
-        return std::nullopt;
-    }
-
-    JsonReader reader;
-    PayloadReader payloads;
-    std::string_view line;
-    RecordingFailure failed;
-};
 
 std::string RecordingFailure::diagnostic() const {
     if (reason == outOfMemoryReason) return std::string(outOfMemoryLine);
     return "ERROR: invalid JSON at line " + std::to_string(line) + "!";
 }
 
-RecordingReader::RecordingReader(Ending textEnding, InvalidLineReceiver skipped, std::size_t longestLine)
-    : decoder(std::make_unique<LineDecoder>()),
-      ending(textEnding),
-      receiver(std::move(skipped)),
-      maximumLength(longestLine) {}
+class RecordingReader::State {
+public:
+    State(Ending textEnding, InvalidLineReceiver skipped, std::size_t longestLine)
+        : ending(textEnding), receiver(std::move(skipped)), maximumLength(longestLine) {}
+
+    void append(std::string_view text) {
+        if (!withinMemory([&] { return add(text), true; })) failOutOfMemory();
+    }
+    void finish() { isFinished = true; }
+
+    const KelvaneInput* next() {
+        bool isComplete = false;
+        while (!withinMemory([&] { return read(isComplete), true; })) {
+            // What was read before may still be handed over.
+            if (failed) break;
+            failOutOfMemory();
+            if (isComplete) break;
+        }
+        return isComplete ? &batch : nullptr;
+    }
+
+    std::optional<RecordingFailure> failed;
+    /// What has not been read of the last piece.
+    std::string_view piece;
+
+private:
+    void failOutOfMemory() { failed = {lineIndex, 1, outOfMemoryReason, false}; }
+
+    void add(std::string_view text) {
+        if (failed || isFinished) return;
+        if (piece.empty()) {
+            piece = text;
+            isKept = false;
+            return;
+        }
+        if (!std::exchange(isKept, true)) kept = piece;
+        auto used = kept.size() - piece.size();
+        if (used > piece.size()) kept.erase(0, std::exchange(used, 0));
+        kept += text;
+        piece = std::string_view(kept).substr(used);
+    }
+
+    // In this order, no batch is lost or begun when memory runs out.
+    void read(bool& isComplete) {
+        while (!failed && readUpdate()) {
+            if (update.timestamp != collected.timestamp()) {
+                collected.moveTo(batch);
+                isComplete = true;
+                isBegun = false;
+                collected.begin(update.timestamp);
+            }
+            collected.set(update.name, std::move(update.value));
+            isBegun = true;
+            if (isComplete) return;
+        }
+        if (!isBegun || !(failed || isRead)) return;
+        collected.moveTo(batch);
+        isComplete = true;
+        isBegun = false;
+    }
+
+    // Reads the next valid line; false when there is none.
+    bool readUpdate() {
+        while (!failed) {
+            if (std::exchange(isLineDone, false)) {
+                ++lineIndex;
+                unfinishedLine.clear();
+            }
+            if (unfinishedLine.empty() && !isLineRefused) {
+                const auto length = quickReader.read(piece, update);
+                isLineDone =
+                    length > 0 && length < piece.size() && piece[length] == '\n' && length <= maximumLength;
+                if (isLineDone) {
+                    piece.remove_prefix(length + 1);
+                    return true;
+                }
+            }
+            const auto line = nextLine();
+            if (!line) return false;
+            isLineDone = true;
+            if (reader.read(*line, isRead, update)) return true;
+            auto failure = reader.failure();
+            failure.line = lineIndex;
+            refuse(std::move(failure));
+        }
+        return false;
+    }
+
+    // The next whole line; absent when there is none.
+    std::optional<std::string_view> nextLine() {
+        while (!failed && !isRead) {
+            const auto lineBreak = piece.find('\n');
+            const auto part = piece.substr(0, lineBreak);
+            piece.remove_prefix(std::min(part.size() + 1, piece.size()));
+            if (!isLineRefused && part.size() > maximumLength - unfinishedLine.size()) {
+                isLineRefused = true;
+                unfinishedLine.clear();
+                refuse({lineIndex, maximumLength + 1,
+                        "the line is longer than the limit of " + std::to_string(maximumLength) + " bytes",
+                        false});
+            } else if (!isLineRefused && (lineBreak == std::string_view::npos || !unfinishedLine.empty())) {
+                unfinishedLine += part;
+            }
+            if (lineBreak == std::string_view::npos) {
+                if (!isFinished) return std::nullopt;
+                isRead = true;
+                const bool endsWithLineBreak = lineIndex > 0 && unfinishedLine.empty();
+                if (isLineRefused || (endsWithLineBreak && ending == Ending::lineBreakAllowed))
+                    return std::nullopt;
+                return unfinishedLine;
+            }
+            if (!std::exchange(isLineRefused, false)) return unfinishedLine.empty() ? part : unfinishedLine;
+            ++lineIndex;
+        }
+        return std::nullopt;
+    }
+
+    void refuse(RecordingFailure failure) {
+        if (receiver) return receiver(failure);
+        failed = std::move(failure);
+    }
+
+    Ending ending;
+    InvalidLineReceiver receiver;
+    std::size_t maximumLength;
+    QuickLineReader quickReader;
+    LineReader reader;
+    std::string kept;  // what had not been read of earlier pieces when others came
+    bool isKept = false;
+    std::string unfinishedLine;
+    bool isLineRefused = false, isLineDone = false;
+    bool isFinished = false, isRead = false;
+    std::size_t lineIndex = 0;
+    InputUpdate update;
+    RecordingBatch collected;
+    bool isBegun = true;
+    KelvaneInput batch;
+};
+
+RecordingReader::RecordingReader(Ending ending, InvalidLineReceiver skipped, std::size_t longestLine)
+    : state(std::make_unique<State>(ending, std::move(skipped), longestLine)) {}
 RecordingReader::~RecordingReader() = default;
 RecordingReader::RecordingReader(RecordingReader&&) noexcept = default;
 RecordingReader& RecordingReader::operator=(RecordingReader&&) noexcept = default;
 
-void RecordingReader::append(std::string_view piece) {
-    if (!withinMemory([&] { return read(piece), true; })) failed = {lineIndex, 1, outOfMemoryReason, false};
-}
-
-void RecordingReader::read(std::string_view piece) {
-    while (!failed && !finished) {
-        const auto lineBreak = piece.find('\n');
-        const auto part = piece.substr(0, lineBreak);
-        if (!isLineRefused && part.size() > maximumLength - unfinishedLine.size()) {
-            isLineRefused = true;
-            unfinishedLine.clear();
-            refuse({lineIndex, maximumLength + 1,
-                    "the line is longer than the limit of " + std::to_string(maximumLength) + " bytes",
-                    false});
-        }
-        if (lineBreak == std::string_view::npos) {
-            if (!isLineRefused) unfinishedLine += part;
-            return;
-        }
-        if (isLineRefused) {
-            isLineRefused = false;
-        } else if (unfinishedLine.empty()) {
-            readLine(part);
-        } else {
-            unfinishedLine += part;
-            readLine(unfinishedLine);
-            unfinishedLine.clear();
-        }
-        ++lineIndex;
-        piece.remove_prefix(lineBreak + 1);
-    }
-}
-
-void RecordingReader::finish() {
-    if (finished) return;
-    finished = true;
-    const bool endsWithLineBreak = lineIndex > 0 && unfinishedLine.empty();
-    const bool isLineOver = isLineRefused || (endsWithLineBreak && ending == Ending::lineBreakAllowed);
-    if (failed || isLineOver) return;
-    if (!withinMemory([&] { return readLine(unfinishedLine), true; })) {
-        failed = {lineIndex, 1, outOfMemoryReason, false};
-    }
-}
-
-void RecordingReader::readLine(std::string_view line) {
-    auto update = decoder->decode(line, finished);
-    if (!update) {
-        auto failure = decoder->failure();
-        failure.line = lineIndex;
-        return refuse(std::move(failure));
-    }
-    std::string name(update->name);
-    if (update->timestamp == current.timestamp) {
-        current.updates.insert_or_assign(std::move(name), std::move(update->value));
-        return;
-    }
-    // In this order, no batch is lost or begun when memory runs out.
-    KelvaneInput next{update->timestamp, {}};
-    next.updates.emplace(std::move(name), std::move(update->value));
-    complete.push_back(std::move(current));
-    current = std::move(next);
-}
-
-void RecordingReader::refuse(RecordingFailure failure) {
-    if (receiver) return receiver(failure);
-    failed = std::move(failure);
-}
-
-std::optional<KelvaneInput> RecordingReader::next() {
-    if (complete.empty()) {
-        if (!finished || std::exchange(isExhausted, true)) return std::nullopt;
-        return std::move(current);
-    }
-    KelvaneInput batch = std::move(complete.front());
-    complete.pop_front();
-    return batch;
-}
+void RecordingReader::append(std::string_view piece) { state->append(piece); }
+void RecordingReader::finish() { state->finish(); }
+const KelvaneInput* RecordingReader::next() { return state->next(); }
+const std::optional<RecordingFailure>& RecordingReader::failure() const { return state->failed; }
+std::string_view RecordingReader::unread() const { return state->piece; }
 
 std::vector<KelvaneInput> readKelvaneInputs(std::string_view from) {
     std::vector<KelvaneInput> batches;
@@ -248,7 +172,7 @@ std::vector<KelvaneInput> readKelvaneInputs(std::string_view from) {
         RecordingReader reader;
         reader.append(from);
         reader.finish();
-        while (auto batch = reader.next()) batches.push_back(std::move(*batch));
+        while (const auto* batch = reader.next()) batches.push_back(*batch);
         if (reader.failure()) printDiagnostic(reader.failure()->diagnostic());
         return true;
     });

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -39,6 +38,13 @@ struct RecordingFailure {
 /// that is not such an object, or for which there is no memory; the batches before it, its own unfinished one
 /// included, stay valid. A reader that is given a receiver for such lines skips them instead, as if they were
 /// not there.
+///
+///     while (!(piece = receive()).empty()) {
+///         reader.append(piece);
+///         while (const KelvaneInput* batch = reader.next()) engine.updateInputStreams(*batch);
+///     }
+///     reader.finish();
+///     while (const KelvaneInput* batch = reader.next()) engine.updateInputStreams(*batch);
 class RecordingReader {
 public:
     /// What may stand at the end of the text.
@@ -47,8 +53,8 @@ public:
         lineBreakAllowed,  ///< one line break after the last line is no line
     };
 
-    /// Takes an invalid line, within the append() or finish() that brings it: an application that appends a
-    /// line at a time and takes the batches after each has both in the recording's order.
+    /// Takes an invalid line, within the next() that passes over it, so that it comes in the recording's
+    /// order.
     using InvalidLineReceiver = std::function<void(const RecordingFailure&)>;
 
     static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
@@ -61,34 +67,23 @@ public:
     RecordingReader(RecordingReader&&) noexcept;
     RecordingReader& operator=(RecordingReader&&) noexcept;
 
-    /// Takes the next piece of the text, cut anywhere.
+    /// Takes the next piece of the text, cut anywhere. It is read in place, so it must stay as it is until
+    /// next() returns null or another piece comes; what has not been read of it by then is copied.
     void append(std::string_view piece);
     /// Takes the end of the text.
     void finish();
-    /// The next complete batch, or absent when more text is needed or all has been read.
-    std::optional<KelvaneInput> next();
+    /// The next complete batch, which lives until the next call; null when more text is needed or all has
+    /// been read. A copy shares the stream names with the reader and all other batches.
+    const KelvaneInput* next();
     /// The line that ended the reading, if one did.
-    const std::optional<RecordingFailure>& failure() const { return failed; }
+    const std::optional<RecordingFailure>& failure() const;
+    /// What comes after the line that ended the reading in the piece that it stands in.
+    std::string_view unread() const;
 
 private:
-    class LineDecoder;
+    class State;
 
-    void read(std::string_view piece);
-    void readLine(std::string_view line);
-    void refuse(RecordingFailure failure);
-
-    std::unique_ptr<LineDecoder> decoder;
-    Ending ending;
-    InvalidLineReceiver receiver;
-    std::size_t maximumLength;
-    bool finished = false;
-    bool isExhausted = false;
-    std::string unfinishedLine;
-    bool isLineRefused = false;
-    std::size_t lineIndex = 0;
-    KelvaneInput current;
-    std::deque<KelvaneInput> complete;
-    std::optional<RecordingFailure> failed;
+    std::unique_ptr<State> state;
 };
 
 /// Reads a whole recording. An invalid line prints "ERROR: invalid JSON at line <index>!" (counted from 0)

@@ -1,10 +1,10 @@
 #include "KelvaneSDK/FileProcessing/JsonReader.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <new>
 
+#include "KelvaneSDK/FileProcessing/JsonNumber.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
 
 namespace KelvaneSDK {
@@ -12,14 +12,6 @@ namespace KelvaneSDK {
 namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-bool fitsIn64Bits(std::string_view integer) {
-    const bool isNegative = integer.starts_with('-');
-    std::uint64_t magnitude = 0;
-    const auto result =
-        std::from_chars(integer.data() + (isNegative ? 1 : 0), integer.data() + integer.size(), magnitude);
-    return result.ec == std::errc() && (!isNegative || magnitude <= std::uint64_t{1} << 63);
-}
 
 // Whether "-0" stands there as a number of its own, or within a string as if it did.
 bool mayHoldNegativeZero(std::string_view text) {
@@ -32,10 +24,10 @@ bool mayHoldNegativeZero(std::string_view text) {
     return false;
 }
 
-// Appends "e0" to the integer literals, outside strings, that simdjson refuses because they do not fit in 64
-// bits or reads without their sign ("-0"): where a double is wanted, they are legal JSON numbers. As decimals
-// it reads them with correct rounding.
-std::string withSpecialIntegersAsDecimals(std::string_view text) {
+// Spells anew, outside strings, the numbers of which simdjson loses something. Integers that it refuses,
+// because they do not fit in 64 bits, or reads without their sign ("-0") become decimals, which it rounds
+// correctly; decimals that are integers of 64 bits become plain integers.
+std::string respelled(std::string_view text) {
     std::string changed;
     changed.reserve(text.size() + 16);
     bool inString = false;
@@ -49,10 +41,16 @@ std::string withSpecialIntegersAsDecimals(std::string_view text) {
             continue;
         }
         const auto number = text.substr(i, text.find_first_not_of("0123456789+-.eE", i) - i);
-        changed += number;
-        const bool isInteger = number.find_first_of("+.eE") == std::string_view::npos;
-        if (isInteger && (number == "-0" || !fitsIn64Bits(number))) changed += "e0";
         i += number.size();
+        std::int64_t integer = 0;
+        const char* const end = readJsonInteger(number.data(), number.data() + number.size(), integer);
+        const bool isInteger = end == number.data() + number.size();
+        if (isInteger && (integer != 0 || c != '-')) {
+            changed += std::to_string(integer);
+            continue;
+        }
+        changed += number;
+        if (number.find_first_of("+.eE") == std::string_view::npos) changed += "e0";
     }
     return changed;
 }
@@ -122,7 +120,14 @@ simdjson::error_code JsonReader::parsed(std::string_view text, simdjson::dom::el
         if (error == simdjson::SUCCESS) return error;
     }
     // Versions of simdjson differ in the error for a long integer.
-    return parser.parse(withSpecialIntegersAsDecimals(text)).get(root);
+    return parser.parse(respelled(text)).get(root);
+}
+
+std::optional<simdjson::dom::element> JsonReader::parseWithPlainIntegers(std::string_view text) {
+    const auto plain = respelled(text);
+    simdjson::dom::element root;
+    if (plain == text || parser.parse(plain).get(root) != simdjson::SUCCESS) return std::nullopt;
+    return root;
 }
 
 std::optional<double> asDouble(const simdjson::dom::element& element) {
@@ -133,14 +138,12 @@ std::optional<double> asDouble(const simdjson::dom::element& element) {
 std::optional<std::int64_t> asInteger(const simdjson::dom::element& element) {
     std::int64_t integer = 0;
     if (element.get_int64().get(integer) == simdjson::SUCCESS) return integer;
+    // A zero below zero stays a decimal, for its sign.
     double number = 0;
-    if (element.type() != simdjson::dom::element_type::DOUBLE || element.get_double().get(number))
-        return std::nullopt;
-    // 2^63 does not fit; -2^63 does, but as a decimal it may also be an integer below it, rounded.
-    if (std::trunc(number) != number || number <= -9223372036854775808.0 || number >= 9223372036854775808.0) {
-        return std::nullopt;
-    }
-    return static_cast<std::int64_t>(number);
+    const bool isNegativeZero = element.type() == simdjson::dom::element_type::DOUBLE &&
+                                element.get_double().get(number) == simdjson::SUCCESS && number == 0 &&
+                                std::signbit(number);
+    return isNegativeZero ? std::optional<std::int64_t>(0) : std::nullopt;
 }
 
 std::optional<bool> asBoolean(const simdjson::dom::element& element) {

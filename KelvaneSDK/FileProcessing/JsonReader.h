@@ -30,6 +30,11 @@ public:
     /// std::bad_alloc.
     std::optional<simdjson::dom::element> parse(std::string_view text, JsonFailure& failure);
 
+    /// The root of a text that is JSON, valid until the next call, with integers that are spelled as decimals
+    /// spelled plainly. Decoding needs it only when asInteger() found none: of a decimal, the parser keeps
+    /// the nearest double. Absent when there is no such decimal.
+    std::optional<simdjson::dom::element> parseWithPlainIntegers(std::string_view text);
+
     /// Nesting beyond this many levels is refused.
     const std::size_t maximumDepth;
 
@@ -57,7 +62,7 @@ std::array<std::optional<simdjson::dom::element>, count> members(
 
 /// A JSON number as a double.
 std::optional<double> asDouble(const simdjson::dom::element& element);
-/// A JSON number that is integral and in range, however written (3, 3.0, 3e0).
+/// A plainly spelled integer of 64 bits; JsonReader::parseWithPlainIntegers() makes one of any (3.0, 3e0).
 std::optional<std::int64_t> asInteger(const simdjson::dom::element& element);
 std::optional<bool> asBoolean(const simdjson::dom::element& element);
 std::optional<std::string_view> asString(const simdjson::dom::element& element);

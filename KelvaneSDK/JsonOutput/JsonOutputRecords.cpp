@@ -33,6 +33,20 @@ bool readEntry(PayloadReader& payloads, const simdjson::dom::element& element, V
            readOptional(payloads, string, entry.stringValue);
 }
 
+std::optional<JsonInfo> read(const simdjson::dom::element& root) {
+    simdjson::dom::object object;
+    if (root.get_object().get(object) != simdjson::SUCCESS) return std::nullopt;
+    const auto [values] = members<1>(object, {"values"});
+    simdjson::dom::array array;
+    if (!values || values->get_array().get(array) != simdjson::SUCCESS) return std::nullopt;
+    JsonInfo info;
+    PayloadReader payloads;
+    for (const simdjson::dom::element element : array) {
+        if (!readEntry(payloads, element, info.values.emplace_back())) return std::nullopt;
+    }
+    return info;
+}
+
 void writeEntry(JsonWriter& json, const ValueInfo& entry) {
     json.beginObject();
     if (entry.arrayValue) {
@@ -83,17 +97,10 @@ std::optional<JsonInfo> JsonInfo::decode(std::string_view text) {
     JsonReader reader;
     JsonFailure ignored;
     const auto root = reader.parse(text, ignored);
-    simdjson::dom::object object;
-    if (!root || root->get_object().get(object) != simdjson::SUCCESS) return std::nullopt;
-    const auto [values] = members<1>(object, {"values"});
-    simdjson::dom::array array;
-    if (!values || values->get_array().get(array) != simdjson::SUCCESS) return std::nullopt;
-    JsonInfo info;
-    PayloadReader payloads;
-    for (const simdjson::dom::element element : array) {
-        if (!readEntry(payloads, element, info.values.emplace_back())) return std::nullopt;
-    }
-    return info;
+    if (!root) return std::nullopt;
+    if (auto info = read(*root)) return info;
+    const auto plain = reader.parseWithPlainIntegers(text);
+    return plain ? read(*plain) : std::nullopt;
 }
 
 std::string JsonInfo::encode() const {

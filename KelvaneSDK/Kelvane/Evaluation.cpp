@@ -27,6 +27,9 @@ void forEachBit(const std::vector<std::uint64_t>& bits, std::size_t begin, std::
     }
 }
 
+const std::uint64_t noTime = 0;
+const StepInput never{nullptr, &noTime, 0, nullptr};
+
 /// A class that says nothing about when it runs, and may read and write flags as it likes.
 bool isUnknown(const FunctionNode& node) {
     return node.declaration() == nullptr || node.declaration()->readiness == Readiness::own;
@@ -153,14 +156,15 @@ void Evaluation::collectOutputs() {
     });
 }
 
-void Evaluation::collectOutput(const Output& output) {
-    const GivenValue* const brought = output.input->given();
+void Evaluation::collectOutput(Output& output) {
     if (output.admitted != GivenValue::absent) {
-        if (!output.input->hasNews()) return;
-        if (brought->kind == output.admitted) {
-            output.input->consume();
-            output.node->give(brought->value, 0 <= brought->timestamp ? brought->timestamp : 0);
-            return write(output.label, &output.node->given().value);
+        if (!output.input.hasNews()) return;
+        const GivenValue& brought = *output.input.source;
+        if (brought.kind == output.admitted) {
+            output.input.consume();
+            output.given->set(brought.value);
+            output.node->publish(0 <= brought.timestamp ? brought.timestamp : 0);
+            return write(output.label, &output.given->value);
         }
     } else if (!output.node->allInputsUpdated()) {
         return;
@@ -207,12 +211,15 @@ Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
     for (const auto* node : nodes.constants) state.batches = std::max(state.batches, node->given().stamp);
     for (auto* node : nodes.constants) node->shareClock(state.batches);
     compileLabels();
-    for (std::size_t i = 0; i < nodes.outputs.size(); ++i) {
-        auto* node = nodes.outputs[i];
+    outputs.reserve(nodes.outputs.size());
+    for (auto* node : nodes.outputs) {
         const auto type = node->plainType();
-        outputs.push_back({node, node->inputValues().front(),
-                           type ? static_cast<std::uint8_t>(*type) : GivenValue::absent,
-                           *labelOf(node->label())});
+        const auto label = *labelOf(node->label());
+        auto& slot = *node->inputValues().front();
+        outputs.push_back({node, never, &node->given(), GivenValue::absent, label});
+        // An input that nothing feeds never has news.
+        if (type) outputs.back().admitted = static_cast<std::uint8_t>(*type);
+        if (slot.given() != nullptr) slot.bind(outputs.back().input);
     }
     settle(SweepPass::first);
     for (auto* node : nodes.constants) {
@@ -221,6 +228,21 @@ Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
     }
     seenHandWritten = state.handWritten;
     changes = state.changes;
+}
+
+Evaluation::~Evaluation() {
+    unbind();
+    for (auto& output : outputs) {
+        if (output.input.slot != nullptr) output.input.slot->unbind();
+    }
+}
+
+void Evaluation::unbind() {
+    for (auto& input : stepInputs) {
+        if (input.slot != nullptr) input.slot->unbind();
+    }
+    stepInputs.clear();
+    steps.clear();
 }
 
 std::optional<Evaluation::Label> Evaluation::labelOf(std::string_view text) const {
@@ -280,7 +302,11 @@ void Evaluation::settle(SweepPass pass) {
 }
 
 void Evaluation::compileSteps() {
-    steps.clear();
+    unbind();
+    std::size_t inputCount = 0;
+    for (const auto* node : nodes.functions) inputCount += node->inputValues().size();
+    stepInputs.reserve(inputCount);
+    steps.reserve(nodes.functions.size());
     passingSlots.clear();
     mayRunAgain = hasUnknownNodes = false;
     constexpr std::uint32_t noStep = ~std::uint32_t{0};
@@ -290,10 +316,13 @@ void Evaluation::compileSteps() {
         if (node == nullptr) nodes.functions[i]->stop("a class of the category \"Function\" must be a FunctionNode");
         const auto inputs = node->inputValues();
         // A node with an unconnected input never runs.
-        if (std::any_of(inputs.begin(), inputs.end(), [](const auto* slot) { return slot->connectable; })) continue;
+        if (std::any_of(inputs.begin(), inputs.end(),
+                        [](const auto* slot) { return slot->connectable || slot->given() == nullptr; })) continue;
         if (isUnknown(*node)) hasUnknownNodes = mayRunAgain = true;
         node->place = static_cast<std::uint32_t>(steps.size());
-        steps.push_back({node->stepFunction(), node, &node->given(), inputs.data(), inputs.size()});
+        StepInput* const first = stepInputs.data() + stepInputs.size();
+        for (auto* slot : inputs) slot->bind(stepInputs.emplace_back());
+        steps.push_back({node->stepFunction(), node, &node->given(), first, inputs.size()});
     }
     for (std::size_t i = 0; i < outputs.size(); ++i) {
         outputs[i].node->place = static_cast<std::uint32_t>(steps.size() + i);

@@ -23,6 +23,9 @@ class Evaluation {
 public:
     /// `nodes.functions` takes on the settled order.
     Evaluation(DiagramNodes& nodes, DiagramState& state);
+    ~Evaluation();
+    Evaluation(const Evaluation&) = delete;
+    Evaluation& operator=(const Evaluation&) = delete;
 
     /// The diagram has changed since.
     bool isOutOfDate() const { return changes != state.changes; }
@@ -65,7 +68,8 @@ private:
     };
     struct Output {
         VariableOutputNode* node;
-        TimestampedVariable* input;
+        StepInput input;
+        GivenValue* given;
         /// The type that the node admits, or GivenValue::absent for a class with a rule of its own.
         std::uint8_t admitted;
         Label label;
@@ -90,7 +94,8 @@ private:
     void sweep();
     [[noreturn]] void sweepForEver();
     void collectOutputs();
-    void collectOutput(const Output& output);
+    void collectOutput(Output& output);
+    void unbind();
     void write(Label label, const Value* value);
     bool wasWritten(Label label) const { return (writtenLabels[label / 64] >> label % 64 & 1) != 0; }
     void countWork(std::size_t steps, const Node& node);
@@ -102,6 +107,7 @@ private:
     std::uint64_t seenVisibility = 0;
 
     std::vector<Step> steps;
+    std::vector<StepInput> stepInputs;
     std::vector<Node*> waiting;
     std::vector<Stream> streams;
     std::vector<Output> outputs;

@@ -23,6 +23,8 @@ struct RunOptions {
     /// What an evaluation may use up before the run ends.
     std::int64_t maxElements = 10'000'000;
     double maxBatchSeconds = 10;
+    /// Bytes, with a unit; empty: half of the machine's memory.
+    std::string maxMemory;
 };
 int run(const RunOptions& options);
 

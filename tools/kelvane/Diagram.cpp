@@ -43,12 +43,17 @@ int Diagram::exitStatus() const { return hasErrors ? ExitStatus::failed : ExitSt
 Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
     const auto text = readWholeFile(path);
     Diagram diagram{nameOf(path), std::make_unique<Kelvane>()};
+    diagram.engine->setStopBehavior(StopBehavior::failCall);
     diagram.hasErrors = reportErrors(diagram.name, checkDiagram(text));
     messages.withoutErrors = diagram.hasErrors;
     const bool isBuilt = diagram.engine->read(text, true);
     messages.withoutErrors = false;
     diagram.hasErrors |= messages.hasErrors();
-    if (!isBuilt) throw Failure{ExitStatus::failed, "kelvane: " + diagram.name + " cannot be built"};
+    if (!isBuilt) {
+        const auto& failure = diagram.engine->failure();
+        throw Failure{ExitStatus::failed, "kelvane: " + diagram.name + " cannot be built" +
+                                              (failure ? ": " + printable(failure->text) : "")};
+    }
     return diagram;
 }
 

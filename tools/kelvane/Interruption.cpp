@@ -6,19 +6,23 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 
 namespace kelvane {
 
 namespace {
 
-volatile sig_atomic_t caughtSignal = 0;
+std::atomic<int> caughtSignal = 0;
+std::atomic<bool> isInterrupted = false;
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 // The handler writes to it, so that a signal just before poll() is not missed.
 std::array<int, 2> wakePipe{-1, -1};
 
 void onSignal(int number) {
     const int savedError = errno;
     caughtSignal = number;
+    isInterrupted = true;
     [[maybe_unused]] const auto written = ::write(wakePipe[1], "", 1);
     errno = savedError;
 }
@@ -40,6 +44,8 @@ void catchInterruptions() {
 }
 
 int interruption() { return caughtSignal; }
+
+const std::atomic<bool>& interrupted() { return isInterrupted; }
 
 bool waitForInput(int descriptor) {
     std::array<pollfd, 2> watched{pollfd{descriptor, POLLIN, 0}, pollfd{wakePipe[0], POLLIN, 0}};

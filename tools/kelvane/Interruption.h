@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 // SIGINT, SIGTERM and SIGHUP, which end a run after the current line.
 
 namespace kelvane {
@@ -9,6 +11,8 @@ void catchInterruptions();
 
 /// The signal that came, or 0.
 int interruption();
+/// Set once there was a signal; ends the batch in progress.
+const std::atomic<bool>& interrupted();
 
 /// Waits until `descriptor` can be read or a signal came; true in the first case.
 bool waitForInput(int descriptor);

@@ -72,8 +72,6 @@ std::string shortened(std::string_view text) {
 
 }  // namespace
 
-void (*endProcess)(int) = ::_exit;
-
 void tell(std::string_view line) {
     std::string text(line);
     text += '\n';

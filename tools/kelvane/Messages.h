@@ -23,10 +23,6 @@ struct Failure {
     std::string message;
 };
 
-/// Ends the process at once; nothing is destroyed, since a stop left broken invariants. A caller that must
-/// live on puts a function in its place that throws.
-extern void (*endProcess)(int status);
-
 /// Writes one line to standard error, in one piece.
 void tell(std::string_view line);
 

@@ -28,34 +28,23 @@ Recording::Recording(const std::string& path, InvalidLine invalidLine)
 
 bool Recording::readPiece() {
     if (hasEnded) return false;
-    rest = file.read(piece);
+    const auto text = file.read(piece);
     if (interruption() != 0) return false;
-    isAtEnd = rest.empty();
-    if (isAtEnd) {
-        end();
+    if (text.empty()) {
+        hasEnded = isAtEnd = true;
+        reader.finish();
     } else {
         isEmpty = false;
+        lastByte = text.back();
+        reader.append(text);
     }
     return true;
 }
 
-std::optional<KelvaneInput> Recording::next() {
-    while (true) {
-        if (auto batch = reader.next()) return batch;
-        if (hasEnded || rest.empty()) return std::nullopt;
-        // A line at a time, so that batches and messages come in order.
-        const auto lineBreak = rest.find('\n');
-        const auto line = rest.substr(0, lineBreak == std::string_view::npos ? lineBreak : lineBreak + 1);
-        reader.append(line);
-        lastByte = line.back();
-        rest.remove_prefix(line.size());
-        if (reader.failure()) end();
-    }
-}
-
-void Recording::end() {
-    hasEnded = true;
-    reader.finish();
+const KelvaneInput* Recording::next() {
+    const auto* const batch = reader.next();
+    if (reader.failure()) hasEnded = true;
+    return batch;
 }
 
 void Recording::skip(const RecordingFailure& line) {
@@ -84,13 +73,14 @@ std::string Recording::unreadLines() {
     constexpr auto unknown = "; the rest was not read";
     // A pipe may go on for ever.
     if (!file.isRegular()) return unknown;
-    const std::size_t isWithinLine = lastByte != '\n';
+    auto rest = reader.unread();
+    const std::size_t isWithinLine = rest.empty() && lastByte != '\n';
     std::size_t lines = 0;
     try {
         do {
             lines += static_cast<std::size_t>(std::count(rest.begin(), rest.end(), '\n'));
-            if (!rest.empty()) lastByte = rest.back();
             rest = file.read(piece);
+            if (!rest.empty()) lastByte = rest.back();
         } while (!rest.empty());
     } catch (const Failure&) {
         return unknown;

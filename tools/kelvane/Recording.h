@@ -1,8 +1,6 @@
 #pragma once
 
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "Files.h"
@@ -21,7 +19,7 @@ public:
     /// Reads what is there now; next() then gives the batches that it completes. False after the end, after
     /// an invalid line and after an interruption.
     bool readPiece();
-    std::optional<KelvaneSDK::KelvaneInput> next();
+    const KelvaneSDK::KelvaneInput* next();
 
     /// What is wrong in the line that ended the reading, with file, line, column and how many lines were not
     /// read, or how many lines were skipped; empty when all has been read.
@@ -34,15 +32,12 @@ private:
     // More lines than these tell nobody more, and would fill a disk.
     static constexpr std::size_t mostTold = 100;
 
-    void end();
     void skip(const KelvaneSDK::RecordingFailure& line);
     std::string textOf(const KelvaneSDK::RecordingFailure& line) const;
     std::string unreadLines();
 
     InputFile file;
     std::vector<char> piece;
-    // What the reader has not been given of it.
-    std::string_view rest;
     KelvaneSDK::RecordingReader reader;
     char lastByte = '\n';
     std::size_t skippedLines = 0;

@@ -3,12 +3,13 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <new>
+#include <optional>
 
 #include "Commands.h"
 #include "Diagram.h"
 #include "Files.h"
 #include "Interruption.h"
+#include "MemoryLimit.h"
 #include "Messages.h"
 #include "Recording.h"
 
@@ -70,7 +71,7 @@ void applyOptions(Kelvane& engine, const RunOptions& options) {
         refuseOption("--max-elements " + std::to_string(options.maxElements), "0 or more was expected");
     }
     if (std::isnan(options.maxBatchSeconds)) refuseOption("--max-batch-seconds", "a number was expected");
-    engine.setLimits({static_cast<std::size_t>(options.maxElements), options.maxBatchSeconds});
+    engine.setLimits({static_cast<std::size_t>(options.maxElements), options.maxBatchSeconds, &interrupted()});
     if (!options.withoutInputs) return;
     for (const auto& label : engine.getInputStreams()) engine.setInputStreamForwarding(label, false);
 }
@@ -84,25 +85,20 @@ public:
                     options.keepsGoing ? Recording::InvalidLine::isSkipped : Recording::InvalidLine::ends),
           output(options.output, std::array{options.diagram, options.recording}) {
         applyOptions(*diagram.engine, options);
-        previousHandler = setStopHandler([this](std::string_view reason) { endAfterStop(reason); });
     }
-    ~Run() { setStopHandler(previousHandler); }
-    Run(const Run&) = delete;
-    Run& operator=(const Run&) = delete;
 
     int process() {
-        try {
-            evaluateAll();
-        } catch (const std::bad_alloc&) {
-            auto& text = output.text();
-            text.resize(text.rfind('\n') + 1);
-            endAfterStop("out of memory");
-        }
+        evaluateAll();
         if (interruption() != 0) {
             output.endEarly();
             return 128 + interruption();
         }
         output.finish();
+        if (stopReason) {
+            tell("kelvane: " + diagram.name + " stopped in batch " + std::to_string(batches) + " at timestamp " +
+                 doubleText(result.timestamp) + ": " + printable(*stopReason));
+            return ExitStatus::failed;
+        }
         const auto failure = recording.failure();
         if (!failure.empty()) tell(failure);
         const bool hasErrors = diagram.hasErrors || messages.hasErrors() || !failure.empty();
@@ -122,11 +118,11 @@ private:
     static constexpr std::size_t mostPending = 1024 * 1024;
 
     void evaluateAll() {
-        while (recording.readPiece()) {
-            while (const auto batch = recording.next()) {
+        while (!stopReason && recording.readPiece()) {
+            while (const auto* batch = recording.next()) {
                 evaluate(*batch);
                 if (output.text().size() > mostPending) output.flush();
-                if (interruption() != 0) break;
+                if (stopReason || interruption() != 0) break;
             }
             output.flush();
         }
@@ -135,23 +131,14 @@ private:
     void evaluate(const KelvaneInput& batch) {
         ++batches;
         updates += batch.updates.size();
-        timestamp = batch.timestamp;
-        const auto result = diagram.engine->evaluate(batch);
-        outputValues += result.outputs.size();
-        if (!appendJsonLines(output.text(), result) || diagram.engine->isOutOfMemory())
-            throw std::bad_alloc();
-    }
-
-    /// The engine's invariants are broken, so nothing of it is touched or destroyed any more.
-    void endAfterStop(std::string_view reason) {
-        try {
-            output.finish();
-        } catch (const Failure& failure) {
-            if (!failure.message.empty()) tell(failure.message);
+        auto& engine = *diagram.engine;
+        engine.evaluateInto(batch, result);
+        if (engine.failure()) {
+            stopReason = engine.failure()->text;
+        } else if (!appendJsonLines(output.text(), result)) {
+            stopReason = "out of memory";
         }
-        tell("kelvane: " + diagram.name + " stopped in batch " + std::to_string(batches) + " at timestamp " +
-             doubleText(timestamp) + ": " + printable(reason));
-        endProcess(ExitStatus::failed);
+        outputValues += result.outputs.size();
     }
 
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
@@ -160,8 +147,8 @@ private:
     Recording recording;
     ResultOutput output;
     std::size_t batches = 0, updates = 0, outputValues = 0;
-    double timestamp = 0;
-    StopHandler previousHandler;
+    KelvaneOutput result;
+    std::optional<std::string> stopReason;
 };
 
 }  // namespace
@@ -171,6 +158,7 @@ int run(const RunOptions& options) {
         throw Failure{ExitStatus::wrongUsage,
                       "kelvane: the diagram and the recording cannot both be standard input"};
     }
+    if (!options.maxMemory.empty()) limitMemory(options.maxMemory);
     Run run(options);
     const int status = run.process();
     if (options.withStatistics) run.tellStatistics();

@@ -1,0 +1,199 @@
+#include <simdjson.h>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "KelvaneSDK/FileProcessing/JsonNumber.h"
+#include "KelvaneSDK/FileProcessing/RecordingLine.h"
+
+namespace KelvaneSDK {
+
+namespace {
+
+constexpr std::array<bool, 256> plainCharacters = [] {
+    std::array<bool, 256> plain{};
+    for (std::size_t c = 0x20; c < 0x80; ++c) plain[c] = c != '"' && c != '\\';
+    return plain;
+}();
+
+constexpr auto lineKeys = [] {
+    std::array<std::string_view, 2 + valueKeys.size()> keys{"timestamp", "name"};
+    std::copy(valueKeys.begin(), valueKeys.end(), keys.begin() + 2);
+    return keys;
+}();
+constexpr std::array<std::string_view, 3> vectorKeys{"x", "y", "z"};
+constexpr std::array<std::string_view, 4> orientationKeys{"x", "y", "z", "w"};
+constexpr std::array<std::string_view, 2> sampleKeys{"t", "f"};
+
+class Cursor {
+public:
+    explicit Cursor(std::string_view text) : at(text.data()), end(text.data() + text.size()) {}
+
+    std::size_t placeIn(std::string_view text) const { return static_cast<std::size_t>(at - text.data()); }
+    void skip(std::size_t length) { at += length; }
+
+    void skipBlanks() {
+        while (at < end && (*at == ' ' || *at == '\t' || *at == '\r')) ++at;
+    }
+    bool take(char c) {
+        if (at == end || *at != c) {
+            skipBlanks();
+            if (at == end || *at != c) return false;
+        }
+        ++at;
+        return true;
+    }
+
+    /// The index of the key that comes next, with its colon; the number of keys for any other text.
+    template <const auto& keys>
+    std::size_t takeKey() {
+        constexpr std::size_t count = keys.size();
+        if (!take('"')) return count;
+        std::size_t key = count;
+        const auto matches = [&]<std::size_t index>() {
+            constexpr std::size_t length = keys[index].size();
+            const bool isKey = static_cast<std::size_t>(end - at) > length && at[length] == '"' &&
+                               std::memcmp(at, keys[index].data(), length) == 0;
+            if (!isKey) return false;
+            key = index;
+            at += length + 1;
+            return true;
+        };
+        const bool isKnown = [&]<std::size_t... indices>(std::index_sequence<indices...>) {
+            return (matches.template operator()<indices>() || ...);
+        }
+        (std::make_index_sequence<count>());
+        return isKnown && take(':') ? key : count;
+    }
+
+    bool read(double& number) {
+        skipBlanks();
+        return moveTo(readJsonDouble(at, end, number));
+    }
+    bool read(std::int64_t& integer) {
+        skipBlanks();
+        return moveTo(readJsonInteger(at, end, integer));
+    }
+    bool read(bool& truth) {
+        skipBlanks();
+        const std::string_view rest(at, static_cast<std::size_t>(end - at));
+        truth = rest.starts_with("true");
+        if (!truth && !rest.starts_with("false")) return false;
+        at += truth ? 4 : 5;
+        return true;
+    }
+    bool read(std::string_view& text) {
+        if (!take('"')) return false;
+        const char* const begin = at;
+        while (at < end && plainCharacters[static_cast<unsigned char>(*at)]) ++at;
+        const bool isAscii = at < end && *at == '"';
+        if (!isAscii) {
+            while (at < end &&
+                   (static_cast<signed char>(*at) < 0 || plainCharacters[static_cast<unsigned char>(*at)]))
+                ++at;
+            if (at == end || *at != '"') return false;
+        }
+        text = {begin, static_cast<std::size_t>(at++ - begin)};
+        return isAscii || simdjson::validate_utf8(text.data(), text.size());
+    }
+    bool read(String& text) {
+        std::string_view view;
+        if (!read(view)) return false;
+        text = String(view);
+        return true;
+    }
+    bool read(Vector& v) { return readMembers<vectorKeys>({&v.x, &v.y, &v.z}); }
+    bool read(Orientation& q) { return readMembers<orientationKeys>({&q.x, &q.y, &q.z, &q.w}); }
+    bool read(Sample& sample) { return readMembers<sampleKeys>({&sample.t, &sample.f}); }
+    bool read(Sequence& sequence) {
+        List<Sample> samples;
+        if (!read(samples)) return false;
+        sequence = Sequence(std::move(samples));
+        return true;
+    }
+    template <class T>
+    bool read(List<T>& list) {
+        if (!take('[')) return false;
+        ListBuilder<T> items;
+        if (!take(']')) {
+            do {
+                T item{};
+                if (!read(item)) return false;
+                items.append(item);
+            } while (take(','));
+            if (!take(']')) return false;
+        }
+        // Copied, since a list may be kept for long and must not hold more memory than it needs.
+        list = List<T>(std::span<const T>(items.items()));
+        return true;
+    }
+
+private:
+    bool moveTo(const char* place) {
+        if (place == nullptr) return false;
+        at = place;
+        return true;
+    }
+    template <const auto& names>
+    bool readMembers(const std::array<double*, names.size()>& targets) {
+        if (!take('{')) return false;
+        unsigned missing = (1U << names.size()) - 1;
+        do {
+            const auto name = takeKey<names>();
+            if ((missing >> name & 1U) == 0 || !read(*targets[name])) return false;
+            missing ^= 1U << name;
+        } while (take(','));
+        return missing == 0 && take('}');
+    }
+
+    const char* at;
+    const char* end;
+};
+
+}  // namespace
+
+std::size_t QuickLineReader::read(std::string_view text, InputUpdate& update) {
+    Cursor cursor(text);
+    bool hasTimestamp = openingLength > 0 && text.starts_with({opening.data(), openingLength});
+    bool hasName = false, hasValue = false;
+    if (hasTimestamp) {
+        cursor.skip(openingLength);
+        update.timestamp = openingTimestamp;
+    } else if (!cursor.take('{')) {
+        return 0;
+    }
+    do {
+        const auto key = cursor.takeKey<lineKeys>();
+        if (key == 0 && !hasTimestamp) {
+            if (!cursor.read(update.timestamp)) return 0;
+            if (!hasName && !hasValue) keepOpening(text, cursor.placeIn(text), update.timestamp);
+            hasTimestamp = true;
+        } else if (key == 1 && !hasName) {
+            if (!cursor.read(update.name)) return 0;
+            hasName = true;
+        } else if (key > 1 && key < lineKeys.size() && !hasValue) {
+            hasValue = withTypeOfKey(key - 2, [&]<class T>() {
+                T payload{};
+                if (!cursor.read(payload)) return false;
+                update.value = Value(std::move(payload));
+                return true;
+            });
+            if (!hasValue) return 0;
+        } else {
+            return 0;
+        }
+    } while (cursor.take(','));
+    if (!hasTimestamp || !hasName || !hasValue || !cursor.take('}')) return 0;
+    cursor.skipBlanks();
+    return cursor.placeIn(text);
+}
+
+void QuickLineReader::keepOpening(std::string_view line, std::size_t length, double timestamp) {
+    const bool isKept = length < opening.size() && length < line.size() && line[length] == ',';
+    openingLength = isKept ? length + 1 : 0;
+    std::copy_n(line.begin(), openingLength, opening.begin());
+    openingTimestamp = timestamp;
+}
+
+}  // namespace KelvaneSDK

@@ -1,0 +1,102 @@
+#pragma once
+
+// Internal: reads single lines of recordings. Not installed, since it shows a third-party type.
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "KelvaneSDK/FileProcessing/InputRecording.h"
+#include "KelvaneSDK/FileProcessing/PayloadReader.h"
+#include "KelvaneSDK/Value.h"
+
+namespace KelvaneSDK {
+
+/// The value keys of a line, in the order in which the first present one wins.
+inline constexpr std::array<std::string_view, 13> valueKeys{
+    "floatValue",       "integerValue",          "vectorValue",     "booleanValue",      "orientationValue",
+    "stringValue",      "sequenceValue",         "floatArrayValue", "integerArrayValue", "booleanArrayValue",
+    "vectorArrayValue", "orientationArrayValue", "stringArrayValue"};
+
+/// Calls the function with the payload type of a value key as its template argument.
+template <class Function>
+auto withTypeOfKey(std::size_t key, Function function) {
+    switch (key) {
+        case 0:
+            return function.template operator()<double>();
+        case 1:
+            return function.template operator()<std::int64_t>();
+        case 2:
+            return function.template operator()<Vector>();
+        case 3:
+            return function.template operator()<bool>();
+        case 4:
+            return function.template operator()<Orientation>();
+        case 5:
+            return function.template operator()<String>();
+        case 6:
+            return function.template operator()<Sequence>();
+        case 7:
+            return function.template operator()<List<double>>();
+        case 8:
+            return function.template operator()<List<std::int64_t>>();
+        case 9:
+            return function.template operator()<List<bool>>();
+        case 10:
+            return function.template operator()<List<Vector>>();
+        case 11:
+            return function.template operator()<List<Orientation>>();
+        default:
+            return function.template operator()<List<String>>();
+    }
+}
+
+/// What a line says. The name lives as long as the line, and no longer than the reader's next call.
+struct InputUpdate {
+    double timestamp = 0;
+    std::string_view name;
+    Value value = 0.0;
+};
+
+/// Reads the lines that recorders commonly write, strictly and in place: an object of the known keys, each
+/// once, exactly one of them with a value, and no escapes in its texts. What it leaves, LineReader decides;
+/// what it reads, LineReader would read to the same bits.
+class QuickLineReader {
+public:
+    /// Reads an object at the beginning of `text` and the blanks around it; how many bytes they take, or 0.
+    /// After a failure, the update holds anything.
+    std::size_t read(std::string_view text, InputUpdate& update);
+
+private:
+    void keepOpening(std::string_view line, std::size_t length, double timestamp);
+
+    // How the last line began, up to the comma after its timestamp: lines come in batches.
+    std::array<char, 48> opening{};
+    std::size_t openingLength = 0;
+    double openingTimestamp = 0;
+};
+
+/// Reads any line, and finds what is wrong with it.
+class LineReader {
+public:
+    /// False with failure() telling why. `endsText`: the line has no line break, it is the text's last one.
+    bool read(std::string_view text, bool endsText, InputUpdate& update);
+
+    /// What was wrong with the line that read() refused just now, but for its index.
+    const RecordingFailure& failure() const { return failed; }
+
+private:
+    bool decode(const simdjson::dom::element& root, InputUpdate& update);
+    bool fail(std::string reason, const std::string& culprit = {});
+    bool failIn(std::string_view key);
+    bool failToParse(std::string parserReason, bool endsText);
+
+    JsonReader reader;
+    PayloadReader payloads;
+    std::string_view line;
+    RecordingFailure failed;
+};
+
+}  // namespace KelvaneSDK

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+namespace kelvane {
+
+/// Limits the address space of this process, so that memory that runs out is a failure that the command
+/// reports. `limit` is a number of bytes with K, M, G or T behind it, or empty for half of the machine's
+/// memory. Throws Failure for any other text.
+void limitMemory(const std::string& limit);
+
+}  // namespace kelvane

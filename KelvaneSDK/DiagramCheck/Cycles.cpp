@@ -16,7 +16,8 @@ public:
           counts(filter),
           order(checked.size(), unseen),
           lowest(checked.size()),
-          group(checked.size(), unseen) {}
+          group(checked.size(), unseen),
+          placeOnWay(checked.size(), unseen) {}
 
     std::vector<Cycle> run() {
         for (NodeIndex root = 0; root < order.size(); ++root) {
@@ -67,57 +68,33 @@ private:
             group[pending.back()] = groups;
             pending.pop_back();
         } while (cycle.members.back() != root);
-        if (const Wire* const closing = lastWireInside(cycle.members)) {
-            cycle.path = shortestWay(closing->to, closing->from);
-            cycle.path.push_back(*closing);
-            std::sort(cycle.members.begin(), cycle.members.end());
-            cycles.push_back(std::move(cycle));
-        }
+        cycle.path = wayRound(root);
+        if (!cycle.path.empty()) cycles.push_back(std::move(cycle));
         ++groups;
     }
 
-    template <class Visitor>
-    void forEachWireInside(NodeIndex node, Visitor visitor) const {
-        for (const auto index : diagram.wiresFrom(node)) {
-            const Wire& wire = diagram.allWires()[index];
-            if (!wire.lost && group[wire.to] == groups && counts(wire)) visitor(wire);
-        }
-    }
-
-    const Wire* lastWireInside(const std::vector<NodeIndex>& members) const {
-        const Wire* last = nullptr;
-        for (const auto node : members) {
-            forEachWireInside(node, [&](const Wire& wire) {
-                if (last == nullptr || wire.connection > last->connection) last = &wire;
-            });
-        }
-        return last;
-    }
-
-    std::vector<Wire> shortestWay(NodeIndex from, NodeIndex to) {
-        if (from == to) return {};
-        cameBy.resize(order.size(), nullptr);
-        std::vector<NodeIndex> reached{from};
-        for (std::size_t next = 0; next < reached.size() && cameBy[to] == nullptr; ++next) {
-            forEachWireInside(reached[next], [&](const Wire& wire) {
-                if (wire.to == from || cameBy[wire.to] != nullptr) return;
-                cameBy[wire.to] = &wire;
-                reached.push_back(wire.to);
-            });
-        }
+    // From a node of the component along its wires until a node comes again.
+    std::vector<Wire> wayRound(NodeIndex start) {
         std::vector<Wire> way;
-        for (NodeIndex node = to; node != from; node = way.back().from) way.push_back(*cameBy[node]);
-        std::reverse(way.begin(), way.end());
-        for (const auto node : reached) cameBy[node] = nullptr;
+        for (NodeIndex node = start; placeOnWay[node] == unseen; node = way.back().to) {
+            placeOnWay[node] = static_cast<std::uint32_t>(way.size());
+            const auto leaving = diagram.wiresFrom(node);
+            const auto inside = std::find_if(leaving.begin(), leaving.end(), [&](std::uint32_t index) {
+                const Wire& wire = diagram.allWires()[index];
+                return !wire.lost && group[wire.to] == groups && counts(wire);
+            });
+            if (inside == leaving.end()) return {};
+            way.push_back(diagram.allWires()[*inside]);
+        }
+        way.erase(way.begin(), way.begin() + placeOnWay[way.back().to]);
         return way;
     }
 
     const CheckedDiagram& diagram;
     const WireFilter& counts;
-    std::vector<std::uint32_t> order, lowest, group;
+    std::vector<std::uint32_t> order, lowest, group, placeOnWay;
     std::vector<Visit> calls;
     std::vector<NodeIndex> pending;
-    std::vector<const Wire*> cameBy;
     std::vector<Cycle> cycles;
     std::uint32_t entered = 0, groups = 0;
 };

@@ -13,8 +13,7 @@ using WireFilter = std::function<bool(const Wire& wire)>;
 /// Nodes that all lead to one another through wires, at least one wire among them.
 struct Cycle {
     std::vector<NodeIndex> members;
-    /// One way round: each wire leads from the node before. The last wire is the one listed last in the
-    /// document.
+    /// One way round: each wire leads from the node before.
     std::vector<Wire> path;
 };
 

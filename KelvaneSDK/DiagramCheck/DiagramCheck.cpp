@@ -1,7 +1,6 @@
 #include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 
 #include <algorithm>
-#include <numeric>
 
 #include "KelvaneSDK/DiagramCheck/Checks.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
@@ -47,20 +46,16 @@ std::vector<Finding> placed(std::vector<Finding> findings, std::string_view text
     auto offsets = offsetsOf(pointers, text);
     // What is not listed comes last.
     if (findings.back().code == Code("more-findings")->code) offsets.back() = text.size();
-    std::vector<std::size_t> order(findings.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    std::stable_sort(order.begin(), order.end(), [&](auto a, auto b) { return offsets[a] < offsets[b]; });
-    std::vector<std::size_t> rising;
-    for (const auto i : order) rising.push_back(offsets[i]);
-    const auto places = placesOf(rising, text);
-
-    std::vector<Finding> sorted;
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        sorted.push_back(std::move(findings[order[i]]));
-        sorted.back().line = places[i].line;
-        sorted.back().column = places[i].column;
+    for (std::size_t i = 0; i < findings.size(); ++i) findings[i].column = offsets[i];
+    std::stable_sort(findings.begin(), findings.end(),
+                     [](const Finding& a, const Finding& b) { return a.column < b.column; });
+    std::sort(offsets.begin(), offsets.end());
+    const auto places = placesOf(offsets, text);
+    for (std::size_t i = 0; i < findings.size(); ++i) {
+        findings[i].line = places[i].line;
+        findings[i].column = places[i].column;
     }
-    return sorted;
+    return findings;
 }
 
 // `nodes[4].id` for "/nodes/4/id".

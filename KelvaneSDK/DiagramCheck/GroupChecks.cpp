@@ -7,70 +7,55 @@ namespace KelvaneSDK {
 
 namespace {
 
-class ContainerCheck {
-public:
-    ContainerCheck(const CheckedDiagram& checked, FindingList& list) : diagram(checked), findings(list) {}
+bool hasProvider(const CheckedDiagram& diagram, const std::unordered_set<NodeIndex>& members) {
+    return std::any_of(members.begin(), members.end(), [&](NodeIndex member) {
+        const auto fed = diagram.wiresFrom(member);
+        return fed.empty() || std::any_of(fed.begin(), fed.end(), [&](std::uint32_t wire) {
+                   return !members.contains(diagram.allWires()[wire].to);
+               });
+    });
+}
 
-    void run(const std::vector<ContainerInfo>& outermost) {
-        struct Open {
-            const ContainerInfo* record;
-            Place place;
-        };
-        std::vector<Open> open;
-        for (std::size_t i = outermost.size(); i-- > 0;)
-            open.push_back({&outermost[i], {Section::containers, i}});
-        while (!open.empty()) {
-            const auto [record, place] = std::move(open.back());
-            open.pop_back();
-            check(*record, place);
-            if (!record->containers) continue;
-            for (std::size_t k = record->containers->size(); k-- > 0;) {
-                open.push_back(
-                    {&(*record->containers)[k],
-                     {Section::containers, place.index, place.below + "/containers/" + std::to_string(k)}});
-            }
-        }
+void checkContainer(const CheckedDiagram& diagram, const ContainerInfo& record, const Place& place,
+                    FindingList& findings) {
+    const std::string name = "the container " + quoted(record.description);
+    if (record.color && !bodyColorNamed(*record.color)) warnOfColor(findings, place, *record.color);
+    std::unordered_set<NodeIndex> members;
+    for (const auto id : record.nodeIds) {
+        if (const auto node = diagram.find(id)) members.insert(*node);
     }
-
-private:
-    void check(const ContainerInfo& record, const Place& place) {
-        const std::string name = "the container " + quoted(record.description);
-        if (record.color && !bodyColorNamed(*record.color)) warnOfColor(findings, place, *record.color);
-        std::unordered_set<NodeIndex> members;
-        for (const auto id : record.nodeIds) {
-            if (const auto node = diagram.find(id)) members.insert(*node);
-        }
-        if (members.empty()) {
-            findings.add("container-empty", place,
-                         name + " holds no node; it needs one that provides its output",
-                         {.subject = "nodeIds"});
-        } else if (!hasProvider(members)) {
-            findings.add("container-without-output", place,
-                         "the nodes of " + name +
-                             " feed only one another; one of them must feed nothing, or a node outside",
-                         {.subject = "nodeIds"});
-        }
-        for (std::size_t k = 0; k < record.nodeIds.size(); ++k) {
-            if (diagram.find(record.nodeIds[k])) continue;
-            findings.add("container-unknown-id",
-                         {place.section, place.index, place.below + "/nodeIds/" + std::to_string(k)},
-                         name + " names node " + std::to_string(record.nodeIds[k]) + ", which does not exist",
-                         {.subject = "nodeIds"});
-        }
+    if (members.empty()) {
+        findings.add("container-empty", place, name + " holds no node; it needs one that provides its output",
+                     {.subject = "nodeIds"});
+    } else if (!hasProvider(diagram, members)) {
+        findings.add("container-without-output", place,
+                     "the nodes of " + name +
+                         " feed only one another; one of them must feed nothing, or a node outside",
+                     {.subject = "nodeIds"});
     }
-
-    bool hasProvider(const std::unordered_set<NodeIndex>& members) const {
-        return std::any_of(members.begin(), members.end(), [&](NodeIndex member) {
-            const auto fed = diagram.wiresFrom(member);
-            return fed.empty() || std::any_of(fed.begin(), fed.end(), [&](std::uint32_t wire) {
-                       return !members.contains(diagram.allWires()[wire].to);
-                   });
-        });
+    for (std::size_t k = 0; k < record.nodeIds.size(); ++k) {
+        if (diagram.find(record.nodeIds[k])) continue;
+        findings.add("container-unknown-id", place.inside("/nodeIds/", k),
+                     name + " names node " + std::to_string(record.nodeIds[k]) + ", which does not exist",
+                     {.subject = "nodeIds"});
     }
+}
 
-    const CheckedDiagram& diagram;
-    FindingList& findings;
-};
+void checkContainers(const CheckedDiagram& diagram, FindingList& findings) {
+    std::vector<std::pair<const ContainerInfo*, Place>> open;
+    const auto enter = [&](const std::optional<std::vector<ContainerInfo>>& containers, auto placeOf) {
+        for (std::size_t i = containers ? containers->size() : 0; i-- > 0;)
+            open.emplace_back(&(*containers)[i], placeOf(i));
+    };
+    enter(diagram.info.containers, [](std::size_t i) { return Place{Section::containers, i}; });
+    while (!open.empty()) {
+        const auto [record, place] = std::move(open.back());
+        open.pop_back();
+        checkContainer(diagram, *record, place, findings);
+        enter(record->containers,
+              [&outer = place](std::size_t i) { return outer.inside("/containers/", i); });
+    }
+}
 
 void checkPositions(const CheckedDiagram& diagram, FindingList& findings) {
     for (std::size_t i = 0; i < diagram.info.positions.size(); ++i) {
@@ -140,7 +125,7 @@ void checkLabels(const CheckedDiagram& diagram, FindingList& findings) {
 }  // namespace
 
 void checkGroups(const CheckedDiagram& diagram, FindingList& findings) {
-    if (diagram.info.containers) ContainerCheck(diagram, findings).run(*diagram.info.containers);
+    checkContainers(diagram, findings);
     checkSubdiagrams(diagram, findings);
     checkPositions(diagram, findings);
     checkLabels(diagram, findings);

@@ -246,7 +246,7 @@ private:
                               *outputClass == ValueClass::IntegerValue ||
                               *outputClass == ValueClass::BooleanValue;
         const auto comma = text.find(',');
-        if (!isSingle || comma == std::string::npos) return;
+        if (!isSingle || comma == std::string::npos || !node.node->outputValue()->hasValue()) return;
         std::string withPoint = text;
         withPoint[comma] = '.';
         const bool hasPoint = *outputClass == ValueClass::FloatValue && parseDouble(withPoint);

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <functional>
 
 #include "KelvaneSDK/DiagramCheck/Checks.h"
 #include "KelvaneSDK/DiagramCheck/Cycles.h"
@@ -19,9 +18,7 @@ public:
         if (all.empty()) return;
         checkOrder();
         checkEndless();
-        const auto mayGoOn =
-            selfSustaining([&](NodeIndex i) { return reading.canEmit(i); },
-                           [](const auto& node, const Fed& fed) { return mayRefill(node, fed); });
+        const auto mayGoOn = selfSustaining([&](NodeIndex i) { return reading.canEmit(i); }, true);
         for (const Cycle& cycle : all) {
             if (contains(cycle, reported)) continue;
             const bool isInDoubt = contains(cycle, mayGoOn);
@@ -33,9 +30,6 @@ public:
     }
 
 private:
-    using Fed = std::function<bool(std::size_t)>;
-    using Refills = bool (*)(const CheckedNode&, const Fed&);
-
     // Functions that a sweep never gets to, because they wait for one another.
     void checkOrder() {
         if (reportWaiting(SweepPass::first, Severity::fatal,
@@ -44,9 +38,8 @@ private:
         bool isFedBack = false, isSurelyFedBack = false;
         for (NodeIndex i = 0; i < diagram.size(); ++i) {
             if (!diagram[i].is(NodeCategory::VariableOutput) || !reading.canRun(i)) continue;
-            const PayloadTypes own(diagram[i].inputs().front()->valueClass());
-            const auto arriving = reading.typesInto(diagram.firstPort(i));
-            isFedBack |= !(arriving & own).empty();
+            const auto own = typesOf(diagram[i].inputs().front()->valueClass());
+            isFedBack |= (reading.typesInto(diagram.firstPort(i)) & own).any();
             isSurelyFedBack |= reading.surelyRuns(i);
         }
         if (!isFedBack) return;
@@ -89,9 +82,7 @@ private:
 
     // Rings that got in order, because a value enters from outside, and never come to rest again.
     void checkEndless() {
-        const auto endless =
-            selfSustaining([&](NodeIndex i) { return reading.surelyEmits(i); },
-                           [](const auto& node, const Fed& fed) { return surelyRefills(node, fed); });
+        const auto endless = selfSustaining([&](NodeIndex i) { return reading.surelyEmits(i); }, false);
         const auto isInside = [&](const Wire& wire) { return endless[wire.from] && endless[wire.to]; };
         for (const Cycle& cycle : findCycles(diagram, isInside)) {
             if (contains(cycle, reported)) continue;
@@ -100,38 +91,34 @@ private:
         }
     }
 
-    // Whether the inputs that are fed again are enough for a node to run again, whatever the values.
-    static bool surelyRefills(const CheckedNode& node, const Fed& fed) {
+    // Whether the inputs that are fed again are enough for a node to run again: for some values, or for all.
+    template <class Fed>
+    static bool refills(const CheckedNode& node, Fed fed, bool forSomeValues) {
         bool all = true, any = false;
         for (std::size_t i = 0; i < node.inputs().size(); ++i) {
-            const bool isFed = fed(i);
-            all = all && isFed;
-            any = any || isFed;
+            all = all && fed(i);
+            any = any || fed(i);
         }
-        return node.declaration->readiness == Readiness::anyInput ? any : all;
-    }
-    // The same for some values.
-    static bool mayRefill(const CheckedNode& node, const Fed& fed) {
         switch (node.declaration->isDeclared ? node.declaration->readiness : Readiness::own) {
+            case Readiness::allInputs:
+                return all;
+            case Readiness::anyInput:
+                return any;
             case Readiness::selectedInput:
-                return fed(1) || fed(2);
+                return forSomeValues && (fed(1) || fed(2));
             case Readiness::trueTrigger:
             case Readiness::recording:
-                return fed(0);
+                return forSomeValues && fed(0);
             case Readiness::own:
-                for (std::size_t i = 0; i < node.inputs().size(); ++i) {
-                    if (fed(i)) return true;
-                }
-                return false;
-            default:
-                return surelyRefills(node, fed);
+                break;
         }
+        return forSomeValues && any;
     }
 
     // The largest set of function nodes in which every member's inputs are fed again by members. Once each of
     // them has run, every cycle among them holds a fresh value, which moves on and is never used up.
     template <class IsCandidate>
-    std::vector<bool> selfSustaining(IsCandidate isCandidate, Refills refills) const {
+    std::vector<bool> selfSustaining(IsCandidate isCandidate, bool forSomeValues) const {
         std::vector<bool> inside(diagram.size());
         std::vector<std::uint32_t> feeders(diagram.portCount());
         for (NodeIndex i = 0; i < diagram.size(); ++i) inside[i] = diagram[i].isFunction() && isCandidate(i);
@@ -142,7 +129,8 @@ private:
         const auto leaveUnlessFed = [&](NodeIndex node) {
             const Port first = diagram.firstPort(node);
             if (!inside[node] ||
-                refills(diagram[node], [&](std::size_t i) { return feeders[first + i] > 0; }))
+                refills(
+                    diagram[node], [&](std::size_t i) { return feeders[first + i] > 0; }, forSomeValues))
                 return;
             inside[node] = false;
             open.push_back(node);

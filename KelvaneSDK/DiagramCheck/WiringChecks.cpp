@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bit>
 
 #include "KelvaneSDK/DiagramCheck/Checks.h"
 #include "KelvaneSDK/InputStreamNode.h"
@@ -37,15 +38,16 @@ private:
         const auto outputClass = source.outputClass();
         PayloadTypes brought = reading.typesFrom(wire.from);
         // What never brings a value is judged by its type alone.
-        if (brought.empty() && outputClass) brought = PayloadTypes(*outputClass);
-        const auto foreign = brought.without(PayloadTypes(slotClass));
-        if (foreign.empty()) return;
+        if (brought.none() && outputClass) brought = typesOf(*outputClass);
+        const auto foreign = brought & ~typesOf(slotClass);
+        if (foreign.none()) return;
+        const auto foreignType = static_cast<ValueType>(std::countr_zero(foreign.to_ulong()));
         const std::string slot = node.inputName(wire.input);
-        const std::string_view found = valueTypeName(foreign.first()), wanted = typeString(slotClass);
+        const std::string_view found = valueTypeName(foreignType), wanted = typeString(slotClass);
         const bool isPassedOn =
             node.declaration != nullptr && node.declaration->takesAnything.contains(wire.input);
         std::string hint;
-        if (!isPassedOn && convertsTo(slotClass, foreign.first()))
+        if (!isPassedOn && convertsTo(slotClass, foreignType))
             hint = "put a node " + quoted(wanted) + " between them, which converts the values";
         findings.add("type-mismatch", {Section::connections, wire.connection},
                      slot + " is of type " + quoted(wanted) + ", but " + source.name() +

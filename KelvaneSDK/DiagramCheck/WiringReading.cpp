@@ -1,7 +1,6 @@
 #include "KelvaneSDK/DiagramCheck/WiringReading.h"
 
 #include <algorithm>
-#include <bit>
 
 namespace KelvaneSDK {
 
@@ -25,7 +24,10 @@ bool runsWith(const CheckedNode& node, HasValue has) {
 
 }  // namespace
 
-ValueType PayloadTypes::first() const { return static_cast<ValueType>(std::countr_zero(bits)); }
+PayloadTypes typesOf(ValueClass valueClass) {
+    const auto type = payloadType(valueClass);
+    return type ? PayloadTypes().set(static_cast<std::size_t>(*type)) : PayloadTypes();
+}
 
 WiringReading::WiringReading(const CheckedDiagram& checked) : diagram(checked) {
     spreadDoubt();
@@ -99,7 +101,7 @@ bool WiringReading::takesWhatComes(NodeIndex node) const {
         const auto* const declaration = diagram[node].declaration;
         if (declaration != nullptr && declaration->takesAnything.contains(i)) continue;
         const auto types = typesInto(diagram.firstPort(node) + static_cast<Port>(i));
-        if (!types.without(PayloadTypes(inputs[i]->valueClass())).empty()) return false;
+        if ((types & ~typesOf(inputs[i]->valueClass())).any()) return false;
     }
     return true;
 }
@@ -157,7 +159,7 @@ void WiringReading::spreadTypes() {
         const auto* const declaration = diagram[i].declaration;
         const bool makesItsOwn = declaration == nullptr || declaration->forwards.empty();
         if (canEmit(i) && makesItsOwn && diagram[i].outputClass())
-            carry(i, PayloadTypes(*diagram[i].outputClass()));
+            carry(i, typesOf(*diagram[i].outputClass()));
     }
     while (!open.empty()) {
         const NodeIndex node = open.back();

@@ -1,32 +1,16 @@
 #pragma once
 
+#include <bitset>
 #include <vector>
 
 #include "KelvaneSDK/DiagramCheck/CheckedDiagram.h"
 
 namespace KelvaneSDK {
 
-/// A set of payload types.
-class PayloadTypes {
-public:
-    PayloadTypes() = default;
-    explicit PayloadTypes(ValueClass valueClass) {
-        if (const auto type = payloadType(valueClass)) bits = 1U << static_cast<unsigned>(*type);
-    }
-
-    bool empty() const { return bits == 0; }
-    /// The first of the types.
-    ValueType first() const;
-    PayloadTypes operator|(PayloadTypes other) const { return PayloadTypes(bits | other.bits); }
-    PayloadTypes operator&(PayloadTypes other) const { return PayloadTypes(bits & other.bits); }
-    PayloadTypes without(PayloadTypes other) const { return PayloadTypes(bits & ~other.bits); }
-    bool operator==(const PayloadTypes&) const = default;
-
-private:
-    explicit PayloadTypes(std::uint32_t raw) : bits(raw) {}
-
-    std::uint32_t bits = 0;
-};
+/// A set of payload types, by ValueType.
+using PayloadTypes = std::bitset<16>;
+/// The payload type of a slot class; none for the generic classes.
+PayloadTypes typesOf(ValueClass valueClass);
 
 /// What can come of a wired diagram once batches arrive, whatever the values: which nodes run and give an
 /// output, and which types travel. Streams are taken to bring values. Of nodes of unknown type, and of

@@ -22,7 +22,7 @@ const FunctionCase cases[] = {
     // Powers of ten that are off in the last place would show in these.
     {"Round(Float, Integer) > Float: TheFactorIsExact", {{{1.234, 3}, 1.234}, {{0.12345678901, 9}, 0.123456789}, {{1.005, 2}, 1.}}},
     {"Round(Float, Integer) > Float: DigitsBeyondTheRange",
-     {{{1.5, 400}, nan}, {{1.5, -400}, nan}, {{1e300, 20}, infinity}, {{1.5, INT64_MIN}, nan}}},
+     {{{1.5, 400}, nan}, {{1.5, -400}, nan}, {{1.6e23, -23}, 2.0000000000000002e+23}, {{1e300, 20}, infinity}, {{1.5, INT64_MIN}, nan}}},
     {"Integer(Float) > Integer: TruncatesTowardZeroOrStops",
      {{{2.9}, 2},
       {{-2.9}, -2},

@@ -110,6 +110,10 @@ TEST_P(FunctionTest, GivesTheOutputsOfItsTable) {
         const auto value = found == output.outputs.end() ? std::nullopt : std::optional(found->second);
         EXPECT_TRUE(matches(step.expected, value)) << "expected " << describe(step.expected.value) << ", found " << describe(value);
     }
+    engine->reset();
+    for (const auto& node : engine->nodeList(NodeCategory::Function)) {
+        for (const auto* slot : node->inputValues()) EXPECT_FALSE(slot->hasValue()) << "a reset empties the inputs";
+    }
 }
 
 }  // namespace KelvaneSDK::testing_support

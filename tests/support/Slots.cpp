@@ -5,12 +5,6 @@
 
 namespace KelvaneSDK::testing_support {
 
-std::unique_ptr<TimestampedVariable> slotHolding(const Value& value) {
-    auto slot = makeSlot(*concreteClassNamed(valueTypeName(value.type())));
-    slot->setValue(value);
-    return slot;
-}
-
 std::string describe(const std::optional<Value>& value) {
     return value ? std::string(valueTypeName(value->type())) + " " + getValueString(*value) : "absent";
 }

@@ -1,18 +1,13 @@
 #pragma once
 
-#include <initializer_list>
-#include <memory>
+#include <optional>
 #include <random>
+#include <string>
 #include <vector>
 
-#include "KelvaneSDK/ArrayVariables.h"
-#include "KelvaneSDK/ScalarVariables.h"
-#include "KelvaneSDK/SequenceValue.h"
+#include "KelvaneSDK/FileProcessing/ValueText.h"
 
 namespace KelvaneSDK::testing_support {
-
-/// A slot of a concrete class that holds this value.
-std::unique_ptr<TimestampedVariable> slotHolding(const Value& value);
 
 /// The type and the exact text of a value ("Float -0.0"), by which tests compare values bit for bit; "absent"
 /// for none.

@@ -1,5 +1,5 @@
-// Any bytes as a recording: reading in pieces equals reading whole, and what was read is written and read
-// back equal.
+// Any bytes as a recording: reading in pieces, in which no line is whole and the quick reader has none,
+// equals reading whole, and what was read is written and read back equal.
 
 #include "support.h"
 
@@ -9,7 +9,7 @@ namespace {
 
 struct Reading {
     std::vector<KelvaneInput> batches;
-    std::optional<std::size_t> failedLine;
+    std::optional<RecordingFailure> failure;
 };
 
 Reading read(std::string_view text, std::size_t pieceSize) {
@@ -25,8 +25,13 @@ Reading read(std::string_view text, std::size_t pieceSize) {
     }
     reader.finish();
     drain();
-    if (reader.failure()) reading.failedLine = reader.failure()->line;
+    reading.failure = reader.failure();
     return reading;
+}
+
+std::string describe(const std::optional<RecordingFailure>& failure) {
+    if (!failure) return {};
+    return std::to_string(failure->line) + ":" + std::to_string(failure->column) + ": " + failure->reason;
 }
 
 // The engine's own sequences have no key in recordings; as lists of sample records they have.
@@ -47,17 +52,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto text = KelvaneFuzz::textOf(data + 1, size - 1);
     const Reading whole = read(text, text.size() + 1);
     const Reading pieces = read(text, pieceSize);
-    KelvaneFuzz::require(whole.failedLine == pieces.failedLine,
-                         "pieces fail at the line where the whole fails");
+    KelvaneFuzz::require(describe(whole.failure) == describe(pieces.failure),
+                         "pieces fail as the whole fails");
     KelvaneFuzz::require(whole.batches == pieces.batches, "pieces give the batches of the whole");
 
     auto batches = whole.batches;
     useSampleRecords(batches);
     const std::string written = createJsonLines(batches);
+    auto fromPieces = pieces.batches;
+    useSampleRecords(fromPieces);
+    KelvaneFuzz::require(createJsonLines(fromPieces) == written, "pieces give the bits of the whole");
     // Batches without updates leave no line.
     std::erase_if(batches, [](const auto& batch) { return batch.updates.empty(); });
     Reading again = read(written, written.size() + 1);
-    KelvaneFuzz::require(written.empty() || !again.failedLine, "a written recording has no invalid line");
+    KelvaneFuzz::require(written.empty() || !again.failure, "a written recording has no invalid line");
     useSampleRecords(again.batches);
     std::erase_if(again.batches, [](const auto& batch) { return batch.updates.empty(); });
     KelvaneFuzz::require(createJsonLines(again.batches) == written, "a written recording reads back equal");

@@ -11,6 +11,10 @@ namespace KelvaneSDK {
 
 namespace {
 
+// At its first use simdjson allocates, and ends the program when it cannot, so that comes when the program
+// starts.
+[[maybe_unused]] const bool isReady = simdjson::validate_utf8("", 0);
+
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // Whether "-0" stands there as a number of its own, or within a string as if it did.

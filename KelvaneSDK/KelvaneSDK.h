@@ -14,6 +14,7 @@
 #include "KelvaneSDK/FileProcessing/ValueParsing.h"
 #include "KelvaneSDK/FileProcessing/ValueText.h"
 #include "KelvaneSDK/FunctionNode.h"
+#include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/InputStreamNode.h"
 #include "KelvaneSDK/Kelvane.h"
 #include "KelvaneSDK/ScalarVariables.h"

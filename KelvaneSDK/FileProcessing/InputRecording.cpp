@@ -66,7 +66,7 @@ private:
                 isBegun = false;
                 collected.begin(update.timestamp);
             }
-            collected.set(update.name, std::move(update.value));
+            collected.takeSpare(update.name);
             isBegun = true;
             if (isComplete) return;
         }
@@ -84,7 +84,7 @@ private:
                 unfinishedLine.clear();
             }
             if (unfinishedLine.empty() && !isLineRefused) {
-                const auto length = quickReader.read(piece, update);
+                const auto length = quickReader.read(piece, update, collected.spare());
                 isLineDone =
                     length > 0 && length < piece.size() && piece[length] == '\n' && length <= maximumLength;
                 if (isLineDone) {
@@ -95,7 +95,7 @@ private:
             const auto line = nextLine();
             if (!line) return false;
             isLineDone = true;
-            if (reader.read(*line, isRead, update)) return true;
+            if (reader.read(*line, isRead, update, collected.spare())) return true;
             auto failure = reader.failure();
             failure.line = lineIndex;
             refuse(std::move(failure));

@@ -2,8 +2,12 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
+
+#include "KelvaneSDK/FileProcessing/PlainText.h"
 
 namespace KelvaneSDK {
 
@@ -11,7 +15,7 @@ namespace {
 
 constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
 
-bool isPlain(char c) { return static_cast<unsigned char>(c) >= 0x20 && c != '"' && c != '\\'; }
+bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
 // The length of the well-formed UTF-8 sequence at the start of `text`, or 0.
 std::size_t sequenceLength(std::string_view text) {
@@ -21,82 +25,113 @@ std::size_t sequenceLength(std::string_view text) {
     return simdjson::validate_utf8(text.data(), length) ? length : 0;
 }
 
-void appendEscaped(std::string& text, char c) {
+// The escape of a character that JSON strings do not hold as it is.
+std::string_view escape(char c, std::array<char, 6>& space) {
     constexpr char digits[] = "0123456789abcdef";
     switch (c) {
         case '"':
-            text += "\\\"";
-            break;
+            return "\\\"";
         case '\\':
-            text += "\\\\";
-            break;
+            return "\\\\";
         case '\b':
-            text += "\\b";
-            break;
+            return "\\b";
         case '\f':
-            text += "\\f";
-            break;
+            return "\\f";
         case '\n':
-            text += "\\n";
-            break;
+            return "\\n";
         case '\r':
-            text += "\\r";
-            break;
+            return "\\r";
         case '\t':
-            text += "\\t";
-            break;
+            return "\\t";
         default:
-            text += "\\u00";
-            text += digits[static_cast<unsigned char>(c) >> 4];
-            text += digits[static_cast<unsigned char>(c) & 15];
+            space = {'\\', 'u', '0', '0', digits[static_cast<unsigned char>(c) >> 4], digits[c & 15]};
+            return {space.data(), space.size()};
     }
 }
 
 }  // namespace
 
+char* JsonText::write(char* at, double number) {
+    const auto copied = [at](std::string_view word) { return std::copy(word.begin(), word.end(), at); };
+    if (!std::isfinite(number)) return copied("null");
+    // As an integer literal, "-0" would lose its sign when it is read.
+    if (number == 0 && std::signbit(number)) return copied("-0.0");
+    return std::to_chars(at, at + longestNumber, number).ptr;
+}
+
+void JsonText::number(std::int64_t n) {
+    reserve(longestNumber);
+    at = std::to_chars(at, at + longestNumber, n).ptr;
+}
+
+void JsonText::string(std::string_view unquoted) {
+    put('"');
+    const auto plain = plainLength(unquoted);
+    put(unquoted.substr(0, plain));
+    if (plain < unquoted.size()) putEscaped(unquoted.substr(plain));
+    put('"');
+}
+
+void JsonText::putEscaped(std::string_view unquoted) {
+    const bool isUtf8 = simdjson::validate_utf8(unquoted.data(), unquoted.size());
+    while (!unquoted.empty()) {
+        std::array<char, 6> space;
+        std::size_t length = plainLength(unquoted);
+        while (isUtf8 && length < unquoted.size() && !isAscii(unquoted[length])) {
+            length += 1 + plainLength(unquoted.substr(length + 1));
+        }
+        if (length == 0 && !isAscii(unquoted.front())) length = sequenceLength(unquoted);
+        if (length > 0) {
+            put(unquoted.substr(0, length));
+        } else {
+            put(isAscii(unquoted.front()) ? escape(unquoted.front(), space) : replacementCharacter);
+            length = 1;
+        }
+        unquoted.remove_prefix(length);
+    }
+}
+
 void JsonWriter::key(std::string_view name) {
-    separate();
-    appendQuoted(name);
-    text += pretty ? ": " : ":";
+    begin();
+    text.string(name);
+    text.put(':');
+    if (pretty) text.put(' ');
     afterKey = true;
 }
 
 void JsonWriter::value(double number) {
-    if (!std::isfinite(number)) return null();
-    separate();
-    // As an integer literal, "-0" would lose its sign when it is read.
-    if (number == 0 && std::signbit(number)) {
-        text += "-0.0";
-        return;
-    }
-    char buffer[32];
-    text.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, number).ptr);
+    begin();
+    text.number(number);
+    end();
 }
 
 void JsonWriter::value(std::int64_t number) {
-    separate();
-    char buffer[24];
-    text.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, number).ptr);
+    begin();
+    text.number(number);
+    end();
 }
 
 void JsonWriter::value(bool truth) {
-    separate();
-    text += truth ? "true" : "false";
+    begin();
+    text.boolean(truth);
+    end();
 }
 
 void JsonWriter::value(std::string_view string) {
-    separate();
-    appendQuoted(string);
+    begin();
+    text.string(string);
+    end();
 }
 
 void JsonWriter::null() {
-    separate();
-    text += "null";
+    begin();
+    text.put("null");
+    end();
 }
 
 void JsonWriter::open(char bracket) {
-    separate();
-    text += bracket;
+    begin();
+    text.put(bracket);
     ++depth;
     needsComma = false;
 }
@@ -104,49 +139,28 @@ void JsonWriter::open(char bracket) {
 void JsonWriter::close(char bracket) {
     --depth;
     if (needsComma) startLine();
-    text += bracket;
+    text.put(bracket);
     needsComma = true;
+    end();
 }
 
-void JsonWriter::separate() {
+void JsonWriter::begin() {
     if (!afterKey) {
-        if (needsComma) text += ',';
+        if (needsComma) text.put(',');
         if (depth > 0) startLine();
     }
     afterKey = false;
     needsComma = true;
 }
 
-void JsonWriter::startLine() {
-    if (!pretty) return;
-    text += '\n';
-    text.append(2 * depth, ' ');
+void JsonWriter::end() {
+    if (depth == 0) text.flush();
 }
 
-void JsonWriter::appendQuoted(std::string_view string) {
-    text += '"';
-    const bool wellFormed = simdjson::validate_utf8(string.data(), string.size());
-    while (!string.empty()) {
-        std::size_t plain = 0;
-        while (plain < string.size() && isPlain(string[plain]) &&
-               (wellFormed || static_cast<unsigned char>(string[plain]) < 0x80)) {
-            ++plain;
-        }
-        text += string.substr(0, plain);
-        string.remove_prefix(plain);
-        if (string.empty()) break;
-        if (static_cast<unsigned char>(string.front()) < 0x80) {
-            appendEscaped(text, string.front());
-            string.remove_prefix(1);
-        } else if (const auto length = sequenceLength(string)) {
-            text += string.substr(0, length);
-            string.remove_prefix(length);
-        } else {
-            text += replacementCharacter;
-            string.remove_prefix(1);
-        }
-    }
-    text += '"';
+void JsonWriter::startLine() {
+    if (!pretty) return;
+    text.put('\n');
+    for (std::size_t i = 0; i < depth; ++i) text.put("  ");
 }
 
 }  // namespace KelvaneSDK

@@ -2,6 +2,7 @@
 #include <span>
 #include <utility>
 
+#include "KelvaneSDK/FileProcessing/PayloadReader.h"
 #include "KelvaneSDK/FileProcessing/RecordingLine.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
 
@@ -28,63 +29,82 @@ bool endsWithin(std::string_view line, std::size_t fault, std::size_t maximumDep
 
 }  // namespace
 
-bool LineReader::read(std::string_view text, bool endsText, InputUpdate& update) {
-    line = text;
-    JsonFailure notJson;
-    const auto root = reader.parse(line, notJson);
-    if (!root) return failToParse(std::move(notJson.reason), endsText);
-    if (decode(*root, update)) return true;
-    const auto plain = reader.parseWithPlainIntegers(line);
-    return plain && decode(*plain, update);
-}
+class LineReader::Decoder {
+public:
+    explicit Decoder(RecordingFailure& failure) : failed(failure) {}
 
-bool LineReader::decode(const simdjson::dom::element& root, InputUpdate& update) {
-    simdjson::dom::object object;
-    if (root.get_object().get(object) != simdjson::SUCCESS) {
-        return fail("the line is " + std::string(kindOf(root)) + "; an object was expected");
+    bool read(std::string_view text, bool endsText, InputUpdate& update, Value& value) {
+        line = text;
+        JsonFailure notJson;
+        const auto root = reader.parse(line, notJson);
+        if (!root) return failToParse(std::move(notJson.reason), endsText);
+        if (decode(*root, update, value)) return true;
+        const auto plain = reader.parseWithPlainIntegers(line);
+        return plain && decode(*plain, update, value);
     }
-    std::array<std::string_view, 2 + valueKeys.size()> names{"timestamp", "name"};
-    std::copy(valueKeys.begin(), valueKeys.end(), names.begin() + 2);
-    const auto found = members(object, names);
 
-    if (!found[0]) return fail("\"timestamp\" is missing; a number was expected");
-    if (!payloads.read(*found[0], update.timestamp)) return failIn(names[0]);
-    if (!found[1]) return fail("\"name\" is missing; a string was expected");
-    if (!payloads.read(*found[1], update.name)) return failIn(names[1]);
-    bool hasValue = false;
-    for (std::size_t key = 0; key < valueKeys.size(); ++key) {
-        const auto& element = found[2 + key];
-        if (!element) continue;
-        const bool isRead = withTypeOfKey(key, [&]<class T>() {
-            T payload{};
-            if (!payloads.read(*element, payload)) return false;
-            if (!std::exchange(hasValue, true)) update.value = Value(std::move(payload));
-            return true;
-        });
-        if (!isRead) return failIn(valueKeys[key]);
+private:
+    bool decode(const simdjson::dom::element& root, InputUpdate& update, Value& value) {
+        simdjson::dom::object object;
+        if (root.get_object().get(object) != simdjson::SUCCESS) {
+            return fail("the line is " + std::string(kindOf(root)) + "; an object was expected");
+        }
+        std::array<std::string_view, 2 + valueKeys.size()> names{"timestamp", "name"};
+        std::copy(valueKeys.begin(), valueKeys.end(), names.begin() + 2);
+        const auto found = members(object, names);
+
+        if (!found[0]) return fail("\"timestamp\" is missing; a number was expected");
+        if (!payloads.read(*found[0], update.timestamp)) return failIn(names[0]);
+        if (!found[1]) return fail("\"name\" is missing; a string was expected");
+        if (!payloads.read(*found[1], update.name)) return failIn(names[1]);
+        bool hasValue = false;
+        for (std::size_t key = 0; key < valueKeys.size(); ++key) {
+            const auto& element = found[2 + key];
+            if (!element) continue;
+            const bool isRead = withTypeOfKey(key, [&]<class T>() {
+                T payload{};
+                if (!payloads.read(*element, payload)) return false;
+                if (!std::exchange(hasValue, true)) value = Value(std::move(payload));
+                return true;
+            });
+            if (!isRead) return failIn(valueKeys[key]);
+        }
+        if (hasValue) return true;
+        return fail("no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected");
     }
-    if (hasValue) return true;
-    return fail("no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected");
-}
 
-bool LineReader::fail(std::string reason, const std::string& culprit) {
-    failed = {0, offsetsOf(std::span(&culprit, 1), line).front() + 1, std::move(reason), false};
-    return false;
-}
+    bool fail(std::string reason, const std::string& culprit = {}) {
+        failed = {0, offsetsOf(std::span(&culprit, 1), line).front() + 1, std::move(reason), false};
+        return false;
+    }
 
-bool LineReader::failIn(std::string_view key) {
-    return fail("\"" + std::string(key) + "\"" + payloads.why(), "/" + std::string(key) + payloads.where());
-}
+    bool failIn(std::string_view key) {
+        return fail("\"" + std::string(key) + "\"" + payloads.why(),
+                    "/" + std::string(key) + payloads.where());
+    }
 
-// The parser gives no place in a line that is not JSON.
-bool LineReader::failToParse(std::string parserReason, bool endsText) {
-    const auto fault = isBlank(line) ? std::nullopt : findJsonFault(line, reader.maximumDepth);
-    failed = {0, 1, std::move(parserReason), false};
-    if (!fault) return false;
-    failed.column = fault->offset + 1;
-    failed.reason = (fault->tooDeep ? "" : "not JSON: ") + fault->reason;
-    failed.isCutOff = endsText && endsWithin(line, fault->offset, reader.maximumDepth);
-    return false;
+    // The parser gives no place in a line that is not JSON.
+    bool failToParse(std::string parserReason, bool endsText) {
+        const auto fault = isBlank(line) ? std::nullopt : findJsonFault(line, reader.maximumDepth);
+        failed = {0, 1, std::move(parserReason), false};
+        if (!fault) return false;
+        failed.column = fault->offset + 1;
+        failed.reason = (fault->tooDeep ? "" : "not JSON: ") + fault->reason;
+        failed.isCutOff = endsText && endsWithin(line, fault->offset, reader.maximumDepth);
+        return false;
+    }
+
+    RecordingFailure& failed;
+    JsonReader reader;
+    PayloadReader payloads;
+    std::string_view line;
+};
+
+LineReader::LineReader() : decoder(std::make_unique<Decoder>(failed)) {}
+LineReader::~LineReader() = default;
+
+bool LineReader::read(std::string_view text, bool endsText, InputUpdate& update, Value& value) {
+    return decoder->read(text, endsText, update, value);
 }
 
 }  // namespace KelvaneSDK

@@ -2,20 +2,16 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <utility>
 
 #include "KelvaneSDK/FileProcessing/JsonNumber.h"
+#include "KelvaneSDK/FileProcessing/PlainText.h"
 #include "KelvaneSDK/FileProcessing/RecordingLine.h"
 
 namespace KelvaneSDK {
 
 namespace {
-
-constexpr std::array<bool, 256> plainCharacters = [] {
-    std::array<bool, 256> plain{};
-    for (std::size_t c = 0x20; c < 0x80; ++c) plain[c] = c != '"' && c != '\\';
-    return plain;
-}();
 
 constexpr auto lineKeys = [] {
     std::array<std::string_view, 2 + valueKeys.size()> keys{"timestamp", "name"};
@@ -77,23 +73,18 @@ public:
     }
     bool read(bool& truth) {
         skipBlanks();
-        const std::string_view rest(at, static_cast<std::size_t>(end - at));
-        truth = rest.starts_with("true");
-        if (!truth && !rest.starts_with("false")) return false;
+        truth = rest().starts_with("true");
+        if (!truth && !rest().starts_with("false")) return false;
         at += truth ? 4 : 5;
         return true;
     }
     bool read(std::string_view& text) {
         if (!take('"')) return false;
         const char* const begin = at;
-        while (at < end && plainCharacters[static_cast<unsigned char>(*at)]) ++at;
+        at += plainLength(rest());
         const bool isAscii = at < end && *at == '"';
-        if (!isAscii) {
-            while (at < end &&
-                   (static_cast<signed char>(*at) < 0 || plainCharacters[static_cast<unsigned char>(*at)]))
-                ++at;
-            if (at == end || *at != '"') return false;
-        }
+        while (at < end && static_cast<signed char>(*at) < 0) at += 1 + plainLength(rest().substr(1));
+        if (at == end || *at != '"') return false;
         text = {begin, static_cast<std::size_t>(at++ - begin)};
         return isAscii || simdjson::validate_utf8(text.data(), text.size());
     }
@@ -130,6 +121,7 @@ public:
     }
 
 private:
+    std::string_view rest() const { return {at, static_cast<std::size_t>(end - at)}; }
     bool moveTo(const char* place) {
         if (place == nullptr) return false;
         at = place;
@@ -153,7 +145,7 @@ private:
 
 }  // namespace
 
-std::size_t QuickLineReader::read(std::string_view text, InputUpdate& update) {
+std::size_t QuickLineReader::read(std::string_view text, InputUpdate& update, Value& value) {
     Cursor cursor(text);
     bool hasTimestamp = openingLength > 0 && text.starts_with({opening.data(), openingLength});
     bool hasName = false, hasValue = false;
@@ -176,7 +168,9 @@ std::size_t QuickLineReader::read(std::string_view text, InputUpdate& update) {
             hasValue = withTypeOfKey(key - 2, [&]<class T>() {
                 T payload{};
                 if (!cursor.read(payload)) return false;
-                update.value = Value(std::move(payload));
+                // In place, since a copy would wait for the bytes that were just written.
+                std::destroy_at(&value);
+                std::construct_at(&value, std::move(payload));
                 return true;
             });
             if (!hasValue) return 0;

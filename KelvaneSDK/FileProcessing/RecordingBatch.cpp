@@ -53,30 +53,24 @@ std::size_t StreamNames::add(std::string_view text) {
     return index;
 }
 
-void RecordingBatch::set(std::string_view name, Value value) {
+void RecordingBatch::takeSpare(std::string_view name) {
     // Ever new names must not fill the memory.
     constexpr std::size_t mostUnused = 4096;
-    if (places.empty() && names.size() > mostUnused + 2 * previousCount) names.forget();
+    if (count == 0 && names.size() > mostUnused + 2 * previousCount) names.forget();
     const auto index = names.indexOf(name);
     auto& known = names[index];
     if (known.batch == number) {
-        values[known.position] = std::move(value);
+        values[known.position] = std::move(values[count]);
         return;
     }
-    places.push_back({known.beginning, index, values.size()});
-    try {
-        values.push_back(std::move(value));
-    } catch (...) {
-        places.pop_back();
-        throw;
-    }
+    places.push_back({known.beginning, index, count});
     known.batch = number;
-    known.position = places.back().position;
+    known.position = count++;
 }
 
 void RecordingBatch::moveTo(KelvaneInput& input) {
     input.updates.refill(names.owner());
-    input.updates.reserve(values.size());
+    input.updates.reserve(count);
     input.timestamp = time;
     std::sort(places.begin(), places.end(), [this](const Place& a, const Place& b) {
         return a.beginning != b.beginning ? a.beginning < b.beginning
@@ -85,9 +79,9 @@ void RecordingBatch::moveTo(KelvaneInput& input) {
     for (const auto& [beginning, name, position] : places) {
         input.updates.append(names[name].text, std::move(values[position]));
     }
-    previousCount = values.size();
-    values.clear();
+    if (count > 0 && count < values.size()) values.front() = std::move(values[count]);
     places.clear();
+    previousCount = std::exchange(count, 0);
     ++number;
 }
 

@@ -48,9 +48,15 @@ class RecordingBatch {
 public:
     double timestamp() const { return time; }
     void begin(double timestamp) { time = timestamp; }
-    /// Adds an update, or replaces that of the same name.
-    void set(std::string_view name, Value value);
-    /// Hands the updates over, sorted, and leaves the batch empty. Nothing happens when memory runs out.
+    /// Where the next update's value may be put.
+    Value& spare() {
+        if (count == values.size()) values.emplace_back(0.0);
+        return values[count];
+    }
+    /// Adds the spare value under a name, or replaces that of the same name.
+    void takeSpare(std::string_view name);
+    /// Hands the updates over, sorted, and leaves the batch empty but for the spare value. Nothing happens
+    /// when memory runs out.
     void moveTo(KelvaneInput& input);
 
 private:
@@ -62,8 +68,8 @@ private:
     double time = 0;
     std::uint64_t number = 1;
     StreamNames names;
-    std::size_t previousCount = 0;
-    std::vector<Value> values;
+    std::size_t count = 0, previousCount = 0;
+    std::vector<Value> values;  // those of the batch, and behind them the spare one
     std::vector<Place> places;
 };
 

@@ -1,15 +1,13 @@
 #pragma once
 
-// Internal: reads single lines of recordings. Not installed, since it shows a third-party type.
+// Internal: reads single lines of recordings.
 
 #include <array>
 #include <cstddef>
-#include <optional>
-#include <string>
+#include <memory>
 #include <string_view>
 
 #include "KelvaneSDK/FileProcessing/InputRecording.h"
-#include "KelvaneSDK/FileProcessing/PayloadReader.h"
 #include "KelvaneSDK/Value.h"
 
 namespace KelvaneSDK {
@@ -53,11 +51,11 @@ auto withTypeOfKey(std::size_t key, Function function) {
     }
 }
 
-/// What a line says. The name lives as long as the line, and no longer than the reader's next call.
+/// What a line says beside its value. The name lives as long as the line, and no longer than the reader's
+/// next call.
 struct InputUpdate {
     double timestamp = 0;
     std::string_view name;
-    Value value = 0.0;
 };
 
 /// Reads the lines that recorders commonly write, strictly and in place: an object of the known keys, each
@@ -66,8 +64,8 @@ struct InputUpdate {
 class QuickLineReader {
 public:
     /// Reads an object at the beginning of `text` and the blanks around it; how many bytes they take, or 0.
-    /// After a failure, the update holds anything.
-    std::size_t read(std::string_view text, InputUpdate& update);
+    /// After a failure, update and value hold anything.
+    std::size_t read(std::string_view text, InputUpdate& update, Value& value);
 
 private:
     void keepOpening(std::string_view line, std::size_t length, double timestamp);
@@ -81,21 +79,20 @@ private:
 /// Reads any line, and finds what is wrong with it.
 class LineReader {
 public:
-    /// False with failure() telling why. `endsText`: the line has no line break, it is the text's last one.
-    bool read(std::string_view text, bool endsText, InputUpdate& update);
+    LineReader();
+    ~LineReader();
+
+    /// False with failure() saying why. `endsText`: the line has no line break, it is the text's last one.
+    bool read(std::string_view text, bool endsText, InputUpdate& update, Value& value);
 
     /// What was wrong with the line that read() refused just now, but for its index.
     const RecordingFailure& failure() const { return failed; }
 
 private:
-    bool decode(const simdjson::dom::element& root, InputUpdate& update);
-    bool fail(std::string reason, const std::string& culprit = {});
-    bool failIn(std::string_view key);
-    bool failToParse(std::string parserReason, bool endsText);
+    // Has the parser, a third-party type.
+    class Decoder;
 
-    JsonReader reader;
-    PayloadReader payloads;
-    std::string_view line;
+    std::unique_ptr<Decoder> decoder;
     RecordingFailure failed;
 };
 

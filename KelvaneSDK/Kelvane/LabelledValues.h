@@ -26,6 +26,9 @@ public:
         std::string_view first;
         Value second;
 
+        Entry(std::string_view label, const Value& value) : first(label), second(value) {}
+        Entry(std::string_view label, Value&& value) noexcept : first(label), second(std::move(value)) {}
+
         friend bool operator==(const Entry&, const Entry&) = default;
     };
     using value_type = Entry;
@@ -75,7 +78,8 @@ public:
     }
     /// Appends an entry, after refill(). The label must come after those before it, and its bytes must stay
     /// where they are as long as the owner lives.
-    void append(std::string_view label, Value value) { entries.push_back({label, std::move(value)}); }
+    void append(std::string_view label, const Value& value) { entries.emplace_back(label, value); }
+    void append(std::string_view label, Value&& value) { entries.emplace_back(label, std::move(value)); }
 
     friend bool operator==(const LabelledValues& a, const LabelledValues& b) {
         return a.entries == b.entries;

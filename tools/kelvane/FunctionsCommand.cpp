@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <cctype>
+
 #include "Commands.h"
 #include "Files.h"
 #include "KelvaneSDK/KelvaneSDK.h"
@@ -9,39 +12,92 @@ using namespace KelvaneSDK;
 
 namespace {
 
-/// One function of the library, with a node of its class to look at.
+/// One function of the library.
 struct Function {
-    std::string_view family, description;
-    std::unique_ptr<Node> node;
+    std::string_view family;
+    const Declaration* facts;
 };
 
 std::vector<Function> libraryFunctions() {
+    // The registry keeps the declarations; the families have the order for people.
+    const auto& registry = NodeRegistry::library();
     std::vector<Function> all;
     for (const auto& family : functionFamilies()) {
         for (const auto& nodeClass : family.classes) {
-            all.push_back({family.title, nodeClass.description, nodeClass.make()});
+            const auto name = nodeClass.declaration().name;
+            all.push_back({family.title, &registry.find(NodeCategory::Function, name)->declaration()});
         }
     }
     return all;
 }
 
-std::string_view labelOf(const TimestampedVariable& input) {
-    return input.label == nullptr ? "" : input.label;
+/// `Add(a: Generic value, b: Generic value) -> Generic value`
+std::string signature(const Declaration& facts) {
+    std::string text(facts.name);
+    text += '(';
+    for (const auto& input : facts.inputs) {
+        if (&input != facts.inputs.data()) text += ", ";
+        text += std::string(input.label) + ": " + std::string(typeString(input.type));
+    }
+    return text + ") -> " + std::string(typeString(facts.output));
 }
 
-/// `Add(a: Generic value, b: Generic value) -> Generic value`
-std::string signature(const Node& node) {
-    std::string text = node.typeString + "(";
-    for (const auto* input : node.inputValues()) {
-        if (input->index > 0) text += ", ";
-        text += std::string(labelOf(*input)) + ": " + std::string(input->typeString());
+/// When the function runs, as the second half of a sentence.
+std::string runsWhen(const Declaration& facts) {
+    const auto name = [&](std::size_t input) { return std::string(facts.inputs[input].label); };
+    switch (facts.readiness) {
+        case Readiness::allInputs:
+            return facts.inputs.size() == 1 ? name(0) + " has a new value" : "every input has a new value";
+        case Readiness::anyInput:
+            return "any input has a new value";
+        case Readiness::selectedInput:
+            return "the input that " + name(0) + " selects has a new value";
+        case Readiness::trueTrigger:
+            return name(0) + " has a new value, and it is true";
+        case Readiness::recording:
+            return name(0) + " has a new value, or " + name(1) + " has one while " + name(0) + " is true";
+        case Readiness::own:
+            break;
     }
-    text += ")";
-    if (const auto* output = node.outputValue()) text += " -> " + std::string(output->typeString());
+    return "its class decides";
+}
+
+std::vector<std::string> supportedTypes(const Declaration& facts) {
+    std::vector<std::string> types;
+    for (auto type = ValueClass::FloatValue; type <= ValueClass::SequenceArrayVariable;
+         type = static_cast<ValueClass>(static_cast<int>(type) + 1)) {
+        if (!isGeneric(type) && supports(type, facts.operation)) types.emplace_back(typeString(type));
+    }
+    return types;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const auto& word : words) text += (text.empty() ? "" : ", ") + word;
     return text;
 }
 
-std::string textOf(const std::vector<Function>& functions) {
+std::string briefText(const Declaration& facts) {
+    return "  " + signature(facts) + "\n      " + std::string(facts.description) + "\n";
+}
+
+std::string fullText(const Declaration& facts) {
+    std::string text = briefText(facts);
+    const auto line = [&](std::string_view topic, const std::string& content) {
+        text += "      " + std::string(topic) + ": " + content + "\n";
+    };
+    for (const auto& input : facts.inputs) {
+        if (!input.meaning.empty()) line(input.label, std::string(input.meaning));
+    }
+    line("runs when", runsWhen(facts));
+    if (!facts.silentWhen.empty()) line("silent", std::string(facts.silentWhen));
+    if (facts.operation != SlotOperation::none) line("works on", joined(supportedTypes(facts)));
+    for (const auto& demand : facts.demands) line("demands that", std::string(demand.text));
+    if (facts.keepsState) line("keeps state", "until a reset");
+    return text;
+}
+
+std::string textOf(const std::vector<Function>& functions, bool inFull) {
     std::string text;
     std::string_view family;
     for (const auto& function : functions) {
@@ -50,7 +106,7 @@ std::string textOf(const std::vector<Function>& functions) {
             family = function.family;
             text += std::string(family) + "\n";
         }
-        text += "  " + signature(*function.node) + "\n      " + std::string(function.description) + "\n";
+        text += inFull ? fullText(*function.facts) : briefText(*function.facts);
     }
     return text;
 }
@@ -58,45 +114,83 @@ std::string textOf(const std::vector<Function>& functions) {
 std::string jsonOf(const std::vector<Function>& functions) {
     std::string text;
     JsonWriter json(text, JsonWriter::Layout::pretty);
+    const auto list = [&](std::string_view key, const std::vector<std::string>& words) {
+        json.key(key);
+        json.beginArray();
+        for (const auto& word : words) json.value(std::string_view(word));
+        json.endArray();
+    };
     json.beginArray();
-    for (const auto& [family, description, node] : functions) {
+    for (const auto& [family, facts] : functions) {
         json.beginObject();
-        json.member("name", std::string_view(node->typeString));
+        json.member("name", facts->name);
         json.member("family", family);
-        json.member("description", description);
+        json.member("description", facts->description);
         json.key("inputs");
         json.beginArray();
-        for (const auto* input : node->inputValues()) {
+        for (const auto& input : facts->inputs) {
             json.beginObject();
-            json.member("label", labelOf(*input));
-            json.member("type", input->typeString());
+            json.member("label", input.label);
+            json.member("type", typeString(input.type));
+            if (!input.meaning.empty()) json.member("meaning", input.meaning);
             json.endObject();
         }
         json.endArray();
-        json.key("output");
-        node->outputValue() == nullptr ? json.null() : json.value(node->outputValue()->typeString());
+        json.member("output", typeString(facts->output));
+        json.member("runsWhen", std::string_view(runsWhen(*facts)));
+        if (!facts->silentWhen.empty()) json.member("silent", facts->silentWhen);
+        if (facts->operation != SlotOperation::none) list("worksOn", supportedTypes(*facts));
+        std::vector<std::string> demands;
+        for (const auto& demand : facts->demands) demands.emplace_back(demand.text);
+        if (!demands.empty()) list("demands", demands);
+        json.member("keepsState", facts->keepsState);
         json.endObject();
     }
     json.endArray();
     return text + "\n";
 }
 
+std::string lowered(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return result;
+}
+
+/// Whether some word of the function's name, description or keywords begins like this.
+bool isFoundBy(const Declaration& facts, std::string_view word) {
+    const auto text = lowered(" " + std::string(facts.name) + " " + std::string(facts.keywords) + " " +
+                              std::string(facts.description));
+    const auto wanted = lowered(word);
+    for (auto at = text.find(wanted); at != text.npos; at = text.find(wanted, at + 1)) {
+        if (at > 0 && std::isalnum(static_cast<unsigned char>(text[at - 1])) == 0) return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 int functions(const FunctionsOptions& options) {
     auto chosen = libraryFunctions();
+    bool inFull = false;
     if (!options.name.empty()) {
-        std::vector<std::string> names;
-        for (const auto& function : chosen) names.push_back(function.node->typeString);
-        std::erase_if(chosen,
-                      [&](const auto& function) { return function.node->typeString != options.name; });
+        const auto all = chosen;
+        std::erase_if(chosen, [&](const auto& function) { return function.facts->name != options.name; });
+        inFull = !chosen.empty();
         if (chosen.empty()) {
+            chosen = all;
+            std::erase_if(chosen, [&](const auto& function) { return !isFoundBy(*function.facts, options.name); });
+        }
+        if (chosen.empty()) {
+            std::vector<std::string> names;
+            for (const auto& function : all) names.emplace_back(function.facts->name);
             throw Failure{ExitStatus::wrongUsage,
-                          withHint("kelvane: no function is called " + inQuotes(options.name),
+                          withHint("kelvane: no function is called " + inQuotes(options.name) +
+                                       " or described with this word",
                                    nearestNameHint(options.name, names))};
         }
     }
-    writeToStandardOutput(options.asJson ? jsonOf(chosen) : textOf(chosen));
+    writeToStandardOutput(options.asJson ? jsonOf(chosen) : textOf(chosen, inFull || chosen.size() == 1));
     return ExitStatus::done;
 }
 

@@ -86,6 +86,13 @@ public:
         return wiresInto(port).empty() && !unfed[port] && !nodes[node].lacksFeeder;
     }
 
+    bool hasFreeInput(NodeIndex node) const {
+        for (std::size_t i = 0; i < nodes[node].inputs().size(); ++i) {
+            if (isFree(node, i)) return true;
+        }
+        return false;
+    }
+
     const DiagramInfo& info;
 
 private:

@@ -28,9 +28,6 @@ struct Place {
     std::string below = {};
 
     std::string pointer() const;
-    Place inside(std::string_view list, std::size_t item) const {
-        return {section, index, below + std::string(list) + std::to_string(item)};
-    }
 };
 
 /// What a finding says beside its message.

@@ -16,44 +16,57 @@ bool hasProvider(const CheckedDiagram& diagram, const std::unordered_set<NodeInd
     });
 }
 
-void checkContainer(const CheckedDiagram& diagram, const ContainerInfo& record, const Place& place,
-                    FindingList& findings) {
+/// A list of containers with the one that is looked at.
+struct OpenContainers {
+    const std::vector<ContainerInfo>* list;
+    std::size_t index = 0;
+};
+
+Place placeOf(const std::vector<OpenContainers>& open, const std::string& below = {}) {
+    Place place{Section::containers, open.front().index};
+    for (const auto& level : std::span(open).subspan(1))
+        place.below += "/containers/" + std::to_string(level.index);
+    place.below += below;
+    return place;
+}
+
+void checkContainer(const CheckedDiagram& diagram, const ContainerInfo& record,
+                    const std::vector<OpenContainers>& open, FindingList& findings) {
     const std::string name = "the container " + quoted(record.description);
-    if (record.color && !bodyColorNamed(*record.color)) warnOfColor(findings, place, *record.color);
+    if (record.color && !bodyColorNamed(*record.color)) warnOfColor(findings, placeOf(open), *record.color);
     std::unordered_set<NodeIndex> members;
     for (const auto id : record.nodeIds) {
         if (const auto node = diagram.find(id)) members.insert(*node);
     }
     if (members.empty()) {
-        findings.add("container-empty", place, name + " holds no node; it needs one that provides its output",
-                     {.subject = "nodeIds"});
+        findings.add("container-empty", placeOf(open),
+                     name + " holds no node; it needs one that provides its output", {.subject = "nodeIds"});
     } else if (!hasProvider(diagram, members)) {
-        findings.add("container-without-output", place,
+        findings.add("container-without-output", placeOf(open),
                      "the nodes of " + name +
                          " feed only one another; one of them must feed nothing, or a node outside",
                      {.subject = "nodeIds"});
     }
     for (std::size_t k = 0; k < record.nodeIds.size(); ++k) {
         if (diagram.find(record.nodeIds[k])) continue;
-        findings.add("container-unknown-id", place.inside("/nodeIds/", k),
+        findings.add("container-unknown-id", placeOf(open, "/nodeIds/" + std::to_string(k)),
                      name + " names node " + std::to_string(record.nodeIds[k]) + ", which does not exist",
                      {.subject = "nodeIds"});
     }
 }
 
 void checkContainers(const CheckedDiagram& diagram, FindingList& findings) {
-    std::vector<std::pair<const ContainerInfo*, Place>> open;
-    const auto enter = [&](const std::optional<std::vector<ContainerInfo>>& containers, auto placeOf) {
-        for (std::size_t i = containers ? containers->size() : 0; i-- > 0;)
-            open.emplace_back(&(*containers)[i], placeOf(i));
-    };
-    enter(diagram.info.containers, [](std::size_t i) { return Place{Section::containers, i}; });
+    if (!diagram.info.containers) return;
+    std::vector<OpenContainers> open{{&*diagram.info.containers}};
     while (!open.empty()) {
-        const auto [record, place] = std::move(open.back());
-        open.pop_back();
-        checkContainer(diagram, *record, place, findings);
-        enter(record->containers,
-              [&outer = place](std::size_t i) { return outer.inside("/containers/", i); });
+        if (open.back().index == open.back().list->size()) {
+            open.pop_back();
+            if (!open.empty()) ++open.back().index;
+            continue;
+        }
+        const ContainerInfo& record = (*open.back().list)[open.back().index];
+        checkContainer(diagram, record, open, findings);
+        record.containers ? open.push_back({&*record.containers}) : void(++open.back().index);
     }
 }
 

@@ -186,7 +186,8 @@ private:
     void checkProperty(NodeIndex index, std::size_t row) {
         CheckedNode& node = diagram[index];
         const Place place{Section::properties, row};
-        const auto& [id, name, value] = info.properties[row];
+        const std::string &name = info.properties[row].propertyString,
+                          &value = info.properties[row].valueString;
         const auto outcome = outcomeOf([&] { node.node->setProperty(name, value); });
         if (reportStop(outcome, place, node, name, name == "OutputValue" ? "value" : "")) return;
         const bool isSwitch = (name == "Forwarding" && node.is(NodeCategory::InputStream)) ||

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <unordered_set>
 
 #include "KelvaneSDK/DiagramCheck/Checks.h"
 #include "KelvaneSDK/DiagramCheck/Cycles.h"
@@ -35,12 +36,17 @@ private:
         if (reportWaiting(SweepPass::first, Severity::fatal,
                           "waits for itself, so that the evaluation never ends"))
             return;
+        // A label that comes with the batch is not fed back.
+        std::unordered_set<std::string_view> streamLabels;
+        for (NodeIndex i = 0; i < diagram.size(); ++i) {
+            if (diagram[i].is(NodeCategory::InputStream)) streamLabels.insert(diagram[i].label);
+        }
         bool isFedBack = false, isSurelyFedBack = false;
         for (NodeIndex i = 0; i < diagram.size(); ++i) {
             if (!diagram[i].is(NodeCategory::VariableOutput) || !reading.canRun(i)) continue;
             const auto own = typesOf(diagram[i].inputs().front()->valueClass());
             isFedBack |= (reading.typesInto(diagram.firstPort(i)) & own).any();
-            isSurelyFedBack |= reading.surelyRuns(i);
+            isSurelyFedBack |= reading.surelyRuns(i) && !streamLabels.contains(diagram[i].label);
         }
         if (!isFedBack) return;
         reportWaiting(

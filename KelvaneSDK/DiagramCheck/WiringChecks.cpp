@@ -147,13 +147,11 @@ private:
 
     void checkUse(NodeIndex index) {
         const CheckedNode& node = diagram[index];
-        if (!reading.canRun(index)) {
-            for (std::size_t i = 0; i < node.inputs().size(); ++i) {
-                if (!diagram.isFree(index, i)) continue;
-                findings.add("input-unconnected", at(index),
-                             node.inputName(i) + " is not connected, so that the node never runs",
-                             {.about = &node, .subject = node.inputName(i)});
-            }
+        for (std::size_t i = 0; i < node.inputs().size(); ++i) {
+            if (!diagram.isFree(index, i)) continue;
+            findings.add("input-unconnected", at(index),
+                         node.inputName(i) + " is not connected, so that the node never runs",
+                         {.about = &node, .subject = node.inputName(i)});
         }
         if (isSilent(index)) reportSilenced(index);
         // Forwarded streams and variable outputs reach the application themselves.
@@ -165,16 +163,9 @@ private:
         }
     }
 
-    bool hasFreeInput(NodeIndex index) const {
-        for (std::size_t i = 0; i < diagram[index].inputs().size(); ++i) {
-            if (diagram.isFree(index, i)) return true;
-        }
-        return false;
-    }
-
     // Never gives a value for a reason of its own.
     bool isSilent(NodeIndex index) const {
-        return reading.canRun(index) ? !reading.canEmit(index) : hasFreeInput(index);
+        return reading.canRun(index) ? !reading.canEmit(index) : diagram.hasFreeInput(index);
     }
 
     // One finding for all the nodes that never run because this one is silent.

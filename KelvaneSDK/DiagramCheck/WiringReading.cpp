@@ -31,23 +31,9 @@ PayloadTypes typesOf(ValueClass valueClass) {
 
 WiringReading::WiringReading(const CheckedDiagram& checked) : diagram(checked) {
     spreadDoubt();
-    emits.resize(diagram.size());
-    for (NodeIndex i = 0; i < diagram.size(); ++i) {
-        const auto* const declaration = diagram[i].declaration;
-        emits[i] = supportsItsTypes(i) || declaration->withoutOperation == WithoutOperation::emitsAnyway;
-    }
-    const auto noInputIsFree = [&](NodeIndex node) {
-        for (std::size_t i = 0; i < diagram[node].inputs().size(); ++i) {
-            if (diagram.isFree(node, i)) return false;
-        }
-        return true;
-    };
-    runs = spread(
-        noInputIsFree, [&](NodeIndex node) { return bool(emits[node]); }, true);
+    runs = spread(false);
     spreadTypes();
-    const auto always = [&](NodeIndex node) { return emitsAlways(node); };
-    runsSurely =
-        spread([&](NodeIndex node) { return noInputIsFree(node) && takesWhatComes(node); }, always, false);
+    runsSurely = spread(true);
 }
 
 void WiringReading::spreadDoubt() {
@@ -78,6 +64,11 @@ bool WiringReading::supportsItsTypes(NodeIndex node) const {
            supports(inputs.back()->valueClass(), diagram[node].declaration->operation);
 }
 
+bool WiringReading::mayEmit(NodeIndex node) const {
+    return supportsItsTypes(node) ||
+           diagram[node].declaration->withoutOperation == WithoutOperation::emitsAnyway;
+}
+
 bool WiringReading::emitsAlways(NodeIndex node) const {
     if (isSource(diagram[node])) return true;
     const auto* const declaration = diagram[node].declaration;
@@ -106,23 +97,22 @@ bool WiringReading::takesWhatComes(NodeIndex node) const {
     return true;
 }
 
-template <class CanRun, class Emits>
-std::vector<bool> WiringReading::spread(CanRun canRunWith, Emits emitting, bool trustsUnknown) const {
+std::vector<bool> WiringReading::spread(bool surely) const {
     std::vector<bool> reached(diagram.size()), hasValue(diagram.portCount());
     std::vector<NodeIndex> open;
     const auto reach = [&](NodeIndex node) {
         const Port first = diagram.firstPort(node);
-        if (reached[node] || !canRunWith(node) ||
+        if (reached[node] || diagram.hasFreeInput(node) || (surely && !takesWhatComes(node)) ||
             !runsWith(diagram[node], [&](std::size_t i) { return bool(hasValue[first + i]); })) {
             return;
         }
         reached[node] = true;
-        if (emitting(node)) open.push_back(node);
+        if (surely ? emitsAlways(node) : mayEmit(node)) open.push_back(node);
     };
     for (NodeIndex i = 0; i < diagram.size(); ++i) {
         const std::size_t count = diagram[i].inputs().size();
         bool hasAny = count == 0;
-        for (Port port = diagram.firstPort(i); trustsUnknown && port < diagram.firstPort(i) + count; ++port) {
+        for (Port port = diagram.firstPort(i); !surely && port < diagram.firstPort(i) + count; ++port) {
             hasValue[port] =
                 diagram.isMarkedUnfed(port) || (diagram[i].lacksFeeder && diagram.wiresInto(port).empty());
             hasAny = hasAny || hasValue[port];
@@ -148,18 +138,15 @@ void WiringReading::spreadTypes() {
     std::vector<NodeIndex> open;
     const auto carry = [&](NodeIndex node, PayloadTypes types) {
         if ((carried[node] | types) == carried[node]) return;
-        carried[node] = carried[node] | types;
+        carried[node] |= types;
         open.push_back(node);
     };
-    const auto forwards = [&](NodeIndex node, std::size_t input) {
-        const auto* const declaration = diagram[node].declaration;
-        return declaration != nullptr && declaration->forwards.contains(input);
+    const auto forwarded = [&](NodeIndex node) {
+        return diagram[node].declaration != nullptr ? diagram[node].declaration->forwards : InputSet();
     };
     for (NodeIndex i = 0; i < diagram.size(); ++i) {
-        const auto* const declaration = diagram[i].declaration;
-        const bool makesItsOwn = declaration == nullptr || declaration->forwards.empty();
-        if (canEmit(i) && makesItsOwn && diagram[i].outputClass())
-            carry(i, typesOf(*diagram[i].outputClass()));
+        const auto outputClass = diagram[i].outputClass();
+        if (canEmit(i) && outputClass && forwarded(i).empty()) carry(i, typesOf(*outputClass));
     }
     while (!open.empty()) {
         const NodeIndex node = open.back();
@@ -168,8 +155,8 @@ void WiringReading::spreadTypes() {
             const Wire& wire = diagram.allWires()[index];
             if (wire.lost) continue;
             auto& types = arriving[diagram.portOf(wire)];
-            types = types | carried[node];
-            if (canEmit(wire.to) && forwards(wire.to, wire.input)) carry(wire.to, types);
+            types |= carried[node];
+            if (canEmit(wire.to) && forwarded(wire.to).contains(wire.input)) carry(wire.to, types);
         }
     }
 }

@@ -21,7 +21,7 @@ public:
 
     /// Nothing in the document keeps the node from running (or a constant or stream from bringing values).
     bool canRun(NodeIndex node) const { return runs[node]; }
-    bool canEmit(NodeIndex node) const { return runs[node] && emits[node]; }
+    bool canEmit(NodeIndex node) const { return runs[node] && mayEmit(node); }
     /// The node runs at least once, whatever the values, as soon as every stream brought one; and gives an
     /// output whenever it runs.
     bool surelyRuns(NodeIndex node) const { return runsSurely[node]; }
@@ -40,15 +40,15 @@ public:
     }
 
 private:
-    template <class CanRun, class Emits>
-    std::vector<bool> spread(CanRun canRunWith, Emits emitting, bool trustsUnknown) const;
+    std::vector<bool> spread(bool surely) const;
     void spreadDoubt();
     void spreadTypes();
+    bool mayEmit(NodeIndex node) const;
     bool emitsAlways(NodeIndex node) const;
     bool takesWhatComes(NodeIndex node) const;
 
     const CheckedDiagram& diagram;
-    std::vector<bool> doubtful, emits, runs, runsSurely;
+    std::vector<bool> doubtful, runs, runsSurely;
     std::vector<PayloadTypes> carried, arriving;
 };
 

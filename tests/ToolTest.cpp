@@ -129,7 +129,12 @@ const ToolCase lists[]{
 }
 )",
      ""},
-    {"OneFunction", words("functions", "Vector length"), "", 0, "Vector\n  Vector length(v: Vector) -> Float\n      the length of v\n", ""},
+    {"OneFunction", words("functions", "Vector length"), "", 0, "Vector\n  Vector length(v: Vector) -> Float\n      the length of v\n      runs when: v has a new value\n", ""},
+    {"FunctionsByAWord", words("functions", "greater"), "", 0,
+     "Basic\n  Max(a: Generic variable, b: Generic variable) -> Generic variable\n      the larger of a and b; b when they are equal\n"
+     "  Larger(a: Generic variable, b: Generic variable) -> Boolean\n      true when a is larger than b\n"
+     "  Larger or equal(a: Generic variable, b: Generic variable) -> Boolean\n      true when a is larger than b or equal to it\n",
+     ""},
 };
 
 class ToolTest : public testing::TestWithParam<ToolCase> {};

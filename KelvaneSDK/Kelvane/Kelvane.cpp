@@ -1,6 +1,6 @@
 #include "KelvaneSDK/Kelvane/Kelvane.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "KelvaneSDK/Kelvane/BackgroundRuns.h"
 #include "KelvaneSDK/Kelvane/EngineOperation.h"
@@ -85,36 +85,36 @@ void Kelvane::reset() {
 
 std::vector<std::string> Kelvane::getInputStreams() const {
     std::vector<std::string> labels;
-    perform([&] {
+    const bool isWhole = perform([&] {
         for (const auto* stream : nodes.streams) labels.push_back(stream->label());
     });
-    return labels;
+    return isWhole ? std::move(labels) : decltype(labels)();
 }
 
 std::vector<VariableOutputDescription> Kelvane::getVariableOutputs() const {
     std::vector<VariableOutputDescription> outputs;
-    perform([&] {
+    const bool isWhole = perform([&] {
         for (const auto* output : nodes.outputs) outputs.push_back({output->label(), output->typeString});
     });
-    return outputs;
+    return isWhole ? std::move(outputs) : decltype(outputs)();
 }
 
 std::vector<std::string> Kelvane::getManualLines() const {
     std::vector<std::string> lines;
-    perform([&] { lines = manualLines; });
-    return lines;
+    const bool isWhole = perform([&] { lines = manualLines; });
+    return isWhole ? std::move(lines) : decltype(lines)();
 }
 
 std::vector<ConstantDescription> Kelvane::getConstants() const {
     std::vector<ConstantDescription> constants;
-    perform([&] {
+    const bool isWhole = perform([&] {
         for (const auto* node : nodes.constants) {
             const auto value = node->output().value();
             if (!value) node->stop("the constant has no value");
             constants.push_back({node->label(), *value});
         }
     });
-    return constants;
+    return isWhole ? std::move(constants) : decltype(constants)();
 }
 
 void Kelvane::setConstant(std::string_view label, const Value& newValue) {

@@ -185,8 +185,7 @@ int functions(const FunctionsOptions& options) {
             std::vector<std::string> names;
             for (const auto& function : all) names.emplace_back(function.facts->name);
             throw Failure{ExitStatus::wrongUsage,
-                          withHint("kelvane: no function is called " + inQuotes(options.name) +
-                                       " or described with this word",
+                          withHint("kelvane: no function is called " + inQuotes(options.name),
                                    nearestNameHint(options.name, names))};
         }
     }

@@ -67,14 +67,14 @@ std::optional<std::string> noPlaceToInsert(Values values, Slots) {
            std::to_string(size);
 }
 template <std::size_t list>
-constexpr Demand placeToInsert{"the index lies within 0 and the size of the array", {0, list},
-                               noPlaceToInsert<list>};
+constexpr Demand placeToInsert{
+    "the index lies within 0 and the size of the array", {0, list}, noPlaceToInsert<list>};
 
 std::optional<std::string> nothingToRemove(Values values, Slots) {
     const std::size_t size = listSize(*values[1]);
     if (isBelow(integerIn(values, 0), size)) return std::nullopt;
-    return "an array of " + std::to_string(size) + " has no element " +
-           std::to_string(integerIn(values, 0)) + " to remove";
+    return "an array of " + std::to_string(size) + " has no element " + std::to_string(integerIn(values, 0)) +
+           " to remove";
 }
 
 struct Range {
@@ -123,7 +123,8 @@ List<double> clipped(double lower, double upper, Floats items) {
 }
 
 List<std::int64_t> nearest(double wanted, Floats items) {
-    // The scan begins at index 0 once more, so that a nearest first element stands twice: diagrams rely on it.
+    // The scan begins at index 0 once more, so that a nearest first element stands twice: diagrams rely on
+    // it.
     double best = std::fabs(wanted - items[0]);
     std::vector<std::int64_t> indices{0};
     for (std::size_t i = 0; i < items.size(); ++i) {
@@ -152,7 +153,8 @@ class CreateArrayFunction final : public FunctionNode {
 public:
     static Declaration declaration() {
         return {.name = "Create array",
-                .inputs = {{"length", Type::IntegerValue, "elements, 0 or more"}, {"element", Type::ValueVariable}},
+                .inputs = {{"length", Type::IntegerValue, "elements, 0 or more"},
+                           {"element", Type::ValueVariable}},
                 .output = Type::ArrayVariable,
                 .description = "the latest elements, oldest first, at most `length` of them",
                 .keywords = "collect window list",
@@ -188,126 +190,144 @@ NodeFamily arrayFunctions() {
     return functionFamily(
         "Array",
         {
-            pure("Order", {{"descending"}, array("array")},
-                 [](bool descending, const TimestampedVariable& list) {
-                     return arrayIn(list).sorted(descending);
-                 },
-                 "the array sorted; falling when descending is true")
+            pure(
+                "Order", {{"descending"}, array("array")},
+                [](bool descending, const TimestampedVariable& list) {
+                    return arrayIn(list).sorted(descending);
+                },
+                "the array sorted; falling when descending is true")
                 .output(Type::ArrayVariable)
                 .keywords("sort rank")
                 .applies(SlotOperation::sort)
-                .unsupported({Type::SequenceArrayVariable, Type::VectorArrayVariable, Type::OrientationArrayVariable})
+                .unsupported(
+                    {Type::SequenceArrayVariable, Type::VectorArrayVariable, Type::OrientationArrayVariable})
                 .also([](Declaration& order) {
                     // An empty array is in order, whatever its type.
                     order.withoutOperation = WithoutOperation::emitsAnyway;
                     order.reportsUnsupported = true;
                 }),
-            pure("Get element", {index, array("array")},
-                 [](std::int64_t place, const Value& list) -> Maybe<Value> {
-                     if (!isBelow(place, listSize(list))) return Silent{"the index lies outside the array"};
-                     return elementAt(list, static_cast<std::size_t>(place));
-                 },
-                 "the element at the index, counted from 0")
+            pure(
+                "Get element", {index, array("array")},
+                [](std::int64_t place, const Value& list) -> Maybe<Value> {
+                    if (!isBelow(place, listSize(list))) return Silent{"the index lies outside the array"};
+                    return elementAt(list, static_cast<std::size_t>(place));
+                },
+                "the element at the index, counted from 0")
                 .output(Type::ValueVariable)
                 .silent("when the index lies outside the array")
                 .keywords("item at pick"),
-            pure("Trim",
-                 {{"first index", "counted from 0"}, {"last index", "counted from 0"}, array("array")},
-                 [](std::int64_t first, std::int64_t last, const Value& list) {
-                     return trimmed(first, last, list);
-                 },
-                 "the elements from the first to the last index, both included")
+            pure(
+                "Trim", {{"first index", "counted from 0"}, {"last index", "counted from 0"}, array("array")},
+                [](std::int64_t first, std::int64_t last, const Value& list) {
+                    return trimmed(first, last, list);
+                },
+                "the elements from the first to the last index, both included")
                 .output(Type::ArrayVariable)
                 .keywords("slice cut part")
                 .demands({"an element lies between the indices", {0, 1, 2}, nothingLeft})
                 .demands({"an index is 0 or more", {0, 1}, negativeIndices, false})
                 .demands(oneElement<2>),
-            pure("Array sum", {array("array")},
-                 [](const TimestampedVariable& list) { return arrayIn(list).sum(); },
-                 "the sum of all elements; texts are joined")
+            pure(
+                "Array sum", {array("array")},
+                [](const TimestampedVariable& list) { return arrayIn(list).sum(); },
+                "the sum of all elements; texts are joined")
                 .output(Type::ValueVariable)
                 .keywords("total join")
                 .applies(SlotOperation::sum)
                 .unsupported({Type::BooleanArrayVariable, Type::SequenceArrayVariable}),
-            pure("Array absolute", {{"array"}},
-                 [](Floats items) { return mapped(items, [](double x) { return std::fabs(x); }); },
-                 "the absolute value of every element"),
-            pure("Number of elements", {array("array")},
-                 [](const Value& list) { return static_cast<std::int64_t>(listSize(list)); },
-                 "how many elements the array has")
+            pure(
+                "Array absolute", {{"array"}},
+                [](Floats items) { return mapped(items, [](double x) { return std::fabs(x); }); },
+                "the absolute value of every element"),
+            pure(
+                "Number of elements", {array("array")},
+                [](const Value& list) { return static_cast<std::int64_t>(listSize(list)); },
+                "how many elements the array has")
                 .keywords("length size count"),
-            pure("Clip", {{"lower bound"}, {"upper bound"}, {"array"}},
-                 [](double lower, double upper, Floats items) { return clipped(lower, upper, items); },
-                 "the elements that lie within the bounds, both included; the others are removed")
+            pure(
+                "Clip", {{"lower bound"}, {"upper bound"}, {"array"}},
+                [](double lower, double upper, Floats items) { return clipped(lower, upper, items); },
+                "the elements that lie within the bounds, both included; the others are removed")
                 .keywords("filter"),
-            pure("Minimum", {{"array"}},
-                 [](Floats items) {
-                     return items.empty() ? 0.0 : *std::min_element(items.begin(), items.end());
-                 },
-                 "the smallest element; 0 for an empty array"),
-            pure("Maximum", {{"array"}},
-                 [](Floats items) {
-                     return items.empty() ? 0.0 : *std::max_element(items.begin(), items.end());
-                 },
-                 "the largest element; 0 for an empty array"),
-            pure("Average", {{"array"}},
-                 [](Floats items) {
-                     return std::accumulate(items.begin(), items.end(), 0.0) /
-                            static_cast<double>(items.size());
-                 },
-                 "the mean of all elements; NaN for an empty array"),
-            pure("Add to array", {scalar("element"), array("array")},
-                 [](const Value& element, const Value& list, const Node& node) {
-                     return insertedOrStop(node, withElement(list, listSize(list), element));
-                 },
-                 "the array with the element appended at the end")
+            pure(
+                "Minimum", {{"array"}},
+                [](Floats items) {
+                    return items.empty() ? 0.0 : *std::min_element(items.begin(), items.end());
+                },
+                "the smallest element; 0 for an empty array"),
+            pure(
+                "Maximum", {{"array"}},
+                [](Floats items) {
+                    return items.empty() ? 0.0 : *std::max_element(items.begin(), items.end());
+                },
+                "the largest element; 0 for an empty array"),
+            pure(
+                "Average", {{"array"}},
+                [](Floats items) {
+                    return std::accumulate(items.begin(), items.end(), 0.0) /
+                           static_cast<double>(items.size());
+                },
+                "the mean of all elements; NaN for an empty array"),
+            pure(
+                "Add to array", {scalar("element"), array("array")},
+                [](const Value& element, const Value& list, const Node& node) {
+                    return insertedOrStop(node, withElement(list, listSize(list), element));
+                },
+                "the array with the element appended at the end")
                 .output(Type::ArrayVariable)
                 .keywords("append push"),
-            pure("Remove from array", {index, array("array")},
-                 [](std::int64_t place, const Value& list) {
-                     return withoutElement(list, static_cast<std::size_t>(place));
-                 },
-                 "the array without the element at the index, counted from 0")
+            pure(
+                "Remove from array", {index, array("array")},
+                [](std::int64_t place, const Value& list) {
+                    return withoutElement(list, static_cast<std::size_t>(place));
+                },
+                "the array without the element at the index, counted from 0")
                 .output(Type::ArrayVariable)
                 .keywords("delete erase")
                 .demands({"the array has an element at the index", {0, 1}, nothingToRemove})
                 .demands(indexNotNegative)
                 .demands(oneElement<1>),
-            pure("Insert into array", {index, scalar("element"), array("array")},
-                 [](std::int64_t place, const Value& element, const Value& list, const Node& node) {
-                     return insertedOrStop(node, withElement(list, static_cast<std::size_t>(place), element));
-                 },
-                 "the array with the element inserted before the index, counted from 0")
+            pure(
+                "Insert into array", {index, scalar("element"), array("array")},
+                [](std::int64_t place, const Value& element, const Value& list, const Node& node) {
+                    return insertedOrStop(node, withElement(list, static_cast<std::size_t>(place), element));
+                },
+                "the array with the element inserted before the index, counted from 0")
                 .output(Type::ArrayVariable)
                 .demands(placeToInsert<2>)
                 .demands(indexNotNegative),
-            pure("Shift elements", {{"offset"}, {"array"}},
-                 [](double offset, Floats items) {
-                     return mapped(items, [offset](double x) { return offset + x; });
-                 },
-                 "every element plus the offset")
+            pure(
+                "Shift elements", {{"offset"}, {"array"}},
+                [](double offset, Floats items) {
+                    return mapped(items, [offset](double x) { return offset + x; });
+                },
+                "every element plus the offset")
                 .keywords("add"),
             entry<CreateArrayFunction>(),
-            pure("Combine arrays", {index, array("A"), array("B")},
-                 [](std::int64_t place, const Value& inserted, const Value& list, const Node& node) {
-                     return insertedOrStop(node,
-                                           withElements(list, static_cast<std::size_t>(place), inserted));
-                 },
-                 "array B with all of array A inserted before the index, counted from 0")
+            pure(
+                "Combine arrays", {index, array("A"), array("B")},
+                [](std::int64_t place, const Value& inserted, const Value& list, const Node& node) {
+                    return insertedOrStop(node,
+                                          withElements(list, static_cast<std::size_t>(place), inserted));
+                },
+                "array B with all of array A inserted before the index, counted from 0")
                 .output(Type::ArrayVariable)
                 .keywords("concatenate join")
                 .demands(placeToInsert<2>)
                 .demands(indexNotNegative),
-            pure("Search array", {{"value"}, {"array"}},
-                 [](double value, Floats items) { return nearest(value, items); },
-                 "the indices of the elements nearest to the value; a nearest first element counts twice")
+            pure(
+                "Search array", {{"value"}, {"array"}},
+                [](double value, Floats items) { return nearest(value, items); },
+                "the indices of the elements nearest to the value; a nearest first element counts twice")
                 .keywords("find closest")
                 .demands({"the array has an element", {1}, nothingToSearch}),
-            pure("Index of maximum", {{"array"}}, [](Floats items) { return indexOf<largest>(items); },
-                 "the index of the largest element, the first of equals")
+            pure(
+                "Index of maximum", {{"array"}}, [](Floats items) { return indexOf<largest>(items); },
+                "the index of the largest element, the first of equals")
                 .silent("when the array is empty"),
-            pure("Index of minimum", {{"array"}}, [](Floats items) { return indexOf<smallest>(items); },
-                 "the index of the smallest element, the first of equals")
+            pure(
+                "Index of minimum", {{"array"}}, [](Floats items) { return indexOf<smallest>(items); },
+                "the index of the smallest element, the first of equals")
                 .silent("when the array is empty"),
         });
 }

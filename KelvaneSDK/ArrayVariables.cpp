@@ -235,5 +235,4 @@ std::optional<Value> OrientationArrayVariable::negate() const {
 }
 std::optional<Value> OrientationArrayVariable::sum() const { return total(*this, Orientation{0, 0, 0, 0}); }
 
-
 }  // namespace KelvaneSDK

@@ -80,9 +80,9 @@ NodeClass comparison(SlotOperation which, std::string_view name, Typed typed, st
                which, name, {scalar("a"), scalar("b")},
                [](const Slot& a, const Slot& b) { return asValue((a.*compare)(b)); }, typed, description)
         .output(Type::BooleanValue)
-        .unsupported({Type::BooleanValue, Type::VectorValue, Type::OrientationValue, Type::FloatArrayVariable, Type::IntegerArrayVariable,
-                      Type::BooleanArrayVariable, Type::StringArrayVariable, Type::VectorArrayVariable,
-                      Type::OrientationArrayVariable})
+        .unsupported({Type::BooleanValue, Type::VectorValue, Type::OrientationValue, Type::FloatArrayVariable,
+                      Type::IntegerArrayVariable, Type::BooleanArrayVariable, Type::StringArrayVariable,
+                      Type::VectorArrayVariable, Type::OrientationArrayVariable})
         .keywords(words);
 }
 
@@ -90,9 +90,10 @@ template <auto combine, class Typed>
 NodeClass arithmetic(SlotOperation which, std::string_view name, Typed typed, std::string_view description,
                      std::string_view words) {
     return operation(
-               which, name, {{"a"}, {"b"}},
-               [](const Slot& a, const Slot& b) { return (a.*combine)(b); }, typed, description)
-        .unsupported({Type::BooleanValue, Type::BooleanArrayVariable, Type::StringValue, Type::StringArrayVariable})
+               which, name, {{"a"}, {"b"}}, [](const Slot& a, const Slot& b) { return (a.*combine)(b); },
+               typed, description)
+        .unsupported(
+            {Type::BooleanValue, Type::BooleanArrayVariable, Type::StringValue, Type::StringArrayVariable})
         .keywords(words);
 }
 
@@ -167,10 +168,10 @@ NodeFamily basicFunctions() {
                 .output(Type::ValueVariable)
                 .keywords("minimum less")
                 .unsupported(withoutOrder),
-            comparison<&Slot::isLarger>(isLarger, "Larger", std::greater<>(),
-                                        "true when a is larger than b", "greater above more compare >"),
-            comparison<&Slot::isSmaller>(isSmaller, "Smaller", std::less<>(),
-                                         "true when a is smaller than b", "less below fewer compare <"),
+            comparison<&Slot::isLarger>(isLarger, "Larger", std::greater<>(), "true when a is larger than b",
+                                        "greater above more compare >"),
+            comparison<&Slot::isSmaller>(isSmaller, "Smaller", std::less<>(), "true when a is smaller than b",
+                                         "less below fewer compare <"),
             comparison<&Slot::isLargerOrEqual>(isLargerOrEqual, "Larger or equal", std::greater_equal<>(),
                                                "true when a is larger than b or equal to it",
                                                "greater at least compare >="),
@@ -194,7 +195,8 @@ NodeFamily basicFunctions() {
                 [](double factor, const Slot& value) { return value.scale(factor); }, Scaled(),
                 "the value times the factor; for integers the factor loses its fraction")
                 .keywords("gain times multiply")
-                .unsupported({Type::BooleanValue, Type::BooleanArrayVariable, Type::StringValue, Type::StringArrayVariable})
+                .unsupported({Type::BooleanValue, Type::BooleanArrayVariable, Type::StringValue,
+                              Type::StringArrayVariable})
                 .demands({"for integers the factor fits in 64 bits", {0}, noIntegerFactor, false}),
             operation(
                 negate, "Negate", {{"value"}}, [](const Slot& value) { return value.negate(); }, Negated(),

@@ -16,8 +16,8 @@ struct EvaluationLimits {
     std::size_t maxElements = std::numeric_limits<std::size_t>::max();
     /// The wall-clock seconds that the evaluation of one batch may take.
     double maxBatchSeconds = std::numeric_limits<double>::infinity();
-    /// Where not null, stops the batch in progress soon after another thread, or a signal handler, has set it.
-    /// Must outlive the engine.
+    /// Where not null, stops the batch in progress soon after another thread, or a signal handler, has set
+    /// it. Must outlive the engine.
     const std::atomic<bool>* interrupted = nullptr;
 };
 
@@ -58,7 +58,8 @@ private:
 /// What the nodes of one diagram share with their engine.
 struct DiagramState {
     EvaluationBudget budget;
-    /// Counts the changes to nodes, slots and connections after which a plan of the evaluation is out of date.
+    /// Counts the changes to nodes, slots and connections after which a plan of the evaluation is out of
+    /// date.
     std::uint64_t changes = 0;
     /// Counts the changes of what is hidden and forwarded.
     std::uint64_t visibility = 0;

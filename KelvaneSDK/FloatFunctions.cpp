@@ -125,30 +125,35 @@ NodeFamily floatFunctions() {
     return functionFamily(
         "Float signal",
         {
-            pure("Absolute", {{"x"}}, [](double x) { return std::fabs(x); }, "the absolute value of x")
+            pure(
+                "Absolute", {{"x"}}, [](double x) { return std::fabs(x); }, "the absolute value of x")
                 .keywords("abs magnitude"),
-            pure("Float interpolation", {{"time", "in seconds"}, {"a"}, {"b"}},
-                 [](double time, Timed<double> a, Timed<double> b) { return interpolated(time, a, b); },
-                 "the value at `time`, in seconds, on the line from a to b, which stand at their own "
-                 "timestamps")
+            pure(
+                "Float interpolation", {{"time", "in seconds"}, {"a"}, {"b"}},
+                [](double time, Timed<double> a, Timed<double> b) { return interpolated(time, a, b); },
+                "the value at `time`, in seconds, on the line from a to b, which stand at their own "
+                "timestamps")
                 .keywords("linear"),
-            pure("Round", {{"x"}, {"digits", "decimal places"}},
-                 [](double x, std::int64_t digits) { return rounded(x, digits); },
-                 "x rounded to a number of decimal places, halves away from zero; negative digits round to "
-                 "tens, hundreds and so on"),
-            pure("Power", {{"base"}, {"exponent"}},
-                 [](double base, double exponent) { return std::pow(base, exponent); },
-                 "the base raised to the exponent")
+            pure(
+                "Round", {{"x"}, {"digits", "decimal places"}},
+                [](double x, std::int64_t digits) { return rounded(x, digits); },
+                "x rounded to a number of decimal places, halves away from zero; negative digits round to "
+                "tens, hundreds and so on"),
+            pure(
+                "Power", {{"base"}, {"exponent"}},
+                [](double base, double exponent) { return std::pow(base, exponent); },
+                "the base raised to the exponent")
                 .keywords("pow square root exponential"),
-            pure("Integer", {{"x"}}, [](double x) { return static_cast<std::int64_t>(x); },
-                 "x without its fraction, as an integer")
+            pure(
+                "Integer", {{"x"}}, [](double x) { return static_cast<std::int64_t>(x); },
+                "x without its fraction, as an integer")
                 .keywords("truncate convert")
                 .demands({"x fits in a 64-bit integer", {0}, noInteger}),
-            pure("Float", {{"n"}}, [](std::int64_t n) { return static_cast<double>(n); },
-                 "the integer n as a float")
+            pure(
+                "Float", {{"n"}}, [](std::int64_t n) { return static_cast<double>(n); },
+                "the integer n as a float")
                 .keywords("convert double"),
-            stateful<Averager>("Averager", {{"enable"}, {"x"}},
-                               "the mean of all x since enable became true")
+            stateful<Averager>("Averager", {{"enable"}, {"x"}}, "the mean of all x since enable became true")
                 .silent("while enable is false")
                 .keywords("average"),
             stateful<MovingAverager>("Moving averager", {{"length", "updates, 1 or more"}, {"x"}},
@@ -162,9 +167,10 @@ NodeFamily floatFunctions() {
             stateful<Derivative>("Derivative", {{"x"}}, "the change of x per second since its previous value")
                 .silent("for the first value")
                 .keywords("rate slope velocity differentiate"),
-            stateful<Integral>("Integral", {{"x"}},
-                               "the integral of x over time in seconds since the last reset; between values of "
-                               "different sign the rule counts the time of the crossing from 0")
+            stateful<Integral>(
+                "Integral", {{"x"}},
+                "the integral of x over time in seconds since the last reset; between values of "
+                "different sign the rule counts the time of the crossing from 0")
                 .silent("for the first value")
                 .keywords("area accumulate integrate"),
             stateful<PeakDetector>(
@@ -172,16 +178,18 @@ NodeFamily floatFunctions() {
                 "each new highest x that reaches the level; starts anew when the level rises above the peak")
                 .silent("when x is below the level or the latest peak")
                 .keywords("maximum threshold"),
-            pure("Modulo", {{"x"}, {"y"}},
-                 [](double x, double y) -> Maybe<double> {
-                     if (y == 0) return Silent{"y is 0"};
-                     return std::fmod(x, y);
-                 },
-                 "the remainder of x / y, with the sign of x")
+            pure(
+                "Modulo", {{"x"}, {"y"}},
+                [](double x, double y) -> Maybe<double> {
+                    if (y == 0) return Silent{"y is 0"};
+                    return std::fmod(x, y);
+                },
+                "the remainder of x / y, with the sign of x")
                 .silent("when y is 0")
                 .keywords("remainder mod %"),
-            pure("Limiter", {{"x"}, {"limit"}}, [](double x, double limit) { return x < limit ? x : limit; },
-                 "x, but never more than the limit")
+            pure(
+                "Limiter", {{"x"}, {"limit"}}, [](double x, double limit) { return x < limit ? x : limit; },
+                "x, but never more than the limit")
                 .keywords("clamp cap minimum"),
         });
 }

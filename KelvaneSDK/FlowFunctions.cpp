@@ -50,14 +50,14 @@ public:
 class TriggerFunction final : public FunctionNode {
 public:
     static Declaration declaration() {
-        return {.name = "Trigger",
-                .inputs = {{"trigger", Type::BooleanValue}, {"value"}},
-                .description =
-                    "the latest value, each time the trigger becomes true or stays true by an update",
-                .keywords = "sample hold latch",
-                .readiness = Readiness::trueTrigger,
-                .forwards = {1},
-                .takesAnything = {1}};
+        return {
+            .name = "Trigger",
+            .inputs = {{"trigger", Type::BooleanValue}, {"value"}},
+            .description = "the latest value, each time the trigger becomes true or stays true by an update",
+            .keywords = "sample hold latch",
+            .readiness = Readiness::trueTrigger,
+            .forwards = {1},
+            .takesAnything = {1}};
     }
     bool allInputsUpdated() const override { return input(0).hasValue() && boolean(0) && isUpdated(0); }
     void process() override { finish(value(1)); }
@@ -95,13 +95,15 @@ NodeFamily flowFunctions() {
     return functionFamily(
         "Flow",
         {
-            pure("Pass-through", {{"value"}}, [](Anything value) { return value.value; },
-                 "the value as it is")
+            pure(
+                "Pass-through", {{"value"}}, [](Anything value) { return value.value; }, "the value as it is")
                 .keywords("identity forward"),
-            pure("Timestamp", {{"value"}}, [](Anything value) { return value.timestamp; },
-                 "when the value was produced, in seconds")
+            pure(
+                "Timestamp", {{"value"}}, [](Anything value) { return value.timestamp; },
+                "when the value was produced, in seconds")
                 .keywords("time when"),
-            pure("Updated", {{"value"}}, [](Anything) { return true; }, "true each time a value arrives")
+            pure(
+                "Updated", {{"value"}}, [](Anything) { return true; }, "true each time a value arrives")
                 .keywords("new event"),
             entry<PassUpdatedFunction>(),
             stateful<Buffer>("Buffer", {{"length", "updates, 0 or more"}, {"value"}},
@@ -109,12 +111,13 @@ NodeFamily flowFunctions() {
                 .silent("for the first `length` updates")
                 .keywords("delay previous history")
                 .demands({"length is -1 or more", {0}, negativeLength}),
-            pure("Gate", {{"open"}, {"value"}},
-                 [](bool open, Anything value) -> Maybe<Value> {
-                     if (!open) return Silent{"the gate is closed"};
-                     return value.value;
-                 },
-                 "the value while open is true")
+            pure(
+                "Gate", {{"open"}, {"value"}},
+                [](bool open, Anything value) -> Maybe<Value> {
+                    if (!open) return Silent{"the gate is closed"};
+                    return value.value;
+                },
+                "the value while open is true")
                 .silent("while open is false")
                 .keywords("filter if when"),
             stateful<UpdateCounter>("Update counter", {{"value"}},

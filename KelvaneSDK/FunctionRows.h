@@ -9,14 +9,15 @@
 // Parameters:  double, std::int64_t, bool, Vector, Orientation   the value of such a slot
 //              Timed<T>                                           the value with its timestamp
 //              std::string_view, std::span<const Sample>,
-//              std::span<const double>                            the content of a text, sequence, Float array
-//              const Value&                                       a value of the type that the slot has taken on
-//              Anything                                           a value that is passed on or noticed, not read
-//              const TimestampedVariable&                         the slot, for its value operations
-//              const Node&                                        the node, for limits and stops; no slot
+//              std::span<const double>                            the content of a text, sequence, Float
+//              array const Value&                                       a value of the type that the slot has
+//              taken on Anything                                           a value that is passed on or
+//              noticed, not read const TimestampedVariable&                         the slot, for its value
+//              operations const Node&                                        the node, for limits and stops;
+//              no slot
 // Results:     a payload, std::string or Value                    emitted
-//              Maybe<T>                                           silent when absent: the output stays as it was
-//              std::optional<Value>                               the output is cleared when absent
+//              Maybe<T>                                           silent when absent: the output stays as it
+//              was std::optional<Value>                               the output is cleared when absent
 //              OrPrevious                                         the previous output again when absent
 
 #include <array>
@@ -31,9 +32,9 @@ namespace KelvaneSDK {
 /// No output in this step, and why (static text).
 struct Silent {
     enum Effect : std::uint8_t {
-        keepsOutput,       ///< the output stays as it was, and every input's flag is consumed
-        clearsOutput,      ///< the output loses its value as well
-        consumesInput1,    ///< the output stays, and only input 1's flag is consumed
+        keepsOutput,     ///< the output stays as it was, and every input's flag is consumed
+        clearsOutput,    ///< the output loses its value as well
+        consumesInput1,  ///< the output stays, and only input 1's flag is consumed
     };
     const char* reason;
     Effect effect = keepsOutput;
@@ -84,7 +85,8 @@ constexpr RowSlot array(const char* label, std::string_view meaning = {}) {
 
 namespace Rows {
 
-// How a parameter is read: from a slot, where what does not fit stops, or, where it fits, from what was given.
+// How a parameter is read: from a slot, where what does not fit stops, or, where it fits, from what was
+// given.
 template <class T>
 struct Parameter;
 
@@ -171,12 +173,20 @@ struct Result<Maybe<T>> {
 
 template <class T>
 constexpr ValueClass valueClassOf(ValueType type) {
-    constexpr ValueClass classes[] = {
-        ValueClass::FloatValue,           ValueClass::IntegerValue,         ValueClass::BooleanValue,
-        ValueClass::VectorValue,          ValueClass::OrientationValue,     ValueClass::StringValue,
-        ValueClass::SequenceValue,        ValueClass::FloatArrayVariable,   ValueClass::IntegerArrayVariable,
-        ValueClass::BooleanArrayVariable, ValueClass::StringArrayVariable,  ValueClass::VectorArrayVariable,
-        ValueClass::OrientationArrayVariable, ValueClass::SequenceArrayVariable};
+    constexpr ValueClass classes[] = {ValueClass::FloatValue,
+                                      ValueClass::IntegerValue,
+                                      ValueClass::BooleanValue,
+                                      ValueClass::VectorValue,
+                                      ValueClass::OrientationValue,
+                                      ValueClass::StringValue,
+                                      ValueClass::SequenceValue,
+                                      ValueClass::FloatArrayVariable,
+                                      ValueClass::IntegerArrayVariable,
+                                      ValueClass::BooleanArrayVariable,
+                                      ValueClass::StringArrayVariable,
+                                      ValueClass::VectorArrayVariable,
+                                      ValueClass::OrientationArrayVariable,
+                                      ValueClass::SequenceArrayVariable};
     return classes[static_cast<std::size_t>(type)];
 }
 
@@ -210,7 +220,8 @@ class RowNode final : public FunctionNode {
         ((slots[p] = next, next += At<p>::isSlot ? 1 : 0), ...);
         slots[count] = next;
         return slots;
-    }(std::make_index_sequence<count>());
+    }
+    (std::make_index_sequence<count>());
     static constexpr auto all = std::make_index_sequence<count>();
 
 public:
@@ -314,9 +325,9 @@ private:
         return run;
     }
     template <std::size_t p, class T>
-    using ArgumentAt = std::conditional_t<
-        std::is_same_v<std::tuple_element_t<p, Parameters>, TimestampedVariable>, T,
-        std::tuple_element_t<p, Parameters>>;
+    using ArgumentAt =
+        std::conditional_t<std::is_same_v<std::tuple_element_t<p, Parameters>, TimestampedVariable>, T,
+                           std::tuple_element_t<p, Parameters>>;
 
     template <class T>
     static bool runTyped(Step& step) {
@@ -471,11 +482,12 @@ std::optional<std::string> belowLeast(std::span<const Value* const> values) {
     return number >= least ? std::nullopt : std::optional(std::to_string(*number));
 }
 
-/// A value operation of the slots. `Typed` computes the same on payloads of one scalar type, wherever the slots
-/// hold such; for a type that it does not take, and where it returns an absent result, the slots are asked.
+/// A value operation of the slots. `Typed` computes the same on payloads of one scalar type, wherever the
+/// slots hold such; for a type that it does not take, and where it returns an absent result, the slots are
+/// asked.
 template <class Function, class Typed>
-NodeClass operation(SlotOperation which, std::string_view name, std::initializer_list<RowSlot> slots, Function,
-                    Typed, std::string_view description) {
+NodeClass operation(SlotOperation which, std::string_view name, std::initializer_list<RowSlot> slots,
+                    Function, Typed, std::string_view description) {
     return Rows::row<Function, Typed>(name, slots, description, false).applies(which);
 }
 

@@ -6,8 +6,8 @@
 
 namespace KelvaneSDK {
 
-/// What a node last gave to the slots that it feeds. It stands once, at the node; the slots read it there, and
-/// each remembers what it has consumed of it, so that giving a value costs the same however many slots it
+/// What a node last gave to the slots that it feeds. It stands once, at the node; the slots read it there,
+/// and each remembers what it has consumed of it, so that giving a value costs the same however many slots it
 /// feeds.
 struct GivenValue {
     /// What the node's own output slot shows of it.
@@ -65,7 +65,8 @@ struct GivenValue {
 
 class TimestampedVariable;
 
-/// An input slot as a compiled diagram reads it. While there is one, the slot keeps what it has consumed here.
+/// An input slot as a compiled diagram reads it. While there is one, the slot keeps what it has consumed
+/// here.
 struct StepInput {
     const GivenValue* source;
     const std::uint64_t* clock;

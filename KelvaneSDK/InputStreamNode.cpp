@@ -22,7 +22,8 @@ void InputStreamNode::setProperty(std::string_view propertyString, std::string_v
 }
 
 std::vector<Property> InputStreamNode::getProperties() const {
-    std::vector<Property> properties{{"Description", label()}, {"Forwarding", isForwarding ? "true" : "false"}};
+    std::vector<Property> properties{{"Description", label()},
+                                     {"Forwarding", isForwarding ? "true" : "false"}};
     for (auto& property : Node::getProperties()) properties.push_back(std::move(property));
     return properties;
 }

@@ -20,14 +20,19 @@ NodeFamily logicFunctions() {
     return functionFamily(
         "Logic",
         {
-            pure("And", {{"a"}, {"b"}}, [](bool a, bool b) { return a && b; },
-                 "true when a and b are both true"),
-            pure("Or", {{"a"}, {"b"}}, [](bool a, bool b) { return a || b; },
-                 "true when a or b is true, or both"),
-            pure("Xor", {{"a"}, {"b"}}, [](bool a, bool b) { return a != b; },
-                 "true when exactly one of a and b is true")
+            pure(
+                "And", {{"a"}, {"b"}}, [](bool a, bool b) { return a && b; },
+                "true when a and b are both true"),
+            pure(
+                "Or", {{"a"}, {"b"}}, [](bool a, bool b) { return a || b; },
+                "true when a or b is true, or both"),
+            pure(
+                "Xor", {{"a"}, {"b"}}, [](bool a, bool b) { return a != b; },
+                "true when exactly one of a and b is true")
                 .keywords("exclusive or different"),
-            pure("Not", {{"a"}}, [](bool a) { return !a; }, "true when a is false").keywords("invert"),
+            pure(
+                "Not", {{"a"}}, [](bool a) { return !a; }, "true when a is false")
+                .keywords("invert"),
             stateful<Toggled>("Toggled", {{"a"}},
                               "true when a differs from its previous value; false for the first value")
                 .keywords("change edge flank"),

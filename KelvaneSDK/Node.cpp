@@ -190,9 +190,9 @@ void Node::takeHandWritten() {
     }
     givenValue.timestamp = written->timestamp;
     givenValue.isConstant = written->isConstant;
-    givenValue.outputState = static_cast<std::uint8_t>(
-        GivenValue::isStamped | (givenValue.hasValue() ? GivenValue::holdsValue : 0) |
-        (outputSlot->updated() ? GivenValue::isUpdated : 0));
+    givenValue.outputState = static_cast<std::uint8_t>(GivenValue::isStamped |
+                                                       (givenValue.hasValue() ? GivenValue::holdsValue : 0) |
+                                                       (outputSlot->updated() ? GivenValue::isUpdated : 0));
     outputSlot->dropHandWritten(givenValue);
 }
 
@@ -285,8 +285,8 @@ void Node::stopWhenOver() const {
     const auto& budget = state->budget;
     if (budget.isInterrupted()) stop(wasInterrupted);
     if (!budget.isOutOfTime()) return;
-    stop("the batch has taken longer than" + std::string(beyondLimit) +
-         doubleText(budget.maxBatchSeconds()) + " seconds");
+    stop("the batch has taken longer than" + std::string(beyondLimit) + doubleText(budget.maxBatchSeconds()) +
+         " seconds");
 }
 
 void Node::stop(std::string_view reason) const {

@@ -168,7 +168,8 @@ public:
     /// What the node last gave to the slots that it feeds.
     GivenValue& given() { return givenValue; }
     const GivenValue& given() const { return givenValue; }
-    /// Gives a value that was produced at `timestamp` to every slot that the output feeds; the output shows it.
+    /// Gives a value that was produced at `timestamp` to every slot that the output feeds; the output shows
+    /// it.
     template <class T>
     void give(T&& value, double timestamp) {
         givenValue.set(std::forward<T>(value));

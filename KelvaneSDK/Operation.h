@@ -13,9 +13,9 @@ namespace KelvaneSDK {
 /// How the operation in progress on a thread prints and stops. Operations nest: the innermost counts.
 class Operation {
 public:
-    /// `lines` takes the diagnostics; where it is null or empty, they go to those of the operation around this
-    /// one, and at last to the common sink. A stop in a trial ends the trial, whatever the operations within
-    /// it make of stops.
+    /// `lines` takes the diagnostics; where it is null or empty, they go to those of the operation around
+    /// this one, and at last to the common sink. A stop in a trial ends the trial, whatever the operations
+    /// within it make of stops.
     Operation(StopBehavior behavior, const DiagnosticSink* lines, bool isTrial = false);
     ~Operation();
     Operation(const Operation&) = delete;

@@ -38,8 +38,9 @@ public:
         return {.name = "Create sequence",
                 .inputs = {{"start", Type::BooleanValue}, {"x", Type::FloatValue}},
                 .output = Type::SequenceValue,
-                .description = "the samples of x from start becoming true to its becoming false, as one sequence "
-                               "at the end",
+                .description =
+                    "the samples of x from start becoming true to its becoming false, as one sequence "
+                    "at the end",
                 .silentWhen = "until start becomes false, and after fewer than two samples",
                 .keywords = "record collect",
                 .readiness = Readiness::recording,
@@ -248,87 +249,104 @@ NodeFamily sequenceFunctions() {
         "Sequence",
         {
             entry<CreateSequenceFunction>(),
-            pure("Intersections", {{"level"}, sequence},
-                 [](double level, Samples s) { return intersections(level, s); },
-                 "the times, in seconds, at which the sequence meets the level")
+            pure(
+                "Intersections", {{"level"}, sequence},
+                [](double level, Samples s) { return intersections(level, s); },
+                "the times, in seconds, at which the sequence meets the level")
                 .keywords("crossing threshold"),
-            pure("Time derivative", {sequence}, [](Samples s) { return timeDerivative(s); },
-                 "the slope per second at each sample but the first and last, the mean of both sides")
+            pure(
+                "Time derivative", {sequence}, [](Samples s) { return timeDerivative(s); },
+                "the slope per second at each sample but the first and last, the mean of both sides")
                 .demands(twoSamples),
-            pure("Time integral", {sequence}, [](Samples s) { return timeIntegral(s); },
-                 "the integral over time, value times seconds, up to each sample after the first")
+            pure(
+                "Time integral", {sequence}, [](Samples s) { return timeIntegral(s); },
+                "the integral over time, value times seconds, up to each sample after the first")
                 .demands(twoSamples),
-            pure("Select interval", {{"from", "in seconds"}, {"to", "in seconds"}, sequence},
-                 [](double from, double to, Samples s) { return selectedInterval(from, to, s); },
-                 "the samples with times, in seconds, between from and to, both included")
+            pure(
+                "Select interval", {{"from", "in seconds"}, {"to", "in seconds"}, sequence},
+                [](double from, double to, Samples s) { return selectedInterval(from, to, s); },
+                "the samples with times, in seconds, between from and to, both included")
                 .keywords("cut slice"),
-            pure("Sequence rectifier", {sequence}, [](Samples s) { return rectified(s); },
-                 "absolute values, with a sample of zero added at each sign change")
+            pure(
+                "Sequence rectifier", {sequence}, [](Samples s) { return rectified(s); },
+                "absolute values, with a sample of zero added at each sign change")
                 .keywords("absolute")
                 .demands(oneSample<0>),
-            pure("Sequence timestamps", {sequence},
-                 [](Samples s) { return mapped(s, [](const Sample& sample) { return sample.t; }); },
-                 "the times of all samples, in seconds"),
-            pure("Sequence values", {sequence},
-                 [](Samples s) { return mapped(s, [](const Sample& sample) { return sample.f; }); },
-                 "the values of all samples"),
-            pure("Centered moving average", {{"width", "samples, 0 or more"}, sequence},
-                 [](std::int64_t width, Samples s, const Node& node) {
-                     return centeredAverage(width, s, node);
-                 },
-                 "the sequence smoothed by the mean of `width` neighbouring samples, at the mean of their "
-                 "times")
+            pure(
+                "Sequence timestamps", {sequence},
+                [](Samples s) { return mapped(s, [](const Sample& sample) { return sample.t; }); },
+                "the times of all samples, in seconds"),
+            pure(
+                "Sequence values", {sequence},
+                [](Samples s) { return mapped(s, [](const Sample& sample) { return sample.f; }); },
+                "the values of all samples"),
+            pure(
+                "Centered moving average", {{"width", "samples, 0 or more"}, sequence},
+                [](std::int64_t width, Samples s, const Node& node) {
+                    return centeredAverage(width, s, node);
+                },
+                "the sequence smoothed by the mean of `width` neighbouring samples, at the mean of their "
+                "times")
                 .keywords("filter")
                 .demands({"the width is 0 or more", {0}, negativeWidth})
                 .demands({"the sequence has `width` samples or more", {0, 1}, widthBeyondSamples}),
-            pure("Normalize", {sequence}, [](Samples s) { return normalized(s); },
-                 "the sequence with its times mapped onto 0 to 1")
+            pure(
+                "Normalize", {sequence}, [](Samples s) { return normalized(s); },
+                "the sequence with its times mapped onto 0 to 1")
                 .demands(oneSample<0>),
-            pure("Start time", {sequence}, [](Samples s) { return s.front().t; },
-                 "the time of the first sample, in seconds")
+            pure(
+                "Start time", {sequence}, [](Samples s) { return s.front().t; },
+                "the time of the first sample, in seconds")
                 .demands(oneSample<0>),
-            pure("End time", {sequence}, [](Samples s) { return s.back().t; },
-                 "the time of the last sample, in seconds")
+            pure(
+                "End time", {sequence}, [](Samples s) { return s.back().t; },
+                "the time of the last sample, in seconds")
                 .demands(oneSample<0>),
-            pure("Shift time", {{"shift", "in seconds"}, sequence},
-                 [](double shift, Samples s) {
-                     return Sequence(mapped(s, [shift](const Sample& sample) {
-                         return Sample{sample.t + shift, sample.f};
-                     }));
-                 },
-                 "the sequence moved by the shift, in seconds"),
-            pure("Cap values", {{"lower"}, {"upper"}, sequence},
-                 [](double lower, double upper, Samples s) { return capped(lower, upper, s); },
-                 "the sequence with every value kept between lower and upper")
+            pure(
+                "Shift time", {{"shift", "in seconds"}, sequence},
+                [](double shift, Samples s) {
+                    return Sequence(mapped(s, [shift](const Sample& sample) {
+                        return Sample{sample.t + shift, sample.f};
+                    }));
+                },
+                "the sequence moved by the shift, in seconds"),
+            pure(
+                "Cap values", {{"lower"}, {"upper"}, sequence},
+                [](double lower, double upper, Samples s) { return capped(lower, upper, s); },
+                "the sequence with every value kept between lower and upper")
                 .keywords("clamp limit"),
-            pure("Scale time",
-                 {{"first time", "in seconds"}, {"second time", "in seconds"}, sequence},
-                 [](double first, double second, Samples s) { return scaledTime(first, second, s); },
-                 "the sequence stretched to run from the first to the second time, in seconds")
+            pure(
+                "Scale time", {{"first time", "in seconds"}, {"second time", "in seconds"}, sequence},
+                [](double first, double second, Samples s) { return scaledTime(first, second, s); },
+                "the sequence stretched to run from the first to the second time, in seconds")
                 .demands(oneSample<2>),
-            pure("Duration", {sequence}, [](Samples s) { return s.back().t - s.front().t; },
-                 "the time from the first sample to the last, in seconds")
+            pure(
+                "Duration", {sequence}, [](Samples s) { return s.back().t - s.front().t; },
+                "the time from the first sample to the last, in seconds")
                 .demands(oneSample<0>),
-            pure("Get interpolated values", {{"times", "in seconds"}, sequence},
-                 [](Floats times, Samples s) { return interpolatedValues(times, s); },
-                 "the sequence's value at each of the times, in seconds, that lies within it")
+            pure(
+                "Get interpolated values", {{"times", "in seconds"}, sequence},
+                [](Floats times, Samples s) { return interpolatedValues(times, s); },
+                "the sequence's value at each of the times, in seconds, that lies within it")
                 .demands(oneSample<1>),
             stateful<Sequencer>("Sequencer", {{"length", "in seconds"}, {"x"}},
                                 "the last `length` seconds of x as a sequence, at each update")
                 .silent("until x reaches back that far")
                 .keywords("window history")
                 .demands({"the length is above 0", {0}, SampleWindow::noDuration, false}),
-            pure("Resample", {{"step", "in seconds"}, sequence},
-                 [](double step, Samples s, const Node& node) { return resampled(step, s, node); },
-                 "the sequence at regular steps, in seconds, from its start to before its end")
+            pure(
+                "Resample", {{"step", "in seconds"}, sequence},
+                [](double step, Samples s, const Node& node) { return resampled(step, s, node); },
+                "the sequence at regular steps, in seconds, from its start to before its end")
                 .keywords("interpolate rate")
                 .demands(oneSample<1>)
                 .demands({"the step is above 0", {0}, stepThatNeverEnds, false})
-                .demands({"the step is long enough to leave the sequence's start", {0, 1}, stepLostInTime,
-                          false}),
-            pure("Convert to sequence", {{"times", "in seconds"}, {"values"}},
-                 [](Floats times, Floats values) { return sequenceOf(times, values); },
-                 "the sequence of two arrays of equal length, the times, in seconds, and the values")
+                .demands(
+                    {"the step is long enough to leave the sequence's start", {0, 1}, stepLostInTime, false}),
+            pure(
+                "Convert to sequence", {{"times", "in seconds"}, {"values"}},
+                [](Floats times, Floats values) { return sequenceOf(times, values); },
+                "the sequence of two arrays of equal length, the times, in seconds, and the values")
                 .silent("when the arrays differ in length"),
         });
 }

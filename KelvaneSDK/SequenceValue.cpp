@@ -64,7 +64,6 @@ std::size_t SequenceInterpolator::segmentEndFor(double t) {
     return static_cast<std::size_t>(found - latestTimes.begin()) + 1;
 }
 
-
 std::string SequenceValue::stringValue() const { return joinedSamples(samplesOf(*this)); }
 
 std::optional<Value> SequenceValue::add(const TimestampedVariable& other) const {

@@ -54,8 +54,8 @@ public:
     /// The value in place, or null; valid until the slot changes.
     const Value* payload() const {
         if (source == nullptr || !source->hasValue()) return nullptr;
-        if (!ownsSource && !(isOutput ? (source->outputState & GivenValue::holdsValue) != 0
-                                      : *source->clock > emptiedAt)) {
+        if (!ownsSource &&
+            !(isOutput ? (source->outputState & GivenValue::holdsValue) != 0 : *source->clock > emptiedAt)) {
             return nullptr;
         }
         return &source->value;

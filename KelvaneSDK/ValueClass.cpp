@@ -46,7 +46,8 @@ constexpr std::array<Row, 17> rows{{
     {"[b]", "Boolean array", ValueType::BooleanArray, Class::BooleanValue, make<BooleanArrayVariable>},
     {"[$]", "String array", ValueType::StringArray, Class::StringValue, make<StringArrayVariable>},
     {"[v]", "Vector array", ValueType::VectorArray, Class::VectorValue, make<VectorArrayVariable>},
-    {"[q]", "Orientation array", ValueType::OrientationArray, Class::OrientationValue, make<OrientationArrayVariable>},
+    {"[q]", "Orientation array", ValueType::OrientationArray, Class::OrientationValue,
+     make<OrientationArrayVariable>},
     {"[s]", "Sequence array", ValueType::SequenceArray, Class::SequenceValue, make<SequenceArrayVariable>},
 }};
 

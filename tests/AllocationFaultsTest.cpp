@@ -207,8 +207,8 @@ TEST_F(AllocationFaultsTest, ACheckTellsAllFindingsOrThatMemoryRanOut) {
         ASSERT_FALSE(expected.empty());
         atEveryAllocation([] { return std::make_unique<int>(); }, check,
                           [&](int&, const std::vector<Finding>& findings) {
-                              const bool isTold =
-                                  findings.empty() || (findings[0].severity == Severity::fatal && findings[0].code == "out-of-memory" && findings.size() == 1);
+                              const bool isTold = findings.empty() || (findings[0].severity == Severity::fatal &&
+                                                                       findings[0].code == "out-of-memory" && findings.size() == 1);
                               EXPECT_TRUE(isTold || findings == expected);
                           });
     }

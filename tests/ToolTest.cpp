@@ -84,8 +84,7 @@ const ToolCase runs[]{
     {"RefusesWhatWouldHang", words("run", "unknown-id.json"), "", 1, "", unknownId + "kelvane: unknown-id.json cannot be evaluated\n"},
 };
 const ToolCase checks[]{
-    {"InfoOfWhatCannotBeBuilt", words("info", "misspelt.json"), "", 1, "",
-     misspelt + "kelvane: misspelt.json cannot be built\n"},
+    {"InfoOfWhatCannotBeBuilt", words("info", "misspelt.json"), "", 1, "", misspelt + "kelvane: misspelt.json cannot be built\n"},
     {"SeveralDiagrams", words("check", "sum.json", "unknown-id.json", "none.json", "bad-constant.json"), "", 1,
      unknownId + badConstant + "4 diagrams checked: 2 errors, 0 warnings\n", "kelvane: cannot read none.json: No such file or directory\n"},
     {"TheRecordingToo", words("check", "misspelt.json", "--recording", "walk.jsonl"), "", 1,
@@ -129,7 +128,8 @@ const ToolCase lists[]{
 }
 )",
      ""},
-    {"OneFunction", words("functions", "Vector length"), "", 0, "Vector\n  Vector length(v: Vector) -> Float\n      the length of v\n      runs when: v has a new value\n", ""},
+    {"OneFunction", words("functions", "Vector length"), "", 0,
+     "Vector\n  Vector length(v: Vector) -> Float\n      the length of v\n      runs when: v has a new value\n", ""},
     {"FunctionsByAWord", words("functions", "greater"), "", 0,
      "Basic\n  Max(a: Generic variable, b: Generic variable) -> Generic variable\n      the larger of a and b; b when they are equal\n"
      "  Larger(a: Generic variable, b: Generic variable) -> Boolean\n      true when a is larger than b\n"

@@ -54,19 +54,19 @@ std::string withEntry(std::string_view text, std::string_view label, const Value
 }  // namespace
 
 NodeFamily jsonOutputFunctions() {
-    return functionFamily(
-        "JSON output",
-        {pure("JSON output", {{"document", "the JSON text so far"}, {"label"}, {"value"}},
-              [](std::string_view document, std::string_view label, Anything value) {
-                  return withEntry(document, label, value.value);
-              },
-              "the JSON document with the value entered under the label")
-             .keywords("text write format")
-             .applies(SlotOperation::writeJson)
-             .also([](Declaration& json) {
-                 json.withoutOperation = WithoutOperation::emitsAnyway;
-                 json.reportsUnsupported = true;
-             })});
+    return functionFamily("JSON output",
+                          {pure(
+                               "JSON output", {{"document", "the JSON text so far"}, {"label"}, {"value"}},
+                               [](std::string_view document, std::string_view label, Anything value) {
+                                   return withEntry(document, label, value.value);
+                               },
+                               "the JSON document with the value entered under the label")
+                               .keywords("text write format")
+                               .applies(SlotOperation::writeJson)
+                               .also([](Declaration& json) {
+                                   json.withoutOperation = WithoutOperation::emitsAnyway;
+                                   json.reportsUnsupported = true;
+                               })});
 }
 
 }  // namespace KelvaneSDK

@@ -12,8 +12,8 @@ void setBit(std::vector<std::uint64_t>& bits, std::size_t index) {
     bits[index / 64] |= std::uint64_t{1} << index % 64;
 }
 
-/// Calls visit(index) for every bit that is set from `begin` on and below `end`; bits that visits set further on
-/// count, too.
+/// Calls visit(index) for every bit that is set from `begin` on and below `end`; bits that visits set further
+/// on count, too.
 template <class Visit>
 void forEachBit(const std::vector<std::uint64_t>& bits, std::size_t begin, std::size_t end, Visit visit) {
     for (std::size_t word = begin / 64; word * 64 < end; ++word) {
@@ -96,7 +96,8 @@ void Evaluation::pass() {
     setStreams();
     sweep();
     collectOutputs();
-    for (const auto& [stream, value] : feeds) streams[stream].node->given().outputState &= static_cast<std::uint8_t>(~GivenValue::isUpdated);
+    for (const auto& [stream, value] : feeds)
+        streams[stream].node->given().outputState &= static_cast<std::uint8_t>(~GivenValue::isUpdated);
     for (auto* slot : passingSlots) slot->checked = false;
 }
 
@@ -207,7 +208,8 @@ void Evaluation::collect(LabelledValues& results) {
 // ---------------------------------------------------------------- compiling the diagram
 
 Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
-    : nodes(diagramNodes), state(diagramState) {
+    // By way of the other constructor, so that the destructor takes back what is bound when memory runs out.
+    : Evaluation(Empty{diagramNodes, diagramState}) {
     for (const auto* node : nodes.constants) state.batches = std::max(state.batches, node->given().stamp);
     for (auto* node : nodes.constants) node->shareClock(state.batches);
     compileLabels();
@@ -313,11 +315,13 @@ void Evaluation::compileSteps() {
     for (auto* node : nodes.functions) node->place = noStep;
     for (std::size_t i = 0; i + waiting.size() < nodes.functions.size(); ++i) {
         auto* node = dynamic_cast<FunctionNode*>(nodes.functions[i]);
-        if (node == nullptr) nodes.functions[i]->stop("a class of the category \"Function\" must be a FunctionNode");
+        if (node == nullptr)
+            nodes.functions[i]->stop("a class of the category \"Function\" must be a FunctionNode");
         const auto inputs = node->inputValues();
         // A node with an unconnected input never runs.
         if (std::any_of(inputs.begin(), inputs.end(),
-                        [](const auto* slot) { return slot->connectable || slot->given() == nullptr; })) continue;
+                        [](const auto* slot) { return slot->connectable || slot->given() == nullptr; }))
+            continue;
         if (isUnknown(*node)) hasUnknownNodes = mayRunAgain = true;
         node->place = static_cast<std::uint32_t>(steps.size());
         StepInput* const first = stepInputs.data() + stepInputs.size();
@@ -335,8 +339,8 @@ void Evaluation::compileSteps() {
     markLastingSlots();
 }
 
-// Slots that only streams and constants feed stay dealt with once a batch has begun. Those that functions feed
-// are dealt with anew in every pass; custom classes can see that.
+// Slots that only streams and constants feed stay dealt with once a batch has begun. Those that functions
+// feed are dealt with anew in every pass; custom classes can see that.
 void Evaluation::markLastingSlots() {
     const auto mark = [](const auto& feeders, bool checked) {
         for (const auto* node : feeders) {

@@ -16,9 +16,9 @@
 
 namespace KelvaneSDK {
 
-/// Evaluates the batches of one diagram. Made when the first batch arrives and again after every change of the
-/// wiring: the function nodes in settled order, what each stream can reach, and every label with the streams
-/// and outputs that bear it.
+/// Evaluates the batches of one diagram. Made when the first batch arrives and again after every change of
+/// the wiring: the function nodes in settled order, what each stream can reach, and every label with the
+/// streams and outputs that bear it.
 class Evaluation {
 public:
     /// `nodes.functions` takes on the settled order.
@@ -79,7 +79,12 @@ private:
         const Value* value;
     };
     class Reach;
+    struct Empty {
+        DiagramNodes& nodes;
+        DiagramState& state;
+    };
 
+    explicit Evaluation(Empty empty) : nodes(empty.nodes), state(empty.state) {}
     void compileLabels();
     void compileSteps();
     void compileReach();

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "KelvaneSDK/ContainerNode/ContainerNode.h"
-#include "KelvaneSDK/DiagramData.h"
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/DiagramData.h"
 #include "KelvaneSDK/InputStreamNode.h"
 #include "KelvaneSDK/Kelvane/KelvaneRecords.h"
 #include "KelvaneSDK/Kelvane/MainQueue.h"
@@ -91,7 +91,8 @@ public:
     /// diagram, or the present one where the text could not even be decoded.
     ///
     /// The document is trusted: a connection that names an unknown id is retried for ever, and one that names
-    /// an input that the node does not have stops. A diagram from elsewhere is checked first (checkDiagram()).
+    /// an input that the node does not have stops. A diagram from elsewhere is checked first
+    /// (checkDiagram()).
     virtual bool read(std::string_view text, bool replace);
 
     /// Takes the engine's diagnostics from now on, instead of the common sink; an empty function gives them

@@ -32,7 +32,8 @@ public:
             const Node* owner = slot->owner;
             // Slots of other nodes, and slots that their node has replaced since, are passed over.
             if (owner->place >= nodes.functions.size() || nodes.functions[owner->place] != owner) continue;
-            if (slot->index >= owner->inputValues().size() || owner->inputValues()[slot->index] != slot) continue;
+            if (slot->index >= owner->inputValues().size() || owner->inputValues()[slot->index] != slot)
+                continue;
             visit(owner->place, starts[owner->place] + slot->index);
         }
     }

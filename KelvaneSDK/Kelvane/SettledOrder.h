@@ -14,8 +14,8 @@ struct WiredNodes {
     std::vector<Node*> constants, streams, functions;
 };
 
-/// Which pass of a batch a sweep belongs to. In the further passes, which feed outputs back, constants are not
-/// pushed again, so that a slot that a constant shares with a function waits for the function.
+/// Which pass of a batch a sweep belongs to. In the further passes, which feed outputs back, constants are
+/// not pushed again, so that a slot that a constant shares with a function waits for the function.
 enum class SweepPass : std::uint8_t { first, further };
 
 struct SettledOrder {
@@ -28,7 +28,8 @@ struct SettledOrder {
 /// A sweep walks the functions in their present order and moves each node whose inputs are not all dealt with
 /// to the end. What it arrives at is known from the wiring alone: a node is visited in the round
 ///
-///     max over its inputs of (round of the first feeder to be visited + (that feeder stands after it ? 1 : 0))
+///     max over its inputs of (round of the first feeder to be visited + (that feeder stands after it ? 1 :
+///     0))
 ///
 /// and within a round in the present order. Takes time in proportion to n log n.
 SettledOrder settledOrder(const WiredNodes& nodes, SweepPass pass);

@@ -88,8 +88,8 @@ void Kelvane::evaluateBatch(double timestamp, const Feed& feed) {
 // ---------------------------------------------------------------- by handles
 
 std::uint32_t Kelvane::handleOn(std::string_view label) {
-    const auto known =
-        std::find_if(handles.begin(), handles.end(), [&](const auto& handle) { return handle.label == label; });
+    const auto known = std::find_if(handles.begin(), handles.end(),
+                                    [&](const auto& handle) { return handle.label == label; });
     if (known == handles.end()) {
         handles.push_back({std::string(label), plan().labelOf(label).value_or(~std::uint32_t{0})});
         return static_cast<std::uint32_t>(handles.size() - 1);

@@ -51,8 +51,9 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
     command
-        .add_option("--max-memory", options.maxMemory,
-                    "End the run when it needs more memory than SIZE, such as 500M or 4G (half of the machine's)")
+        .add_option(
+            "--max-memory", options.maxMemory,
+            "End the run when it needs more memory than SIZE, such as 500M or 4G (half of the machine's)")
         ->type_name("SIZE");
     command.add_flag("--stats", options.withStatistics, "Tell how much was done, on standard error");
 }

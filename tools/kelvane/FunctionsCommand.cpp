@@ -179,7 +179,8 @@ int functions(const FunctionsOptions& options) {
         inFull = !chosen.empty();
         if (chosen.empty()) {
             chosen = all;
-            std::erase_if(chosen, [&](const auto& function) { return !isFoundBy(*function.facts, options.name); });
+            std::erase_if(chosen,
+                          [&](const auto& function) { return !isFoundBy(*function.facts, options.name); });
         }
         if (chosen.empty()) {
             std::vector<std::string> names;

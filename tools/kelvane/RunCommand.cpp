@@ -71,7 +71,8 @@ void applyOptions(Kelvane& engine, const RunOptions& options) {
         refuseOption("--max-elements " + std::to_string(options.maxElements), "0 or more was expected");
     }
     if (std::isnan(options.maxBatchSeconds)) refuseOption("--max-batch-seconds", "a number was expected");
-    engine.setLimits({static_cast<std::size_t>(options.maxElements), options.maxBatchSeconds, &interrupted()});
+    engine.setLimits(
+        {static_cast<std::size_t>(options.maxElements), options.maxBatchSeconds, &interrupted()});
     if (!options.withoutInputs) return;
     for (const auto& label : engine.getInputStreams()) engine.setInputStreamForwarding(label, false);
 }
@@ -95,8 +96,8 @@ public:
         }
         output.finish();
         if (stopReason) {
-            tell("kelvane: " + diagram.name + " stopped in batch " + std::to_string(batches) + " at timestamp " +
-                 doubleText(result.timestamp) + ": " + printable(*stopReason));
+            tell("kelvane: " + diagram.name + " stopped in batch " + std::to_string(batches) +
+                 " at timestamp " + doubleText(result.timestamp) + ": " + printable(*stopReason));
             return ExitStatus::failed;
         }
         const auto failure = recording.failure();

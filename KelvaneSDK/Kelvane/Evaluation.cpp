@@ -288,7 +288,8 @@ void Evaluation::settle(SweepPass pass) {
     settled.order.insert(settled.order.end(), waiting.begin(), waiting.end());
     nodes.functions = std::move(settled.order);
     // Once the further passes have settled, every pass has.
-    furtherPassesSettleAnew = pass == SweepPass::first && hasSharedConstantSlots(wired);
+    isForOneSweep = settled.isForOneSweep;
+    furtherPassesSettleAnew = pass == SweepPass::first && (isForOneSweep || hasSharedConstantSlots(wired));
     compileSteps();
     compileReach();
     for (std::size_t i = 0; i < labels.size(); ++i) {

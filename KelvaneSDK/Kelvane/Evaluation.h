@@ -27,8 +27,8 @@ public:
     Evaluation(const Evaluation&) = delete;
     Evaluation& operator=(const Evaluation&) = delete;
 
-    /// The diagram has changed since.
-    bool isOutOfDate() const { return changes != state.changes; }
+    /// The diagram has changed since, or the order was that of one sweep.
+    bool isOutOfDate() const { return changes != state.changes || isForOneSweep; }
 
     using Label = std::uint32_t;
     /// The label of an input stream or variable output, by its place in label order.
@@ -129,6 +129,7 @@ private:
     bool mayRunAgain = false;
     bool hasUnknownNodes = false;
     bool furtherPassesSettleAnew = false;
+    bool isForOneSweep = false;
 
     std::vector<LabelEntry> labels;
     std::vector<std::uint8_t> labelFlags;

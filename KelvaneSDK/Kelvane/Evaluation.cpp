@@ -97,20 +97,32 @@ void Evaluation::pass() {
 void Evaluation::setStreams() {
     // In the order of the document, the last value of each stream.
     const auto before = [](const Feed& a, const Feed& b) { return a.stream < b.stream; };
-    if (!std::is_sorted(feeds.begin(), feeds.end(), before)) {
+    if (feeds.size() > 1 && !std::is_sorted(feeds.begin(), feeds.end(), before)) {
         std::stable_sort(feeds.begin(), feeds.end(), before);
     }
     for (std::size_t i = 0; i < feeds.size(); ++i) {
         if (i + 1 < feeds.size() && feeds[i + 1].stream == feeds[i].stream) continue;
         const Stream& stream = streams[feeds[i].stream];
-        stream.node->take(*feeds[i].value, timestamp);
-        write(stream.label, stream.node->outputValue()->payload());
+        setStream(stream, *feeds[i].value);
         if (stream.reachesAll) {
             for (std::size_t word = 0; word < touched.size(); ++word) touched[word] = everywhere[word];
         } else {
             for (const auto block : stream.blocks) setBit(touched, block);
         }
     }
+}
+
+void Evaluation::setStream(const Stream& stream, const Value& value) {
+    GivenValue& given = stream.node->given();
+    const bool isPlain = given.special == 0 && given.kind == static_cast<std::uint8_t>(value.type()) &&
+                         (given.outputState & GivenValue::holdsValue) != 0;
+    if (isPlain) {
+        given.set(value);
+        stream.node->publish(timestamp);
+        return write(stream.label, &given.value);
+    }
+    stream.node->take(value, timestamp);
+    write(stream.label, stream.node->outputValue()->payload());
 }
 
 void Evaluation::sweep() {

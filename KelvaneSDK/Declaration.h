@@ -11,7 +11,7 @@
 #include "KelvaneSDK/Value.h"
 #include "KelvaneSDK/ValueClass.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// A set of a function's inputs, by index.
 class InputSet {

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// Receives the library's diagnostics, one call per line, without a line break. Lines begin "ERROR: " or
 /// "WARNING: ". Called on the thread that runs the library code; must not call back into the library.

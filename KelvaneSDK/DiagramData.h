@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 // The records of a diagram document. Field names are the document's keys.
 

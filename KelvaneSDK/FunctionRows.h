@@ -27,7 +27,7 @@
 #include "KelvaneSDK/FunctionNode.h"
 #include "KelvaneSDK/Kelvane/NodeRegistry.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// No output in this step, and why (static text).
 struct Silent {

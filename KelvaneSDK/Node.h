@@ -13,7 +13,7 @@
 #include "KelvaneSDK/EvaluationLimits.h"
 #include "KelvaneSDK/TimestampedVariable.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// The four kinds of node that a diagram lists, in the order in which the engine walks them.
 enum class NodeCategory : std::uint8_t { Constant, InputStream, Function, VariableOutput };

@@ -8,7 +8,7 @@
 #include "KelvaneSDK/Value.h"
 #include "KelvaneSDK/ValueClass.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 class Node;
 

@@ -10,16 +10,16 @@
 
 #include "KelvaneSDK/ContainerNode/ContainerNode.h"
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 #include "KelvaneSDK/DiagramData.h"
 #include "KelvaneSDK/InputStreamNode.h"
 #include "KelvaneSDK/Kelvane/KelvaneRecords.h"
 #include "KelvaneSDK/Kelvane/MainQueue.h"
 #include "KelvaneSDK/Kelvane/NodeRegistry.h"
 #include "KelvaneSDK/Node.h"
-#include "KelvaneSDK/Subdiagram.h"
 #include "KelvaneSDK/VariableOutputNode.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// A variable output as an application lists it.
 struct VariableOutputDescription {
@@ -37,6 +37,17 @@ struct ConstantDescription {
     friend bool operator==(const ConstantDescription&, const ConstantDescription&) = default;
 };
 
+/// A named group of nodes, without behaviour of its own. The engine owns the nodes; `description` is the
+/// application's to change.
+class Subdiagram {
+public:
+    explicit Subdiagram(std::string name, std::vector<Node*> members = {})
+        : description(std::move(name)), nodes(std::move(members)) {}
+
+    std::string description;
+    std::vector<Node*> nodes;
+};
+
 /// Names the input streams of a label, without the text of the label. Good until the diagram is replaced.
 class InputStreamHandle {
     friend class Kelvane;
@@ -49,6 +60,14 @@ class VariableOutputHandle {
     friend class Kelvane;
     explicit VariableOutputHandle(std::uint32_t place) : index(place) {}
     std::uint32_t index;
+};
+
+/// What load() made of a document.
+struct LoadResult {
+    /// Everything that is wrong or suspicious in the document, as checkDiagram() returns it.
+    std::vector<Finding> findings;
+    /// The diagram was built.
+    bool isBuilt = false;
 };
 
 class Evaluation;
@@ -91,9 +110,12 @@ public:
     /// diagram, or the present one where the text could not even be decoded.
     ///
     /// The document is trusted: a connection that names an unknown id is retried for ever, and one that names
-    /// an input that the node does not have stops. A diagram from elsewhere is checked first
-    /// (checkDiagram()).
+    /// an input that the node does not have stops. For a document from elsewhere there is load().
     virtual bool read(std::string_view text, bool replace);
+    /// Checks a document first, by the node classes of this engine, and builds it as read() does unless a
+    /// finding is of severity `refuseFrom` or graver. The text is decoded once. A document that is refused,
+    /// or is none, leaves the present diagram as it is and prints nothing: the findings say why.
+    LoadResult load(std::string_view text, bool replace, Severity refuseFrom = Severity::fatal);
 
     /// Takes the engine's diagnostics from now on, instead of the common sink; an empty function gives them
     /// back to that one. Called on the thread that runs the operation.
@@ -187,7 +209,9 @@ private:
     }
     template <class Work>
     bool perform(const Work& work) const;
-    void build(std::string_view text, bool replace, bool& isBuilt);
+    template <class Work>
+    void performReading(const Work& work);
+    bool build(const DiagramInfo& info, bool replace);
     Node* addNode(NodeCategory category, std::unique_ptr<Node> node);
     void orderAsInDocument();
     DiagramInfo describe() const;

@@ -7,7 +7,7 @@
 #include <memory>
 #include <mutex>
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// Where an engine posts the results of a background run: the application's main thread. An application with
 /// an event loop of its own implements this and hands it to its engines.

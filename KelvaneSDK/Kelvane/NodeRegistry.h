@@ -11,7 +11,7 @@
 
 #include "KelvaneSDK/FunctionNode.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// One node class as the registry holds it: how to make a node, and what it says about itself.
 ///

@@ -1,4 +1,5 @@
 #include "KelvaneSDK/ContainerNode/ContainerNode.h"
+#include "KelvaneSDK/ScalarVariables.h"
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Files.h"
-#include "KelvaneSDK/DiagramCheck/NearestName.h"
+#include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 
 namespace kelvane {
 

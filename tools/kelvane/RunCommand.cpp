@@ -97,7 +97,7 @@ public:
         output.finish();
         if (stopReason) {
             tell("kelvane: " + diagram.name + " stopped in batch " + std::to_string(batches) +
-                 " at timestamp " + doubleText(result.timestamp) + ": " + printable(*stopReason));
+                 " at timestamp " + getValueString(result.timestamp) + ": " + printable(*stopReason));
             return ExitStatus::failed;
         }
         const auto failure = recording.failure();

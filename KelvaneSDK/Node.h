@@ -111,7 +111,7 @@ public:
 
     void revertGenericTypes();
 
-    /// Readiness: the engine processes a node when both answer true. A class may answer by rules of its own.
+    /// Readiness: the engine processes a node when both return true. A class may have rules of its own.
     virtual bool allInputsUpdated() const;
     virtual bool allInputsHaveValues() const;
 
@@ -146,7 +146,7 @@ public:
     }
     /// Makes the node part of a diagram, whose state must outlive it; without one nothing is limited.
     void join(DiagramState& diagramState) { state = &diagramState; }
-    /// Tells the diagram that what it knows of this node is out of date.
+    /// Notes for the diagram that what it knows of this node is out of date.
     void noteChange() const {
         if (state != nullptr) ++state->changes;
     }

@@ -166,7 +166,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     require(isWholeLines(messages) && isSafeToShow(messages), "messages are lines that are safe to show");
     require(isWholeLines(results) && !hasControls(results), "results are whole lines without controls");
     require(status != kelvane::ExitStatus::wrongUsage || results.empty(), "wrong usage gives no results");
-    require(status != kelvane::ExitStatus::wrongUsage || !messages.empty(), "wrong usage is told");
+    require(status != kelvane::ExitStatus::wrongUsage || !messages.empty(), "wrong usage is reported");
     const auto files = workspace.newFiles();
     require(files.size() <= 1, "no unfinished file is left");
     for (const auto& file : files)

@@ -27,9 +27,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     for (const auto& batch : KelvaneFuzz::anyBatches(choices, engine)) {
         KelvaneOutput output, plainOutput;
         std::string lines, plainLines;
-        const auto evaluate = [&](auto& evaluator, KelvaneOutput& target, std::string& told) {
+        const auto evaluate = [&](auto& evaluator, KelvaneOutput& target, std::string& reported) {
             return KelvaneFuzz::stopReason([&] {
-                setDiagnosticSink([&](std::string_view line) { (told += line) += '\n'; });
+                setDiagnosticSink([&](std::string_view line) { (reported += line) += '\n'; });
                 target = evaluator.evaluate(batch);
             });
         };

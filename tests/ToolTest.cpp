@@ -248,7 +248,7 @@ TEST(ToolStreamTest, ManyInvalidLinesAreCountedOnly) {
     const auto outcome = runTool(run("--keep-going"), std::string(250, '\n'));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(std::count(outcome.messages.begin(), outcome.messages.end(), '\n'), 101);
-    EXPECT_TRUE(outcome.messages.ends_with("standard input: 250 invalid lines were skipped; the first 100 are told above\n"));
+    EXPECT_TRUE(outcome.messages.ends_with("standard input: 250 invalid lines were skipped; the first 100 are reported above\n"));
 }
 
 TEST(ToolStreamTest, ResultsAppearWhileTheRecordingGoesOn) {

@@ -81,8 +81,8 @@ struct DiagramNodes {
     std::vector<VariableOutputNode*> outputs;
 };
 
-/// The diagram engine: one object per diagram. Load a document with read(), then hand it batches of input
-/// values; the results go to the receiver, or are returned.
+/// The diagram engine: one object per diagram. Load a document with load() or read(), then hand it batches of
+/// input values; the results go to the receiver, or are returned.
 ///
 /// Not synchronised: call an engine from one thread at a time, and not at all between processAllUpdates() and
 /// the delivery of its results. Different engines are independent.
@@ -142,7 +142,7 @@ public:
 
     /// Evaluates one batch on the calling thread and delivers at most one output to the receiver; an empty
     /// result is not delivered. A batch that follows the previous one (by timestamps) sooner than that one
-    /// took to evaluate is skipped and answered with an empty output, so that a live feed faster than the
+    /// took to evaluate is skipped and gives an empty output, so that a live feed faster than the
     /// engine drops batches instead of queueing them; the batch after a skipped one is always evaluated.
     /// Values of a wrong type are reported and ignored, and so, silently, are labels without an input stream.
     virtual void updateInputStreams(const KelvaneInput& input);

@@ -27,11 +27,11 @@ public:
 
     void post(std::function<void()> task) override;
 
-    /// Runs the next task, if there is one. Answers whether it did.
+    /// Runs the next task, if there is one. Returns whether it did.
     bool runOnce();
-    /// Runs tasks, also those posted meanwhile, until there is none. Answers how many.
+    /// Runs tasks, also those posted meanwhile, until there is none. Returns how many.
     std::size_t runUntilEmpty();
-    /// Waits for a task until the deadline and runs it. Answers whether it did.
+    /// Waits for a task until the deadline and runs it. Returns whether it did.
     bool runNext(std::chrono::steady_clock::time_point deadline);
 
 private:

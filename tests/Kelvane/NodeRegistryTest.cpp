@@ -12,7 +12,7 @@ namespace {
 
 class NamelessFunction final : public FunctionNode {};
 
-// An application's own absolute value, which answers 42.
+// An application's own absolute value, which returns 42.
 class OwnFunction final : public FunctionNode {
 public:
     void createInputs() override { appendInput(ValueClass::FloatValue, "x"); }

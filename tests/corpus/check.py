@@ -1,6 +1,6 @@
 """Runs the tool over the corpus of faulty documents and broken recordings: check.py TOOL
 
-Every fault must be told, with its place and culprit; nothing may crash or hang."""
+Every fault must be reported, with its place and culprit; nothing may crash or hang."""
 
 import json
 import re
@@ -41,12 +41,12 @@ def meets(found, expected):
     names = [found.get(key) for key in ("nodeId", "label", "subject", "typeString")]
     message = found["message"] + found.get("hint", "")
 
-    def tells(word):
+    def mentions(word):
         if word is None:
             return "hint" not in found
         return word in names or isinstance(word, str) and any(part in names or part in message for part in word.split("|"))
     return ((found["severity"], found["code"]) == (expected.severity, expected.code) and found["pointer"] in expected.pointers
-            and all(map(tells, expected.culprit)))
+            and all(map(mentions, expected.culprit)))
 
 
 def checkPlace(case, found):
@@ -71,13 +71,13 @@ def checkFindings(case, findings):
     for expected in case.findings:
         found = next((found for found in rest if meets(found, expected)), None)
         if found is None:
-            return fail(case, *expected, "is not told, but", [(f["severity"], f["code"], f["pointer"], f["message"][:200]) for f in rest])
+            return fail(case, *expected, "is not reported, but", [(f["severity"], f["code"], f["pointer"], f["message"][:200]) for f in rest])
         rest.remove(found)
     if case.name.startswith("many: findings"):
         rest = []
     for found in rest:
         if found["severity"] != "warning" or case.name.startswith(("sound", "alone")):
-            fail(case, found["severity"], found["code"], found["pointer"], "is told:", found["message"])
+            fail(case, found["severity"], found["code"], found["pointer"], "is reported:", found["message"])
     places = [(found["line"], found["column"]) for found in findings]
     if places != sorted(places):
         fail(case, "the findings are not in the order of the text")
@@ -88,16 +88,16 @@ def checkFindings(case, findings):
 
 
 def checkRun(case, path, findings):
-    status, _, told = run(case, "run", path, "--max-elements", 100000, input=case.recording)
+    status, _, written = run(case, "run", path, "--max-elements", 100000, input=case.recording)
     errors = [found for found in findings if found["severity"] != "warning"]
-    if status != (1 if errors or case.stops else 0) or case.stops not in told:
-        fail(case, "run ends with", status, told)
-    if any(found["severity"] == "fatal" or found["code"] in UNBUILDABLE for found in errors) != bool(re.search("cannot be (evaluated|built)", told)):
-        fail(case, "run takes or refuses the document:", told)
+    if status != (1 if errors or case.stops else 0) or case.stops not in written:
+        fail(case, "run ends with", status, written)
+    if any(found["severity"] == "fatal" or found["code"] in UNBUILDABLE for found in errors) != bool(re.search("cannot be (evaluated|built)", written)):
+        fail(case, "run takes or refuses the document:", written)
     for found in errors:
         words = re.findall(r"[\w ]+", found["message"], re.ASCII)
-        if len(found["message"]) < 300 and not all(word in told for word in words):
-            fail(case, "run does not tell", found["code"])
+        if len(found["message"]) < 300 and not all(word in written for word in words):
+            fail(case, "run does not report", found["code"])
 
 
 def checkDocuments(folder, pool):
@@ -111,11 +111,11 @@ def checkDocuments(folder, pool):
         textStatus, text, _ = run(part[0], "check", *(paths[case] for case in part))
         if status not in (0, 1) or textStatus != status:
             return fail(part[0], "check ends with", status, textStatus) if len(part) == 1 else [check([case]) for case in part]
-        answer = json.loads(output)
-        for item in answer["findings"]:
+        report = json.loads(output)
+        for item in report["findings"]:
             found[item["file"]].append(item)
-        if not text.count("\n") - 1 == answer["errors"] + answer["warnings"] == len(answer["findings"]):
-            fail(part[0], "or another in the same process: the findings are not as many as told")
+        if not text.count("\n") - 1 == report["errors"] + report["warnings"] == len(report["findings"]):
+            fail(part[0], "or another in the same process: the findings are not as many as reported")
 
     list(pool.map(check, (documents.cases[i::4] for i in range(4))))
     for case, path in paths.items():
@@ -125,11 +125,11 @@ def checkDocuments(folder, pool):
 
 def checkRecording(case, diagram, path, options):
     path.write_bytes(case.text)
-    status, output, told = run(case, "run", *options, diagram, path)
+    status, output, written = run(case, "run", *options, diagram, path)
     faults, results = (case.faults, case.all) if options else (case.faults[:1], case.before)
-    messages = re.findall(f"^{re.escape(str(path))}:((\\d+).*)", told, re.MULTILINE)
+    messages = re.findall(f"^{re.escape(str(path))}:((\\d+).*)", written, re.MULTILINE)
     if [int(line) for _, line in messages] != [line for line, _ in faults] or status != (1 if faults else 0) or output.count("\n") != results:
-        fail(case, *options, "status", status, "with", output.count("\n"), "results:", told)
+        fail(case, *options, "status", status, "with", output.count("\n"), "results:", written)
     for (message, _), (_, words) in zip(messages, faults):
         if not re.search(words, message) or case.without in message:
             fail(case, *options, words, "was expected in:", message)

@@ -1,4 +1,4 @@
-// Preloaded into a process, makes one of its calls to the system fail, as its environment tells:
+// Preloaded into a process, makes one of its calls to the system fail, as its environment says:
 //
 //     KELVANE_FAULT="write 3 ENOSPC 9"    the third write fails, and descriptor 9 gets a byte when it does
 //
@@ -33,19 +33,19 @@ Fault& fault() {
     return only;
 }
 
-/// Whether this call fails; `errno` then tells how.
+/// Whether this call fails; `errno` then says how.
 bool strikes(std::string_view call, std::size_t* size = nullptr) {
-    auto& told = fault();
-    if (call != told.call) return false;
-    --told.countdown;
-    if (told.countdown == 0) {
-        ::syscall(SYS_write, told.witness, "", 1);
-        if (size != nullptr && (told.is("SHORT") || told.is("FULL"))) *size = *size > 1 ? 1 : *size;
-        errno = told.error();
-        return !told.is("SHORT") && !told.is("FULL");
+    auto& asked = fault();
+    if (call != asked.call) return false;
+    --asked.countdown;
+    if (asked.countdown == 0) {
+        ::syscall(SYS_write, asked.witness, "", 1);
+        if (size != nullptr && (asked.is("SHORT") || asked.is("FULL"))) *size = *size > 1 ? 1 : *size;
+        errno = asked.error();
+        return !asked.is("SHORT") && !asked.is("FULL");
     }
-    errno = told.error();
-    return told.countdown < 0 && told.is("FULL");
+    errno = asked.error();
+    return asked.countdown < 0 && asked.is("FULL");
 }
 
 template <class Function>
@@ -62,7 +62,7 @@ ssize_t read(int descriptor, void* space, std::size_t size) {
 }
 
 ssize_t write(int descriptor, const void* data, std::size_t size) {
-    // What standard error loses cannot be told.
+    // What standard error loses cannot be reported.
     return descriptor != STDERR_FILENO && strikes("write", &size) ? -1 : next<decltype(::write)>("write")(descriptor, data, size);
 }
 
@@ -80,7 +80,7 @@ int rename(const char* from, const char* to) noexcept { return strikes("rename")
 // Counts for what was written to; the descriptor is closed all the same.
 int close(int descriptor) {
     const bool isForReading = (::fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY;
-    const int answer = next<decltype(::close)>("close")(descriptor);
-    return !isForReading && strikes("close") ? -1 : answer;
+    const int result = next<decltype(::close)>("close")(descriptor);
+    return !isForReading && strikes("close") ? -1 : result;
 }
 }

@@ -173,7 +173,7 @@ private:
             text = readWholeFile(path);
         } catch (const Failure& failure) {
             if (failure.message.empty()) throw;
-            tell(failure.message);
+            report(failure.message);
             unreadable = true;
             return;
         }

@@ -17,7 +17,7 @@ bool reportErrors(const std::string& name, const std::vector<Finding>& findings)
     auto gravest = Severity::warning;
     for (const auto& finding : findings) {
         gravest = std::max(gravest, finding.severity);
-        if (finding.severity != Severity::warning) tell(findingLine(name, finding));
+        if (finding.severity != Severity::warning) report(findingLine(name, finding));
     }
     if (gravest == Severity::fatal)
         throw Failure{ExitStatus::failed, "kelvane: " + name + " cannot be evaluated"};
@@ -35,7 +35,7 @@ LibraryMessages::~LibraryMessages() { setDiagnosticSink(std::move(previous)); }
 
 void LibraryMessages::take(std::string_view line) {
     errors |= isError(line);
-    tell(printable(line));
+    report(printable(line));
 }
 
 int Diagram::exitStatus() const { return hasErrors ? ExitStatus::failed : ExitStatus::done; }

@@ -72,7 +72,7 @@ std::string shortened(std::string_view text) {
 
 }  // namespace
 
-void tell(std::string_view line) {
+void report(std::string_view line) {
     std::string text(line);
     text += '\n';
     writeAll(STDERR_FILENO, text);

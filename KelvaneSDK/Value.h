@@ -162,6 +162,11 @@ public:
     Value(const Value& other) noexcept : tag(other.tag) { copyPayload(other); }
     Value(Value&& other) noexcept : tag(other.tag) { movePayload(other); }
     Value& operator=(const Value& other) noexcept {
+        if (tag <= ValueType::Boolean && other.tag <= ValueType::Boolean) {
+            tag = other.tag;
+            std::memcpy(bytes, other.bytes, sizeof(double));
+            return *this;
+        }
         if (this == &other) return *this;
         dropPayload();
         tag = other.tag;

@@ -227,11 +227,12 @@ std::vector<KelvaneInput> anyBatches(Choices& choices, const Kelvane& engine) {
     return batches;
 }
 
-void setAnyConstants(Choices& choices, Kelvane& engine, Kelvane& twin) {
+void setAnyConstants(Choices& choices, Kelvane& engine) {
     for (const auto& node : engine.nodeList(NodeCategory::Constant)) {
         if (!choices.oneIn(3)) continue;
-        const auto value = anyValue(choices, node->outputValue()->payload()->type());
-        for (auto* each : {&engine, &twin}) each->setConstant(node->label(), value);
+        if (const auto* present = node->outputValue()->payload()) {
+            engine.setConstant(node->label(), anyValue(choices, present->type()));
+        }
     }
 }
 

@@ -18,8 +18,8 @@ KelvaneSDK::Value anyValue(Choices& choices, KelvaneSDK::ValueType type);
 /// Batches for the engine's streams; few of them carry a value of a wrong type.
 std::vector<KelvaneSDK::KelvaneInput> anyBatches(Choices& choices, const KelvaneSDK::Kelvane& engine);
 
-/// Gives some constants other values, the same in both engines, which have read the same document.
-void setAnyConstants(Choices& choices, KelvaneSDK::Kelvane& engine, KelvaneSDK::Kelvane& twin);
+/// Gives some constants other values.
+void setAnyConstants(Choices& choices, KelvaneSDK::Kelvane& engine);
 
 /// What an evaluation may use up; the time only ends what would never end.
 inline constexpr KelvaneSDK::EvaluationLimits limits{2000, 0.02};

@@ -38,9 +38,9 @@ public:
         return *std::next(std::begin(items), static_cast<std::ptrdiff_t>(byte() % count));
     }
     std::string_view text(std::size_t longest) {
-        const auto length = std::min<std::size_t>(byte() % (longest + 1), rest.size());
+        const std::size_t length = byte() % (longest + 1);
         const auto taken = rest.substr(0, length);
-        rest.remove_prefix(length);
+        rest.remove_prefix(taken.size());
         return taken;
     }
 

@@ -31,7 +31,7 @@ int main(int argc, char** argv) {
     std::mt19937 random(1);
     for (int i = 0; i < randomInputs; ++i) {
         std::fprintf(stderr, "random input %d\n", i);
-        std::vector<std::uint8_t> bytes(random() % 512);
+        std::vector<std::uint8_t> bytes(random() % 2048);
         std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(random()); });
         LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
     }

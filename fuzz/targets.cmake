@@ -1,9 +1,6 @@
 # The fuzz targets, as programs for libFuzzer (CMakeLists.txt) and as tests that replay inputs (tests/CMakeLists.txt).
 set(kelvane_fuzz_folder ${CMAKE_CURRENT_LIST_DIR})
 set(kelvane_fuzz_targets diagram document recording sweep text)
-if(TARGET kelvane_commands)
-    list(APPEND kelvane_fuzz_targets command)
-endif()
 
 if(NOT TARGET kelvane_fuzz_support)
     add_library(kelvane_fuzz_support OBJECT EXCLUDE_FROM_ALL
@@ -16,7 +13,4 @@ endif()
 function(kelvane_add_fuzz_program program name)
     add_executable(${program} ${kelvane_fuzz_folder}/${name}.cpp ${ARGN})
     target_link_libraries(${program} PRIVATE kelvane_fuzz_support kelvane_warnings)
-    if(name STREQUAL command)
-        target_link_libraries(${program} PRIVATE kelvane_commands)
-    endif()
 endfunction()

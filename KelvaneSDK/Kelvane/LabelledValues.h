@@ -81,6 +81,33 @@ public:
     void append(std::string_view label, const Value& value) { entries.emplace_back(label, value); }
     void append(std::string_view label, Value&& value) { entries.emplace_back(label, std::move(value)); }
 
+    /// Begins anew like refill(), for a producer that mostly gives the same labels again: put() appends like
+    /// append(), and replaces nothing but the value where the entry is there from the last time.
+    class Refill {
+    public:
+        Refill(LabelledValues& refilled, const std::shared_ptr<const void>& owner)
+            : entries(refilled.entries) {
+            if (refilled.labels != owner) refilled.refill(owner);
+        }
+        ~Refill() { entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(count), entries.end()); }
+        Refill(const Refill&) = delete;
+        Refill& operator=(const Refill&) = delete;
+
+        void put(std::string_view label, const Value& value) {
+            if (count < entries.size() && entries[count].first.data() == label.data()) {
+                entries[count++].second = value;
+            } else {
+                entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(count), entries.end());
+                entries.emplace_back(label, value);
+                ++count;
+            }
+        }
+
+    private:
+        std::vector<Entry>& entries;
+        std::size_t count = 0;
+    };
+
     friend bool operator==(const LabelledValues& a, const LabelledValues& b) {
         return a.entries == b.entries;
     }

@@ -73,17 +73,20 @@ SettledOrder settledOrder(const WiredNodes& nodes, SweepPass pass) {
     std::vector<std::uint32_t> missing(count), rounds(count);
     // By round, then by the present place.
     std::priority_queue<std::uint64_t, std::vector<std::uint64_t>, std::greater<>> open;
+    SettledOrder settled;
     const auto enter = [&](std::uint32_t node) { open.push(std::uint64_t{rounds[node]} << 32 | node); };
     for (std::uint32_t node = 0; node < count; ++node) {
         const auto inputs = nodes.functions[node]->inputValues();
         for (std::size_t i = 0; i < inputs.size(); ++i) {
             const auto slot = slots.first(node) + i;
             isReady[slot] = inputs[i]->connectable || isReadyAtFirst(fed[slot], pass);
+            if (!isReady[slot] && pass == SweepPass::first && inputs[i]->checked) {
+                isReady[slot] = settled.isForOneSweep = true;
+            }
             if (!isReady[slot]) ++missing[node];
         }
         if (missing[node] == 0) enter(node);
     }
-    SettledOrder settled;
     settled.order.reserve(count);
     while (!open.empty()) {
         const auto node = static_cast<std::uint32_t>(open.top());

@@ -23,6 +23,9 @@ struct SettledOrder {
     std::vector<Node*> order;
     /// Those that a sweep never visits, because they wait for a cycle: with any, it never ends.
     std::vector<Node*> waiting;
+    /// A slot that a function feeds counted as dealt with, since it was when a stream or constant fed it: true
+    /// of one sweep only.
+    bool isForOneSweep = false;
 };
 
 /// A sweep walks the functions in their present order and moves each node whose inputs are not all dealt with

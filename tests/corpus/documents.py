@@ -260,9 +260,7 @@ group("key",
 largest = 2**63 - 1
 group("id",
       ("of two functions", diagram("<Float; Absolute; Sine", "1-2").put("/nodes/2/id", 2), error("duplicate-id", "n2", 2, "Sine", "Absolute")),
-      ("of three", diagram("Sine; Sine; Sine").put("/nodes/1/id", 1).put("/nodes/2/id", 1), *(error("duplicate-id", f"n{i}", 1) for i in (1, 2))),
       ("of a stream and an output", diagram("<Float; >Float").put("/nodes/1/id", 1), error("duplicate-id", "n0 or n1", 1)),
-      ("1 and 1.0", diagram("<Float; Absolute").put("/nodes/1/id", "=1.0"), error("duplicate-id", "n0 or n1", 1)),
       ("the largest twice", diagram("Sine; Sine").put("/nodes/0/id", largest).put("/nodes/1/id", largest), warning("id-leaves-no-room", "n0", largest),
        error("duplicate-id", "n1", largest), warning("id-leaves-no-room", "n1", largest)))
 for source, target, ends in [
@@ -283,9 +281,7 @@ for function, index in [("Negate", 0), ("Add", 1), ("Pass-through", 0), ("Switch
     case(f"connection: open {function} into itself", diagram(function).connect(1, 1, index), fatal("self-connection-stops", "c0", 1, function))
 group("connection",
       ("without nodes", Document().connect(1, 2), *[fatal("connection-unknown-id", "c0")] * 2),
-      ("out of an output into itself", diagram("<Float; >Float|sum", "1-2 2-2"), error("output-refused", "c1", 2, "sum")),
       ("a slot fed twice", diagram("<Float; =Float|1; Sine; >Float", "1-3 2-3 3-4"), warning("input-connected-twice", "c1", 3, "input 0")),
-      ("the same one twice", chain().wire("2-3"), warning("input-connected-twice", "c2", 3, "out3")),
       ("the same one three times", chain().wire("1-2 1-2"), *(warning("input-connected-twice", f"c{i}", 2) for i in (2, 3))),
       ("lost between open types", diagram("Pass-through; Negate; <Float; >Float", "1-2 3-1 2-4"), error("connection-lost", "c0", 2, "input 0")),
       ("open scalar from open array", diagram("Order; Max", "1-2"), fatal("type-adoption-stops", "c0", 2, "Array")),
@@ -295,10 +291,7 @@ group("connection",
 for name, nodes, wires, *rings in [
         ("one node", "<Float; Limiter; >Float", "1-2 2-3 2-2.1", ("c2", 2)), ("one node alone", "Absolute", "1-1", ("c0", 1)),
         ("two nodes", "<Float; Add|sum; Absolute; >Float", "1-2 2-3 3-2.1 2-4", ("c1 or c2", 2, 3)),
-        ("three nodes", "Sine; Cosine; Tangent", "1-2 2-3 3-1", ("c0 or c1 or c2", 1, 2, 3)),
-        ("two rings", "Sine; Cosine; Not; Not", "1-2 2-1 3-4 4-3", ("c0 or c1", 1, 2), ("c2 or c3", 3, 4)),
         ("rings that share a node", "Power; Sine; Cosine", "1-2 2-1 1-3 3-1.1", ("c0 or c1 or c2 or c3", 1)),
-        ("ring in a ring", "Power; Power; Sine; Sine", "1-2 2-1 2-3 3-4 4-1.1 3-2.1", ("c0 or c1 or c2 or c3 or c4 or c5", 2)),
         ("two rings in a row", "Sine; Power; Sine", "1-1 1-2 3-2.1 3-3", ("c0", 1), ("c3", 3)),
         ("open types named by outputType", "Negate@Vector; Pass-through@Vector", "1-2 2-1", ("c0 or c1", 1, 2)),
         ("a constant opens the first pass alone", "<Float; Add; >Float; =Float|1", "1-2 2-3 4-2.1 2-2.1", ("c3", 2))]:
@@ -314,7 +307,6 @@ group("cycle",
        fatal("cycle", "c999", *(f"node {i} (" for i in range(1, 13)), "988 more nodes")),
       ("labels", diagram("Sine|up; Sine|down", "1-2 2-1"), fatal("cycle", "c0 or c1", 'node 1 ("Sine", "up")', 'node 2 ("Sine", "down")')),
       ("entered from outside", chain().wire("2-2"), fatal("endless-cycle", "c2", 2, "node 2")),
-      ("two entered from outside", diagram("<Float; Sine; Sine; >Float", "1-2 2-3 3-2 3-4"), fatal("endless-cycle", "c1 or c2", "node 2", "node 3")),
       ("comes to rest", diagram("<Float; Add; >Float; =Float|1", "1-2 2-3 4-2.1 2-2"), warning("ring", "c3", 2, "node 2")),
       ("may not come to rest", chain(function="Derivative").wire("2-2"), error("ring-may-not-end", "c2", 2, "node 2")),
       *((f"{name} once announced as at rest", diagram(f"<Float; <Sequence; {name}; Sequence values; Average", "1-3 1-3.1 2-3.2 3-3.2 3-4 4-5 5-3 5-3.1"),
@@ -350,20 +342,14 @@ for kind, found in zip("fivbqs$FIBVQTS", "ivbqs$FIBVQTSf"):
          error("type-mismatch", "c0", 2, "input 0", f'"{codes[kind]}"', f'"{codes[found]}"'))
 for name, nodes, wires, severity, place, *culprit in [
         ("sum of two types", "<Float; <Integer; Add; >Float", "1-3 2-3.1 3-4", error, "c1", 3, "input 1", '"Integer"'),
-        ("quotient of number and text", "<Float; <String; Divide", "1-3 2-3.1", error, "c1", 3, '"String"'),
-        ("larger one of two types", "<Float; <Integer; Max", "1-3 2-3.1", error, "c1", 3, "Max"),
         ("equality of two types", "<Float; <Vector; Equal; >Boolean", "1-3 2-3.1 3-4", error, "c1", 3, '"Vector"'),
-        ("list compared with number", "<Float array; <Float; Max", "1-3 2-3.1", error, "c0", 3, '"Float array"'),
         ("number sorted", "=Boolean|true; <Float; Order; >Float array", "1-3 2-3.1 3-4", error, "c1", 3, '"Float"'),
         ("number inserted into texts", "=Integer|0; <Float; <String array; Insert into array", "1-4 3-4.2 2-4.1", error, "c2", 4, "input 1"),
-        ("lists of two types combined", "=Integer|0; <Float array; <Vector array; Combine arrays", "1-4 2-4.1 3-4.2", error, "c2", 4, "input 2"),
         ("fixed by another connection", "<Integer; Negate; Absolute; >Float", "2-3 1-2 3-4", error, "c1", 2, '"Integer"', '"Float"'),
-        ("against its outputType", "<Integer; Negate@Float; >Float", "1-2 2-3", error, "c0", 2, '"Float"'),
         ("forwarded to an output", "<Integer; Pass-through@Float; >Float", "1-2 2-3", error, "c1", 3, '"Integer"'),
         ("forwarded to a function", "<Integer; Pass-through@Float; Gate; =Boolean|true; Sine", "1-2 2-3.1 4-3 3-5", error, "c3", 5, '"Integer"'),
         ("one branch of a switch", "<Boolean; <Float; <Integer; Switch; >Float", "1-4 2-4.1 3-4.2 4-5", error, "c3", 5, '"Integer"'),
         ("fits in the end", "<Integer; Pass-through@Float; >Integer", "1-2 2-3", warning, "c0", 2),
-        ("where nothing runs", "<Integer; Make vector; >Vector", "1-2 2-3", error, "c0", 2),
         ("a selector is read before anything runs", "<Float; Switch; >Float", "1-2 1-2.1 2-3", error, "c0", 2, "input 0")]:
     case("type: " + name, diagram(nodes, wires), severity("type-mismatch", place, *culprit))
 for name, nodes, wires, *expected in [
@@ -376,10 +362,7 @@ for name, nodes, wires, *expected in [
     case("type: " + name, diagram(nodes, wires), *expected)
 for name, nodes, wires, severity, place, *culprit in [
         ("booleans added", "<Boolean; Add; >Boolean", "1-2 1-2.1 2-3", warning, "n1", 2, '"Boolean"'),
-        ("text negated", "<String; Negate; >String", "1-2 2-3", warning, "n1", 2, "Negate", '"String"'),
-        ("vectors in order", "<Vector; Larger; >Boolean", "1-2 1-2.1 2-3", warning, "n1", 2, '"Vector"'),
         ("vectors sorted", "<Boolean; <Vector array; Order; >Vector array", "1-3 2-3.1 3-4", error, "n2", 3, "Order", '"Vector array"'),
-        ("booleans summed", "<Boolean array; Array sum; >Boolean", "1-2 2-3", warning, "n1", 2, '"Boolean array"'),
         ("texts as JSON", "<String; <String array; JSON output; >String", "1-3 1-3.1 2-3.2 3-4", error, "n2", 3, '"String array"')]:
     case("type: " + name, diagram(nodes, wires), severity("type-unsupported", place, *culprit))
 
@@ -392,7 +375,6 @@ for function in "Add", "Switch", "Trigger", "Clip", "Pass updated", "Create sequ
          warning("input-unconnected", "n0", 1, f"input {last}"), *[warning("never-runs", "n1", 2, "node 1")] * (function != "Pass updated"))
 group("use",
       ("an output without input", diagram(">Float|sum"), warning("input-unconnected", "n0", 1, "sum", "input 0")),
-      ("a result for nothing", diagram("=Float|1; Sine", "1-2"), warning("output-unused", "n1", 2)),
       ("a length that would stop what never runs", diagram("=Integer|-2; Buffer", "1-2"), warning("input-unconnected", "n1", 2, "input 1")),
       ("a hidden stream", diagram("<Float").set(1, "Forwarding", "false"), warning("output-unused", "n0", 1, "in1")),
       ("open for ever", diagram("Negate"), warning("type-unresolved", "n0", 1), warning("input-unconnected", "n0", 1, "input 0")),
@@ -455,7 +437,6 @@ group("container",
       ("of unknown nodes", chain().box(8, 9), fatal("container-empty", "b0"), error("container-unknown-id", "b0/nodeIds/0", "8"),
        error("container-unknown-id", "b0/nodeIds/1", "9")),
       ("an unknown node among others", chain().box(1, 0, 2), error("container-unknown-id", "b0/nodeIds/1", "node 0", "box")),
-      ("an unknown node at the limit", chain().box(1).box(2, -2**63), error("container-unknown-id", "b1/nodeIds/1", "node -9223372036854775808")),
       ("unknown nodes deep inside", outer(outer(chain().box(1, 4))), error("container-unknown-id", "b0/containers/0/containers/0/nodeIds/1", "4")),
       ("feeds only itself", ring, fatal("cycle", "c1 or c2", "node 2", "node 3"), fatal("container-without-output", "b0", "box")),
       ("unknown colour", chain().box(1, color="pink"), warning("unknown-color", "b0", "color|Color", '"pink"')),

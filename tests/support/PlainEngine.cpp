@@ -4,24 +4,29 @@
 
 namespace KelvaneSDK::testing_support {
 
-PlainEngine::PlainEngine(const std::string& document) {
-    engine.read(document, true);
+void PlainEngine::takeNodes() {
+    order.clear(), streams.clear(), outputs.clear();
     for (const auto& node : engine.nodeList(NodeCategory::Function)) order.push_back(node.get());
     for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
         streams.push_back(dynamic_cast<InputStreamNode*>(node.get()));
-    }
-    // Every slot holds a value of its own, so that values are carried from node to node.
-    for (const auto category : {NodeCategory::Function, NodeCategory::VariableOutput}) {
-        for (const auto& node : engine.nodeList(category)) {
-            for (auto* slot : node->inputValues()) slot->clearValue();
-        }
     }
     for (const auto& node : engine.nodeList(NodeCategory::VariableOutput)) {
         outputs.push_back(dynamic_cast<VariableOutputNode*>(node.get()));
     }
 }
 
+// Every slot holds a value of its own, as one that was written to by hand does, so that values are carried from node to
+// node.
+void PlainEngine::separateSlots() {
+    for (const auto category : {NodeCategory::Function, NodeCategory::VariableOutput}) {
+        for (const auto& node : engine.nodeList(category)) {
+            for (auto* slot : node->inputValues()) slot->setTimestamp(slot->timestamp());
+        }
+    }
+}
+
 KelvaneOutput PlainEngine::evaluate(const KelvaneInput& input) {
+    separateSlots();
     output = {input.timestamp, {}};
     allInputs = input.updates;
     for (const auto& node : engine.nodeList(NodeCategory::Constant)) {

@@ -11,15 +11,17 @@ namespace KelvaneSDK::testing_support {
 /// engine does faster must give the same results, order and slots.
 class PlainEngine {
 public:
-    explicit PlainEngine(const std::string& document);
-
     KelvaneOutput evaluate(const KelvaneInput& input);
+
+    /// After the engine read a document: its nodes, in document order.
+    void takeNodes();
 
     Kelvane engine;
     /// The function nodes in evaluation order.
     std::vector<Node*> order;
 
 private:
+    void separateSlots();
     void pass(const LabelledValues& values);
     std::map<std::string, std::optional<Value>> sweep();
 

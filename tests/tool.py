@@ -1,0 +1,248 @@
+"""Runs the tool and compares its status, results and messages with what they should be: tool.py TOOL"""
+
+import contextlib
+import os
+import resource
+import shlex
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+TOOL, DATA = Path(sys.argv[1]).absolute(), Path(__file__).parent / "data/tool"
+failures = []
+
+
+def start(*arguments, output=subprocess.PIPE, fileSize=resource.RLIM_INFINITY):
+    """The tool in the directory of the test data. Its pipes do not block, and signals are left to it, whatever this
+    program inherited: a shell has background jobs ignore SIGINT."""
+    def prepare():
+        for number in (signal.SIGINT, signal.SIGTERM):
+            signal.signal(number, signal.SIG_DFL)
+        for descriptor in (0, 1):
+            os.set_blocking(descriptor, False)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (fileSize, fileSize))
+    return subprocess.Popen([TOOL, *arguments], cwd=DATA, stdin=subprocess.PIPE, stdout=output, stderr=subprocess.PIPE, text=True,
+                            errors="surrogateescape", preexec_fn=prepare)
+
+
+def finish(tool, input=""):
+    output, messages = tool.communicate(input, timeout=100)
+    return tool.returncode, output or "", messages
+
+
+def run(*arguments, input="", **more):
+    return finish(start(*arguments, **more), input)
+
+
+def expect(name, found, expected):
+    if found != expected:
+        failures.append(f"{name}: found\n{found}\nwhere expected was\n{expected}")
+
+
+def row(command, status, output="", messages="", input=""):
+    expect(command, run(*shlex.split(command), input=input), (status, output, messages))
+
+
+def update(timestamp, value='"floatValue":1', name="x"):
+    return f'{{"timestamp":{timestamp},"name":"{name}",{value}}}\n'
+
+
+x1, x2, wrong = update(1), update(2), update(2, '"floatValue":"1"')
+walkSums = update(0.5, '"floatValue":11', "sum") + update(1, '"floatValue":12.5', "sum")
+walkResults = (update(0.5, '"floatValue":11', "sum") + update(0.5) + update(1, '"floatValue":12.5', "sum") + update(1, '"floatValue":2.5'))
+firstResult = update(1, '"floatValue":11', "sum") + x1
+invalid = '2:40: "floatValue" is a string; a number was expected (ERROR: invalid JSON at line 1!)'
+badConstant = 'bad-constant.json:11: properties[2]: node 1 ("Float", "offset"): "ten" is no value of type "Float"; expected a number\n'
+unknownId = "unknown-id.json:12: connections[1]: no node has the outputNodeId 7; the connection would be retried without end\n"
+misspelt = 'misspelt.json:4: nodes[1]: node 1 ("Moving avrager"): no function is called "Moving avrager"; did you mean "Moving averager"?\n'
+
+
+def runs():
+    row("run sum.json walk.jsonl", 0, walkResults)
+    row("run sum.json -", 0, walkResults, input=walkResults)
+    row("run sum.json walk.jsonl --no-inputs", 0, walkSums)
+    row("run sum.json walk.jsonl --hide x --hide sum", 0)
+    row("run sum.json --hide x --set offset=-1e1 --set offset=10", 0, walkSums, input=walkResults)
+    row("run sum.json broken.jsonl", 1, firstResult, f"broken.jsonl:{invalid}; 2 more lines were not read\n")
+    row("run sum.json", 1, firstResult, f"standard input:{invalid}; the rest was not read\n", x1 + wrong + x2)
+    row("run sum.json broken.jsonl --keep-going --hide sum", 1, x1 + update(3, '"floatValue":3'),
+        f"broken.jsonl:{invalid}\nbroken.jsonl:4:21: the recording ends within this line (ERROR: invalid JSON at line 3!)\n"
+        "broken.jsonl: 2 invalid lines were skipped\n")
+    wrongType = "ERROR: trying to set input stream 'x' with wrong type!\n"
+    row("run sum.json --no-inputs", 1, "", 2 * wrongType, update(1, '"integerValue":1') + update(2, '"booleanValue":true'))
+    row("run escape.json", 1, update(1, '"floatValue":0', "red\\u001b[31m"),
+        "ERROR: trying to set input stream 'red\\x1b[31m' with wrong type!\n", update(1, '"integerValue":1', "red\\u001b[31m"))
+    row("run bad-constant.json walk.jsonl --no-inputs --set offset=10", 1, walkSums, badConstant)
+    row("run unknown-id.json", 1, "", f"{unknownId}kelvane: unknown-id.json cannot be evaluated\n")
+    status, output, messages = run("run", "sum.json", "--keep-going", input="\n" * 250)
+    expect("many invalid lines", (status, output, messages.count("\n"), messages.splitlines()[-1]),
+           (1, "", 101, "standard input: 250 invalid lines were skipped; the first 100 are reported above"))
+
+
+def checks():
+    row("info misspelt.json", 1, "", f"{misspelt}kelvane: misspelt.json cannot be built\n")
+    row("check sum.json unknown-id.json none.json bad-constant.json", 1,
+        f"{unknownId}{badConstant}4 diagrams checked: 2 errors, 0 warnings\n", "kelvane: cannot read none.json: No such file or directory\n")
+    row("check misspelt.json --recording walk.jsonl", 1, misspelt + """\
+misspelt.json:5: warning: nodes[2]: node 2 ("Float", "mean"): input 0 ("value") is not connected, so that the node never runs
+misspelt.json: warning: nodes[0]: node 0 ("Float", "Speed"): the recording gives no values for this input stream; did you mean "speed"?
+misspelt.json: warning: the document: no input stream takes the recorded values "speed"; did you mean "Speed"?
+misspelt.json: warning: the document: no input stream takes the recorded values "x"
+1 diagram checked: 1 error, 4 warnings
+""")
+    row("check sum.json --recording -", 1, """\
+sum.json: nodes[0]: node 0 ("Float", "x"): the recording gives 2 values of type Integer, the first at timestamp 2.0; Float was expected
+1 diagram checked: 1 error, 0 warnings
+""", "", x1 + update(2, '"integerValue":1') + update(3, '"integerValue":1'))
+    row("check sum.json --recording -", 1, f"standard input:{invalid}; the rest was not read\n1 diagram checked: 1 error, 0 warnings\n", "", x1 + wrong)
+    row("check sum.json --recording - --strict", 1, """\
+sum.json: warning: nodes[0]: node 0 ("Float", "x"): the recording gives no values for this input stream
+1 diagram checked: 0 errors, 1 warning
+""")
+
+
+def lists():
+    info = """\
+Input streams
+  x  Float
+Variable outputs
+  sum  Float
+Constants
+  offset  Float  10.0
+Functions
+  Add  1
+Manual
+  Adds the offset to x.
+"""
+    row("info sum.json", 0, info)
+    row("info escape.json --json", 0, """\
+{
+  "inputStreams": [
+    {
+      "label": "red\\u001b[31m",
+      "type": "Float",
+      "forwarding": true
+    }
+  ],
+  "variableOutputs": [],
+  "constants": [],
+  "functions": {},
+  "manualLines": []
+}
+""")
+    row("functions 'Vector length'", 0, """\
+Vector
+  Vector length(v: Vector) -> Float
+      the length of v
+      runs when: v has a new value
+""")
+    row("functions greater", 0, """\
+Basic
+  Max(a: Generic variable, b: Generic variable) -> Generic variable
+      the larger of a and b; b when they are equal
+  Larger(a: Generic variable, b: Generic variable) -> Boolean
+      true when a is larger than b
+  Larger or equal(a: Generic variable, b: Generic variable) -> Boolean
+      true when a is larger than b or equal to it
+""")
+    exported = run("export", "sum.json")
+    row("export -", *exported, input=exported[1])
+    row("info -", 0, info, input=exported[1])
+
+
+def usage():
+    for command, status, message in [
+            ("", 2, "A subcommand is required\nRun with --help for more information."),
+            ("rnu", 2, 'no command is called "rnu"; did you mean "run"?'),
+            ("check --jsn sum.json", 2, 'no option is called "--jsn"; did you mean "--json"?'),
+            ("check", 2, "DIAGRAM is required\nRun with --help for more information."),
+            ("info /dev/zero", 1, "/dev/zero is longer than the limit of 512 MiB"),
+            ("functions 'Vector lenght'", 2, 'no function is called "Vector lenght"; did you mean "Vector length"?'),
+            ("run sum.json --set ofset=1", 2, '--set ofset=1: no constant is called "ofset"; did you mean "offset"?'),
+            ("run sum.json --set offset", 2, "--set offset: LABEL=TEXT was expected"),
+            ("run sum.json --set 'offset=a\nb\udcff'", 2, '--set offset=a\\nb\\xff: "a\\nb\\xff" does not read as Float'),
+            ("run sum.json --hide Sum", 2, '--hide Sum: no variable output or input stream is called "Sum"; did you mean "sum"?'),
+            ("run sum.json --max-elements -1", 2, "--max-elements -1: 0 or more was expected"),
+            ("run sum.json --max-batch-seconds nan", 2, "--max-batch-seconds: a number was expected"),
+            ("run sum.json --max-memory 5x", 2, "--max-memory 5x: a number of bytes such as 500M or 4G was expected"),
+            ("run -", 2, "the diagram and the recording cannot both be standard input"),
+            ("run sum.json walk.jsonl -o ./walk.jsonl", 2, "./walk.jsonl is the file that is read, and would be overwritten"),
+            ("run none.json", 1, "cannot read none.json: No such file or directory"), ("run sum.json .", 1, "cannot read .: Is a directory"),
+            ("run sum.json -o ''", 1, 'cannot write "": No such file or directory'),
+            ("run sum.json -o none/out.jsonl", 1, "cannot write none/out.jsonl: No such file or directory")]:
+        row(command, status, "", f"kelvane: {message}\n")
+    if not os.environ.get("KELVANE_SANITIZE"):
+        row("run sum.json walk.jsonl --max-memory 1", 1, "", "kelvane: out of memory\n")
+    with open("/dev/full", "w") as full:
+        for command in "run sum.json walk.jsonl", "check sum.json", "info sum.json", "functions", "--help":
+            expect(command, run(*command.split(), output=full), (1, "", "kelvane: cannot write standard output: No space left on device\n"))
+
+
+def files(folder):
+    """A file of results appears when it is complete, and whatever fails leaves what was there."""
+    file, link, pipe, recording = folder / "real.jsonl", folder / "link.jsonl", folder / "pipe", folder / "walk.jsonl"
+    file.write_text("old")
+    file.chmod(0o640)
+    link.symlink_to(file.name)
+    tool = start("run", "sum.json", "-o", link)
+    tool.stdin.write(walkResults)
+    tool.stdin.flush()
+    expect("a file before its end", file.read_text(), "old")
+    expect("a file", (finish(tool), file.read_text(), link.is_symlink(), file.stat().st_mode & 0o777), ((0, "", ""), walkResults, True, 0o640))
+    expect("a file that outgrows its limit", run("run", "sum.json", "-o", file, input="".join(map(update, range(50))), fileSize=1000),
+           (1, "", f"kelvane: cannot write {file}: File too large\n"))
+    os.mkfifo(pipe)
+    before = len(os.listdir(folder))
+    tool = start("run", "sum.json", pipe, "-o", file)
+    while len(os.listdir(folder)) == before:
+        time.sleep(0.001)
+    tool.terminate()
+    expect("a file of an interrupted run", (finish(tool), file.read_text(), len(os.listdir(folder))),
+           ((143, "", f"kelvane: interrupted; {file} was not written\n"), walkResults, before))
+    sums = [update(second, f'"integerValue":{value}', name) for second, value, name in ((0, -1, "n"), (0.25, 1, "n"), (0, 2**63 - 2, "sum"))]
+    expect("a run that stops", (run("run", "overflow.json", "--no-inputs", "-o", file, input=sums[0] + sums[1]), file.read_text()),
+           ((1, "", 'kelvane: overflow.json stopped in batch 2 at timestamp 0.25: node 2 ("Add", "total"): an integer addition overflows 64 bits\n'),
+            sums[2]))
+    recording.write_text(x1)
+    with recording.open("a") as end:
+        expect("results behind the recording", (run("run", "sum.json", recording, output=end), recording.read_text()),
+               ((2, "", "kelvane: standard output is the file that is read, and would be overwritten\n"), x1))
+
+
+def streams():
+    """Results appear while the recording goes on."""
+    tool = start("run", "sum.json", "--no-inputs")
+    for second in 1, 2:
+        tool.stdin.write(x1 + x2 if second == 1 else update(3))
+        tool.stdin.flush()
+        expect("a result while the recording goes on", tool.stdout.readline(), update(second, '"floatValue":11', "sum"))
+    expect("the last result", finish(tool), (0, update(3, '"floatValue":11', "sum"), ""))
+    for number in signal.SIGINT, signal.SIGTERM:
+        tool = start("run", "sum.json")
+        tool.stdin.write(x1 + x2 + '{"timestamp":3')
+        tool.stdin.flush()
+        results = tool.stdout.readline() + tool.stdout.readline()
+        tool.send_signal(number)
+        expect(f"signal {number}", (results, finish(tool)), (firstResult, (128 + number, "", "")))
+    tool = start("run", "sum.json")
+    tool.stdout.close()
+    with contextlib.suppress(BrokenPipeError):
+        tool.stdin.write(x1 + x2)
+        tool.stdin.close()
+    expect("a reader that leaves", (tool.wait(), tool.stderr.read()), (1, ""))
+
+
+def main():
+    for part in runs, checks, lists, usage, streams:
+        part()
+    with tempfile.TemporaryDirectory() as folder:
+        files(Path(folder))
+    print(*failures, f"{len(failures)} failures", sep="\n")
+    sys.exit(bool(failures))
+
+
+if __name__ == "__main__":
+    main()

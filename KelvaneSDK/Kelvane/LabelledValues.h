@@ -9,7 +9,7 @@
 
 #include "KelvaneSDK/Value.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// Values by label, in ascending byte order of the labels: a sorted array with the interface of a map.
 ///

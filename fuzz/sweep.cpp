@@ -62,14 +62,6 @@ bool isFatal(const std::string& document) {
                        [](const auto& finding) { return finding.severity == Severity::fatal; });
 }
 
-std::vector<Node*> nodesOf(const Kelvane& engine) {
-    std::vector<Node*> nodes;
-    for (const auto category : allNodeCategories) {
-        for (const auto& node : engine.nodeList(category)) nodes.push_back(node.get());
-    }
-    return nodes;
-}
-
 // A slot that the node may feed, mostly one that makes no cycle; null when there is none.
 TimestampedVariable* anyReaderOf(const Node& node, KelvaneFuzz::Choices& choices, const Kelvane& engine) {
     std::vector<TimestampedVariable*> slots;

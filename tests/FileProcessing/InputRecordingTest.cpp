@@ -83,37 +83,6 @@ TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
     }
 }
 
-// Appends pieces of a size, taking batches as they come; what was read and why reading ended.
-static std::string read(std::string_view text, std::size_t size, RecordingReader reader) {
-    std::vector<KelvaneInput> batches;
-    for (std::size_t begin = 0; begin <= text.size(); begin += size) {
-        reader.append(text.substr(begin, size));
-        reader.append("");
-        if (text.size() - begin < size) reader.finish();
-        while (const auto* batch = reader.next()) batches.push_back(*batch);
-    }
-    return describe(batches) + (reader.failure() ? reader.failure()->diagnostic() + describe(*reader.failure()) : "");
-}
-
-TEST(RecordingReader, ReadsInPiecesAsWhole) {
-    const std::string good = a + "\n" + b + "\n" + at2, noLine = "1: the text is empty; a JSON object was expected";
-    const auto exact = RecordingReader::Ending::exact, lenient = RecordingReader::Ending::lineBreakAllowed;
-    const auto whole = [](const std::string& text, auto ending) { return read(text, text.size() + 1, RecordingReader(ending)); };
-    for (const std::string& text : {good, good + "\n", std::string("[]"), a + " " + a, std::string("   \n"), good + "\n\n", "\n" + good,
-                                    std::string(), std::string("\n"), good + "\r\n", a + "\nbroken\n" + b, good.substr(0, good.size() - 1)}) {
-        for (const auto ending : {exact, lenient}) {
-            for (std::size_t size = 1; size <= text.size(); ++size) {
-                ASSERT_EQ(read(text, size, RecordingReader(ending)), whole(text, ending)) << text << " in pieces of " << size;
-            }
-        }
-        const CapturedDiagnostics diagnostics;
-        ASSERT_EQ(whole(text, exact).find(describe(readKelvaneInputs(text))), 0u);
-    }
-    EXPECT_EQ(whole(good + "\n", lenient), whole(good, exact));
-    EXPECT_EQ(whole(good + "\n\n", lenient), whole(good, exact) + "ERROR: invalid JSON at line 3!" + noLine);
-    EXPECT_EQ(whole("", lenient), "@0.0;ERROR: invalid JSON at line 0!" + noLine);
-}
-
 TEST(RecordingReader, TellsALineThatIsCutOff) {
     const auto failure = [](std::string_view text) {
         RecordingReader reader(RecordingReader::Ending::lineBreakAllowed);
@@ -136,17 +105,19 @@ TEST(RecordingReader, TellsALineThatIsCutOff) {
 
 TEST(RecordingReader, SkipsInvalidLines) {
     const std::string text = a + "\nbroken\n" + b + "\n\n" + std::string(200, ' ') + "\n" + at2 + "\n{";
-    for (std::size_t size = 1; size <= text.size(); ++size) {
-        std::string skipped;
-        const auto skip = [&](const RecordingFailure& failure) { skipped += std::to_string(failure.line) + ":" + describe(failure) + "\n"; };
-        ASSERT_EQ(read(text, size, RecordingReader(RecordingReader::Ending::exact, skip, 100)),
-                  "@0.0;@1.0 a=Float 2.0 b=Boolean true;@2.0 a=String \u00e9;");
-        ASSERT_EQ(skipped, R"(1:1: not JSON: a value was expected
+    std::string skipped;
+    const auto skip = [&](const RecordingFailure& failure) { skipped += std::to_string(failure.line) + ":" + describe(failure) + "\n"; };
+    RecordingReader reader(RecordingReader::Ending::exact, skip, 100);
+    reader.append(text);
+    reader.finish();
+    std::vector<KelvaneInput> batches;
+    while (const auto* batch = reader.next()) batches.push_back(*batch);
+    EXPECT_EQ(describe(batches), "@0.0;@1.0 a=Float 2.0 b=Boolean true;@2.0 a=String \u00e9;");
+    EXPECT_EQ(skipped, R"(1:1: not JSON: a value was expected
 3:1: the text is empty; a JSON object was expected
 4:101: the line is longer than the limit of 100 bytes
 6:2: not JSON: the text ends too early: the name of a member was expected
 )");
-    }
 }
 
 TEST(CreateJsonLines, WritesALinePerUpdate) {
@@ -164,23 +135,6 @@ TEST(CreateJsonLines, WritesALinePerUpdate) {
 {"timestamp":1,"name":"s","sequenceValue":[{"t":0,"f":1}]}
 {"timestamp":1,"name":"t","sequenceArrayValue":[[{"t":0,"f":1}]]}
 )");
-}
-
-TEST(CreateJsonLines, WhatIsWrittenReadsBackToTheSameBits) {
-    RandomPayloads payloads(5);
-    payloads.onlyFinite = true;
-    std::vector<KelvaneInput> batches{{0, {}}}, expected{{0, {}}};
-    for (int i = 1; i < 1000; ++i) {
-        const LabelledValues text{{"\u00e9\x01\"", "\U0001f600\n" + std::to_string(payloads.random())}};
-        for (auto* list : {&batches, &expected}) list->push_back({i / 3.0, text});
-        for (const Value& value : payloads.values()) {
-            const auto name = std::string(valueTypeName(value.type()));
-            const auto sequence = value.get<Sequence>();
-            batches.back().updates.insert_or_assign(name, sequence ? Value(sequence->samples()) : value);
-            expected.back().updates.insert_or_assign(name, value);
-        }
-    }
-    EXPECT_EQ(describe(readKelvaneInputs(createJsonLines(batches))), describe(expected));
 }
 
 }  // namespace KelvaneSDK::testing_support

@@ -4,6 +4,7 @@
 #include <numeric>
 #include <vector>
 
+#include "KelvaneSDK/ArrayVariables.h"
 #include "KelvaneSDK/FunctionFamilies.h"
 #include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/ListOperations.h"

@@ -1,6 +1,33 @@
-#include "KelvaneSDK/ConstantNode.h"
+#include "KelvaneSDK/FunctionFamilies.h"
+#include "KelvaneSDK/Node.h"
+#include "KelvaneSDK/ValueKinds.h"
 
 namespace KelvaneSDK {
+
+namespace {
+
+/// The base of the constants: no inputs, and an output of a fixed type that is marked constant and always
+/// holds a value. The value comes from the property "OutputValue" or from Kelvane::setConstant(), survives
+/// resets, and reaches the connected slots at the start of every batch.
+class ConstantNode : public Node {
+public:
+    void initialize() override;
+    void setTypeString() override;
+    void reset() override {}
+    std::vector<Property> getProperties() const override;
+};
+
+/// A constant of one value class, with its type's default value at first.
+template <ValueClass slotClass>
+class TypedConstantNode final : public ConstantNode {
+public:
+    void createOutput() override { makeOutput(slotClass, true).setIsConstant(true); }
+};
+
+#define KELVANE_KIND(name, slotClass, description) \
+    using name##ConstantNode = TypedConstantNode<ValueClass::slotClass>;
+KELVANE_VALUE_KINDS(KELVANE_KIND)
+#undef KELVANE_KIND
 
 void ConstantNode::initialize() {
     createOutput();
@@ -17,8 +44,10 @@ std::vector<Property> ConstantNode::getProperties() const {
     return properties;
 }
 
+}  // namespace
+
 NodeFamily constantNodes() {
-#define KELVANE_KIND(name, Slot, description) entry<name##ConstantNode>(description),
+#define KELVANE_KIND(name, slotClass, description) entry<name##ConstantNode>(description),
     return {NodeCategory::Constant, "Constants", {KELVANE_VALUE_KINDS(KELVANE_KIND)}};
 #undef KELVANE_KIND
 }

@@ -11,7 +11,7 @@
 #include "KelvaneSDK/Value.h"
 #include "KelvaneSDK/ValueClass.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// A set of a function's inputs, by index.
 class InputSet {
@@ -37,7 +37,8 @@ struct InputDeclaration {
     std::string_view meaning = {};
 };
 
-/// When a function runs. Every rule also asks that the values it mentions are there.
+/// When a function runs. Every rule also asks that the values it mentions are there. A class that declares
+/// another rule than `allInputs` overrides Node::allInputsUpdated() and Node::allInputsHaveValues() to match.
 enum class Readiness : std::uint8_t {
     allInputs,      ///< every input has a new value
     anyInput,       ///< any input has a new value; the others may be empty
@@ -70,7 +71,7 @@ enum class SlotOperation : std::uint8_t {
 inline constexpr std::size_t mostDeclaredInputs = 8;
 
 /// True when slots of this concrete class have the operation; for the generic classes that is still open, and
-/// the answer is true.
+/// true is returned.
 bool supports(ValueClass valueClass, SlotOperation operation);
 
 /// True when values of this class, though it has the operation, may be such that there is no result: lists of
@@ -122,7 +123,7 @@ struct Declaration {
     bool keepsState = false;
     /// The inputs whose values may become the output as they are, whatever their type.
     InputSet forwards = {};
-    /// The inputs whose values are passed on or noticed without being read, so that any type will do.
+    /// The generic inputs whose values are passed on or noticed without being read, so that any type will do.
     InputSet takesAnything = {};
     SlotOperation operation = SlotOperation::none;
     WithoutOperation withoutOperation = WithoutOperation::clearsOutput;

@@ -339,10 +339,10 @@ std::string encodeDocument(const DiagramInfo& info) {
 
 std::optional<DiagramData> DiagramData::decode(std::string_view text, DecodeFailure* failure) {
     DecodeFailure ignored;
-    DecodeFailure& told = failure != nullptr ? *failure : ignored;
-    auto decoded = withinMemory([&] { return decodeDocument(text, told); });
+    DecodeFailure& reported = failure != nullptr ? *failure : ignored;
+    auto decoded = withinMemory([&] { return decodeDocument(text, reported); });
     if (decoded) return std::move(*decoded);
-    told = {"", outOfMemoryReason};
+    reported = {"", outOfMemoryReason};
     return std::nullopt;
 }
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 // The records of a diagram document. Field names are the document's keys.
 
@@ -90,7 +90,7 @@ inline constexpr std::size_t maximumDocumentDepth = 2048;
 struct DiagramData {
     DiagramInfo info;
 
-    /// Decodes a document, or answers absent and tells why. Required keys must be there with exactly their
+    /// Decodes a document, or returns absent and reports why. Required keys must be there with exactly their
     /// type, optional ones may be missing or null, unknown ones are passed over. Memory that runs out is a
     /// failure as well. Any thread; prints nothing.
     static std::optional<DiagramData> decode(std::string_view text, DecodeFailure* failure = nullptr);

@@ -6,10 +6,10 @@
 #include <limits>
 #include <string_view>
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// What the evaluation of a diagram may use up. Beyond a limit the evaluation stops, with a reason that names
-/// the node, so that a diagram from a stranger cannot exhaust memory or time. Without limits nothing is
+/// the node, so that a diagram of unknown origin cannot exhaust memory or time. Without limits nothing is
 /// checked.
 struct EvaluationLimits {
     /// The elements of any list that a function makes or keeps: array elements, samples, bytes of a text.

@@ -78,9 +78,28 @@ public:
     bool allInputsUpdated() const override { return isUpdated(selected()); }
     bool allInputsHaveValues() const override { return input(0).hasValue() && input(selected()).hasValue(); }
     void process() override { finish(value(selected())); }
+    Step::Run stepFunction() const override { return run; }
 
 private:
     std::size_t selected() const { return boolean(0) ? 1 : 2; }
+
+    // The same rule and step on what the slots read.
+    static bool run(Step& step) {
+        const Value* const select = step.inputs[0].slot->payload();
+        if (select == nullptr) return false;
+        const StepInput& chosen = step.inputs[select->as<bool>() ? 1 : 2];
+        if (!chosen.hasNews() || !chosen.source->hasValue()) return false;
+        const Value& value = chosen.source->value;
+        step.node->checkElements(value.elementCount());
+        double latest = 0;
+        for (std::size_t i = 0; i < 3; ++i) {
+            const double timestamp = step.inputs[i].slot->timestamp();
+            if (latest <= timestamp) latest = timestamp;
+            step.inputs[i].consume();
+        }
+        step.node->give(value, latest);
+        return true;
+    }
 };
 
 std::optional<std::string> negativeLength(std::span<const Value* const> values, std::span<const ValueClass>) {

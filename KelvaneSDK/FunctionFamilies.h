@@ -17,4 +17,9 @@ NodeFamily logicFunctions();
 NodeFamily trigonometryFunctions();
 NodeFamily jsonOutputFunctions();
 
+// The other node classes, one per type of value.
+NodeFamily constantNodes();
+NodeFamily inputStreamNodes();
+NodeFamily variableOutputNodes();
+
 }  // namespace KelvaneSDK

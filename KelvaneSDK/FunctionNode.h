@@ -1,12 +1,9 @@
 #pragma once
 
-#include "KelvaneSDK/ArrayVariables.h"
 #include "KelvaneSDK/Declaration.h"
 #include "KelvaneSDK/Node.h"
-#include "KelvaneSDK/ScalarVariables.h"
-#include "KelvaneSDK/SequenceValue.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 class FunctionNode;
 
@@ -59,17 +56,6 @@ public:
     virtual Step::Run stepFunction() const;
 
 protected:
-    /// Appends an input slot per class, each with its label (static text). TimestampedVariable takes any
-    /// value, ValueVariable any scalar, ArrayVariable any list; the concrete classes take their own type.
-    template <class... Slots, class... Labels>
-    requires(sizeof...(Slots) == sizeof...(Labels)) void addInputs(Labels... labels) {
-        (appendInput(Slots::slotClass, labels), ...);
-    }
-    template <class Slot>
-    void setOutput() {
-        makeOutput(Slot::slotClass);
-    }
-
     /// An input slot, for the value operations.
     const TimestampedVariable& input(std::size_t index) const { return *inputValues()[index]; }
     /// The output slot with the value of the previous step, for the value operations.

@@ -4,21 +4,26 @@
 // plain parameters and a sentence; the types of the slots and of the output follow from the function.
 //
 //     pure("Power", {{"base"}, {"exponent"}}, [](double base, double exponent) { ... }, "...")
-//     stateful<Averager>("Averager", {{"enable"}, {"x"}}, "...")    Averager is called for every step
+//     stateful<Averager>("Averager", {{"enable"}, {"x"}}, "...")    an Averager is called for every step
 //
-// Parameters:  double, std::int64_t, bool, Vector, Orientation   the value of such a slot
-//              Timed<T>                                           the value with its timestamp
-//              std::string_view, std::span<const Sample>,
-//              std::span<const double>                            the content of a text, sequence, Float
-//              array const Value&                                       a value of the type that the slot has
-//              taken on Anything                                           a value that is passed on or
-//              noticed, not read const TimestampedVariable&                         the slot, for its value
-//              operations const Node&                                        the node, for limits and stops;
-//              no slot
-// Results:     a payload, std::string or Value                    emitted
-//              Maybe<T>                                           silent when absent: the output stays as it
-//              was std::optional<Value>                               the output is cleared when absent
-//              OrPrevious                                         the previous output again when absent
+// Every parameter but the last kind is an input slot, in their order:
+//
+//     double, std::int64_t, bool, Vector, Orientation    the value of a slot of this type
+//     Timed<T>                                           the value with its timestamp
+//     std::string_view                                   the bytes of a text
+//     std::span<const Sample>                            the samples of a sequence
+//     std::span<const double>                            the elements of a Float array
+//     const Value&                                       a value of the type that the slot has taken on
+//     Anything                                           a value that is passed on or noticed, not read
+//     const TimestampedVariable&                         the slot itself, for its value operations
+//     const Node&                                        the node, for limits and stops; no slot
+//
+// What a step results in:
+//
+//     a payload, std::string or Value    the output
+//     Maybe<T>                           a T, or Silent with the reason
+//     std::optional<Value>               the output; when absent, the output loses its value
+//     OrPrevious                         the output; when absent, the previous one is emitted again
 
 #include <array>
 #include <tuple>
@@ -27,7 +32,7 @@
 #include "KelvaneSDK/FunctionNode.h"
 #include "KelvaneSDK/Kelvane/NodeRegistry.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// No output in this step, and why (static text).
 struct Silent {
@@ -56,6 +61,7 @@ struct OrPrevious {
     std::optional<Value> result;
 };
 
+/// A value with the timestamp of the batch that produced it, in seconds.
 template <class T>
 struct Timed {
     T value;
@@ -475,7 +481,7 @@ NodeClass stateful(std::string_view name, std::initializer_list<RowSlot> slots,
     return Rows::row<State>(name, slots, description, true);
 }
 
-/// "text", where integer input `input` is at least `least`; `why` says after the number what is wrong.
+/// The value of Integer input `input` as text when it is below `least`, or absent: for a Demand's violation.
 template <std::size_t input, std::int64_t least>
 std::optional<std::string> belowLeast(std::span<const Value* const> values) {
     const auto number = values[input]->get<std::int64_t>();

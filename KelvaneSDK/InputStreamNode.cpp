@@ -1,6 +1,8 @@
 #include "KelvaneSDK/InputStreamNode.h"
 
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/FunctionFamilies.h"
+#include "KelvaneSDK/ValueKinds.h"
 
 namespace KelvaneSDK {
 
@@ -48,8 +50,24 @@ void InputStreamNode::take(const Value& value, double timestamp) {
     give(value, timestamp);
 }
 
+namespace {
+
+/// An input stream of one value class, with its type's default value at first.
+template <ValueClass slotClass>
+class TypedInputStream final : public InputStreamNode {
+public:
+    void createOutput() override { makeOutput(slotClass, true); }
+};
+
+#define KELVANE_KIND(name, slotClass, description) \
+    using name##InputStream = TypedInputStream<ValueClass::slotClass>;
+KELVANE_VALUE_KINDS(KELVANE_KIND)
+#undef KELVANE_KIND
+
+}  // namespace
+
 NodeFamily inputStreamNodes() {
-#define KELVANE_KIND(name, Slot, description) entry<name##InputStream>(description),
+#define KELVANE_KIND(name, slotClass, description) entry<name##InputStream>(description),
     return {NodeCategory::InputStream, "Input streams", {KELVANE_VALUE_KINDS(KELVANE_KIND)}};
 #undef KELVANE_KIND
 }

@@ -1,13 +1,8 @@
 #pragma once
 
-#include "KelvaneSDK/ArrayVariables.h"
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
 #include "KelvaneSDK/Node.h"
-#include "KelvaneSDK/ScalarVariables.h"
-#include "KelvaneSDK/SequenceValue.h"
-#include "KelvaneSDK/ValueKinds.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// The base of the input streams, where the application's values enter a diagram: no inputs, and an output of
 /// a fixed type that always holds a value.
@@ -35,18 +30,5 @@ public:
 private:
     bool isForwarding = true;
 };
-
-/// An input stream of one value class, with its type's default value at first.
-template <class Slot>
-class TypedInputStream final : public InputStreamNode {
-public:
-    void createOutput() override { makeOutput(Slot::slotClass, true); }
-};
-
-#define KELVANE_KIND(name, Slot, description) using name##InputStream = TypedInputStream<Slot>;
-KELVANE_VALUE_KINDS(KELVANE_KIND)
-#undef KELVANE_KIND
-
-NodeFamily inputStreamNodes();
 
 }  // namespace KelvaneSDK

@@ -8,7 +8,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// The storage behind every list: an immutable block that all copies share.
 struct ListStorage {

@@ -13,7 +13,7 @@
 #include "KelvaneSDK/EvaluationLimits.h"
 #include "KelvaneSDK/TimestampedVariable.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// The four kinds of node that a diagram lists, in the order in which the engine walks them.
 enum class NodeCategory : std::uint8_t { Constant, InputStream, Function, VariableOutput };
@@ -111,7 +111,7 @@ public:
 
     void revertGenericTypes();
 
-    /// Readiness: the engine processes a node when both answer true. A class may answer by rules of its own.
+    /// Readiness: the engine processes a node when both return true. A class may have rules of its own.
     virtual bool allInputsUpdated() const;
     virtual bool allInputsHaveValues() const;
 
@@ -146,7 +146,7 @@ public:
     }
     /// Makes the node part of a diagram, whose state must outlive it; without one nothing is limited.
     void join(DiagramState& diagramState) { state = &diagramState; }
-    /// Tells the diagram that what it knows of this node is out of date.
+    /// Notes for the diagram that what it knows of this node is out of date.
     void noteChange() const {
         if (state != nullptr) ++state->changes;
     }

@@ -3,6 +3,7 @@
 #include "KelvaneSDK/FunctionFamilies.h"
 #include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/SampleWindow.h"
+#include "KelvaneSDK/SequenceValue.h"
 #include "KelvaneSDK/TrapezoidRule.h"
 
 namespace KelvaneSDK {

@@ -9,7 +9,7 @@ namespace KelvaneSDK {
 
 namespace {
 
-// `operation` answers the combined value, or absent to leave the sample out.
+// `operation` returns the combined value, or absent to leave the sample out.
 template <class Operation>
 Value combined(std::span<const Sample> grid, std::span<const Sample> other, Operation operation) {
     ListBuilder<Sample> result(grid.size());

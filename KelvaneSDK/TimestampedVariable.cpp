@@ -1,7 +1,6 @@
 #include "KelvaneSDK/TimestampedVariable.h"
 
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/FileProcessing/ValueParsing.h"
 #include "KelvaneSDK/Node.h"
 
 namespace KelvaneSDK {

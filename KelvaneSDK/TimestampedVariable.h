@@ -8,7 +8,7 @@
 #include "KelvaneSDK/Value.h"
 #include "KelvaneSDK/ValueClass.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 class Node;
 
@@ -23,7 +23,7 @@ class Node;
 ///
 /// Operations read this slot as the left operand and the other slot as the right one, and change neither. An
 /// absent result means that the class does not support the operation. An operand without a value, or one
-/// whose payload is not of this slot's class, stops the program; isEqual() alone answers absent for two
+/// whose payload is not of this slot's class, stops the program; isEqual() alone returns absent for two
 /// payloads of different types.
 class TimestampedVariable {
 public:
@@ -88,7 +88,7 @@ public:
     }
     void setIsConstant(bool isConstant);
 
-    /// The value as shown to users; classes without a text form answer "<NO STRING CONVERSION>".
+    /// The value as shown to users; classes without a text form return "<NO STRING CONVERSION>".
     virtual std::string stringValue() const;
     /// Replaces the value by the one that `text` says, as valueFromText() reads it; a text that does not
     /// parse is reported and changes nothing, and classes without a text form ignore it.
@@ -108,7 +108,7 @@ public:
     virtual std::optional<bool> isLargerOrEqual(const TimestampedVariable& other) const;
     virtual std::optional<Value> negate() const;
 
-    /// False when both slots hold values of different types, for which isEqual() has no answer.
+    /// False when both slots hold values of different types, for which isEqual() has no result.
     bool isComparable(const TimestampedVariable& other) const {
         const Value *a = payload(), *b = other.payload();
         return a == nullptr || b == nullptr || a->type() == b->type();

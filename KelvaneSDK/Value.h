@@ -11,7 +11,7 @@
 
 #include "KelvaneSDK/List.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// Three doubles; the unit is the application's.
 struct Vector {
@@ -162,6 +162,11 @@ public:
     Value(const Value& other) noexcept : tag(other.tag) { copyPayload(other); }
     Value(Value&& other) noexcept : tag(other.tag) { movePayload(other); }
     Value& operator=(const Value& other) noexcept {
+        if (tag <= ValueType::Boolean && other.tag <= ValueType::Boolean) {
+            tag = other.tag;
+            std::memcpy(bytes, other.bytes, sizeof(double));
+            return *this;
+        }
         if (this == &other) return *this;
         dropPayload();
         tag = other.tag;
@@ -279,5 +284,11 @@ private:
 /// "(x:1.0,y:2.0,z:3.0)", a sequence "[(t: 0.0, f: 1.0)]", a list of sample records "[(t:0.0,f:1.0)]", a list
 /// of floats "[1.0,2.0]", any other list "[a, b]" with texts in double quotes.
 std::string getValueString(const Value& value);
+
+/// "[1.0,2.5,-3.0]", without spaces; "[]" for an empty list.
+std::string description(const List<double>& list);
+/// Deletes spaces and square brackets, splits at commas and reads every piece as a double; absent when one
+/// fails. A text with nothing left is the empty list.
+std::optional<List<double>> doublesFromText(std::string_view text);
 
 }  // namespace KelvaneSDK

@@ -7,7 +7,7 @@
 
 #include "KelvaneSDK/Value.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 class TimestampedVariable;
 
@@ -51,6 +51,14 @@ bool isArray(ValueClass valueClass);
 
 /// Zero, the identity, false, or the empty text, sequence or list.
 Value defaultValue(ValueType type);
+
+/// The value of a class that a text says, or absent when it says none. Reads back whatever the class's
+/// stringValue() writes: brackets and spaces are passed over, numbers stand between commas, vectors,
+/// orientations and samples in groups of their width, the elements of a text array as they are. The empty
+/// text is the empty list. Any thread; prints nothing.
+std::optional<Value> valueFromText(ValueClass valueClass, std::string_view text);
+/// False for the classes without a text form, the generic ones and sequence arrays.
+bool readsText(ValueClass valueClass);
 
 /// A new slot of a class; with `withDefault` a concrete one holds its type's default value (zero, the
 /// identity, the empty text or list).

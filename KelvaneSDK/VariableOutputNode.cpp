@@ -1,6 +1,8 @@
 #include "KelvaneSDK/VariableOutputNode.h"
 
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/FunctionFamilies.h"
+#include "KelvaneSDK/ValueKinds.h"
 
 namespace KelvaneSDK {
 
@@ -48,8 +50,27 @@ void VariableOutputNode::passOn(ValueType admitted) {
     }
 }
 
+namespace {
+
+/// A variable output of one value class.
+template <ValueClass slotClass>
+class TypedVariableOutputNode final : public VariableOutputNode {
+public:
+    void createInputs() override { appendInput(slotClass, "value"); }
+    void createOutput() override { makeOutput(slotClass); }
+    void process() override { passOn(*plainType()); }
+    std::optional<ValueType> plainType() const override { return payloadType(slotClass); }
+};
+
+#define KELVANE_KIND(name, slotClass, description) \
+    using name##VariableOutputNode = TypedVariableOutputNode<ValueClass::slotClass>;
+KELVANE_VALUE_KINDS(KELVANE_KIND)
+#undef KELVANE_KIND
+
+}  // namespace
+
 NodeFamily variableOutputNodes() {
-#define KELVANE_KIND(name, Slot, description) entry<name##VariableOutputNode>(description),
+#define KELVANE_KIND(name, slotClass, description) entry<name##VariableOutputNode>(description),
     return {NodeCategory::VariableOutput, "Variable outputs", {KELVANE_VALUE_KINDS(KELVANE_KIND)}};
 #undef KELVANE_KIND
 }

@@ -1,13 +1,8 @@
 #pragma once
 
-#include "KelvaneSDK/ArrayVariables.h"
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
 #include "KelvaneSDK/Node.h"
-#include "KelvaneSDK/ScalarVariables.h"
-#include "KelvaneSDK/SequenceValue.h"
-#include "KelvaneSDK/ValueKinds.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// The base of the variable outputs, where values leave a diagram: one input of a fixed type, whose value the
 /// engine hands to the application under the node's label. The output cannot feed other nodes.
@@ -45,21 +40,5 @@ private:
 
     bool isHidden = false;
 };
-
-/// A variable output of one value class.
-template <class Slot>
-class TypedVariableOutputNode final : public VariableOutputNode {
-public:
-    void createInputs() override { appendInput(Slot::slotClass, "value"); }
-    void createOutput() override { makeOutput(Slot::slotClass); }
-    void process() override { passOn(*plainType()); }
-    std::optional<ValueType> plainType() const override { return payloadType(Slot::slotClass); }
-};
-
-#define KELVANE_KIND(name, Slot, description) using name##VariableOutputNode = TypedVariableOutputNode<Slot>;
-KELVANE_VALUE_KINDS(KELVANE_KIND)
-#undef KELVANE_KIND
-
-NodeFamily variableOutputNodes();
 
 }  // namespace KelvaneSDK

@@ -50,10 +50,23 @@ public:
         return digest;
     }
 
+    /// The same by handles.
+    std::uint64_t runByHandles(std::size_t first, std::size_t count) {
+        const auto stream = *engine.inputStream(streams[0].label);
+        const auto result = *engine.variableOutput(outputLabel(0));
+        std::uint64_t digest = 0;
+        for (std::size_t n = first; n < first + count; ++n) {
+            engine.set(stream, streams[0].at(n));
+            engine.evaluateSet(static_cast<double>(n));
+            digest += digestOf(*engine.result(result));
+        }
+        return digest;
+    }
+
 private:
     void evaluate(std::size_t batch) {
         input.timestamp = static_cast<double>(batch);
-        output = engine.evaluate(input);
+        engine.evaluateInto(input, output);
     }
 
     KelvaneSDK::Kelvane engine;

@@ -68,6 +68,7 @@ Subject oneNodeSubject() {
                 const Shape shape = chain(1);
                 return std::vector{
                     contestant("by label", runOf(shape, &Engine::runByLabel), 10000, 1e9),
+                    contestant("by handles", runOf(shape, &Engine::runByHandles), 10000, 1e9),
                     contestant("push graph", runOf(shape, &PushGraph::runByLabel), 10000, 1e9)};
             }};
 }

@@ -57,7 +57,7 @@ def smoothing():
 
 
 def arrivals():
-    """A small shop's door tells 1 for a person who comes in and -1 for one who leaves, to a tenth of a second.
+    """A small shop's door reports 1 for a person who comes in and -1 for one who leaves, to a tenth of a second.
 
     Over one hour, people arrive at random, a mean of 100 s apart (exponential), and stay for 200 to 500 s (uniform).
     The door is shut to newcomers after 50 minutes. The clock strikes every ten minutes. At time 0 the shop is not full.

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Builds with coverage, runs the tests and tells which lines and branches they reach: of the parts that read what comes
+# Builds with coverage, runs the tests and reports which lines and branches they reach: of the parts that read what comes
 # from outside, of the library, of the tool. Fails when one of the former loses ground.
 cd "$(dirname "$0")/.." || exit 1
 . scripts/prepare.sh

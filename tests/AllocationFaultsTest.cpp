@@ -44,7 +44,7 @@ protected:
         }
     }
 
-    /// What is made is whole, or a line tells that memory ran out and it is as it was.
+    /// What is made is whole, or a line says that memory ran out and it is as it was.
     template <class Make, class Result>
     static void expectWholeOr(const Result& nothing, Make make) {
         const auto whole = make();

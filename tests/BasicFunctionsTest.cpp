@@ -34,7 +34,7 @@ const FunctionCase cases[] = {
     {"Larger or equal(String, String) > Boolean: Texts", {{{"b", "a"}, true}, {{"a", "a"}, true}, {{"a", "b"}, false}}},
     {"Smaller or equal(Float, Float) > Boolean: Floats", {{{1., 2.}, true}, {{1., 1.}, true}, {{2., 1.}, false}, {{1., nan}, false}}},
     {"Larger(Vector, Vector) > Boolean: IsSilentAboutVectors", {{{Vector{2, 2, 2}, Vector{}}, none}}},
-    // The signs of the zeros tell which input was taken.
+    // The signs of the zeros show which input was taken.
     {"Max(Float, Float) > Float: TakesTheSecondOfEquals", {{{0., -0.}, -0.}, {{-0., 0.}, 0.}, {{2., 1.}, 2.}, {{nan, 1.}, 1.}, {{1., nan}, nan}}},
     {"Min(Float, Float) > Float: TakesTheSecondOfEquals", {{{0., -0.}, -0.}, {{-0., 0.}, 0.}, {{2., 1.}, 1.}, {{nan, 1.}, 1.}}},
     {"Add(Float, Float) > Float: Floats", {{{1.5, 2.}, 3.5}, {{infinity, -infinity}, nan}}},

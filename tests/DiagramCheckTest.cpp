@@ -118,7 +118,7 @@ connections[3]: node 2 ("Add"): waits for itself, so that the evaluation never e
 // What only an application's own classes do.
 TEST(DiagramCheck, JudgesAnApplicationsOwnClassesByWhatTheyDo) {
     class Sink final : public FunctionNode {
-        void createInputs() override { addInputs<FloatValue>("x"); }
+        void createInputs() override { appendInput(ValueClass::FloatValue, "x"); }
         void setTypeString() override { typeString = "Sink"; }
         void setProperty(std::string_view name, std::string_view value) override {
             if (name == "Gain" && value == "high") return;

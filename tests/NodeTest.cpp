@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "KelvaneSDK/FunctionNode.h"
+#include "KelvaneSDK/ScalarVariables.h"
 #include "support/DiagramDocument.h"
 #include "support/Stops.h"
 
@@ -15,8 +16,13 @@ namespace {
 // One input of every generic kind and a concrete one; the output is generic too.
 class ProbeFunction final : public FunctionNode {
 public:
-    void createInputs() override { addInputs<ValueVariable, ArrayVariable, TimestampedVariable, FloatValue>("a", "b", "c", "d"); }
-    void createOutput() override { setOutput<ArrayVariable>(); }
+    void createInputs() override {
+        appendInput(ValueClass::ValueVariable, "a");
+        appendInput(ValueClass::ArrayVariable, "b");
+        appendInput(ValueClass::TimestampedVariable, "c");
+        appendInput(ValueClass::FloatValue, "d");
+    }
+    void createOutput() override { makeOutput(ValueClass::ArrayVariable); }
     void setTypeString() override { typeString = "Probe"; }
 };
 

@@ -79,7 +79,7 @@ def runs():
     row("run unknown-id.json", 1, "", f"{unknownId}kelvane: unknown-id.json cannot be evaluated\n")
     status, output, messages = run("run", "sum.json", "--keep-going", input="\n" * 250)
     expect("many invalid lines", (status, output, messages.count("\n"), messages.splitlines()[-1]),
-           (1, "", 101, "standard input: 250 invalid lines were skipped; the first 100 are told above"))
+           (1, "", 101, "standard input: 250 invalid lines were skipped; the first 100 are reported above"))
 
 
 def checks():

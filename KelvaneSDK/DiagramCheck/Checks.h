@@ -23,6 +23,14 @@ void checkRings(const CheckedDiagram& diagram, const WiringReading& reading, Fin
 /// The keys of a document's text that are passed over.
 void checkKeys(std::string_view text, FindingList& findings);
 
+/// A document with what a check found; `data` is absent when the text is none.
+struct CheckedDocument {
+    std::optional<DiagramData> data;
+    std::vector<Finding> findings;
+};
+/// checkDiagram() that keeps what it has decoded.
+CheckedDocument decodeAndCheck(std::string_view text, const NodeRegistry& registry);
+
 /// The key of an object that a missing key may be a misspelling of: `did you mean ...`; empty where none is
 /// near.
 std::string hintOfMissingKey(std::string_view text, std::string_view pointer);

@@ -102,16 +102,23 @@ std::vector<Finding> outOfMemoryFinding() {
 
 }  // namespace
 
-std::vector<Finding> checkDiagram(std::string_view text, const NodeRegistry& registry) {
+CheckedDocument decodeAndCheck(std::string_view text, const NodeRegistry& registry) {
     auto outOfMemory = outOfMemoryFinding();
-    DecodeFailure failure;
+    CheckedDocument document;
     const auto check = [&] {
-        const auto data = DiagramData::decode(text, &failure);
-        return data ? placed(findingsIn(data->info, registry, text), text)
-                    : std::vector{undecodable(text, failure)};
+        DecodeFailure failure;
+        document.data = DiagramData::decode(text, &failure);
+        if (failure.reason == outOfMemoryReason) return false;
+        document.findings = document.data ? placed(findingsIn(document.data->info, registry, text), text)
+                                          : std::vector{undecodable(text, failure)};
+        return true;
     };
-    auto findings = withinMemory(check);
-    return findings && failure.reason != outOfMemoryReason ? std::move(*findings) : std::move(outOfMemory);
+    if (!withinMemory(check).value_or(false)) document = {std::nullopt, std::move(outOfMemory)};
+    return document;
+}
+
+std::vector<Finding> checkDiagram(std::string_view text, const NodeRegistry& registry) {
+    return decodeAndCheck(text, registry).findings;
 }
 
 std::vector<Finding> checkDiagram(const DiagramInfo& info, const NodeRegistry& registry) {

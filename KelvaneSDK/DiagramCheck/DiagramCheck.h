@@ -10,7 +10,7 @@
 #include "KelvaneSDK/DiagramData.h"
 #include "KelvaneSDK/Kelvane/NodeRegistry.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 enum class Severity : std::uint8_t {
     warning,  ///< what the engine passes over in silence or with a WARNING line, and a careful author wants
@@ -76,5 +76,10 @@ std::vector<Finding> checkDiagram(const DiagramInfo& info,
 
 /// `nodes[4]: node 7 ("Add", "sum"): ...; hint`, as the tool prints a finding behind the file's name.
 std::string findingText(const Finding& finding);
+
+/// The candidate that `name` is most likely a misspelling of (the first of equals), or empty when none is
+/// close: one edit in four letters, three at most. A letter in the other case counts as half an edit, and so
+/// does a whole name.
+std::string_view nearestName(std::string_view name, std::span<const std::string_view> candidates);
 
 }  // namespace KelvaneSDK

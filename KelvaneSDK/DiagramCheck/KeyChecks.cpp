@@ -2,7 +2,7 @@
 #include <array>
 
 #include "KelvaneSDK/DiagramCheck/Checks.h"
-#include "KelvaneSDK/DiagramCheck/NearestName.h"
+#include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 #include "KelvaneSDK/FileProcessing/JsonScan.h"
 
 namespace KelvaneSDK {

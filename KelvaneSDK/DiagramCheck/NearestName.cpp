@@ -1,4 +1,4 @@
-#include "KelvaneSDK/DiagramCheck/NearestName.h"
+#include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 
 #include <algorithm>
 #include <array>

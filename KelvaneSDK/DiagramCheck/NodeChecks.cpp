@@ -2,9 +2,8 @@
 #include <limits>
 
 #include "KelvaneSDK/DiagramCheck/Checks.h"
-#include "KelvaneSDK/DiagramCheck/NearestName.h"
+#include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
-#include "KelvaneSDK/FileProcessing/ValueParsing.h"
 #include "KelvaneSDK/FileProcessing/ValueText.h"
 
 namespace KelvaneSDK {

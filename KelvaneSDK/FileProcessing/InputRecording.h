@@ -11,7 +11,7 @@
 
 #include "KelvaneSDK/Kelvane/KelvaneRecords.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// Why a line of a recording could not be read.
 struct RecordingFailure {

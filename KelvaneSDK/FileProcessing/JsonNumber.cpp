@@ -106,7 +106,7 @@ constexpr auto reciprocals = [] {
     return table;
 }();
 
-// The double that is nearest to digits / 10^decimals; false when 64 bits do not tell which of two it is.
+// The double that is nearest to digits / 10^decimals; false when 64 bits do not decide which of two it is.
 inline bool divide(std::uint64_t digits, int decimals, double& target) {
     const auto& reciprocal = reciprocals[static_cast<std::size_t>(decimals)];
     const int leading = std::countl_zero(digits);

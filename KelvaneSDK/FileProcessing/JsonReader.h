@@ -15,7 +15,7 @@ namespace KelvaneSDK {
 
 /// Why a JSON text could not be read as a record.
 struct JsonFailure {
-    /// The JSON pointer (RFC 6901) of the culprit; empty for the text as a whole.
+    /// The JSON pointer (RFC 6901) of the faulty element; empty for the text as a whole.
     std::string pointer;
     /// What was expected and found, without the place.
     std::string reason;

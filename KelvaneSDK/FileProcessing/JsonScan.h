@@ -7,7 +7,7 @@
 
 namespace KelvaneSDK {
 
-/// Is told where values stand in a JSON text.
+/// Is called where values stand in a JSON text.
 class JsonVisitor {
 public:
     virtual ~JsonVisitor() = default;
@@ -19,7 +19,7 @@ public:
     virtual void name(std::string_view) {}
 };
 
-/// Walks through a JSON text, strictly and without recursion, up to the first fault, which is the answer.
+/// Walks through a JSON text, strictly and without recursion, up to the first fault, which it returns.
 std::optional<JsonFault> scanJson(std::string_view text, std::size_t maximumDepth, JsonVisitor& visitor);
 
 }  // namespace KelvaneSDK

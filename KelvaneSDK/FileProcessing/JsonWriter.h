@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// Appends the parts of JSON text to a string, by way of a buffer that flush() empties. Numbers are the
 /// shortest decimals that read back exactly; NaN and infinities, which JSON does not have, are written as

@@ -73,8 +73,8 @@ private:
         return fail("no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected");
     }
 
-    bool fail(std::string reason, const std::string& culprit = {}) {
-        failed = {0, offsetsOf(std::span(&culprit, 1), line).front() + 1, std::move(reason), false};
+    bool fail(std::string reason, const std::string& pointer = {}) {
+        failed = {0, offsetsOf(std::span(&pointer, 1), line).front() + 1, std::move(reason), false};
         return false;
     }
 

@@ -18,7 +18,7 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
                       [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; });
 }
 
-// Tells a number too large for a double from one too small, by its decimal magnitude. `digits` is a
+// Distinguishes a number too large for a double from one too small, by its decimal magnitude. `digits` is a
 // well-formed number without sign that is out of range, so its magnitude is far from 1.
 bool isTooLarge(std::string_view digits) {
     const auto exponentAt = digits.find_first_of("eE");

@@ -9,7 +9,7 @@ namespace KelvaneSDK {
 
 /// Reads payloads out of parsed JSON: numbers, texts, {"x","y","z"}, {"x","y","z","w"}, {"t","f"} and lists
 /// of these. After a failure, why() ends a sentence that begins with the name of the place (` is a string; a
-/// number was expected`), and where() is the JSON pointer from the element to the culprit in it.
+/// number was expected`), and where() is the JSON pointer from the element to the fault in it.
 class PayloadReader {
 public:
     bool read(const simdjson::dom::element& element, double& target);

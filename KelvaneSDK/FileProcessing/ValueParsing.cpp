@@ -1,7 +1,6 @@
-#include "KelvaneSDK/FileProcessing/ValueParsing.h"
-
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FileProcessing/ValueText.h"
+#include "KelvaneSDK/ValueClass.h"
 
 namespace KelvaneSDK {
 

@@ -10,13 +10,6 @@
 
 namespace KelvaneSDK {
 
-/// "[1.0,2.5,-3.0]", without spaces; "[]" for an empty list.
-std::string description(const List<double>& list);
-
-/// Deletes spaces and square brackets, splits at commas and reads every piece as a double; absent when one
-/// fails. A text with nothing left is the empty list.
-std::optional<List<double>> doublesFromText(std::string_view text);
-
 /// The characters that slots delete from a text before they read numbers and truths in it.
 inline constexpr std::string_view brackets = "()[]{} ";
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/DiagramCheck/Checks.h"
 #include "KelvaneSDK/ElementArithmetic.h"
 #include "KelvaneSDK/Kelvane/EngineOperation.h"
 #include "KelvaneSDK/Kelvane/Evaluation.h"
@@ -51,24 +52,45 @@ private:
     std::unordered_map<std::int64_t, Node*> nodesById;
 };
 
-bool Kelvane::read(std::string_view text, bool replace) {
-    bool isBuilt = false;
-    if (perform([&] { build(text, replace, isBuilt); })) return isBuilt;
+template <class Work>
+void Kelvane::performReading(const Work& work) {
+    if (perform(work)) return;
     // What a failed operation leaves is not worth keeping, but its reason is.
     const auto reason = std::move(failed);
     discardDiagram();
     failed = reason;
-    return false;
 }
 
-void Kelvane::build(std::string_view text, bool replace, bool& isBuilt) {
-    DecodeFailure failure;
-    const auto data = DiagramData::decode(text, &failure);
-    if (!data) {
+bool Kelvane::read(std::string_view text, bool replace) {
+    bool isBuilt = false;
+    performReading([&] {
+        DecodeFailure failure;
+        const auto data = DiagramData::decode(text, &failure);
+        if (data) {
+            isBuilt = build(data->info, replace);
+            return;
+        }
         if (failure.reason == outOfMemoryReason) printDiagnostic(outOfMemoryLine);
-        return printDiagnostic("ERROR: failed to decode kelvane data!");
-    }
-    DiagramBuilder builder(*this, data->info);
+        printDiagnostic("ERROR: failed to decode kelvane data!");
+    });
+    return isBuilt;
+}
+
+LoadResult Kelvane::load(std::string_view text, bool replace, Severity refuseFrom) {
+    LoadResult result;
+    performReading([&] {
+        auto document = decodeAndCheck(text, *registry);
+        result.findings = std::move(document.findings);
+        const bool isRefused =
+            std::any_of(result.findings.begin(), result.findings.end(),
+                        [&](const Finding& finding) { return finding.severity >= refuseFrom; });
+        if (document.data && !isRefused) result.isBuilt = build(document.data->info, replace);
+    });
+    return result;
+}
+
+bool Kelvane::build(const DiagramInfo& info, bool replace) {
+    DiagramBuilder builder(*this, info);
     if (replace) {
         discardDiagram();
     } else {
@@ -76,7 +98,10 @@ void Kelvane::build(std::string_view text, bool replace, bool& isBuilt) {
     }
     ++state.changes;
     auto created = builder.build(replace);
-    if (!created) return printDiagnostic("ERROR: failed to process diagram info");
+    if (!created) {
+        printDiagnostic("ERROR: failed to process diagram info");
+        return false;
+    }
     if (replace) {
         builder.checkContainment();
     } else {
@@ -84,7 +109,7 @@ void Kelvane::build(std::string_view text, bool replace, bool& isBuilt) {
     }
     builder.checkConnections();
     orderAsInDocument();
-    isBuilt = true;
+    return true;
 }
 
 void DiagramBuilder::renumberAboveDocument() {

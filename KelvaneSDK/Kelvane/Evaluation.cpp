@@ -12,17 +12,12 @@ void setBit(std::vector<std::uint64_t>& bits, std::size_t index) {
     bits[index / 64] |= std::uint64_t{1} << index % 64;
 }
 
-/// Calls visit(index) for every bit that is set from `begin` on and below `end`; bits that visits set further
-/// on count, too.
+/// Calls visit(index) for every bit that is set in the words from `begin` to before `end`.
 template <class Visit>
-void forEachBit(const std::vector<std::uint64_t>& bits, std::size_t begin, std::size_t end, Visit visit) {
-    for (std::size_t word = begin / 64; word * 64 < end; ++word) {
-        std::uint64_t rest = bits[word];
-        if (word == begin / 64) rest &= ~std::uint64_t{0} << begin % 64;
-        for (; rest != 0; rest &= rest - 1) {
-            const std::size_t index = word * 64 + static_cast<std::size_t>(std::countr_zero(rest));
-            if (index >= end) return;
-            visit(index);
+inline void forEachBit(const std::uint64_t* bits, std::size_t begin, std::size_t end, Visit visit) {
+    for (std::size_t word = begin; word < end; ++word) {
+        for (std::uint64_t rest = bits[word]; rest != 0; rest &= rest - 1) {
+            visit(word * 64 + static_cast<std::size_t>(std::countr_zero(rest)));
         }
     }
 }
@@ -54,14 +49,14 @@ void Evaluation::begin(double batchTimestamp) {
     timestamp = batchTimestamp;
     ++state.batches;
     feeds.clear();
-    std::fill(writtenLabels.begin(), writtenLabels.end(), 0);
-    isFirstPass = true;
+    for (auto& word : writtenLabels) word = 0;
     work = 0;
+    isLimited = state.budget.isLimited();
 }
 
 void Evaluation::feed(const LabelledValues& updates) {
     std::size_t place = 0;
-    latestLabels.resize(std::max(latestLabels.size(), updates.size()), 0);
+    if (latestLabels.size() < updates.size()) latestLabels.resize(updates.size());
     for (const auto& [text, value] : updates) {
         Label& guess = latestLabels[place++];
         if (guess >= labels.size() || labels[guess].text != text) {
@@ -81,13 +76,11 @@ void Evaluation::feed(Label label, const Value& value) {
 
 void Evaluation::run() {
     pushConstants();
-    touched = always;
-    for (std::size_t i = 0; i < touched.size(); ++i) touched[i] |= std::exchange(carried[i], 0);
+    for (std::size_t i = 0; i < touched.size(); ++i) touched[i] = always[i] | std::exchange(carried[i], 0);
     pass();
     while (feedBack()) {
-        isFirstPass = false;
         if (furtherPassesSettleAnew) settle(SweepPass::further);
-        touched = hasUnknownNodes ? everywhere : Blocks(touched.size(), 0);
+        for (std::size_t i = 0; i < touched.size(); ++i) touched[i] = hasUnknownNodes ? everywhere[i] : 0;
         pass();
         // What it left half fed may be completed by the constants of the next batch.
         for (std::size_t i = 0; i < touched.size(); ++i) carried[i] |= touched[i];
@@ -115,32 +108,42 @@ void Evaluation::pass() {
 void Evaluation::setStreams() {
     // In the order of the document, the last value of each stream.
     const auto before = [](const Feed& a, const Feed& b) { return a.stream < b.stream; };
-    if (!std::is_sorted(feeds.begin(), feeds.end(), before)) {
+    if (feeds.size() > 1 && !std::is_sorted(feeds.begin(), feeds.end(), before)) {
         std::stable_sort(feeds.begin(), feeds.end(), before);
     }
     for (std::size_t i = 0; i < feeds.size(); ++i) {
         if (i + 1 < feeds.size() && feeds[i + 1].stream == feeds[i].stream) continue;
         const Stream& stream = streams[feeds[i].stream];
-        stream.node->take(*feeds[i].value, timestamp);
-        write(stream.label, stream.node->outputValue()->payload());
+        setStream(stream, *feeds[i].value);
         if (stream.reachesAll) {
-            touched = everywhere;
+            for (std::size_t word = 0; word < touched.size(); ++word) touched[word] = everywhere[word];
         } else {
             for (const auto block : stream.blocks) setBit(touched, block);
         }
     }
 }
 
+void Evaluation::setStream(const Stream& stream, const Value& value) {
+    GivenValue& given = stream.node->given();
+    const bool isPlain = given.special == 0 && given.kind == static_cast<std::uint8_t>(value.type()) &&
+                         (given.outputState & GivenValue::holdsValue) != 0;
+    if (isPlain) {
+        given.set(value);
+        stream.node->publish(timestamp);
+        return write(stream.label, &given.value);
+    }
+    stream.node->take(value, timestamp);
+    write(stream.label, stream.node->outputValue()->payload());
+}
+
 void Evaluation::sweep() {
     for (bool isRepeated = false;; isRepeated = true) {
         bool anyRan = false;
-        forEachBit(touched, 0, stepBlocks, [&](std::size_t block) {
-            const std::size_t end = std::min(steps.size(), (block + 1) * blockSize);
-            for (std::size_t i = block * blockSize; i < end; ++i) {
-                Step& step = steps[i];
-                anyRan |= step.run(step);
-            }
-            countWork(blockSize, *steps[block * blockSize].node);
+        forEachBit(touched.data(), 0, stepWords, [&](std::size_t block) {
+            Step* step = steps.data() + block * blockSize;
+            Step* const end = std::min(step + blockSize, steps.data() + steps.size());
+            if (isLimited) countWork(*step->node);
+            for (; step != end; ++step) anyRan |= step->run(*step);
         });
         if (!waiting.empty()) sweepForEver();
         if (isRepeated) carried = touched;
@@ -152,19 +155,17 @@ void Evaluation::sweepForEver() {
     for (;;) waiting.front()->checkTime();
 }
 
-void Evaluation::countWork(std::size_t count, const Node& node) {
-    work += count;
-    if (work < 4096) return;
-    work = 0;
-    node.checkTime();
+// Asks the clock now and then, at every 64 blocks.
+void Evaluation::countWork(const Node& node) {
+    if (++work % 64 == 0) node.checkTime();
 }
 
 void Evaluation::collectOutputs() {
-    forEachBit(touched, stepBlocks, allBlocks, [&](std::size_t block) {
-        const std::size_t begin = (block - stepBlocks) * blockSize;
-        const std::size_t end = std::min(outputs.size(), begin + blockSize);
-        for (std::size_t i = begin; i < end; ++i) collectOutput(outputs[i]);
-        countWork(blockSize, *outputs[begin].node);
+    forEachBit(touched.data(), stepWords, touched.size(), [&](std::size_t block) {
+        Output* output = outputs.data() + (block - firstOutputBlock) * blockSize;
+        Output* const end = std::min(output + blockSize, outputs.data() + outputs.size());
+        if (isLimited) countWork(*output->node);
+        for (; output != end; ++output) collectOutput(*output);
     });
 }
 
@@ -185,23 +186,21 @@ void Evaluation::collectOutput(Output& output) {
     write(output.label, output.node->outputValue()->payload());
 }
 
-void Evaluation::write(Label label, const Value* value) {
-    LabelEntry& entry = labels[label];
-    entry.written = value;
-    setBit(writtenLabels, label);
-    if (entry.isFedBack && entry.enteredIn != state.batches) fedBackLabels.push_back(label);
+void Evaluation::noteFedBack(Label label) {
+    if (labels[label].enteredIn != state.batches) fedBackLabels.push_back(label);
 }
 
 // Whether an output feeds streams of its label, each label once a batch.
 bool Evaluation::feedBack() {
+    if (fedBackLabels.empty()) return false;
     feeds.clear();
     bool isAnyNew = false;
     std::sort(fedBackLabels.begin(), fedBackLabels.end());
     for (const auto label : fedBackLabels) {
         LabelEntry& entry = labels[label];
-        if (entry.written == nullptr || entry.enteredIn == state.batches) continue;
+        if (written[label] == nullptr || entry.enteredIn == state.batches) continue;
         isAnyNew = true;
-        feed(label, *entry.written);
+        feed(label, *written[label]);
     }
     fedBackLabels.clear();
     return isAnyNew;
@@ -209,10 +208,10 @@ bool Evaluation::feedBack() {
 
 void Evaluation::collect(LabelledValues& results) {
     if (std::exchange(seenVisibility, state.visibility) != state.visibility) findRemovedLabels();
-    results.refill(labelTexts);
-    forEachBit(writtenLabels, 0, labels.size(), [&](std::size_t label) {
-        const LabelEntry& entry = labels[label];
-        if (entry.written != nullptr && !entry.isRemoved) results.append(entry.text, *entry.written);
+    LabelledValues::Refill refill(results, labelTexts);
+    forEachBit(writtenLabels.data(), 0, writtenLabels.size(), [&](std::size_t label) {
+        if (written[label] == nullptr || (labelFlags[label] & isRemoved) != 0) return;
+        refill.put(labels[label].text, *written[label]);
     });
 }
 
@@ -234,6 +233,8 @@ Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
         if (type) outputs.back().admitted = static_cast<std::uint8_t>(*type);
         if (slot.given() != nullptr) slot.bind(outputs.back().input);
     }
+    findRemovedLabels();
+    seenVisibility = state.visibility;
     settle(SweepPass::first);
     for (auto* node : nodes.constants) {
         node->refreshGiven();
@@ -271,6 +272,8 @@ void Evaluation::compileLabels() {
     texts.erase(std::unique(texts.begin(), texts.end()), texts.end());
     labelTexts = std::make_shared<const std::vector<std::string>>(std::move(texts));
     labels.resize(labelTexts->size());
+    labelFlags.resize(labels.size());
+    written.resize(labels.size());
     writtenLabels.resize((labels.size() + 63) / 64);
     for (std::size_t i = 0; i < labels.size(); ++i) {
         labels[i].text = (*labelTexts)[i];
@@ -289,14 +292,16 @@ void Evaluation::compileLabels() {
     for (std::size_t i = 0; i < streams.size(); ++i) {
         streamsByLabel[labels[streams[i].label].lastStream++] = static_cast<std::uint32_t>(i);
     }
-    findRemovedLabels();
-    seenVisibility = state.visibility;
 }
 
 void Evaluation::findRemovedLabels() {
-    for (auto& label : labels) label.isRemoved = false;
-    for (const auto& stream : streams) labels[stream.label].isRemoved |= !stream.node->forwarding();
-    for (const auto* node : nodes.outputs) labels[*labelOf(node->label())].isRemoved |= node->hidden();
+    for (auto& flags : labelFlags) flags &= static_cast<std::uint8_t>(~isRemoved);
+    for (const auto& stream : streams) {
+        if (!stream.node->forwarding()) labelFlags[stream.label] |= isRemoved;
+    }
+    for (const auto& output : outputs) {
+        if (output.node->hidden()) labelFlags[output.label] |= isRemoved;
+    }
 }
 
 void Evaluation::settle(SweepPass pass) {
@@ -310,8 +315,10 @@ void Evaluation::settle(SweepPass pass) {
     furtherPassesSettleAnew = pass == SweepPass::first && (isForOneSweep || hasSharedConstantSlots(wired));
     compileSteps();
     compileReach();
-    for (auto& label : labels) {
-        label.isFedBack = label.firstStream < label.lastStream || furtherPassesSettleAnew || hasUnknownNodes;
+    for (std::size_t i = 0; i < labels.size(); ++i) {
+        const bool mayFeed =
+            labels[i].firstStream < labels[i].lastStream || furtherPassesSettleAnew || hasUnknownNodes;
+        labelFlags[i] = static_cast<std::uint8_t>((labelFlags[i] & isRemoved) | (mayFeed ? isFedBack : 0));
     }
 }
 
@@ -412,7 +419,7 @@ private:
         const std::size_t stepCount = owner.steps.size();
         blocks.push_back(static_cast<std::uint32_t>(
             node.place < stepCount ? node.place / blockSize
-                                   : owner.stepBlocks + (node.place - stepCount) / blockSize));
+                                   : owner.firstOutputBlock + (node.place - stepCount) / blockSize));
         open.push_back(&node);
     }
 
@@ -425,17 +432,20 @@ private:
 };
 
 void Evaluation::compileReach() {
-    stepBlocks = (steps.size() + blockSize - 1) / blockSize;
-    allBlocks = stepBlocks + (outputs.size() + blockSize - 1) / blockSize;
-    everywhere.assign((allBlocks + 63) / 64, 0);
-    for (std::size_t block = 0; block < allBlocks; ++block) setBit(everywhere, block);
+    const std::size_t stepBlocks = (steps.size() + blockSize - 1) / blockSize;
+    const std::size_t outputBlocks = (outputs.size() + blockSize - 1) / blockSize;
+    stepWords = (stepBlocks + 63) / 64;
+    firstOutputBlock = stepWords * 64;
+    everywhere.assign(stepWords + (outputBlocks + 63) / 64, 0);
+    for (std::size_t block = 0; block < stepBlocks; ++block) setBit(everywhere, block);
+    for (std::size_t block = 0; block < outputBlocks; ++block) setBit(everywhere, firstOutputBlock + block);
     carried = everywhere;
     always.assign(everywhere.size(), 0);
     touched = always;
 
     // Finding out pays only where there is something to pass over.
     constexpr std::size_t worthwhile = 8;
-    if (hasUnknownNodes || allBlocks < worthwhile) {
+    if (hasUnknownNodes || stepBlocks + outputBlocks < worthwhile) {
         always = everywhere;
         for (auto& stream : streams) stream.reachesAll = true;
         return;
@@ -466,7 +476,7 @@ void Evaluation::compileReach() {
         for (const auto* slot : node->connectedInputValues()) {
             const auto place = slot->owner->place;
             if (place >= steps.size() && place < steps.size() + outputs.size()) {
-                setBit(always, stepBlocks + (place - steps.size()) / blockSize);
+                setBit(always, firstOutputBlock + (place - steps.size()) / blockSize);
             }
         }
     }

@@ -45,19 +45,19 @@ public:
     /// left out.
     void collect(LabelledValues& results);
     /// What the batch gave for a label, hidden or not, or null.
-    const Value* result(Label label) const { return wasWritten(label) ? labels[label].written : nullptr; }
+    const Value* result(Label label) const { return wasWritten(label) ? written[label] : nullptr; }
 
 private:
     struct LabelEntry {
         std::string_view text;
         /// The streams that bear it, as a range of `streamsByLabel`.
         std::uint32_t firstStream = 0, lastStream = 0;
-        /// Outputs of this label may feed streams of it, or their passes may change the order.
-        bool isFedBack = false;
-        bool isRemoved = false;
         /// The batch in which the label got a value last.
         std::uint64_t enteredIn = 0;
-        const Value* written = nullptr;
+    };
+    enum LabelFlags : std::uint8_t {
+        isFedBack = 1,  ///< outputs of the label may feed streams of it, or their passes may change the order
+        isRemoved = 2,  ///< something that bears the label is hidden or does not forward
     };
     struct Stream {
         InputStreamNode* node;
@@ -96,14 +96,20 @@ private:
     void pass();
     bool feedBack();
     void setStreams();
+    void setStream(const Stream& stream, const Value& value);
     void sweep();
     [[noreturn]] void sweepForEver();
     void collectOutputs();
     void collectOutput(Output& output);
     void unbind();
-    void write(Label label, const Value* value);
+    void write(Label label, const Value* value) {
+        written[label] = value;
+        writtenLabels[label / 64] |= std::uint64_t{1} << label % 64;
+        if ((labelFlags[label] & isFedBack) != 0) noteFedBack(label);
+    }
+    void noteFedBack(Label label);
     bool wasWritten(Label label) const { return (writtenLabels[label / 64] >> label % 64 & 1) != 0; }
-    void countWork(std::size_t steps, const Node& node);
+    void countWork(const Node& node);
 
     DiagramNodes& nodes;
     DiagramState& state;
@@ -127,22 +133,25 @@ private:
     bool isForOneSweep = false;
 
     std::vector<LabelEntry> labels;
+    std::vector<std::uint8_t> labelFlags;
+    /// What the batch gave for each label, where `writtenLabels` has its bit; null for nothing.
+    std::vector<const Value*> written;
     std::shared_ptr<const std::vector<std::string>> labelTexts;
     std::unordered_map<std::string_view, Label> labelsByText;
     std::vector<std::uint32_t> streamsByLabel;
     /// The labels of the latest batch's updates, by place: mostly the next one's.
     std::vector<Label> latestLabels;
 
-    // Blocks of 64 steps, then blocks of 64 outputs, one bit each.
+    // Blocks of 64 steps, then, from a whole word on, blocks of 64 outputs, one bit each.
     static constexpr std::size_t blockSize = 64;
-    std::size_t stepBlocks = 0, allBlocks = 0;
+    std::size_t stepWords = 0, firstOutputBlock = 0;
     using Blocks = std::vector<std::uint64_t>;
     Blocks everywhere, always, touched, carried;
 
     // The batch in progress.
     double timestamp = 0;
     std::size_t work = 0;
-    bool isFirstPass = true;
+    bool isLimited = false;
     std::vector<Feed> feeds;
     Blocks writtenLabels;
     std::vector<Label> fedBackLabels;

@@ -10,16 +10,16 @@
 
 #include "KelvaneSDK/ContainerNode/ContainerNode.h"
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 #include "KelvaneSDK/DiagramData.h"
 #include "KelvaneSDK/InputStreamNode.h"
 #include "KelvaneSDK/Kelvane/KelvaneRecords.h"
 #include "KelvaneSDK/Kelvane/MainQueue.h"
 #include "KelvaneSDK/Kelvane/NodeRegistry.h"
 #include "KelvaneSDK/Node.h"
-#include "KelvaneSDK/Subdiagram.h"
 #include "KelvaneSDK/VariableOutputNode.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// A variable output as an application lists it.
 struct VariableOutputDescription {
@@ -37,6 +37,17 @@ struct ConstantDescription {
     friend bool operator==(const ConstantDescription&, const ConstantDescription&) = default;
 };
 
+/// A named group of nodes, without behaviour of its own. The engine owns the nodes; `description` is the
+/// application's to change.
+class Subdiagram {
+public:
+    explicit Subdiagram(std::string name, std::vector<Node*> members = {})
+        : description(std::move(name)), nodes(std::move(members)) {}
+
+    std::string description;
+    std::vector<Node*> nodes;
+};
+
 /// Names the input streams of a label, without the text of the label. Good until the diagram is replaced.
 class InputStreamHandle {
     friend class Kelvane;
@@ -51,6 +62,14 @@ class VariableOutputHandle {
     std::uint32_t index;
 };
 
+/// What load() made of a document.
+struct LoadResult {
+    /// Everything that is wrong or suspicious in the document, as checkDiagram() returns it.
+    std::vector<Finding> findings;
+    /// The diagram was built.
+    bool isBuilt = false;
+};
+
 class Evaluation;
 
 /// The nodes of an engine, as its evaluation needs them.
@@ -62,8 +81,8 @@ struct DiagramNodes {
     std::vector<VariableOutputNode*> outputs;
 };
 
-/// The diagram engine: one object per diagram. Load a document with read(), then hand it batches of input
-/// values; the results go to the receiver, or are returned.
+/// The diagram engine: one object per diagram. Load a document with load() or read(), then hand it batches of
+/// input values; the results go to the receiver, or are returned.
 ///
 /// Not synchronised: call an engine from one thread at a time, and not at all between processAllUpdates() and
 /// the delivery of its results. Different engines are independent.
@@ -91,9 +110,12 @@ public:
     /// diagram, or the present one where the text could not even be decoded.
     ///
     /// The document is trusted: a connection that names an unknown id is retried for ever, and one that names
-    /// an input that the node does not have stops. A diagram from elsewhere is checked first
-    /// (checkDiagram()).
+    /// an input that the node does not have stops. For a document from elsewhere there is load().
     virtual bool read(std::string_view text, bool replace);
+    /// Checks a document first, by the node classes of this engine, and builds it as read() does unless a
+    /// finding is of severity `refuseFrom` or graver. The text is decoded once. A document that is refused,
+    /// or is none, leaves the present diagram as it is and prints nothing: the findings say why.
+    LoadResult load(std::string_view text, bool replace, Severity refuseFrom = Severity::fatal);
 
     /// Takes the engine's diagnostics from now on, instead of the common sink; an empty function gives them
     /// back to that one. Called on the thread that runs the operation.
@@ -120,7 +142,7 @@ public:
 
     /// Evaluates one batch on the calling thread and delivers at most one output to the receiver; an empty
     /// result is not delivered. A batch that follows the previous one (by timestamps) sooner than that one
-    /// took to evaluate is skipped and answered with an empty output, so that a live feed faster than the
+    /// took to evaluate is skipped and gives an empty output, so that a live feed faster than the
     /// engine drops batches instead of queueing them; the batch after a skipped one is always evaluated.
     /// Values of a wrong type are reported and ignored, and so, silently, are labels without an input stream.
     virtual void updateInputStreams(const KelvaneInput& input);
@@ -187,7 +209,9 @@ private:
     }
     template <class Work>
     bool perform(const Work& work) const;
-    void build(std::string_view text, bool replace, bool& isBuilt);
+    template <class Work>
+    void performReading(const Work& work);
+    bool build(const DiagramInfo& info, bool replace);
     Node* addNode(NodeCategory category, std::unique_ptr<Node> node);
     void orderAsInDocument();
     DiagramInfo describe() const;
@@ -198,7 +222,6 @@ private:
     void evaluateBatch(double timestamp, const Feed& feed);
     void processInBackground(const std::vector<KelvaneInput>& inputs);
     std::uint32_t handleOn(std::string_view label);
-    std::uint32_t labelBehind(std::uint32_t handle);
 
     DiagramState state;
     DiagnosticSink diagnosticSink;

@@ -4,7 +4,7 @@
 
 #include "KelvaneSDK/Kelvane/LabelledValues.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// One batch of input updates: at `timestamp` (seconds, on the application's own time axis) each labelled
 /// input stream takes a new value.

@@ -9,7 +9,7 @@
 
 #include "KelvaneSDK/Value.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// Values by label, in ascending byte order of the labels: a sorted array with the interface of a map.
 ///
@@ -80,6 +80,37 @@ public:
     /// where they are as long as the owner lives.
     void append(std::string_view label, const Value& value) { entries.emplace_back(label, value); }
     void append(std::string_view label, Value&& value) { entries.emplace_back(label, std::move(value)); }
+
+    /// Begins anew like refill(), for a producer that mostly gives the same labels again: put() appends like
+    /// append(), and replaces nothing but the value where the entry is there from the last time.
+    class Refill {
+    public:
+        Refill(LabelledValues& refilled, const std::shared_ptr<const void>& owner)
+            : entries(refilled.entries) {
+            if (refilled.labels != owner) refilled.refill(owner);
+        }
+        ~Refill() {
+            if (count < entries.size()) cut();
+        }
+        Refill(const Refill&) = delete;
+        Refill& operator=(const Refill&) = delete;
+
+        void put(std::string_view label, const Value& value) {
+            if (count < entries.size() && entries[count].first.data() == label.data()) {
+                entries[count++].second = value;
+            } else {
+                cut();
+                entries.emplace_back(label, value);
+                ++count;
+            }
+        }
+
+    private:
+        void cut() { entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(count), entries.end()); }
+
+        std::vector<Entry>& entries;
+        std::size_t count = 0;
+    };
 
     friend bool operator==(const LabelledValues& a, const LabelledValues& b) {
         return a.entries == b.entries;

@@ -7,7 +7,7 @@
 #include <memory>
 #include <mutex>
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// Where an engine posts the results of a background run: the application's main thread. An application with
 /// an event loop of its own implements this and hands it to its engines.
@@ -27,11 +27,11 @@ public:
 
     void post(std::function<void()> task) override;
 
-    /// Runs the next task, if there is one. Answers whether it did.
+    /// Runs the next task, if there is one. Returns whether it did.
     bool runOnce();
-    /// Runs tasks, also those posted meanwhile, until there is none. Answers how many.
+    /// Runs tasks, also those posted meanwhile, until there is none. Returns how many.
     std::size_t runUntilEmpty();
-    /// Waits for a task until the deadline and runs it. Answers whether it did.
+    /// Waits for a task until the deadline and runs it. Returns whether it did.
     bool runNext(std::chrono::steady_clock::time_point deadline);
 
 private:

@@ -2,11 +2,8 @@
 
 #include <utility>
 
-#include "KelvaneSDK/ConstantNode.h"
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/InputStreamNode.h"
-#include "KelvaneSDK/VariableOutputNode.h"
 
 namespace KelvaneSDK {
 

@@ -11,7 +11,7 @@
 
 #include "KelvaneSDK/FunctionNode.h"
 
-namespace KelvaneSDK {
+namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// One node class as the registry holds it: how to make a node, and what it says about itself.
 ///
@@ -90,7 +90,7 @@ concept RunsByCommonRule = std::is_same_v<decltype(&NodeType::allInputsUpdated),
 
 }  // namespace ClassTraits
 
-/// A class that declares itself: entry<BufferFunction>().
+/// A class that declares itself: entry<CounterFunction>().
 template <ClassTraits::Declares NodeType>
 NodeClass entry() {
     return NodeClass::declared(NodeType::declaration(), [](const Declaration& declaration) {

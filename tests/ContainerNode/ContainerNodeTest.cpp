@@ -1,4 +1,5 @@
 #include "KelvaneSDK/ContainerNode/ContainerNode.h"
+#include "KelvaneSDK/ScalarVariables.h"
 
 #include <gtest/gtest.h>
 
@@ -57,7 +58,7 @@ TEST_F(ContainerTest, PresentsFreeInputsFromTopToBottom) {
 TEST_F(ContainerTest, ConnectsByTheNodeWhoseOutputItPresents) {
     container.updatePorts();
     auto& slot = *output->inputValues()[0];
-    // The inside changes without the container being told: what it presents decides.
+    // The inside changes without the container being notified: what it presents decides.
     low->connectOutput(*high->inputValues()[1]);
     container.connectOutput(slot);
     EXPECT_EQ(low->connectedInputValues().back(), &slot);

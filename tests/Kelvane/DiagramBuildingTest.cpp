@@ -135,6 +135,47 @@ TEST(DiagramBuildingTest, StopsAtAnInputThatTheNodeDoesNotHave) {
     }
 }
 
+TEST(DiagramBuildingTest, LoadingChecksAndRefusesBySeverity) {
+    const auto changed = [](auto change) {
+        auto document = DiagramDocument::chain("Absolute");
+        change(document);
+        return document.text();
+    };
+    const struct {
+        std::string text;
+        Severity refuseFrom;
+        std::vector<std::string> codes;
+        bool isBuilt;
+        std::vector<std::string> lines;
+    } cases[]{
+        {changed([](auto&) {}), Severity::warning, {}, true, {}},
+        {changed([](auto& d) { d.property(2, "Color", "mauve"); }), Severity::error, {"unknown-color"}, true, {}},
+        {changed([](auto& d) { d.property(2, "Color", "mauve"); }), Severity::warning, {"unknown-color"}, false, {}},
+        {changed([](auto& d) { d.property(2, "Size", "3"); }), Severity::fatal, {"unknown-property"}, true, {"ERROR: unknown propertyName Size!"}},
+        {changed([](auto& d) { d.property(2, "Size", "3"); }), Severity::error, {"unknown-property"}, false, {}},
+        {changed([](auto& d) { d.connect(1, 77); }), Severity::fatal, {"connection-unknown-id"}, false, {}},
+        {"{}", Severity::fatal, {"undecodable"}, false, {}},
+        {"[", Severity::fatal, {"undecodable"}, false, {}},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.text);
+        CapturedDiagnostics captured;
+        Kelvane engine;
+        ASSERT_TRUE(engine.read(DiagramDocument::chain("Negate").text(), true));
+        const auto loaded = engine.load(row.text, true, row.refuseFrom);
+        std::vector<std::string> codes;
+        for (const auto& finding : loaded.findings) {
+            codes.push_back(finding.code);
+            EXPECT_GT(finding.line, 0U);
+        }
+        EXPECT_EQ(codes, row.codes);
+        EXPECT_EQ(loaded.isBuilt, row.isBuilt);
+        EXPECT_EQ(captured.lines, row.lines);
+        EXPECT_EQ(engine.evaluate({1, {{"x", 1.0}}}).outputs, (LabelledValues{{"y", row.isBuilt ? 1.0 : -1.0}}))
+            << "a document that is refused leaves the diagram as it is";
+    }
+}
+
 TEST(DiagramBuildingTest, AConnectionToAnUnknownIdIsRetriedWithoutEnd) {
     auto document = DiagramDocument::chain("Absolute");
     document.connect(2, 99);

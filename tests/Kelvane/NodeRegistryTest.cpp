@@ -13,11 +13,11 @@ namespace {
 
 class NamelessFunction final : public FunctionNode {};
 
-// An application's own absolute value, which answers 42.
+// An application's own absolute value, which returns 42.
 class OwnFunction final : public FunctionNode {
 public:
-    void createInputs() override { addInputs<FloatValue>("x"); }
-    void createOutput() override { setOutput<FloatValue>(); }
+    void createInputs() override { appendInput(ValueClass::FloatValue, "x"); }
+    void createOutput() override { makeOutput(ValueClass::FloatValue); }
     void setTypeString() override { typeString = "Absolute"; }
     void process() override { finish(42.0); }
 };

@@ -14,8 +14,8 @@ namespace {
 
 class SlowFunction final : public FunctionNode {
 public:
-    void createInputs() override { addInputs<FloatValue>("x"); }
-    void createOutput() override { setOutput<FloatValue>(); }
+    void createInputs() override { appendInput(ValueClass::FloatValue, "x"); }
+    void createOutput() override { makeOutput(ValueClass::FloatValue); }
     void setTypeString() override { typeString = "Slow"; }
     void process() override {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));

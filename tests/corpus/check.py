@@ -113,10 +113,10 @@ def checkDocuments(folder, pool):
         textStatus, text, _ = run(part[0], "check", *(paths[case] for case in part))
         if status not in (0, 1) or textStatus != status:
             return fail(part[0], "check ends with", status, textStatus) if len(part) == 1 else [check([case]) for case in part]
-        answer = json.loads(output)
-        for item in answer["findings"]:
+        report = json.loads(output)
+        for item in report["findings"]:
             found[item["file"]].append(item)
-        if not text.count("\n") - 1 == answer["errors"] + answer["warnings"] == len(answer["findings"]):
+        if not text.count("\n") - 1 == report["errors"] + report["warnings"] == len(report["findings"]):
             fail(part[0], "or another in the same process: the findings are not as many as counted")
 
     list(pool.map(check, (documents.cases[i::4] for i in range(4))))

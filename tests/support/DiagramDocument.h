@@ -9,7 +9,7 @@
 
 namespace KelvaneSDK::testing_support {
 
-/// Puts a document together node by node. Every adding call answers the new node's id.
+/// Puts a document together node by node. Every adding call returns the new node's id.
 class DiagramDocument {
 public:
     /// A float stream "x" (id 1), a function (2) and an output "y" (3) in a row.

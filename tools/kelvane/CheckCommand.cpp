@@ -63,8 +63,7 @@ public:
                 endpoints.nodes.push_back(node);
         }
         endpoints.properties = info.properties;
-        LibraryMessages messages;
-        messages.muted = true;
+        engine.setDiagnosticSink([](std::string_view) {});
         engine.read(DiagramData{std::move(endpoints)}.encode(), true);
     }
 
@@ -107,7 +106,7 @@ private:
             add(findings, "stream-type", Severity::error, stream).message =
                 "the recording gives " + counted(uses.count, "value") + " of type " +
                 std::string(valueTypeName(type)) + ", the first at timestamp " +
-                doubleText(uses.firstTimestamp) + "; " + stream.typeString + " was expected";
+                getValueString(uses.firstTimestamp) + "; " + stream.typeString + " was expected";
         }
     }
 
@@ -174,7 +173,7 @@ private:
             text = readWholeFile(path);
         } catch (const Failure& failure) {
             if (failure.message.empty()) throw;
-            tell(failure.message);
+            report(failure.message);
             unreadable = true;
             return;
         }

@@ -38,7 +38,7 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
                   "LABEL=TEXT");
     addRepeatable(command, "--hide", options.hidden, "Leave this label out of the results", "LABEL");
     command.add_flag("--no-inputs", options.withoutInputs, "Leave the input streams out of the results");
-    command.add_flag("--keep-going", options.keepsGoing, "Tell and skip invalid lines of the recording");
+    command.add_flag("--keep-going", options.keepsGoing, "Report and skip invalid lines of the recording");
     command
         .add_option("--max-elements", options.maxElements,
                     "End the run when a list, sequence or text grows beyond N elements")
@@ -55,15 +55,15 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
             "--max-memory", options.maxMemory,
             "End the run when it needs more memory than SIZE, such as 500M or 4G (half of the machine's)")
         ->type_name("SIZE");
-    command.add_flag("--stats", options.withStatistics, "Tell how much was done, on standard error");
+    command.add_flag("--stats", options.withStatistics, "Report how much was done, on standard error");
 }
 
 void addCheck(CLI::App& app, CheckOptions& options, int& status) {
-    auto& command = addCommand(app, "check", "Tell what is wrong in diagrams", options, status, check);
+    auto& command = addCommand(app, "check", "Report what is wrong in diagrams", options, status, check);
     command.add_option("DIAGRAM", options.diagrams, "The diagram documents")->type_name("");
     command.add_option("--recording", options.recording, "Compare the input streams with this recording's")
         ->type_name("RECORDING");
-    command.add_flag("--json", options.asJson, "Answer as JSON");
+    command.add_flag("--json", options.asJson, "Write JSON");
     command.add_flag("--strict", options.isStrict, "End with status 1 on warnings, too");
     command.add_flag("--codes", options.listsCodes, "List what can be found, instead of checking");
 }
@@ -72,7 +72,7 @@ void addInfo(CLI::App& app, InfoOptions& options, int& status) {
     auto& command = addCommand(app, "info", "List a diagram's streams, outputs, constants and functions",
                                options, status, info);
     command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
-    command.add_flag("--json", options.asJson, "Answer as JSON");
+    command.add_flag("--json", options.asJson, "Write JSON");
 }
 
 void addExport(CLI::App& app, ExportOptions& options, int& status) {
@@ -84,8 +84,8 @@ void addExport(CLI::App& app, ExportOptions& options, int& status) {
 void addFunctions(CLI::App& app, FunctionsOptions& options, int& status) {
     auto& command =
         addCommand(app, "functions", "List the functions that diagrams can use", options, status, functions);
-    command.add_option("NAME", options.name, "This function alone")->type_name("");
-    command.add_flag("--json", options.asJson, "Answer as JSON");
+    command.add_option("WORD", options.name, "A function's name, or a word to search for")->type_name("");
+    command.add_flag("--json", options.asJson, "Write JSON");
 }
 
 std::vector<std::string> commandNames(const CLI::App& app) {
@@ -161,10 +161,10 @@ int runTool(int argc, char** argv) {
     try {
         return runCommand(argc, argv);
     } catch (const Failure& failure) {
-        if (!failure.message.empty()) tell(failure.message);
+        if (!failure.message.empty()) report(failure.message);
         return failure.status;
     } catch (const std::bad_alloc&) {
-        tell("kelvane: out of memory");
+        report("kelvane: out of memory");
         return ExitStatus::failed;
     }
 }

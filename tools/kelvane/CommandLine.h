@@ -2,7 +2,7 @@
 
 namespace kelvane {
 
-/// Runs the command that the arguments name, tells a failure and answers the exit status.
+/// Runs the command that the arguments name, reports a failure and returns the exit status.
 int runTool(int argc, char** argv);
 
 }  // namespace kelvane

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// The tool's commands, one source file each. A command answers its exit status, or throws a `Failure`. A path
+// The tool's commands, one source file each. A command returns its exit status, or throws a `Failure`. A path
 // "-" is the standard stream.
 
 namespace kelvane {
@@ -17,7 +17,7 @@ struct RunOptions {
     std::vector<std::string> constants;
     std::vector<std::string> hidden;
     bool withoutInputs = false;
-    /// Invalid lines of the recording are told and skipped.
+    /// Invalid lines of the recording are reported and skipped.
     bool keepsGoing = false;
     bool withStatistics = false;
     /// What an evaluation may use up before the run ends.

@@ -17,12 +17,14 @@ bool reportErrors(const std::string& name, const std::vector<Finding>& findings)
     auto gravest = Severity::warning;
     for (const auto& finding : findings) {
         gravest = std::max(gravest, finding.severity);
-        if (finding.severity != Severity::warning) tell(findingLine(name, finding));
+        if (finding.severity != Severity::warning) report(findingLine(name, finding));
     }
     if (gravest == Severity::fatal)
         throw Failure{ExitStatus::failed, "kelvane: " + name + " cannot be evaluated"};
     return gravest != Severity::warning;
 }
+
+bool isError(std::string_view line) { return line.starts_with("ERROR: "); }
 
 }  // namespace
 
@@ -32,10 +34,8 @@ LibraryMessages::LibraryMessages()
 LibraryMessages::~LibraryMessages() { setDiagnosticSink(std::move(previous)); }
 
 void LibraryMessages::take(std::string_view line) {
-    const bool isError = line.starts_with("ERROR: ");
-    if (muted || (isError && withoutErrors)) return;
-    errors |= isError;
-    tell(printable(line));
+    errors |= isError(line);
+    report(printable(line));
 }
 
 int Diagram::exitStatus() const { return hasErrors ? ExitStatus::failed : ExitStatus::done; }
@@ -44,12 +44,17 @@ Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
     const auto text = readWholeFile(path);
     Diagram diagram{nameOf(path), std::make_unique<Kelvane>()};
     diagram.engine->setStopBehavior(StopBehavior::failCall);
-    diagram.hasErrors = reportErrors(diagram.name, checkDiagram(text));
-    messages.withoutErrors = diagram.hasErrors;
-    const bool isBuilt = diagram.engine->read(text, true);
-    messages.withoutErrors = false;
+    // The findings come first, and what the builder prints of the same errors is left out.
+    std::vector<std::string> lines;
+    diagram.engine->setDiagnosticSink([&](std::string_view line) { lines.emplace_back(line); });
+    const auto loaded = diagram.engine->load(text, true);
+    diagram.engine->setDiagnosticSink({});
+    diagram.hasErrors = reportErrors(diagram.name, loaded.findings);
+    for (const auto& line : lines) {
+        if (!diagram.hasErrors || !isError(line)) messages.take(line);
+    }
     diagram.hasErrors |= messages.hasErrors();
-    if (!isBuilt) {
+    if (!loaded.isBuilt) {
         const auto& failure = diagram.engine->failure();
         throw Failure{ExitStatus::failed, "kelvane: " + diagram.name + " cannot be built" +
                                               (failure ? ": " + printable(failure->text) : "")};

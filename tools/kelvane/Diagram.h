@@ -18,13 +18,10 @@ public:
     LibraryMessages(const LibraryMessages&) = delete;
     LibraryMessages& operator=(const LibraryMessages&) = delete;
 
-    /// Lines are dropped while `muted`, those of errors while `withoutErrors`.
-    bool muted = false, withoutErrors = false;
     bool hasErrors() const { return errors; }
-
-private:
     void take(std::string_view line);
 
+private:
     KelvaneSDK::DiagnosticSink previous;
     bool errors = false;
 };

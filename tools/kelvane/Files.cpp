@@ -30,9 +30,9 @@ std::string reason(int error) { return std::generic_category().message(error); }
 /// Calls again what a signal broke off, unless that signal ends the tool.
 template <class Call>
 int uninterrupted(Call call) {
-    int answer = call();
-    while (answer < 0 && errno == EINTR && interruption() == 0) answer = call();
-    return answer;
+    int result = call();
+    while (result < 0 && errno == EINTR && interruption() == 0) result = call();
+    return result;
 }
 
 /// Takes the last bytes of a file back; what a pipe or a device has taken stays there.
@@ -41,14 +41,14 @@ void takeBack(int descriptor, std::size_t bytes) {
     const auto end = ::lseek(descriptor, 0, SEEK_CUR);
     if (bytes == 0 || ::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || end != status.st_size)
         return;
-    [[maybe_unused]] const int answer = ::ftruncate(descriptor, end - static_cast<off_t>(bytes));
+    [[maybe_unused]] const int result = ::ftruncate(descriptor, end - static_cast<off_t>(bytes));
 }
 
 /// What the path, or the standard stream in its place, stands for; absent when there is nothing.
 std::optional<struct stat> statusOf(const std::string& path, int standardStream) {
     struct stat status {};
-    const int answer = path == "-" ? ::fstat(standardStream, &status) : ::stat(path.c_str(), &status);
-    return answer == 0 ? std::optional(status) : std::nullopt;
+    const int result = path == "-" ? ::fstat(standardStream, &status) : ::stat(path.c_str(), &status);
+    return result == 0 ? std::optional(status) : std::nullopt;
 }
 
 bool isSameFile(const struct stat& a, const struct stat& b) {
@@ -187,7 +187,7 @@ void ResultOutput::flush() {
 
 void ResultOutput::finish() {
     flush();
-    // Some file systems tell only now that the disk is full.
+    // Some file systems report only now that the disk is full.
     if (!temporary.empty() && uninterrupted([this] { return ::fsync(descriptor); }) != 0) fail(errno);
     if (descriptor > STDERR_FILENO && ::close(std::exchange(descriptor, -1)) != 0 && errno != EINTR)
         fail(errno);
@@ -198,7 +198,7 @@ void ResultOutput::finish() {
 
 void ResultOutput::endEarly() {
     flush();
-    if (!temporary.empty()) tell("kelvane: interrupted; " + shownName + " was not written");
+    if (!temporary.empty()) report("kelvane: interrupted; " + shownName + " was not written");
 }
 
 void ResultOutput::fail(int error) const {

@@ -37,7 +37,7 @@ private:
 std::string nameOf(const std::string& path);
 
 /// Writes a text, waiting where that is needed. The number of bytes written: when it is less than all,
-/// `errno` tells why.
+/// `errno` says why.
 std::size_t writeAll(int descriptor, std::string_view text);
 
 /// What a document may hold, in bytes: enough for a million nodes.
@@ -63,7 +63,7 @@ public:
     void flush();
     /// Writes all that is pending and gives the file its name.
     void finish();
-    /// Writes all that is pending, and tells that a file stays away: its content is not complete.
+    /// Writes all that is pending, and reports that a file stays away: its content is not complete.
     void endEarly();
 
 private:

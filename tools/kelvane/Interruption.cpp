@@ -50,7 +50,7 @@ const std::atomic<bool>& interrupted() { return isInterrupted; }
 bool waitForInput(int descriptor) {
     std::array<pollfd, 2> watched{pollfd{descriptor, POLLIN, 0}, pollfd{wakePipe[0], POLLIN, 0}};
     while (caughtSignal == 0) {
-        // Whatever else poll() reports, read() tells in more detail.
+        // Whatever else poll() reports, read() reports in more detail.
         if (::poll(watched.data(), watched.size(), -1) < 0 ? errno != EINTR : watched[0].revents != 0)
             return true;
     }

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Files.h"
-#include "KelvaneSDK/DiagramCheck/NearestName.h"
+#include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 
 namespace kelvane {
 
@@ -72,7 +72,7 @@ std::string shortened(std::string_view text) {
 
 }  // namespace
 
-void tell(std::string_view line) {
+void report(std::string_view line) {
     std::string text(line);
     text += '\n';
     writeAll(STDERR_FILENO, text);

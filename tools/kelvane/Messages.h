@@ -19,12 +19,12 @@ struct ExitStatus {
 /// Ends the command with a status; thrown by the tool's own code only, never through the library.
 struct Failure {
     int status = ExitStatus::failed;
-    /// Told to the user; nothing is when it is empty.
+    /// Shown to the user; nothing is when it is empty.
     std::string message;
 };
 
 /// Writes one line to standard error, in one piece.
-void tell(std::string_view line);
+void report(std::string_view line);
 
 /// The text on one line that is safe to show: control characters and bytes that are no UTF-8 as "\n" or
 /// "\x1b", the middle of a very long text left out.

@@ -49,13 +49,15 @@ const KelvaneInput* Recording::next() {
 
 void Recording::skip(const RecordingFailure& line) {
     if (isEmpty) return;
-    if (++skippedLines <= mostTold) tell(textOf(line));
+    if (++skippedLines <= mostReported) report(textOf(line));
 }
 
 std::string Recording::failure() {
     if (skippedLines > 0) {
         return file.name() + ": " + happened(skippedLines, "invalid line", "skipped") +
-               (skippedLines > mostTold ? "; the first " + std::to_string(mostTold) + " are told above" : "");
+               (skippedLines > mostReported
+                    ? "; the first " + std::to_string(mostReported) + " are reported above"
+                    : "");
     }
     // No byte at all is a recording without lines, such as a run without results leaves.
     if (!reader.failure() || isEmpty) return {};

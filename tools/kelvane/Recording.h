@@ -8,7 +8,7 @@
 
 namespace kelvane {
 
-/// A recording that is read piece by piece from a file or a pipe. An invalid line ends it, or is told and
+/// A recording that is read piece by piece from a file or a pipe. An invalid line ends it, or is reported and
 /// skipped.
 class Recording {
 public:
@@ -29,8 +29,8 @@ private:
     static constexpr std::size_t pieceSize = 256 * 1024;
     // Beyond this the text is no recording, and holding more of it would fill the memory.
     static constexpr std::size_t longestLine = 64 * 1024 * 1024;
-    // More lines than these tell nobody more, and would fill a disk.
-    static constexpr std::size_t mostTold = 100;
+    // More lines than these say nothing more, and would fill a disk.
+    static constexpr std::size_t mostReported = 100;
 
     void skip(const KelvaneSDK::RecordingFailure& line);
     std::string textOf(const KelvaneSDK::RecordingFailure& line) const;

@@ -96,22 +96,22 @@ public:
         }
         output.finish();
         if (stopReason) {
-            tell("kelvane: " + diagram.name + " stopped in batch " + std::to_string(batches) +
-                 " at timestamp " + doubleText(result.timestamp) + ": " + printable(*stopReason));
+            report("kelvane: " + diagram.name + " stopped in batch " + std::to_string(batches) +
+                   " at timestamp " + getValueString(result.timestamp) + ": " + printable(*stopReason));
             return ExitStatus::failed;
         }
         const auto failure = recording.failure();
-        if (!failure.empty()) tell(failure);
+        if (!failure.empty()) report(failure);
         const bool hasErrors = diagram.hasErrors || messages.hasErrors() || !failure.empty();
         return hasErrors ? ExitStatus::failed : ExitStatus::done;
     }
 
-    void tellStatistics() const {
+    void reportStatistics() const {
         const auto elapsed = std::chrono::steady_clock::now() - start;
         std::array<char, 32> seconds{};
         std::snprintf(seconds.data(), seconds.size(), "%.3f", std::chrono::duration<double>(elapsed).count());
-        tell("kelvane: " + std::to_string(batches) + " batches, " + std::to_string(updates) + " updates, " +
-             std::to_string(outputValues) + " output values, " + seconds.data() + " seconds");
+        report("kelvane: " + std::to_string(batches) + " batches, " + std::to_string(updates) + " updates, " +
+               std::to_string(outputValues) + " output values, " + seconds.data() + " seconds");
     }
 
 private:
@@ -162,7 +162,7 @@ int run(const RunOptions& options) {
     if (!options.maxMemory.empty()) limitMemory(options.maxMemory);
     Run run(options);
     const int status = run.process();
-    if (options.withStatistics) run.tellStatistics();
+    if (options.withStatistics) run.reportStatistics();
     return status;
 }
 

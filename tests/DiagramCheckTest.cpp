@@ -48,33 +48,6 @@ connections[0]: node 2 ("Float"): nodes of the class "Constant" have no inputs t
 )");
 }
 
-TEST(DiagramCheck, ReportsWhatIsWrongWithProperties) {
-    auto document = DiagramDocument::chain("Absolute");
-    document.property(2, "Decription", "x");
-    document.property(2, "Color", "Blue");
-    document.property(1, "Forwarding", "TRUE");
-    document.property(99, "Color", "blue");
-    document.data.info.positions.push_back({98, 0, 0});
-    for (const auto& [type, text] : {std::pair{"Vector", "1,2"}, {"Boolean", "True"}, {"Sequence array", "0,1"}, {"Float", "60,5"}}) {
-        const auto constant = document.constant(type, text);
-        document.connect(constant, document.output(type, text));
-    }
-    document.constant("Integer array", "1");
-    expectFindings(document, R"(
-nodes[11]: node 12 ("Integer array"): an integer array has no text form, so that exporting the diagram stops the program
-nodes[11]: node 12 ("Integer array"): the output feeds nothing
-properties[3]: node 2 ("Absolute"): nodes of the class "Function" have no property "Decription"; did you mean "Description"?
-properties[4]: node 2 ("Absolute"): no colour is called "Blue"; did you mean "blue"?
-properties[5]: node 1 ("Float", "x"): "Forwarding" is "TRUE", which counts as false; expected "true" or "false"; did you mean "true"?
-properties[6]: "Color" is set for node 99, which does not exist
-properties[7]: node 4 ("Vector"): "1,2" is no value of type "Vector"; expected three numbers between commas
-properties[9]: node 6 ("Boolean"): "True" is no value of type "Boolean"; expected "true" or "false"; did you mean "true"?
-properties[11]: node 8 ("Sequence array"): a value of type "Sequence array" cannot be set by a text
-properties[13]: node 10 ("Float"): "60,5" is read as 60.0; what follows the comma is dropped; did you mean "60.5"?
-positions[3]: a position is given for node 98, which does not exist
-)");
-}
-
 TEST(DiagramCheck, ReportsWhatIsWrongWithWires) {
     auto document = DiagramDocument::chain("Absolute");
     for (const auto& [from, to] : {std::pair{7, 8}, {3, 2}, {4, 4}}) document.connect(from, to);

@@ -62,15 +62,12 @@ TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
          "Float array [1.2345678901234568e+21,1.0,-1.2345678901234567e+19,-0.0]"},
         {R"("integerArrayValue":[-0,-010])", "53: not JSON: \",\" or \"]\" was expected"},
         {R"("integerArrayValue":[-0,-10],"x":"-0\"-0")", "Integer array [0, -10]"},
-        {R"("floatValue":"3")", R"(40: "floatValue" is a string; a number was expected)"},
         {R"("integerValue":3.5)", R"(42: "integerValue" is a number; an integer of 64 bits was expected)"},
         {R"("vectorValue":{"x":1,"y":2})", R"(41: "vectorValue": "z" is missing; a number was expected)"},
         {R"("sequenceValue":[{"t":0,"f":"1"}])", R"(55: "sequenceValue": element 0: "f" is a string; a number was expected)"},
         {R"("stringArrayValue":["a",null])", R"(51: "stringArrayValue": element 1 is null; a string was expected)"},
         {R"("sequenceArrayValue":[])", "1: no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected"},
         {R"("\u006eame":1)", R"(39: "name" is a number; a string was expected)"},
-        {R"("floatValue":1e999)", "40: not JSON: a number is out of range"},
-        {"\"stringValue\":\"a\xff\"", "43: not JSON: not valid UTF-8"},
     };
     for (const auto& [rest, expected] : rows) {
         const std::string text = line(rest);
@@ -80,26 +77,6 @@ TEST(RecordingReader, ReadsEveryKeyAndTellsWhyALineIsRefused) {
         EXPECT_TRUE(reader.next()) << "the batch at time 0";
         const auto* batch = reader.next();
         EXPECT_EQ(batch ? testing_support::describe(batch->updates.at("a")) : describe(reader.failure().value()), expected);
-    }
-}
-
-TEST(RecordingReader, TellsALineThatIsCutOff) {
-    const auto failure = [](std::string_view text) {
-        RecordingReader reader(RecordingReader::Ending::lineBreakAllowed);
-        reader.append(text);
-        reader.finish();
-        while (reader.next()) continue;
-        return reader.failure().value();
-    };
-    const std::string whole =
-        "{\"timestamp\":-1.5e+3, \"name\":\"\\u00e9\\\"\u00e9\u20ac\U0001f600\U0010ffff\ud7ff\u0800\",\"x\":[true,{},null,false]} ";
-    for (std::size_t length = 1; length < whole.size() - 1; ++length) {
-        EXPECT_TRUE(failure(whole.substr(0, length)).isCutOff) << length;
-        EXPECT_FALSE(failure(whole.substr(0, length) + "\n").isCutOff) << length;
-    }
-    for (const std::string_view complete : {"{\"timestamp\":1}", "[1]", "1", "{\"a\":1 t", "{\"a\":trt", "{\"a\":\"\\q", "{\"a\":\"\\u00g",
-                                            "{\"a\":\"\xf5", "{\"a\":\"\xe0\x80", "{}{", "  "}) {
-        EXPECT_FALSE(failure(complete).isCutOff) << complete;
     }
 }
 
@@ -122,10 +99,12 @@ TEST(RecordingReader, SkipsInvalidLines) {
 
 TEST(CreateJsonLines, WritesALinePerUpdate) {
     EXPECT_EQ(createJsonLines({{1, {}}, {2, {}}}), "");
-    EXPECT_EQ(createJsonLines({{1.5, {{"b", 2.0}, {"a\n", List<Sample>{{0, 1}}}}}, {2, {{"c", std::nan("")}}}}),
+    EXPECT_EQ(createJsonLines({{1.5, {{"b", 2.0}, {"a\n", List<Sample>{{0, 1}}}}}, {2, {{"c", std::nan("")}, {"d", -0.0}, {"e", INT64_MIN}}}}),
               R"({"timestamp":1.5,"name":"a\n","sequenceValue":[{"t":0,"f":1}]}
 {"timestamp":1.5,"name":"b","floatValue":2}
-{"timestamp":2,"name":"c","floatValue":null})");
+{"timestamp":2,"name":"c","floatValue":null}
+{"timestamp":2,"name":"d","floatValue":-0.0}
+{"timestamp":2,"name":"e","integerValue":-9223372036854775808})");
     const LabelledValues withoutKeys{{"s", Sequence{{0, 1}}}, {"t", List<Sequence>{Sequence{{0, 1}}}}};
     EXPECT_EQ(createJsonLines({{1, withoutKeys}}), R"({"timestamp":1,"name":"s"}
 {"timestamp":1,"name":"t"})");

@@ -25,17 +25,6 @@ public:
 
 }  // namespace
 
-TEST(UpdateProcessingTest, AWrongTypeIsReportedAndTheRestGoesOn) {
-    auto document = DiagramDocument::chain("Absolute");
-    document.property(1, "Forwarding", "true");
-    Kelvane engine;
-    engine.read(document.text(), true);
-    engine.evaluate({1, {{"x", 7.0}}});
-    CapturedDiagnostics captured;
-    EXPECT_EQ(engine.evaluate({2, {{"x", 3}}}).outputs, (LabelledValues{{"x", 7.0}})) << "what it still has";
-    EXPECT_EQ(captured.lines, std::vector<std::string>{"ERROR: trying to set input stream 'x' with wrong type!"});
-}
-
 TEST(UpdateProcessingTest, BatchesThatComeTooSoonAreSkipped) {
     const auto results = std::make_shared<Results>();
     Kelvane engine(results);

@@ -30,6 +30,17 @@ bool isUnknown(const FunctionNode& node) {
     return node.declaration() == nullptr || node.declaration()->readiness == Readiness::own;
 }
 
+/// A class that is asked when it runs: the answer may stop, or count how often it is asked.
+bool hasOwnRule(const FunctionNode& node) {
+    return isUnknown(node) || node.declaration()->readiness != Readiness::allInputs;
+}
+
+// A node with an unconnected input never runs, but its rule is asked all the same.
+bool askInVain(Step& step) {
+    if (step.node->allInputsHaveValues()) step.node->allInputsUpdated();
+    return false;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------- a batch, from its updates to its results
@@ -326,12 +337,16 @@ void Evaluation::compileSteps() {
         if (node == nullptr)
             nodes.functions[i]->stop("a class of the category \"Function\" must be a FunctionNode");
         const auto inputs = node->inputValues();
-        // A node with an unconnected input never runs.
-        if (std::any_of(inputs.begin(), inputs.end(),
-                        [](const auto* slot) { return slot->connectable || slot->given() == nullptr; }))
-            continue;
+        const bool neverRuns = std::any_of(inputs.begin(), inputs.end(), [](const auto* slot) {
+            return slot->connectable || slot->given() == nullptr;
+        });
+        if (neverRuns && !hasOwnRule(*node)) continue;
         if (isUnknown(*node)) hasUnknownNodes = mayRunAgain = true;
         node->place = static_cast<std::uint32_t>(steps.size());
+        if (neverRuns) {
+            steps.push_back({askInVain, node, &node->given()});
+            continue;
+        }
         StepInput* const first = stepInputs.data() + stepInputs.size();
         for (auto* slot : inputs) slot->bind(stepInputs.emplace_back());
         steps.push_back({node->stepFunction(), node, &node->given(), first, inputs.size()});

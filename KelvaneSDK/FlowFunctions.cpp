@@ -85,9 +85,9 @@ private:
 
     // The same rule and step on what the slots read.
     static bool run(Step& step) {
-        const Value* const select = step.inputs[0].slot->payload();
-        if (select == nullptr) return false;
-        const StepInput& chosen = step.inputs[select->as<bool>() ? 1 : 2];
+        const TimestampedVariable& select = *step.inputs[0].slot;
+        if (!select.hasValue()) return false;
+        const StepInput& chosen = step.inputs[select.as<bool>() ? 1 : 2];
         if (!chosen.hasNews() || !chosen.source->hasValue()) return false;
         const Value& value = chosen.source->value;
         step.node->checkElements(value.elementCount());

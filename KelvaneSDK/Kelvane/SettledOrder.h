@@ -23,8 +23,8 @@ struct SettledOrder {
     std::vector<Node*> order;
     /// Those that a sweep never visits, because they wait for a cycle: with any, it never ends.
     std::vector<Node*> waiting;
-    /// A slot that a function feeds counted as dealt with, since it was when a stream or constant fed it: true
-    /// of one sweep only.
+    /// A slot that a function feeds counted as dealt with, since it was when a stream or constant fed it:
+    /// true of one sweep only.
     bool isForOneSweep = false;
 };
 

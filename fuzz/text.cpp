@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "support.h"
 
 using namespace KelvaneSDK;

@@ -214,19 +214,4 @@ TEST_F(AllocationFaultsTest, ACheckTellsAllFindingsOrThatMemoryRanOut) {
     }
 }
 
-TEST_F(AllocationFaultsTest, ABackgroundRunThatCannotBeStartedIsTold) {
-    const auto queue = std::make_shared<DrainedMainQueue>();
-    const auto results = std::make_shared<Results>();
-    auto inputs = batches();
-    const auto prepare = [&] {
-        inputs = batches();
-        return std::make_unique<Kelvane>(results, queue);
-    };
-    atEveryAllocation(
-        prepare, [&](Kelvane& engine) { return engine.processAllUpdates(std::move(inputs)), errorLines == 0; },
-        [&](Kelvane&, bool started) {
-            EXPECT_EQ(queue->runNext(std::chrono::steady_clock::now() + std::chrono::seconds(started ? 20 : 0)), started);
-        });
-}
-
 }  // namespace KelvaneSDK::testing_support

@@ -20,4 +20,21 @@ TEST(Allocations, AForwardedListKeepsItsBlock) {
     EXPECT_EQ(outputs.at("out").items<Sample>().data(), list.items<Sample>().data());
 }
 
+TEST(Allocations, ABatchOfScalarsTakesNone) {
+    Kelvane engine;
+    engine.read(DiagramDocument::chain("Update counter", "Integer").text(), true);
+    const auto x = engine.inputStream("x").value();
+    KelvaneInput input{0, {{"x", 1.0}}};
+    KelvaneOutput output;
+    long before = 0;
+    for (int batch = 0; batch < 100; ++batch) {
+        if (batch == 3) before = allocations();
+        engine.evaluateInto(input, output);
+        engine.set(x, input.timestamp++);
+        engine.evaluateSet(input.timestamp++);
+    }
+    EXPECT_EQ(allocations(), before);
+    EXPECT_EQ(output.outputs, (LabelledValues{{"y", 199}}));
+}
+
 }  // namespace KelvaneSDK::testing_support

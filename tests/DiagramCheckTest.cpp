@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <thread>
 
 #include "KelvaneSDK/FunctionNode.h"
 #include "support/DiagramDocument.h"
@@ -49,33 +48,6 @@ connections[0]: node 2 ("Float"): nodes of the class "Constant" have no inputs t
 )");
 }
 
-TEST(DiagramCheck, ReportsWhatIsWrongWithProperties) {
-    auto document = DiagramDocument::chain("Absolute");
-    document.property(2, "Decription", "x");
-    document.property(2, "Color", "Blue");
-    document.property(1, "Forwarding", "TRUE");
-    document.property(99, "Color", "blue");
-    document.data.info.positions.push_back({98, 0, 0});
-    for (const auto& [type, text] : {std::pair{"Vector", "1,2"}, {"Boolean", "True"}, {"Sequence array", "0,1"}, {"Float", "60,5"}}) {
-        const auto constant = document.constant(type, text);
-        document.connect(constant, document.output(type, text));
-    }
-    document.constant("Integer array", "1");
-    expectFindings(document, R"(
-nodes[11]: node 12 ("Integer array"): an integer array has no text form, so that exporting the diagram stops the program
-nodes[11]: node 12 ("Integer array"): the output feeds nothing
-properties[3]: node 2 ("Absolute"): nodes of the class "Function" have no property "Decription"; did you mean "Description"?
-properties[4]: node 2 ("Absolute"): no colour is called "Blue"; did you mean "blue"?
-properties[5]: node 1 ("Float", "x"): "Forwarding" is "TRUE", which counts as false; expected "true" or "false"; did you mean "true"?
-properties[6]: "Color" is set for node 99, which does not exist
-properties[7]: node 4 ("Vector"): "1,2" is no value of type "Vector"; expected three numbers between commas
-properties[9]: node 6 ("Boolean"): "True" is no value of type "Boolean"; expected "true" or "false"; did you mean "true"?
-properties[11]: node 8 ("Sequence array"): a value of type "Sequence array" cannot be set by a text
-properties[13]: node 10 ("Float"): "60,5" is read as 60.0; what follows the comma is dropped; did you mean "60.5"?
-positions[3]: a position is given for node 98, which does not exist
-)");
-}
-
 TEST(DiagramCheck, ReportsWhatIsWrongWithWires) {
     auto document = DiagramDocument::chain("Absolute");
     for (const auto& [from, to] : {std::pair{7, 8}, {3, 2}, {4, 4}}) document.connect(from, to);
@@ -116,35 +88,6 @@ connections[3]: node 2 ("Add"): waits for itself, so that the evaluation never e
 )");
 }
 
-TEST(DiagramCheck, ReportsWhatIsWrongWithContainers) {
-    auto document = DiagramDocument::chain("Absolute");
-    const ContainerInfo inner{0, 0, "inner", {8}, {}, {}};
-    document.data.info.containers = {{0, 0, "empty", {}, "pink", {}}, {0, 0, "outer", {1, 9}, "blue", {{inner}}}};
-    document.data.info.subdiagrams = {{"part", {1, 2, 9}}};
-    expectFindings(document, R"(
-nodes[2]: node 3 ("Float", "y"): no subdiagram contains the node
-containers[0]: no colour is called "pink"
-containers[0]: the container "empty" holds no node; it needs one that provides its output
-containers[1].nodeIds[1]: the container "outer" names node 9, which does not exist
-containers[1].containers[0]: the container "inner" holds no node; it needs one that provides its output
-containers[1].containers[0].nodeIds[0]: the container "inner" names node 8, which does not exist
-subdiagrams[0].nodeIds[2]: the subdiagram "part" names node 9, which does not exist
-)");
-}
-
-TEST(DiagramCheck, PlacesFollowTheTextAndNotTheRecord) {
-    // Connections before nodes, a member that comes twice, an escaped name.
-    std::string places;
-    for (const auto& finding : checkDiagram("{\"connections\": [{\"outputNodeId\":1,\"inputNodeId\":5,\"inputIndex\":0}],\n"
-                                            " \"nodes\": [{\"id\":3,\"classString\":\"Nobody\",\"typeString\":\"\"}],\n"
-                                            " \"properties\": [], \"positions\": [],\n"
-                                            " \"n\\u006fdes\": [{\"id\":1, \"classString\":\"Input stream\", \"typeString\":\"Float\"},\n"
-                                            "   {\"id\":1, \"classString\":\"Input stream\", \"typeString\":\"Flaot\"}]}")) {
-        places += std::to_string(finding.line) + ":" + std::to_string(finding.column) + " " + finding.code + "\n";
-    }
-    EXPECT_EQ(places, "1:18 connection-unknown-id\n5:4 unknown-type\n5:4 duplicate-id\n");
-}
-
 // What only an application's own classes do.
 TEST(DiagramCheck, JudgesAnApplicationsOwnClassesByWhatTheyDo) {
     class Sink final : public FunctionNode {
@@ -173,25 +116,26 @@ TEST(DiagramCheck, JudgesAnApplicationsOwnClassesByWhatTheyDo) {
               "/properties/4 property-refused error\n/properties/5 building-stops fatal\n/connections/1 output-missing fatal\n");
 }
 
-// Nothing that a file controls may become a depth of calls or a cost beyond its size.
-TEST(DiagramCheck, LargeDocumentsTakeNoDepthOfCalls) {
+// Nothing that a file controls may become a depth of calls or a cost beyond its size, in the check or in the engine.
+TEST(DiagramCheck, LongChainsTakeNoDepthOfCalls) {
     constexpr int count = 100000;
     DiagramDocument document;
-    std::int64_t last = document.stream("Float", "in");
+    const auto first = document.output("Float", "out");
+    // Every node feeds the one before it.
     for (int i = 0; i < count; ++i) {
         const auto next = document.function(i % 2 == 0 ? "Negate" : "Pass-through");
-        document.connect(last, next);
-        last = next;
+        document.connect(next, next - 1);
+        document.outputType(next, "Float");
     }
-    document.connect(last, document.output("Float", "out"));
+    document.connect(document.stream("Float", "in"), first + count);
     EXPECT_EQ(checkDiagram(document.data.info), std::vector<Finding>());
-    std::thread([&] {
-        // One ring through all of them.
-        document.data.info.connections[0].outputNodeId = last;
-        document.outputType(2, "Float");
-        const auto findings = checkDiagram(document.data.info);
-        ASSERT_EQ(std::count_if(findings.begin(), findings.end(), [](const auto& f) { return f.severity == Severity::fatal; }), 1);
-    }).join();
+    Kelvane engine;
+    engine.read(document.text(), true);
+    EXPECT_EQ(engine.evaluate({1, {{"in", 2.0}}}).outputs, (LabelledValues{{"out", 2.0}}));
+    // One ring through all of them.
+    document.data.info.connections.back().outputNodeId = first + 1;
+    const auto findings = checkDiagram(document.data.info);
+    EXPECT_EQ(std::count_if(findings.begin(), findings.end(), [](const auto& f) { return f.severity == Severity::fatal; }), 1);
 }
 
 }  // namespace KelvaneSDK::testing_support

@@ -120,30 +120,6 @@ TEST(NodeTest, TheOutputTypeOfADocumentFixesAGenericOutput) {
     EXPECT_EQ(equal->outputType, "Boolean") << "a concrete output has the last word";
 }
 
-// For the address sanitizer: slots that were replaced while something still refers to them.
-TEST(NodeTest, ReplacedSlotsStayValidWhileSomethingRefersToThem) {
-    for (const bool typedByDocument : {false, true}) {
-        const auto a = stream("Float"), b = stream("Float"), c = stream("Float"), node = function("Add");
-        if (typedByDocument) {
-            node->outputType = "Float";
-            node->resolveOutputType();
-        }
-        connect(*a, *node, 0);
-        connect(*c, *node, 1);
-        auto& shared = *node->inputValues()[0];
-        b->connectOutput(shared);
-        a->disconnect(shared);
-        c->disconnect(*node->inputValues()[1]);
-        EXPECT_EQ(codes(*node), "* * -> *");
-        b->outputValue()->setValue(Value(4.0));
-        b->forwardOutput();
-        EXPECT_EQ(shared.value(), Value(4.0));
-        EXPECT_FALSE(node->inputValues()[0]->hasValue());
-        b->disconnect(shared);
-        EXPECT_TRUE(b->connectedInputValues().empty());
-    }
-}
-
 TEST(NodeTest, ANodeMayFeedItself) {
     const auto node = createNode<ProbeFunction>();
     connect(*node, *node, 3);

@@ -118,21 +118,7 @@ Manual
   Adds the offset to x.
 """
     row("info sum.json", 0, info)
-    row("info escape.json --json", 0, """\
-{
-  "inputStreams": [
-    {
-      "label": "red\\u001b[31m",
-      "type": "Float",
-      "forwarding": true
-    }
-  ],
-  "variableOutputs": [],
-  "constants": [],
-  "functions": {},
-  "manualLines": []
-}
-""")
+    expect("a label in JSON", '"label": "red\\u001b[31m",' in run("info", "escape.json", "--json")[1], True)
     row("functions 'Vector length'", 0, """\
 Vector
   Vector length(v: Vector) -> Float

@@ -30,6 +30,17 @@ bool isUnknown(const FunctionNode& node) {
     return node.declaration() == nullptr || node.declaration()->readiness == Readiness::own;
 }
 
+/// A class that is asked when it runs: the answer may stop, or count how often it is asked.
+bool hasOwnRule(const FunctionNode& node) {
+    return isUnknown(node) || node.declaration()->readiness != Readiness::allInputs;
+}
+
+// A node with an unconnected input never runs, but its rule is asked all the same.
+bool askInVain(Step& step) {
+    if (step.node->allInputsHaveValues()) step.node->allInputsUpdated();
+    return false;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------- a batch, from its updates to its results
@@ -97,20 +108,32 @@ void Evaluation::pass() {
 void Evaluation::setStreams() {
     // In the order of the document, the last value of each stream.
     const auto before = [](const Feed& a, const Feed& b) { return a.stream < b.stream; };
-    if (!std::is_sorted(feeds.begin(), feeds.end(), before)) {
+    if (feeds.size() > 1 && !std::is_sorted(feeds.begin(), feeds.end(), before)) {
         std::stable_sort(feeds.begin(), feeds.end(), before);
     }
     for (std::size_t i = 0; i < feeds.size(); ++i) {
         if (i + 1 < feeds.size() && feeds[i + 1].stream == feeds[i].stream) continue;
         const Stream& stream = streams[feeds[i].stream];
-        stream.node->take(*feeds[i].value, timestamp);
-        write(stream.label, stream.node->outputValue()->payload());
+        setStream(stream, *feeds[i].value);
         if (stream.reachesAll) {
             for (std::size_t word = 0; word < touched.size(); ++word) touched[word] = everywhere[word];
         } else {
             for (const auto block : stream.blocks) setBit(touched, block);
         }
     }
+}
+
+void Evaluation::setStream(const Stream& stream, const Value& value) {
+    GivenValue& given = stream.node->given();
+    const bool isPlain = given.special == 0 && given.kind == static_cast<std::uint8_t>(value.type()) &&
+                         (given.outputState & GivenValue::holdsValue) != 0;
+    if (isPlain) {
+        given.set(value);
+        stream.node->publish(timestamp);
+        return write(stream.label, &given.value);
+    }
+    stream.node->take(value, timestamp);
+    write(stream.label, stream.node->outputValue()->payload());
 }
 
 void Evaluation::sweep() {
@@ -314,12 +337,16 @@ void Evaluation::compileSteps() {
         if (node == nullptr)
             nodes.functions[i]->stop("a class of the category \"Function\" must be a FunctionNode");
         const auto inputs = node->inputValues();
-        // A node with an unconnected input never runs.
-        if (std::any_of(inputs.begin(), inputs.end(),
-                        [](const auto* slot) { return slot->connectable || slot->given() == nullptr; }))
-            continue;
+        const bool neverRuns = std::any_of(inputs.begin(), inputs.end(), [](const auto* slot) {
+            return slot->connectable || slot->given() == nullptr;
+        });
+        if (neverRuns && !hasOwnRule(*node)) continue;
         if (isUnknown(*node)) hasUnknownNodes = mayRunAgain = true;
         node->place = static_cast<std::uint32_t>(steps.size());
+        if (neverRuns) {
+            steps.push_back({askInVain, node, &node->given()});
+            continue;
+        }
         StepInput* const first = stepInputs.data() + stepInputs.size();
         for (auto* slot : inputs) slot->bind(stepInputs.emplace_back());
         steps.push_back({node->stepFunction(), node, &node->given(), first, inputs.size()});

@@ -96,6 +96,7 @@ private:
     void pass();
     bool feedBack();
     void setStreams();
+    void setStream(const Stream& stream, const Value& value);
     void sweep();
     [[noreturn]] void sweepForEver();
     void collectOutputs();

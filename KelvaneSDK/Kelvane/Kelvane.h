@@ -222,7 +222,6 @@ private:
     void evaluateBatch(double timestamp, const Feed& feed);
     void processInBackground(const std::vector<KelvaneInput>& inputs);
     std::uint32_t handleOn(std::string_view label);
-    std::uint32_t labelBehind(std::uint32_t handle);
 
     DiagramState state;
     DiagnosticSink diagnosticSink;

@@ -89,7 +89,9 @@ public:
             : entries(refilled.entries) {
             if (refilled.labels != owner) refilled.refill(owner);
         }
-        ~Refill() { entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(count), entries.end()); }
+        ~Refill() {
+            if (count < entries.size()) cut();
+        }
         Refill(const Refill&) = delete;
         Refill& operator=(const Refill&) = delete;
 
@@ -97,13 +99,15 @@ public:
             if (count < entries.size() && entries[count].first.data() == label.data()) {
                 entries[count++].second = value;
             } else {
-                entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(count), entries.end());
+                cut();
                 entries.emplace_back(label, value);
                 ++count;
             }
         }
 
     private:
+        void cut() { entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(count), entries.end()); }
+
         std::vector<Entry>& entries;
         std::size_t count = 0;
     };

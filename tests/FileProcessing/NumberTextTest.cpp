@@ -45,10 +45,9 @@ TEST(ParseInteger, TakesIntegersOf64Bits) {
 }
 
 TEST(DoubleText, ReadsBackToTheSameBits) {
-    RandomPayloads payloads(2);
-    payloads.onlyFinite = true;
+    RandomNumbers numbers(2);
     for (int i = 0; i < 50000; ++i) {
-        const double x = payloads.number();
+        const double x = numbers.number();
         const auto text = doubleText(x);
         ASSERT_EQ(bits(parseDouble(text).value()), bits(x)) << text;
         ASSERT_EQ(bits(std::strtod(text.c_str(), nullptr)), bits(x)) << text;
@@ -56,28 +55,6 @@ TEST(DoubleText, ReadsBackToTheSameBits) {
         std::snprintf(printed, sizeof printed, "%g", x);
         ASSERT_EQ(sixDigitText(x), printed);
     }
-}
-
-TEST(ParseDouble, AgreesWithTheCLibraryOnRandomTexts) {
-    RandomPayloads payloads(3);
-    auto& random = payloads.random;
-    int accepted = 0;
-    for (int i = 0; i < 60000; ++i) {
-        std::string text;
-        constexpr std::string_view alphabet = "0123456789.e-+05";
-        for (auto length = 1 + random() % 9; length > 0; --length) text += alphabet[random() % alphabet.size()];
-        if (i % 2 == 0) {
-            text = std::to_string(payloads.integer()) + "." + std::to_string(random()) + "e";
-            text += std::to_string(static_cast<int>(random() % 700) - 360);
-        }
-        char* end = nullptr;
-        const double expected = std::strtod(text.c_str(), &end);
-        const auto found = parseDouble(text);
-        ASSERT_EQ(found.has_value(), *end == '\0') << text;
-        ASSERT_EQ(bits(found.value_or(expected)), bits(expected)) << text;
-        accepted += found.has_value();
-    }
-    EXPECT_GT(accepted, 30000);
 }
 
 }  // namespace KelvaneSDK::testing_support

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "KelvaneSDK/FileProcessing/JsonNumber.h"
+#include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "support/Slots.h"
 
 namespace KelvaneSDK::testing_support {
@@ -90,8 +91,7 @@ TEST(JsonNumber, IntegersAreExactHoweverTheyAreSpelled) {
 }
 
 TEST(JsonNumber, DoublesAreTheNearestOnes) {
-    RandomPayloads payloads(6);
-    auto& random = payloads.random;
+    std::mt19937_64 random(6);
     const auto digits = [&](std::uint64_t count) {
         std::string text;
         while (text.size() < count) text += static_cast<char>('0' + random() % 10);
@@ -103,10 +103,12 @@ TEST(JsonNumber, DoublesAreTheNearestOnes) {
         if (round % 5 == 0) text += "e" + std::to_string(static_cast<int>(random() % 60) - 30);
         // Next to the middle between two doubles, where rounding is decided far behind the point.
         if (round % 7 == 0) text = std::to_string((std::uint64_t{1} << 53) + random() % 4096) + ".5" + (round % 2 == 0 ? "" : "00001");
+        const auto expected = std::bit_cast<std::uint64_t>(std::strtod(text.c_str(), nullptr));
+        ASSERT_EQ(std::bit_cast<std::uint64_t>(parseDouble(text).value()), expected) << text;
         double number = 0;
         const char* const end = text.data() + text.size();
         ASSERT_EQ(readJsonDouble(text.data(), end, number), end) << text;
-        ASSERT_EQ(std::bit_cast<std::uint64_t>(number), std::bit_cast<std::uint64_t>(std::strtod(text.c_str(), nullptr))) << text;
+        ASSERT_EQ(std::bit_cast<std::uint64_t>(number), expected) << text;
     }
 }
 

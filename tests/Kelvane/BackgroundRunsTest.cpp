@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <thread>
 
 #include "KelvaneSDK/FunctionNode.h"
@@ -118,6 +119,42 @@ TEST_F(BackgroundRunsTest, DiagnosticsAndStopsOfARunAreSeen) {
     ASSERT_TRUE(runNext() && runNext());
     EXPECT_EQ(failing->failure()->text, "node 1 (\"Float\"): the node has no label");
     EXPECT_FALSE(other->failure());
+}
+
+// Each call in a thread of its own, and an engine that goes on beside them.
+TEST_F(BackgroundRunsTest, AStopFailsItsCallAndTheEngineGivesNothingUntilItIsReset) {
+    document.constant("Integer array", "1", "list");
+    auto broken = DiagramDocument::chain("Absolute");
+    broken.connect(1, 2, 7);
+    const auto counts = [this](Kelvane& engine) { return engine.evaluate(batches(1)[0]).outputs == LabelledValues{{"y", 1}}; };
+    const std::pair<std::string, std::function<bool(Kelvane&)>> calls[]{
+        {"node 0 (\"Integer array\", \"list\"): an integer array has no text form unless it is empty (its elements are read as doubles)",
+         [](Kelvane& engine) { return engine.createJSON().empty(); }},
+        {"node 2 (\"Absolute\", \"Absolute\"): a connection names input 7; the node has 1 input(s)",
+         [&](Kelvane& engine) { return !engine.read(broken.text(), false); }},
+        {"node 1 (\"Float\"): the node has no label",
+         [&](Kelvane& engine) {
+             engine.nodeList(NodeCategory::InputStream)[0]->setDescriptionString({});
+             return engine.evaluate({}).outputs.empty();
+         }},
+        {"", counts}};
+    std::vector<std::thread> threads;
+    for (const auto& call : calls) {
+        threads.emplace_back([&] {
+            const auto& [reason, isAsExpected] = call;
+            for (int round = 0; round < 50; ++round) {
+                const auto engine = makeEngine();
+                engine->setStopBehavior(StopBehavior::failCall);
+                EXPECT_TRUE(isAsExpected(*engine));
+                EXPECT_EQ(engine->failure() ? engine->failure()->text : "", reason);
+                EXPECT_EQ(engine->failure() && engine->failure()->nodeId, !reason.empty());
+                EXPECT_FALSE(!reason.empty() && counts(*engine));
+                engine->reset();
+                EXPECT_TRUE(!engine->failure() && engine->read(document.text(), true) && counts(*engine));
+            }
+        });
+    }
+    for (auto& thread : threads) thread.join();
 }
 
 }  // namespace KelvaneSDK::testing_support

@@ -107,6 +107,9 @@ for name, text, faults, before, all in [
         ("a last line that ends in a character", three + b'\n{"timestamp":4,"name":"\xe2\x82', [(4, "ends within")], 3, 3),
         ("an unfinished last line behind a wrong one", three + b"\n{}\n" + torn, [(4, "timestamp"), (5, "ends within")], 3, 3)]:
     case("place: " + name, text, *faults, before=before, all=all)
+whole = '{"timestamp":-1.5e+3, "name":"\\u00e9\\"é€\U0001f600\u0800","x":[true,{},null,false]}'.encode()
+for length in range(1, len(whole), 3):
+    case(f"place: a line cut off behind {whole[:length]!r}", three + b"\n" + whole[:length], (4, "ends within"), before=3)
 for last, word in [
         (torn + b"\n", "closed"), (b'{"timestamp":4,"name":"x"}', "value"), (value("floatValue", b'"1"'), '"floatValue".*string'),
         (sound(4).replace(b",", b",,"), "not JSON")]:

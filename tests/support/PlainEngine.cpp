@@ -18,10 +18,8 @@ void PlainEngine::takeNodes() {
 // Every slot holds a value of its own, as one that was written to by hand does, so that values are carried from node to
 // node.
 void PlainEngine::separateSlots() {
-    for (const auto category : {NodeCategory::Function, NodeCategory::VariableOutput}) {
-        for (const auto& node : engine.nodeList(category)) {
-            for (auto* slot : node->inputValues()) slot->setTimestamp(slot->timestamp());
-        }
+    for (auto* node : nodesOf(engine)) {
+        for (auto* slot : node->inputValues()) slot->setTimestamp(slot->timestamp());
     }
 }
 
@@ -101,6 +99,14 @@ std::map<std::string, std::optional<Value>> PlainEngine::sweep() {
     return results;
 }
 
+std::vector<Node*> nodesOf(const Kelvane& engine) {
+    std::vector<Node*> nodes;
+    for (const auto category : allNodeCategories) {
+        for (const auto& node : engine.nodeList(category)) nodes.push_back(node.get());
+    }
+    return nodes;
+}
+
 std::vector<std::int64_t> idsOf(std::span<Node* const> nodes) {
     std::vector<std::int64_t> ids;
     for (const auto* node : nodes) ids.push_back(*node->id);
@@ -113,11 +119,9 @@ std::string stateOf(const Kelvane& engine) {
         state += (slot.hasValue() ? getValueString(*slot.payload()) : "-") + (slot.updated() ? "u" : "") + (slot.checked ? "c" : "") +
                  (slot.isConstant() ? "k" : "") + "@" + std::to_string(slot.timestamp()) + " ";
     };
-    for (const auto category : allNodeCategories) {
-        for (const auto& node : engine.nodeList(category)) {
-            for (const auto* slot : node->inputValues()) append(*slot);
-            if (node->outputValue() != nullptr) append(*node->outputValue());
-        }
+    for (const auto* node : nodesOf(engine)) {
+        for (const auto* slot : node->inputValues()) append(*slot);
+        if (node->outputValue() != nullptr) append(*node->outputValue());
     }
     return state;
 }

@@ -31,6 +31,9 @@ private:
     LabelledValues allInputs;
 };
 
+/// All nodes, category by category.
+std::vector<Node*> nodesOf(const Kelvane& engine);
+
 std::vector<std::int64_t> idsOf(std::span<Node* const> nodes);
 
 /// Every slot's state, as text.

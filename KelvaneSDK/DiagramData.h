@@ -8,12 +8,16 @@
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
-// The records of a diagram document. Field names are the document's keys.
+// The records of a diagram document. Field names are the document's keys; nothing but types is checked.
 
 struct NodeInfo {
+    /// By which the other records name the node; unique in a sound document.
     std::int64_t id = 0;
+    /// "Function", "Constant", "Input stream" or "Variable output".
     std::string classString;
+    /// The function's name, or the type of the values.
     std::string typeString;
+    /// The type of values that a generic output has taken on.
     std::optional<std::string> outputType;
 
     friend bool operator==(const NodeInfo&, const NodeInfo&) = default;
@@ -37,6 +41,7 @@ struct ConnectionInfo {
     friend bool operator==(const ConnectionInfo&, const ConnectionInfo&) = default;
 };
 
+/// Where a node stands on the canvas; y grows downwards.
 struct PositionInfo {
     std::int64_t id = 0;
     double x = 0, y = 0;
@@ -63,12 +68,14 @@ struct SubdiagramInfo {
     friend bool operator==(const SubdiagramInfo&, const SubdiagramInfo&) = default;
 };
 
+/// A whole document; the order of every list counts.
 struct DiagramInfo {
     std::vector<NodeInfo> nodes;
     std::vector<PropertyInfo> properties;
     std::vector<ConnectionInfo> connections;
     std::vector<PositionInfo> positions;
     std::optional<std::vector<ContainerInfo>> containers;
+    /// Free text that is kept with the diagram.
     std::optional<std::vector<std::string>> manualLines;
     std::optional<std::vector<SubdiagramInfo>> subdiagrams;
 

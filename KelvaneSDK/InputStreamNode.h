@@ -21,7 +21,7 @@ public:
     /// The same without the marks.
     void take(const Value& value, double timestamp);
 
-    /// A variable output bears the stream's label. Maintained while a diagram is built.
+    /// A variable output has the stream's label. Maintained while a diagram is built.
     bool linked = false;
     /// The stream's values are part of the results, under its label.
     bool forwarding() const { return isForwarding; }

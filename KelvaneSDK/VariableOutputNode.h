@@ -19,7 +19,7 @@ public:
     /// How many input streams have this output as the first of their label. Maintained while a diagram is
     /// built.
     std::int64_t numLinks = 0;
-    /// Another variable output bears the same label. Maintained while a diagram is built.
+    /// Another variable output has the same label. Maintained while a diagram is built.
     bool duplications = false;
     /// The output is evaluated but left out of the results.
     bool hidden() const { return isHidden; }

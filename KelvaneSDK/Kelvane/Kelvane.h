@@ -70,7 +70,7 @@ struct LoadResult {
     bool isBuilt = false;
 };
 
-class Evaluation;
+class [[gnu::visibility("hidden")]] Evaluation;
 
 /// The nodes of an engine, as its evaluation needs them.
 struct DiagramNodes {

@@ -28,6 +28,7 @@ public:
     static NodeClass undeclared(std::string_view description, bool keepsState, bool hasOwnReadiness,
                                 Make makeNode);
 
+    /// A new node. It refers to the declaration: a copy of this class, such as a registry's, must outlive it.
     std::unique_ptr<Node> make() const { return maker(*facts); }
     /// What the class says about itself. Classes of the other categories than "Function" have a name, a
     /// description and slots.
@@ -36,13 +37,19 @@ public:
     /// The family that lists the class ("Float signal"); set by the registry.
     std::string_view family = {};
 
+    /// When a run emits nothing: "when y is 0".
     NodeClass silent(std::string_view when) && { return with(&Declaration::silentWhen, when); }
+    /// Further words that people search for, between spaces.
     NodeClass keywords(std::string_view words) && { return with(&Declaration::keywords, words); }
+    /// The type of an output that the function's result does not say.
     NodeClass output(ValueClass type) && { return with(&Declaration::output, type); }
+    /// The value operation that the slots' types must have.
     NodeClass applies(SlotOperation operation) && { return with(&Declaration::operation, operation); }
+    /// The types that the generic slots do not take.
     NodeClass unsupported(std::vector<ValueClass> types) && {
         return with(&Declaration::unsupported, std::move(types));
     }
+    /// What is asked of the values beyond their types; may be said several times.
     NodeClass demands(Demand demand) && {
         facts->demands.push_back(demand);
         return std::move(*this);

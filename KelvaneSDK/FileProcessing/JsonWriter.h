@@ -1,7 +1,7 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -39,8 +39,7 @@ public:
             return;
         }
         reserve(text.size());
-        std::memcpy(at, text.data(), text.size());
-        at += text.size();
+        at = std::copy(text.begin(), text.end(), at);
     }
     void number(double x) {
         reserve(longestNumber);

@@ -126,7 +126,7 @@ TEST_F(BackgroundRunsTest, AStopFailsItsCallAndTheEngineGivesNothingUntilItIsRes
     document.constant("Integer array", "1", "list");
     auto broken = DiagramDocument::chain("Absolute");
     broken.connect(1, 2, 7);
-    const auto counts = [this](Kelvane& engine) { return engine.evaluate(batches(1)[0]).outputs == LabelledValues{{"y", 1}}; };
+    const auto counts = [](Kelvane& engine) { return engine.evaluate(batches(1)[0]).outputs == LabelledValues{{"y", 1}}; };
     const std::pair<std::string, std::function<bool(Kelvane&)>> calls[]{
         {"node 0 (\"Integer array\", \"list\"): an integer array has no text form unless it is empty (its elements are read as doubles)",
          [](Kelvane& engine) { return engine.createJSON().empty(); }},

@@ -178,8 +178,10 @@ def files(folder):
     tool.stdin.flush()
     expect("a file before its end", file.read_text(), "old")
     expect("a file", (finish(tool), file.read_text(), link.is_symlink(), file.stat().st_mode & 0o777), ((0, "", ""), walkResults, True, 0o640))
-    expect("a file that outgrows its limit", run("run", "sum.json", "-o", file, input="".join(map(update, range(50))), fileSize=1000),
-           (1, "", f"kelvane: cannot write {file}: File too large\n"))
+    # Counting coverage writes files, too.
+    if "KELVANE_COVERAGE" not in os.environ:
+        expect("a file that outgrows its limit", run("run", "sum.json", "-o", file, input="".join(map(update, range(50))), fileSize=1000),
+               (1, "", f"kelvane: cannot write {file}: File too large\n"))
     os.mkfifo(pipe)
     before = len(os.listdir(folder))
     tool = start("run", "sum.json", pipe, "-o", file)

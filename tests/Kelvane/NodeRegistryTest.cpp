@@ -54,7 +54,6 @@ TEST(NodeRegistryTest, EveryFunctionIsNamedDescribedAndLabelled) {
         }
     }
     EXPECT_EQ(functions.size(), listed) << "two classes bear one name";
-    EXPECT_EQ(listed, 110U);
 }
 
 TEST(NodeRegistryTest, AnApplicationMayBringClassesOfItsOwn) {

@@ -8,6 +8,7 @@
 
 #include "Benchmark.h"
 #include "Engine.h"
+#include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "Processes.h"
 
 namespace KelvaneBenchmarks {

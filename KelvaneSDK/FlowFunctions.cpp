@@ -78,27 +78,35 @@ public:
     bool allInputsUpdated() const override { return isUpdated(selected()); }
     bool allInputsHaveValues() const override { return input(0).hasValue() && input(selected()).hasValue(); }
     void process() override { finish(value(selected())); }
-    Step::Run stepFunction() const override { return run; }
+    void prepare(Step& step) const override { step.run = run; }
 
 private:
     std::size_t selected() const { return boolean(0) ? 1 : 2; }
 
     // The same rule and step on what the slots read.
     static bool run(Step& step) {
-        const TimestampedVariable& select = *step.inputs[0].slot;
-        if (!select.hasValue()) return false;
-        const StepInput& chosen = step.inputs[select.as<bool>() ? 1 : 2];
+        const StepInput& select = step.inputs[0];
+        const Value* const selected = payload(select);
+        if (selected == nullptr) return false;
+        const bool isTrue = selected->holds<bool>() ? selected->unchecked<bool>() : select.slot->as<bool>();
+        const StepInput& chosen = step.inputs[isTrue ? 1 : 2];
         if (!chosen.hasNews() || !chosen.source->hasValue()) return false;
         const Value& value = chosen.source->value;
         step.node->checkElements(value.elementCount());
         double latest = 0;
         for (std::size_t i = 0; i < 3; ++i) {
-            const double timestamp = step.inputs[i].slot->timestamp();
+            StepInput& input = step.inputs[i];
+            const double timestamp = input.hasNews() ? input.source->timestamp : input.slot->timestamp();
             if (latest <= timestamp) latest = timestamp;
-            step.inputs[i].consume();
+            input.consume();
         }
         step.node->give(value, latest);
         return true;
+    }
+    // What has news has not been emptied since.
+    static const Value* payload(const StepInput& input) {
+        if (!input.hasNews()) return input.slot->payload();
+        return input.source->hasValue() ? &input.source->value : nullptr;
     }
 };
 

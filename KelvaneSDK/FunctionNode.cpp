@@ -55,9 +55,38 @@ void FunctionNode::setTypeString() {
     if (declared != nullptr) typeString = declared->name;
 }
 
-Step::Run FunctionNode::stepFunction() const {
-    if (declared == nullptr || declared->readiness == Readiness::own) return runByUnknownRule;
-    return declared->readiness == Readiness::allInputs ? runByCommonRule : runByDeclaredRule;
+void FunctionNode::prepare(Step& step) const {
+    const bool isUnknown = declared == nullptr || declared->readiness == Readiness::own;
+    step.run = isUnknown                                     ? runByUnknownRule
+               : declared->readiness == Readiness::allInputs ? runByCommonRule
+                                                             : runByDeclaredRule;
+}
+
+namespace {
+
+// A step of `count` inputs that computes.
+template <std::size_t count>
+bool runWhenReady(Step& step) {
+    std::array<const GivenValue*, count> sources;
+    double latest = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const StepInput& input = step.inputs[i];
+        if (!input.hasNews() || !input.source->hasValue()) return false;
+        sources[i] = input.source;
+        if (latest <= input.source->timestamp) latest = input.source->timestamp;
+    }
+    for (std::size_t i = 0; i < count; ++i) step.inputs[i].consume();
+    step.compute(*step.node, sources.data(), latest);
+    return true;
+}
+
+}  // namespace
+
+void Step::setCompute(Compute newCompute) {
+    constexpr std::array<Run, 4> runs{runWhenReady<1>, runWhenReady<2>, runWhenReady<3>, runWhenReady<4>};
+    if (inputCount == 0 || inputCount > runs.size()) return;
+    compute = newCompute;
+    run = runs[inputCount - 1];
 }
 
 const Value& FunctionNode::value(std::size_t index) const {

@@ -7,17 +7,25 @@ namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 class FunctionNode;
 
+/// What a node computes that gives a value, or stops, whenever every input has news and a value.
+/// `sources` are what its inputs read, consumed before, and `latest` is their latest timestamp.
+using Compute = void (*)(FunctionNode& node, const GivenValue* const* sources, double latest);
+
 /// A function node as the engine evaluates it: what it reads and writes, within reach.
 struct Step {
     /// Runs the node if its inputs are ready for it. True when it ran.
     using Run = bool (*)(Step& step);
 
     Run run = nullptr;
+    /// Null for nodes that may fall silent.
+    Compute compute = nullptr;
     FunctionNode* node = nullptr;
-    GivenValue* given = nullptr;
     /// The node's input slots, every one of them connected.
     StepInput* inputs = nullptr;
     std::size_t inputCount = 0;
+
+    /// Lets the step compute whenever its inputs are ready.
+    void setCompute(Compute newCompute);
 };
 
 /// The base of every function class. A class says what it is in its `declaration()` and computes in
@@ -52,8 +60,13 @@ public:
     /// Called before initialize(); the declaration must outlive the node.
     void declare(const Declaration& declaration) { declared = &declaration; }
 
-    /// How the engine runs the node, for the types that its slots have now.
-    virtual Step::Run stepFunction() const;
+    /// Fills in how the engine runs the node, for the types that its slots have now.
+    virtual void prepare(Step& step) const;
+    /// Gives a value that was computed from inputs consumed before.
+    void emitComputed(Value newOutput, double latest) {
+        checkElements(newOutput.elementCount());
+        give(std::move(newOutput), latest);
+    }
 
 protected:
     /// An input slot, for the value operations.

@@ -245,18 +245,19 @@ public:
         function = Function{};
         FunctionNode::reset();
     }
-    Step::Run stepFunction() const override {
+    void prepare(Step& step) const override {
+        FunctionNode::prepare(step);
         if constexpr (!std::is_same_v<Typed, NoTypedForm>) {
             const ValueClass type = inputValues().back()->valueClass();
-            if (supports(type, declaration()->operation)) {
-                if (type == ValueClass::FloatValue) return typedRun<double>();
-                if (type == ValueClass::IntegerValue) return typedRun<std::int64_t>();
-                if (type == ValueClass::BooleanValue) return typedRun<bool>();
-                if (type == ValueClass::VectorValue) return typedRun<Vector>();
-                if (type == ValueClass::OrientationValue) return typedRun<Orientation>();
-            }
+            if (!supports(type, declaration()->operation)) return;
+            if (type == ValueClass::FloatValue) prepareTyped<double>(step, all);
+            if (type == ValueClass::IntegerValue) prepareTyped<std::int64_t>(step, all);
+            if (type == ValueClass::BooleanValue) prepareTyped<bool>(step, all);
+            if (type == ValueClass::VectorValue) prepareTyped<Vector>(step, all);
+            if (type == ValueClass::OrientationValue) prepareTyped<Orientation>(step, all);
+        } else {
+            prepareFitting(step, all);
         }
-        return run;
     }
 
 private:
@@ -292,93 +293,95 @@ private:
         if (declaration()->asksEachStep()) stopOnViolation();
     }
 
-    static bool run(Step& step) {
-        return hasNews(step) && static_cast<RowNode&>(*step.node).runFitting(step, all);
-    }
-    static bool hasNews(const Step& step) {
-        for (std::size_t i = 0; i < slotCount; ++i) {
-            if (!step.inputs[i].hasNews()) return false;
-        }
-        return true;
-    }
-    // Asks and reports everything, as process() does.
-    bool runCarefully(Step& step) {
-        for (std::size_t i = 0; i < slotCount; ++i) {
-            if (!step.inputs[i].source->hasValue()) return false;
-        }
-        process();
-        return true;
-    }
-    static void consumeAll(Step& step) {
-        for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i].consume();
-    }
-
-    // The typed form on payloads of T, or run() where it takes no such payloads.
-    template <class T>
-    static Step::Run typedRun() {
-        return typedRun<T>(all);
-    }
+    // Where every value is of its slot's type, as it nearly always is, it is read where it stands. All else
+    // is asked and reported by process().
     template <class T, std::size_t... p>
-    static Step::Run typedRun(std::index_sequence<p...>) {
+    static void prepareTyped(Step& step, std::index_sequence<p...>) {
         // Not where an argument would be converted.
         if constexpr (requires(ArgumentAt<p, T>... arguments) { Typed{}(arguments...); }) {
             using Out = decltype(Typed{}(std::declval<ArgumentAt<p, T>>()...));
             if constexpr (std::is_same_v<Out, T> || std::is_same_v<Out, bool> ||
                           std::is_same_v<Out, std::optional<T>>) {
-                return runTyped<T>;
+                step.setCompute([](auto& node, auto* sources, double latest) {
+                    computeTyped<T>(node, sources, latest, all);
+                });
             }
         }
-        return run;
     }
     template <std::size_t p, class T>
     using ArgumentAt =
         std::conditional_t<std::is_same_v<std::tuple_element_t<p, Parameters>, TimestampedVariable>, T,
                            std::tuple_element_t<p, Parameters>>;
-
-    template <class T>
-    static bool runTyped(Step& step) {
-        return hasNews(step) && static_cast<RowNode&>(*step.node).template runTyped<T>(step, all);
-    }
     template <class T, std::size_t... p>
-    bool runTyped(Step& step, std::index_sequence<p...>) {
-        if ((Parameter<ArgumentAt<p, T>>::fits(*step.inputs[p].source) && ...)) {
+    static void computeTyped(FunctionNode& node, const GivenValue* const* sources, double latest,
+                             std::index_sequence<p...>) {
+        if ((Parameter<ArgumentAt<p, T>>::fits(*sources[p]) && ...)) {
             // An absent result is one that stops.
-            const auto result = Typed{}(Parameter<ArgumentAt<p, T>>::fitting(*step.inputs[p].source)...);
+            const auto result = Typed{}(Parameter<ArgumentAt<p, T>>::fitting(*sources[p])...);
             if constexpr (Payload<std::remove_cvref_t<decltype(result)>>) {
-                return emitPayload(step, result);
+                return emitPayload(node, result, latest);
             } else if (result) {
-                return emitPayload(step, *result);
+                return emitPayload(node, *result, latest);
             }
         }
-        return runCarefully(step);
-    }
-    template <class T>
-    bool emitPayload(Step& step, const T& result) {
-        if constexpr (std::is_same_v<T, Value>) checkElements(result.elementCount());
-        const double latest = latestOf(step.inputs);
-        consumeAll(step);
-        step.given->set(result);
-        publish(latest);
-        return true;
+        node.process();
     }
 
-    // Where every value is of its slot's type, as it nearly always is, nothing is asked twice.
     template <std::size_t... p>
-    bool runFitting(Step& step, std::index_sequence<p...>) {
+    void prepareFitting(Step& step, std::index_sequence<p...>) const {
         using Out = typename Result<R>::payload;
         if constexpr ((isScalar<p>() && ...) && (Payload<Out> || std::is_same_v<Out, Value>)) {
-            if ((fitsAt<p>(step.inputs) && ...)) {
-                checkDemands();
-                R result = function(fittingAt<p>(step.inputs)...);
-                if constexpr (std::is_same_v<R, Maybe<typename Result<R>::payload>>) {
-                    if (!result.result) return fallSilent(result.silence), true;
-                    return emitPayload(step, *result.result);
-                } else {
-                    return emitPayload(step, result);
-                }
+            if constexpr (!std::is_same_v<R, Maybe<Out>>) {
+                if (declaration()->asksEachStep()) return;
+                step.setCompute([](auto& node, auto* sources, double latest) {
+                    computeFitting(node, sources, latest, all);
+                });
+            } else {
+                step.run = [](Step& ready) { return runFitting(ready, all); };
             }
         }
-        return runCarefully(step);
+    }
+    template <std::size_t... p>
+    static void computeFitting(FunctionNode& node, const GivenValue* const* sources, double latest,
+                               std::index_sequence<p...>) {
+        if (!(fitsAt<p>(sources) && ...)) return node.process();
+        RowNode& self = static_cast<RowNode&>(node);
+        emitPayload(node, self.function(self.template fittingAt<p>(sources)...), latest);
+    }
+    // A step that may fall silent consumes its inputs only after that is known.
+    template <std::size_t... p>
+    static bool runFitting(Step& step, std::index_sequence<p...>) {
+        std::array<const GivenValue*, slotCount> sources;
+        double latest = 0;
+        for (std::size_t i = 0; i < slotCount; ++i) {
+            const StepInput& input = step.inputs[i];
+            if (!input.hasNews() || !input.source->hasValue()) return false;
+            sources[i] = input.source;
+            if (latest <= input.source->timestamp) latest = input.source->timestamp;
+        }
+        RowNode& self = static_cast<RowNode&>(*step.node);
+        if (!(fitsAt<p>(sources.data()) && ...)) return self.process(), true;
+        self.checkDemands();
+        R result = self.function(self.template fittingAt<p>(sources.data())...);
+        if (!result.result) return self.fallSilent(result.silence), true;
+        for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i].consume();
+        emitPayload(self, *std::move(result.result), latest);
+        return true;
+    }
+    template <class T>
+    static void emitPayload(FunctionNode& node, T result, double latest) {
+        GivenValue& given = node.given();
+        if constexpr (requires { given.value.replace(result); }) {
+            if (!given.template holds<T>() || given.special != 0) return emitAnew(node, result, latest);
+            given.value.replace(result);
+            given.publish(latest);
+        } else {
+            node.emitComputed(Value(std::move(result)), latest);
+        }
+    }
+    template <class T>
+    [[gnu::noinline]] static void emitAnew(FunctionNode& node, T result, double latest) {
+        node.emitComputed(Value(result), latest);
     }
     template <std::size_t p>
     static constexpr bool isScalar() {
@@ -389,30 +392,21 @@ private:
         }
     }
     template <std::size_t p>
-    static bool fitsAt(const StepInput* inputs) {
+    static bool fitsAt(const GivenValue* const* sources) {
         if constexpr (At<p>::isSlot) {
-            return At<p>::fits(*inputs[places[p]].source);
+            return At<p>::fits(*sources[places[p]]);
         } else {
             return true;
         }
     }
     template <std::size_t p>
-    decltype(auto) fittingAt(const StepInput* inputs) const {
+    decltype(auto) fittingAt(const GivenValue* const* sources) const {
         if constexpr (At<p>::isSlot) {
-            return At<p>::fitting(*inputs[places[p]].source);
+            return At<p>::fitting(*sources[places[p]]);
         } else {
             return static_cast<const Node&>(*this);
         }
     }
-    static double latestOf(const StepInput* inputs) {
-        double latest = 0;
-        for (std::size_t i = 0; i < slotCount; ++i) {
-            const double timestamp = inputs[i].source->timestamp;
-            if (latest <= timestamp) latest = timestamp;
-        }
-        return latest;
-    }
-
     template <std::size_t p>
     decltype(auto) readAt(TimestampedVariable* const* slots) const {
         if constexpr (At<p>::isSlot) {

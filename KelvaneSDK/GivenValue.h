@@ -49,6 +49,12 @@ struct GivenValue {
         value = Value(0.0);
         kind = absent;
     }
+    /// What was set counts from now on, as produced at `newTimestamp`.
+    void publish(double newTimestamp) {
+        timestamp = newTimestamp;
+        outputState = isCurrent;
+        ++stamp;
+    }
 
     [[no_unique_address]] Value value = Value(0.0);
     /// The type of the value, or absent.
@@ -68,6 +74,9 @@ class TimestampedVariable;
 /// An input slot as a compiled diagram reads it. While there is one, the slot keeps what it has consumed
 /// here.
 struct StepInput {
+    /// As `consumed`: the input is consumed together with others, and `clock` is where it stands what.
+    static constexpr std::uint64_t together = ~std::uint64_t{0};
+
     const GivenValue* source;
     const std::uint64_t* clock;
     /// What has been consumed, by the clock.
@@ -77,6 +86,8 @@ struct StepInput {
 
     bool hasNews() const { return *clock > consumed; }
     void consume() { consumed = *clock; }
+    bool isTogether() const { return consumed == together; }
+    std::uint64_t consumedSoFar() const { return isTogether() ? *clock : consumed; }
 };
 
 }  // namespace KelvaneSDK

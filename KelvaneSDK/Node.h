@@ -177,11 +177,11 @@ public:
     }
     /// Ends giving: what was put into given() counts from now on, as produced at `timestamp`.
     void publish(double timestamp) {
-        givenValue.timestamp = timestamp;
-        givenValue.outputState = GivenValue::isCurrent;
-        ++givenValue.stamp;
+        givenValue.publish(timestamp);
         if (givenValue.special != 0) publishSpecially();
     }
+    /// The rest of giving, for what slots keep copies of, values written by hand, and constants.
+    void publishSpecially();
     /// Brings what was written to the output by hand, and what slots keep copies of, up to date without
     /// counting it as given: the engine does so for constants, which share its clock.
     void refreshGiven();
@@ -238,7 +238,6 @@ private:
     void takeHandWritten();
     [[noreturn]] void stopOverElements(std::size_t count) const;
     void stopWhenOver() const;
-    void publishSpecially();
 
     GivenValue givenValue;
     DiagramState* state = nullptr;

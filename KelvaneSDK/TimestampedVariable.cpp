@@ -20,9 +20,24 @@ void TimestampedVariable::unbind() {
     bound = nullptr;
 }
 
+// From now on the slot counts for itself, whatever the slots do with which it was consumed.
+void TimestampedVariable::leaveGroup() {
+    if (bound == nullptr || !bound->isTogether()) return;
+    bound->slot = nullptr;
+    unbind();
+    if (owner != nullptr) owner->noteChange();
+}
+
+void TimestampedVariable::setConsumed(std::uint64_t at) {
+    if (at == consumed()) return;
+    leaveGroup();
+    (bound != nullptr ? bound->consumed : consumedAt) = at;
+}
+
 // The slot's own value, made of what it shows at first.
 GivenValue& TimestampedVariable::ownValue() {
     if (ownsSource) return *source;
+    leaveGroup();
     auto own = std::make_unique<GivenValue>();
     if (const Value* held = payload()) own->set(*held);
     own->timestamp = timestamp();

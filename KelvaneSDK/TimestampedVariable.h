@@ -163,6 +163,8 @@ public:
     void bind(StepInput& input);
     /// Takes the count back.
     void unbind();
+    /// Where the count is kept, or null.
+    StepInput* boundInput() const { return bound; }
     /// Makes this the output slot that shows what its node gives.
     void showGiven(GivenValue& nodesValue) {
         source = &nodesValue;
@@ -196,8 +198,9 @@ private:
     [[noreturn]] void stopOnPayload(ValueType wanted) const;
     GivenValue& ownValue();
 
-    std::uint64_t consumed() const { return bound != nullptr ? bound->consumed : consumedAt; }
-    void setConsumed(std::uint64_t at) { (bound != nullptr ? bound->consumed : consumedAt) = at; }
+    std::uint64_t consumed() const { return bound != nullptr ? bound->consumedSoFar() : consumedAt; }
+    void setConsumed(std::uint64_t at);
+    void leaveGroup();
 
     GivenValue* source = nullptr;
     StepInput* bound = nullptr;

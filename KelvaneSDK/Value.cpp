@@ -42,6 +42,36 @@ std::string_view valueTypeName(ValueType type) {
     return "unknown";
 }
 
+void Value::copyOther(const Value& other) noexcept {
+    if (tag == ValueType::Vector) {
+        std::memcpy(bytes, other.bytes, sizeof(Vector));
+    } else if (isInline(tag)) {
+        std::memcpy(bytes, other.bytes, sizeof(Orientation));
+    } else {
+        new (bytes) ListStorage(other.storage());
+    }
+}
+
+void Value::moveOther(Value& other) noexcept {
+    if (isInline(tag)) return copyOther(other);
+    new (bytes) ListStorage(std::move(other.storage()));
+    other.storage().count = 0;
+}
+
+Value& Value::assign(const Value& other) noexcept {
+    if (this == &other) return *this;
+    this->~Value();
+    return *new (this) Value(other);
+}
+
+Value& Value::assign(Value&& other) noexcept {
+    if (this == &other) return *this;
+    this->~Value();
+    return *new (this) Value(std::move(other));
+}
+
+void Value::dropShared() noexcept { storage().~ListStorage(); }
+
 void Value::stopOnWrongType(ValueType wanted) const {
     stopProgram("a value of type " + std::string(valueTypeName(tag)) + " was read as " +
                 std::string(valueTypeName(wanted)));

@@ -159,28 +159,25 @@ public:
     Value(const char* text) : Value(String(text)) {}
     Value(const std::string& text) : Value(String(text)) {}
 
-    Value(const Value& other) noexcept : tag(other.tag) { copyPayload(other); }
-    Value(Value&& other) noexcept : tag(other.tag) { movePayload(other); }
+    Value(const Value& other) noexcept : tag(other.tag) {
+        isScalar(tag) ? copyScalar(other) : copyOther(other);
+    }
+    Value(Value&& other) noexcept : tag(other.tag) { isScalar(tag) ? copyScalar(other) : moveOther(other); }
     Value& operator=(const Value& other) noexcept {
-        if (tag <= ValueType::Boolean && other.tag <= ValueType::Boolean) {
-            tag = other.tag;
-            std::memcpy(bytes, other.bytes, sizeof(double));
-            return *this;
-        }
-        if (this == &other) return *this;
-        dropPayload();
+        if (!isScalar(tag) || !isScalar(other.tag)) return assign(other);
         tag = other.tag;
-        copyPayload(other);
+        copyScalar(other);
         return *this;
     }
     Value& operator=(Value&& other) noexcept {
-        if (this == &other) return *this;
-        dropPayload();
+        if (!isScalar(tag) || !isScalar(other.tag)) return assign(std::move(other));
         tag = other.tag;
-        movePayload(other);
+        copyScalar(other);
         return *this;
     }
-    ~Value() { dropPayload(); }
+    ~Value() {
+        if (!isInline(tag)) dropShared();
+    }
 
     ValueType type() const { return tag; }
 
@@ -252,27 +249,14 @@ private:
     const ListStorage& storage() const { return *std::launder(reinterpret_cast<const ListStorage*>(bytes)); }
     ListStorage& storage() { return *std::launder(reinterpret_cast<ListStorage*>(bytes)); }
 
-    void copyPayload(const Value& other) noexcept {
-        if (tag <= ValueType::Boolean) {
-            // Only what a scalar fills: reading more than was just written would wait for the write.
-            std::memcpy(bytes, other.bytes, sizeof(double));
-        } else if (isInline(tag)) {
-            std::memcpy(bytes, other.bytes, sizeof bytes);
-        } else {
-            new (bytes) ListStorage(other.storage());
-        }
-    }
-    void movePayload(Value& other) noexcept {
-        if (isInline(tag)) {
-            copyPayload(other);
-        } else {
-            new (bytes) ListStorage(std::move(other.storage()));
-            other.storage().count = 0;
-        }
-    }
-    void dropPayload() noexcept {
-        if (!isInline(tag)) storage().~ListStorage();
-    }
+    static constexpr bool isScalar(ValueType type) { return type <= ValueType::Boolean; }
+    // Only what a scalar fills: reading more than was just written would wait for the write.
+    void copyScalar(const Value& other) noexcept { std::memcpy(bytes, other.bytes, sizeof(double)); }
+    void copyOther(const Value& other) noexcept;
+    void moveOther(Value& other) noexcept;
+    Value& assign(const Value& other) noexcept;
+    Value& assign(Value&& other) noexcept;
+    void dropShared() noexcept;
     [[noreturn]] void stopOnWrongType(ValueType wanted) const;
 
     alignas(8) unsigned char bytes[32] = {};

@@ -127,8 +127,14 @@ std::vector<Subject> evaluationSubjects() {
             listSubject()};
 }
 
-void runEvaluation(const std::string& shape, std::size_t batches) {
-    Engine(scalarShapes.at(shape)()).run(0, batches);
+void runEvaluation(const std::string& work, std::size_t batches) {
+    if (work == "label") {
+        Engine(chain(1)).runByLabel(0, batches);
+    } else if (work == "handles") {
+        Engine(chain(1)).runByHandles(0, batches);
+    } else {
+        Engine(scalarShapes.at(work)()).run(0, batches);
+    }
 }
 
 }  // namespace KelvaneBenchmarks

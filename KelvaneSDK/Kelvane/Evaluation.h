@@ -13,12 +13,14 @@
 #include "KelvaneSDK/FunctionNode.h"
 #include "KelvaneSDK/Kelvane/Kelvane.h"
 #include "KelvaneSDK/Kelvane/SettledOrder.h"
+#include "KelvaneSDK/Kelvane/StepGroups.h"
 
 namespace KelvaneSDK {
 
 /// Evaluates the batches of one diagram. Made when the first batch arrives and again after every change of
-/// the wiring: the function nodes in settled order, what each stream can reach, and every label with the
-/// streams and outputs that bear it.
+/// the wiring (EvaluationPlan.cpp): the function nodes in settled order, those together that always run
+/// together, what each stream can reach, and every label with the streams and outputs that bear it.
+/// Evaluation.cpp then follows a batch from its updates to its results.
 class Evaluation {
 public:
     /// `nodes.functions` takes on the settled order.
@@ -37,7 +39,7 @@ public:
     /// Begins a batch: then feed(), any number of times, and run().
     void begin(double timestamp);
     void feed(const LabelledValues& updates);
-    /// `value` must live until run() ends. Of several values for one label the last counts.
+    /// `value` must live until run() ends. A label must not be fed twice in a batch.
     void feed(Label label, const Value& value);
     void run();
 
@@ -52,27 +54,30 @@ private:
         std::string_view text;
         /// The streams that bear it, as a range of `streamsByLabel`.
         std::uint32_t firstStream = 0, lastStream = 0;
-        /// The batch in which the label got a value last.
+        /// The batch in which the streams got a value last.
         std::uint64_t enteredIn = 0;
-    };
-    enum LabelFlags : std::uint8_t {
-        isFedBack = 1,  ///< outputs of the label may feed streams of it, or their passes may change the order
-        isRemoved = 2,  ///< something that bears the label is hidden or does not forward
+        /// Outputs of the label may feed streams of it, or their passes may change the order.
+        bool isFedBack = false;
     };
     struct Stream {
         InputStreamNode* node;
+        GivenValue* given;
         Label label;
-        /// The blocks of steps and outputs that it can reach, or all of them.
+        /// The blocks of groups and outputs that it can reach, or all of them.
         std::vector<std::uint32_t> blocks;
         bool reachesAll = false;
     };
     struct Output {
         VariableOutputNode* node;
+        /// The node's input; never news where nothing feeds it.
         StepInput input;
         GivenValue* given;
-        /// The type that the node admits, or GivenValue::absent for a class with a rule of its own.
-        std::uint8_t admitted;
         Label label;
+        /// The type that the node admits, or byOwnRule for a class that is asked, every time.
+        std::uint8_t admitted;
+        static constexpr std::uint8_t byOwnRule = GivenValue::absent - 1;
+        /// Nothing else bears the label, and what is written for it is where it always is.
+        bool isOnlyOne = false;
     };
     struct Feed {
         std::uint32_t stream;
@@ -86,27 +91,27 @@ private:
 
     explicit Evaluation(Empty empty) : nodes(empty.nodes), state(empty.state) {}
     void compileLabels();
-    void compileSteps();
+    void compileSteps(SweepPass pass);
     void compileReach();
     void settle(SweepPass pass);
     void markLastingSlots();
-    void findRemovedLabels();
-    void pushConstants();
+    void findShownLabels();
+    std::size_t blockOf(std::uint32_t place) const;
+    void unbind();
 
+    void refreshConstants();
+    void touch(const Stream& stream);
     void pass();
     bool feedBack();
-    void setStreams();
-    void setStream(const Stream& stream, const Value& value);
+    void feedHeldBack();
     void sweep();
+    bool run(StepGroup* group, const StepGroup* end);
+    bool run(StepGroup& group);
     [[noreturn]] void sweepForEver();
     void collectOutputs();
-    void collectOutput(Output& output);
-    void unbind();
-    void write(Label label, const Value* value) {
-        written[label] = value;
-        writtenLabels[label / 64] |= std::uint64_t{1} << label % 64;
-        if ((labelFlags[label] & isFedBack) != 0) noteFedBack(label);
-    }
+    void collect(Output* output, const Output* end);
+    [[gnu::noinline]] void collectSpecially(Output& output);
+    void write(Label label, const Value* value);
     void noteFedBack(Label label);
     bool wasWritten(Label label) const { return (writtenLabels[label / 64] >> label % 64 & 1) != 0; }
     void countWork(const Node& node);
@@ -119,6 +124,7 @@ private:
 
     std::vector<Step> steps;
     std::vector<StepInput> stepInputs;
+    StepGroups groups;
     std::vector<Node*> waiting;
     std::vector<Stream> streams;
     std::vector<Output> outputs;
@@ -128,33 +134,43 @@ private:
     std::vector<TimestampedVariable*> passingSlots;
     /// A node may run in a later sweep of a pass: some feeder stands after its reader, or nothing is known.
     bool mayRunAgain = false;
+    /// Every batch walks all groups and outputs.
+    bool walksAll = true;
     bool hasUnknownNodes = false;
     bool furtherPassesSettleAnew = false;
     bool isForOneSweep = false;
 
     std::vector<LabelEntry> labels;
-    std::vector<std::uint8_t> labelFlags;
-    /// What the batch gave for each label, where `writtenLabels` has its bit; null for nothing.
+    /// What the latest batch to write a label gave for it; null for nothing.
     std::vector<const Value*> written;
-    std::shared_ptr<const std::vector<std::string>> labelTexts;
+    /// Owns the labels' texts.
+    std::shared_ptr<const void> labelOwner;
     std::unordered_map<std::string_view, Label> labelsByText;
     std::vector<std::uint32_t> streamsByLabel;
     /// The labels of the latest batch's updates, by place: mostly the next one's.
     std::vector<Label> latestLabels;
 
-    // Blocks of 64 steps, then, from a whole word on, blocks of 64 outputs, one bit each.
+    // Blocks of 64 groups, then, from a whole word on, blocks of 64 outputs, one bit each.
     static constexpr std::size_t blockSize = 64;
-    std::size_t stepWords = 0, firstOutputBlock = 0;
-    using Blocks = std::vector<std::uint64_t>;
-    Blocks everywhere, always, touched, carried;
+    std::size_t groupWords = 0, firstOutputBlock = 0;
+    using Bits = std::vector<std::uint64_t>;
+    Bits everywhere, always, touched, carried;
+    /// Labels that neither a hidden output nor a stream that does not forward bears.
+    Bits shownLabels;
+    /// What collect() found last: the labels shown and the values for them, and a number for the results of
+    /// just these labels.
+    Bits collectedLabels;
+    std::vector<const Value*> collectedValues;
+    std::uint64_t collectedSet = 0;
 
     // The batch in progress.
     double timestamp = 0;
     std::size_t work = 0;
     bool isLimited = false;
-    std::vector<Feed> feeds;
-    Blocks writtenLabels;
-    std::vector<Label> fedBackLabels;
+    /// What was fed that takes more than setting a value.
+    std::vector<Feed> heldBack;
+    Bits writtenLabels;
+    std::vector<Label> fedBackLabels, nextLabels;
 };
 
 }  // namespace KelvaneSDK

@@ -62,7 +62,7 @@ void Kelvane::orderAsInDocument() {
 void Kelvane::discardDiagram() {
     evaluation.reset();
     handles.clear();
-    valuesSet.clear();
+    handlesSet.clear();
     failed.reset();
     containers.clear();
     manualLines.clear();

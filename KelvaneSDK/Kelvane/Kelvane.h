@@ -238,13 +238,17 @@ private:
     std::vector<Subdiagram> subdiagrams;
     std::unique_ptr<Evaluation> evaluation;
     KelvaneOutput diagramOutput;
-    // The labels that handles were given for, with their place in the present evaluation.
+    // The labels that handles were given for, with their place in the present evaluation, and what is set for
+    // the next batch.
     struct HandleEntry {
         std::string label;
         std::uint32_t place;
+        bool isSet = false;
+        Value value = 0.0;
     };
     std::vector<HandleEntry> handles;
-    std::vector<std::pair<std::uint32_t, Value>> valuesSet;
+    // Those that are set; it has space for all.
+    std::vector<std::uint32_t> handlesSet;
     double previousTimestamp = 0;
     double lastProcessTime = 0;
     std::int64_t framesSkipped = 0;

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <memory_resource>
 #include <string>
 
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/Kelvane/LabelText.h"
 
 namespace KelvaneSDK {
 
@@ -19,6 +21,11 @@ auto lowerBound(Entries& entries, std::string_view label) {
 
 template <class Entries>
 auto found(Entries& entries, std::string_view label) {
+    constexpr std::size_t few = 8;
+    if (entries.size() <= few) {
+        return std::find_if(entries.begin(), entries.end(),
+                            [&](const auto& entry) { return isSameLabel(entry.first, label); });
+    }
     const auto place = lowerBound(entries, label);
     return place != entries.end() && place->first == label ? place : entries.end();
 }
@@ -92,16 +99,24 @@ std::size_t LabelledValues::erase(std::string_view label) {
     const auto place = find(label);
     if (place == end()) return 0;
     entries.erase(place);
+    set = 0;
     if (ownsLabels()) ++own->erased;
     return 1;
 }
 
 void LabelledValues::clear() {
     entries.clear();
+    set = 0;
     if (ownsLabels()) own->release();
 }
 
+std::uint64_t LabelledValues::newSet() {
+    static std::atomic<std::uint64_t> latest{0};
+    return ++latest;
+}
+
 LabelledValues::iterator LabelledValues::insert(const_iterator place, std::string_view label, Value value) {
+    set = 0;
     return entries.insert(place, Entry{stored(label), std::move(value)});
 }
 

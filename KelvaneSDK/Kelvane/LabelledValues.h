@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <memory>
 #include <string_view>
@@ -72,6 +73,7 @@ public:
     /// holds `owner` until the labels change hands again. Costs nothing when the owner stays the same.
     void refill(const std::shared_ptr<const void>& owner) {
         entries.clear();
+        set = 0;
         if (labels == owner) return;
         labels = owner;
         own = nullptr;
@@ -81,36 +83,11 @@ public:
     void append(std::string_view label, const Value& value) { entries.emplace_back(label, value); }
     void append(std::string_view label, Value&& value) { entries.emplace_back(label, std::move(value)); }
 
-    /// Begins anew like refill(), for a producer that mostly gives the same labels again: put() appends like
-    /// append(), and replaces nothing but the value where the entry is there from the last time.
-    class Refill {
-    public:
-        Refill(LabelledValues& refilled, const std::shared_ptr<const void>& owner)
-            : entries(refilled.entries) {
-            if (refilled.labels != owner) refilled.refill(owner);
-        }
-        ~Refill() {
-            if (count < entries.size()) cut();
-        }
-        Refill(const Refill&) = delete;
-        Refill& operator=(const Refill&) = delete;
-
-        void put(std::string_view label, const Value& value) {
-            if (count < entries.size() && entries[count].first.data() == label.data()) {
-                entries[count++].second = value;
-            } else {
-                cut();
-                entries.emplace_back(label, value);
-                ++count;
-            }
-        }
-
-    private:
-        void cut() { entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(count), entries.end()); }
-
-        std::vector<Entry>& entries;
-        std::size_t count = 0;
-    };
+    /// For a producer that mostly gives the same labels again, which then replaces nothing but values: the
+    /// number of a set of labels, by which it knows the set again.
+    static std::uint64_t newSet();
+    void setSet(std::uint64_t number) { set = number; }
+    bool isSet(std::uint64_t number) const { return set == number; }
 
     friend bool operator==(const LabelledValues& a, const LabelledValues& b) {
         return a.entries == b.entries;
@@ -127,6 +104,7 @@ private:
     std::shared_ptr<const void> labels;
     // What `labels` holds when it is of this class's making. Copies of this object share it and do not write.
     Storage* own = nullptr;
+    std::uint64_t set = 0;
 };
 
 }  // namespace KelvaneSDK

@@ -91,6 +91,7 @@ std::uint32_t Kelvane::handleOn(std::string_view label) {
     const auto known = std::find_if(handles.begin(), handles.end(),
                                     [&](const auto& handle) { return handle.label == label; });
     if (known == handles.end()) {
+        handlesSet.reserve(handles.size() + 1);
         handles.push_back({std::string(label), plan().labelOf(label).value_or(~std::uint32_t{0})});
         return static_cast<std::uint32_t>(handles.size() - 1);
     }
@@ -120,24 +121,29 @@ std::optional<VariableOutputHandle> Kelvane::variableOutput(std::string_view lab
 }
 
 void Kelvane::set(InputStreamHandle streams, Value value) {
-    perform([&] { valuesSet.emplace_back(streams.index, std::move(value)); });
+    // Of a diagram that was replaced.
+    if (streams.index >= handles.size()) return;
+    HandleEntry& handle = handles[streams.index];
+    handle.value = std::move(value);
+    if (!std::exchange(handle.isSet, true)) handlesSet.push_back(streams.index);
 }
 
 void Kelvane::evaluateSet(double timestamp) {
     const bool isEvaluated = !failed && perform([&] {
         evaluateBatch(timestamp, [&](Evaluation& batch) {
-            for (const auto& [handle, value] : valuesSet) {
-                const auto label = handles.at(handle).place;
-                if (label != ~std::uint32_t{0}) batch.feed(label, value);
+            for (const auto index : handlesSet) {
+                const auto& handle = handles[index];
+                if (handle.place != ~std::uint32_t{0}) batch.feed(handle.place, handle.value);
             }
         });
     });
-    valuesSet.clear();
+    for (const auto index : handlesSet) handles[index].isSet = false;
+    handlesSet.clear();
     if (!isEvaluated) evaluation.reset();
 }
 
 const Value* Kelvane::result(VariableOutputHandle outputs) const {
-    if (!evaluation) return nullptr;
+    if (!evaluation || outputs.index >= handles.size()) return nullptr;
     const auto label = handles[outputs.index].place;
     return label != ~std::uint32_t{0} ? evaluation->result(label) : nullptr;
 }

@@ -13,10 +13,11 @@ using Type = ValueClass;
 struct Buffer {
     Maybe<Value> operator()(std::int64_t length, Anything latest, const Node& node) {
         values.push_back(latest.value);
+        auto size = static_cast<std::int64_t>(values.size());
         node.checkElements(values.size());
-        if (length >= static_cast<std::int64_t>(values.size())) return Silent{"the buffer is filling"};
-        while (static_cast<std::int64_t>(values.size()) > length + 1) values.pop_front();
-        if (values.empty()) return Silent{"the buffer is empty", Silent::clearsOutput};
+        if (length >= size) return Silent{"the buffer is filling"};
+        for (; size > length + 1; --size) values.pop_front();
+        if (size == 0) return Silent{"the buffer is empty", Silent::clearsOutput};
         return values.front();
     }
     std::deque<Value> values;

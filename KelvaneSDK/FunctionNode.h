@@ -63,9 +63,9 @@ public:
     /// Fills in how the engine runs the node, for the types that its slots have now.
     virtual void prepare(Step& step) const;
     /// Gives a value that was computed from inputs consumed before.
-    void emitComputed(Value newOutput, double latest) {
+    void emitComputed(const Value& newOutput, double latest) {
         checkElements(newOutput.elementCount());
-        give(std::move(newOutput), latest);
+        give(newOutput, latest);
     }
 
 protected:

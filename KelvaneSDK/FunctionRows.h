@@ -362,16 +362,19 @@ private:
         RowNode& self = static_cast<RowNode&>(*step.node);
         if (!(fitsAt<p>(sources.data()) && ...)) return self.process(), true;
         self.checkDemands();
-        R result = self.function(self.template fittingAt<p>(sources.data())...);
+        const R result = self.function(self.template fittingAt<p>(sources.data())...);
         if (!result.result) return self.fallSilent(result.silence), true;
         for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i].consume();
-        emitPayload(self, *std::move(result.result), latest);
+        emitPayload(self, *result.result, latest);
         return true;
     }
-    template <class T>
+    static void emitPayload(FunctionNode& node, const Value& result, double latest) {
+        node.emitComputed(result, latest);
+    }
+    template <Payload T>
     static void emitPayload(FunctionNode& node, T result, double latest) {
-        GivenValue& given = node.given();
-        if constexpr (requires { given.value.replace(result); }) {
+        if constexpr (PayloadType<T>::value < ValueType::String) {
+            GivenValue& given = node.given();
             if (!given.template holds<T>() || given.special != 0) return emitAnew(node, result, latest);
             given.value.replace(result);
             given.publish(latest);

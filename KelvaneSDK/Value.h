@@ -214,6 +214,8 @@ public:
     requires(PayloadType<T>::value < ValueType::String) void replace(T payload) noexcept {
         std::memcpy(bytes, &payload, sizeof payload);
     }
+    /// The same by the payload of another value, of the same scalar type.
+    void replaceScalar(const Value& other) noexcept { copyScalar(other); }
     /// The elements of a list or sequence (samples) or the bytes of a text, valid as long as this value is
     /// unchanged; empty when the value is of another type.
     template <class Item>

@@ -29,8 +29,8 @@ inline void forEachBit(const std::uint64_t* bits, std::size_t begin, std::size_t
 void Evaluation::begin(double batchTimestamp) {
     timestamp = batchTimestamp;
     ++state.batches;
-    refreshConstants();
-    for (auto& word : writtenLabels) word = 0;
+    if (seenHandWritten != state.handWritten || !copiedConstants.empty()) refreshConstants();
+    for (std::size_t i = 0; i < writtenLabels.size(); ++i) writtenLabels[i] = 0;
     work = 0;
     isLimited = state.budget.isLimited();
     if (walksAll) return;
@@ -50,6 +50,7 @@ void Evaluation::refreshConstants() {
         node->refreshGiven();
         mayTimeOtherwise |= before != std::pair(given.hasValue(), given.timestamp);
     }
+    for (auto& output : outputs) output.plainKind = Output::notPlain;
     if (mayTimeOtherwise) compileSteps(SweepPass::first), compileReach();
 }
 
@@ -85,7 +86,7 @@ void Evaluation::feed(Label label, const Value& value) {
         given.value = value;
         given.publish(timestamp);
         given.outputState = GivenValue::holdsValue | GivenValue::isStamped;
-        write(label, &given.value);
+        setWritten(label, &given.value);
         if (!walksAll) touch(stream);
     }
 }
@@ -97,7 +98,7 @@ void Evaluation::touch(const Stream& stream) {
 
 void Evaluation::run() {
     pass();
-    while (feedBack()) {
+    while (!fedBackLabels.empty() && feedBack()) {
         pass();
         // What it left half fed may be completed by the constants of the next batch.
         for (std::size_t i = 0; !walksAll && i < touched.size(); ++i) carried[i] |= touched[i];
@@ -108,9 +109,7 @@ void Evaluation::pass() {
     if (!heldBack.empty()) feedHeldBack();
     sweep();
     collectOutputs();
-    for (const auto& [stream, value] : heldBack)
-        streams[stream].given->outputState &= static_cast<std::uint8_t>(~GivenValue::isUpdated);
-    heldBack.clear();
+    if (!heldBack.empty()) endHeldBack();
     for (auto* slot : passingSlots) slot->checked = false;
 }
 
@@ -121,9 +120,15 @@ void Evaluation::feedHeldBack() {
     for (const auto& [place, value] : heldBack) {
         const Stream& stream = streams[place];
         stream.node->take(*value, timestamp);
-        write(stream.label, stream.node->outputValue()->payload());
+        setWritten(stream.label, stream.node->outputValue()->payload());
         if (!walksAll) touch(stream);
     }
+}
+
+void Evaluation::endHeldBack() {
+    for (const auto& [stream, value] : heldBack)
+        streams[stream].given->outputState &= static_cast<std::uint8_t>(~GivenValue::isUpdated);
+    heldBack.clear();
 }
 
 void Evaluation::sweep() {
@@ -145,11 +150,22 @@ void Evaluation::sweep() {
 
 bool Evaluation::run(StepGroup* group, const StepGroup* end) {
     bool anyRan = false;
+    if (isLimited && group != end) countWork(*group->steps->node);
     for (; group != end; ++group) {
-        if (isLimited) countWork(*group->steps->node);
         anyRan |= group->triggerCount == 0 ? group->steps->run(*group->steps) : run(*group);
     }
     return anyRan;
+}
+
+// Of two zeros as timestamps the later input's counts, and constants have one.
+double Evaluation::latestOf(const StepGroup& group, const Computation& computation) {
+    const Step& step = group.steps[&computation - group.computations];
+    double latest = 0;
+    for (std::size_t i = 0; i < step.inputCount; ++i) {
+        const double timestamp = computation.sources[i]->timestamp;
+        if (latest <= timestamp) latest = timestamp;
+    }
+    return latest;
 }
 
 bool Evaluation::run(StepGroup& group) {
@@ -163,7 +179,7 @@ bool Evaluation::run(StepGroup& group) {
     group.ranIn = state.batches;
     const Computation* const end = group.computations + group.stepCount;
     for (const Computation* each = group.computations; each != end; ++each)
-        each->compute(*each->node, each->sources, latest);
+        each->compute(*each->node, each->sources, latest == 0 ? latestOf(group, *each) : latest);
     for (std::uint32_t i = 0; i < group.followerCount; ++i) group.followers[i]->consume();
     return true;
 }
@@ -172,13 +188,13 @@ void Evaluation::sweepForEver() {
     for (;;) waiting.front()->checkTime();
 }
 
-// Asks the clock now and then.
+// Asks the clock now and then, at every 64 blocks.
 void Evaluation::countWork(const Node& node) {
-    if (++work % 4096 == 0) node.checkTime();
+    if (++work % 64 == 0) node.checkTime();
 }
 
 void Evaluation::collectOutputs() {
-    if (walksAll) return collect(outputs.data(), outputs.data() + outputs.size());
+    if (walksAll && !outputs.empty()) return collect(outputs.data(), outputs.data() + outputs.size());
     forEachBit(touched.data(), groupWords, touched.size(), [&](std::size_t block) {
         Output* const first = outputs.data() + (block - firstOutputBlock) * blockSize;
         collect(first, std::min(first + blockSize, outputs.data() + outputs.size()));
@@ -186,38 +202,39 @@ void Evaluation::collectOutputs() {
 }
 
 void Evaluation::collect(Output* output, const Output* end) {
+    if (isLimited) countWork(*output->node);
     std::uint64_t* const marks = writtenLabels.data();
     for (; output != end; ++output) {
-        if (isLimited) countWork(*output->node);
         if (!output->input.hasNews()) continue;
         const GivenValue& brought = *output->input.source;
-        GivenValue& given = *output->given;
-        const bool isPlain = brought.kind == output->admitted && given.kind == output->admitted &&
-                             given.special == 0 && output->isOnlyOne;
-        if (!isPlain) {
+        if (brought.kind != output->plainKind) {
             collectSpecially(*output);
             continue;
         }
         output->input.consume();
-        given.value = brought.value;
+        GivenValue& given = *output->given;
+        given.value.replaceScalar(brought.value);
         given.publish(0 <= brought.timestamp ? brought.timestamp : 0);
         marks[output->label / 64] |= std::uint64_t{1} << output->label % 64;
     }
 }
 
 void Evaluation::collectSpecially(Output& output) {
-    if (output.admitted == Output::byOwnRule && !output.node->allInputsUpdated()) return;
+    if (output.isAsked && !output.node->allInputsUpdated()) return;
     output.node->process();
     const Value* const value = output.node->outputValue()->payload();
-    output.isOnlyOne &= value == &output.given->value;
-    write(output.label, value);
+    setWritten(output.label, value);
+    if (labels[output.label].isFedBack) noteFedBack(output.label);
+    // The next one may need no more than another value in the same place.
+    const bool isPlain = output.isOnlyOne && !output.isAsked && value == &output.given->value &&
+                         output.given->special == 0 && value->type() <= ValueType::Boolean;
+    output.plainKind = isPlain ? output.given->kind : Output::notPlain;
 }
 
-void Evaluation::write(Label label, const Value* value) {
+void Evaluation::setWritten(Label label, const Value* value) {
     // What was collected may be elsewhere now.
     if (std::exchange(written[label], value) != value) collectedSet = 0;
     writtenLabels[label / 64] |= std::uint64_t{1} << label % 64;
-    if (labels[label].isFedBack) noteFedBack(label);
 }
 
 void Evaluation::noteFedBack(Label label) {
@@ -226,7 +243,6 @@ void Evaluation::noteFedBack(Label label) {
 
 // Whether an output feeds streams of its label, each label once a batch.
 bool Evaluation::feedBack() {
-    if (fedBackLabels.empty()) return false;
     std::sort(fedBackLabels.begin(), fedBackLabels.end());
     const auto isNew = [&](Label label) {
         return written[label] != nullptr && labels[label].enteredIn != state.batches;

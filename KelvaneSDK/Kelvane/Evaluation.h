@@ -73,10 +73,12 @@ private:
         StepInput input;
         GivenValue* given;
         Label label;
-        /// The type that the node admits, or byOwnRule for a class that is asked, every time.
-        std::uint8_t admitted;
-        static constexpr std::uint8_t byOwnRule = GivenValue::absent - 1;
-        /// Nothing else bears the label, and what is written for it is where it always is.
+        /// A value of this type only replaces the one before; notPlain while more is to be done.
+        std::uint8_t plainKind;
+        static constexpr std::uint8_t notPlain = GivenValue::absent - 1;
+        /// A class with a rule of its own, asked every time.
+        bool isAsked;
+        /// Nothing else bears the label, and nothing is fed back.
         bool isOnlyOne = false;
     };
     struct Feed {
@@ -104,14 +106,16 @@ private:
     void pass();
     bool feedBack();
     void feedHeldBack();
+    void endHeldBack();
     void sweep();
     bool run(StepGroup* group, const StepGroup* end);
     bool run(StepGroup& group);
+    [[gnu::noinline]] static double latestOf(const StepGroup& group, const Computation& computation);
     [[noreturn]] void sweepForEver();
     void collectOutputs();
     void collect(Output* output, const Output* end);
     [[gnu::noinline]] void collectSpecially(Output& output);
-    void write(Label label, const Value* value);
+    void setWritten(Label label, const Value* value);
     void noteFedBack(Label label);
     bool wasWritten(Label label) const { return (writtenLabels[label / 64] >> label % 64 & 1) != 0; }
     void countWork(const Node& node);

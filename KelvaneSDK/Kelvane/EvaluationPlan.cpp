@@ -42,13 +42,11 @@ Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
     compileLabels();
     outputs.reserve(nodes.outputs.size());
     for (auto* node : nodes.outputs) {
-        const auto type = node->plainType();
+        const bool isAsked = !node->plainType();
         const auto label = *labelOf(node->label());
-        if (!type) {
-            outputs.push_back({node, alwaysNews, &node->given(), label, Output::byOwnRule});
-            continue;
-        }
-        outputs.push_back({node, neverNews, &node->given(), label, static_cast<std::uint8_t>(*type)});
+        outputs.push_back(
+            {node, isAsked ? alwaysNews : neverNews, &node->given(), label, Output::notPlain, isAsked});
+        if (isAsked) continue;
         auto& slot = *node->inputValues().front();
         if (slot.given() != nullptr) slot.bind(outputs.back().input);
     }
@@ -144,7 +142,6 @@ void Evaluation::settle(SweepPass pass) {
     for (const auto& output : outputs) ++bearers[output.label];
     for (auto& output : outputs) {
         output.isOnlyOne = bearers[output.label] == 1 && !labels[output.label].isFedBack;
-        if (output.isOnlyOne) written[output.label] = &output.given->value;
     }
 }
 

@@ -6,18 +6,19 @@
 namespace KelvaneSDK {
 
 TimestampedVariable::~TimestampedVariable() {
-    if (bound != nullptr) bound->slot = nullptr;
+    if (isBound) bound->slot = nullptr;
     if (ownsSource) delete source;
 }
 
 void TimestampedVariable::bind(StepInput& input) {
     input = {source, source->clock, consumed(), this};
     bound = &input;
+    isBound = true;
 }
 
 void TimestampedVariable::unbind() {
     consumedAt = consumed();
-    bound = nullptr;
+    isBound = false;
 }
 
 // The slot's own value, made of what it shows at first.
@@ -36,7 +37,7 @@ GivenValue& TimestampedVariable::ownValue() {
     }
     source = own.release();
     ownsSource = true;
-    if (bound != nullptr) {
+    if (isBound) {
         bound->source = source;
         bound->clock = source->clock;
     }
@@ -129,24 +130,6 @@ const Value& TimestampedVariable::typedValue() const {
     if (wanted && (held == nullptr || held->type() != *wanted)) stopOnPayload(*wanted);
     if (held == nullptr) stop("input " + std::to_string(index) + " holds no value");
     return *held;
-}
-
-ValueClass TimestampedVariable::adoptedType(const TimestampedVariable& from) const {
-    const auto companion = [&](std::optional<ValueClass> companionClass) {
-        if (!companionClass) {
-            stop("a slot of type \"" + std::string(typeString()) +
-                 "\" cannot adopt a type from one of type \"" + std::string(from.typeString()) + "\"");
-        }
-        return *companionClass;
-    };
-    switch (valueClass()) {
-        case ValueClass::ArrayVariable:
-            return isArray(from.valueClass()) ? from.valueClass() : companion(from.arrayType());
-        case ValueClass::ValueVariable:
-            return isArray(from.valueClass()) ? companion(from.baseType()) : from.valueClass();
-        default:
-            return from.valueClass();
-    }
 }
 
 std::string TimestampedVariable::stringValue() const { return "<NO STRING CONVERSION>"; }

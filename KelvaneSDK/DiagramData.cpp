@@ -5,6 +5,7 @@
 
 #include "KelvaneSDK/FileProcessing/JsonReader.h"
 #include "KelvaneSDK/FileProcessing/JsonWriter.h"
+#include "KelvaneSDK/FileProcessing/QuickDocumentReader.h"
 #include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {
@@ -296,6 +297,7 @@ void encodeList(JsonWriter& json, std::string_view key, const std::vector<Record
 }
 
 std::optional<DiagramData> decodeDocument(std::string_view text, DecodeFailure& failure) {
+    if (auto info = readDocumentQuickly(text)) return DiagramData{std::move(*info)};
     JsonReader reader(maximumDocumentDepth);
     JsonFailure notJson;
     const auto root = reader.parse(text, notJson);

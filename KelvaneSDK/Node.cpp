@@ -124,7 +124,7 @@ void Node::specializeGenericTypes(ValueClass from) {
         resolveOutputType();
     }
     for (std::size_t i = 0; i < inputSlots.size(); ++i) {
-        auto& input = *inputSlots.begin()[i];
+        auto& input = inputSlots[i];
         const auto generic = input.valueClass();
         if (isGeneric(generic)) replaceInput(input, adopted(generic, from, *input.owner), generic);
     }
@@ -185,7 +185,7 @@ void Node::revertIfNothingFixesTypes() {
 void Node::revertGenericTypes() {
     if (outputSpecializedFrom) replaceOutput(*outputSpecializedFrom, std::nullopt);
     for (std::size_t i = 0; i < inputSlots.size(); ++i) {
-        auto& input = *inputSlots.begin()[i];
+        auto& input = inputSlots[i];
         if (!input.isTyped) continue;
         replaceInput(input, *input.isTyped, std::nullopt);
         setOutputType(std::nullopt);

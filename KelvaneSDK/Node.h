@@ -71,7 +71,16 @@ struct Property {
 /// Nodes belong to the thread that drives their engine. A slot may be replaced by one of another class when
 /// it is connected or disconnected: read it from the node again afterwards.
 class Node {
+    // What ordering and compiling a diagram looks at stands together.
+    SlotList inputSlots, connectedSlots;
+
 public:
+    /// Where the engine keeps the node in what it is about; of no meaning to others.
+    static constexpr std::uint32_t noPlace = ~std::uint32_t{0};
+    std::uint32_t place = noPlace;
+    std::optional<NodeCategory> category;
+    std::optional<BodyColor> color;
+
     Node() = default;
     virtual ~Node();
     Node(const Node&) = delete;
@@ -207,11 +216,6 @@ public:
     /// The type within the category: a function's name, or a value type's. Static text.
     std::string_view typeString;
     Position position;
-    std::optional<NodeCategory> category;
-    std::optional<BodyColor> color;
-    /// Where the engine keeps the node in what it is about; of no meaning to others.
-    static constexpr std::uint32_t noPlace = ~std::uint32_t{0};
-    std::uint32_t place = noPlace;
 
 protected:
     /// Ends an evaluation step: consumes every input's `updated` flag and, when the output holds a value,
@@ -264,7 +268,6 @@ private:
     // The class of the output, and the generic one that it was specialised from; the slot is made on demand.
     std::optional<ValueClass> outputClass, outputSpecializedFrom;
     TimestampedVariable* outputSlot = nullptr;
-    SlotList inputSlots, connectedSlots;
     GivenValue givenValue;
     DiagramState* state = nullptr;
     std::unique_ptr<Extras> extras;

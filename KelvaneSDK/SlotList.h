@@ -21,6 +21,7 @@ public:
     }
 
     std::size_t size() const { return count; }
+    TimestampedVariable& operator[](std::size_t index) const { return *slots()[index]; }
     TimestampedVariable* const* begin() const { return slots(); }
     TimestampedVariable* const* end() const { return slots() + count; }
     operator std::span<TimestampedVariable* const>() const { return {slots(), count}; }

@@ -21,7 +21,10 @@ public:
 template <ValueClass slotClass>
 class TypedConstantNode final : public ConstantNode {
 public:
-    void createOutput() override { makeOutput(slotClass, true).setIsConstant(true); }
+    void createOutput() override {
+        makeOutput(slotClass, true);
+        given().isConstant = true;
+    }
 };
 
 #define KELVANE_KIND(name, slotClass, description) \
@@ -31,7 +34,7 @@ KELVANE_VALUE_KINDS(KELVANE_KIND)
 
 void ConstantNode::initialize() {
     createOutput();
-    classString = classStringOf(NodeCategory::Constant);
+    category = NodeCategory::Constant;
     setTypeString();
     setDescriptionString(typeString);
 }
@@ -39,7 +42,8 @@ void ConstantNode::initialize() {
 void ConstantNode::setTypeString() { typeString = output().typeString(); }
 
 std::vector<Property> ConstantNode::getProperties() const {
-    std::vector<Property> properties{{"Description", label()}, {"OutputValue", output().stringValue()}};
+    std::vector<Property> properties{{"Description", std::string(label())},
+                                     {"OutputValue", output().stringValue()}};
     for (auto& property : Node::getProperties()) properties.push_back(std::move(property));
     return properties;
 }

@@ -1,9 +1,11 @@
 #include "KelvaneSDK/DiagramData.h"
 
+#include <deque>
 #include <iterator>
 
 #include "KelvaneSDK/FileProcessing/JsonReader.h"
 #include "KelvaneSDK/FileProcessing/JsonWriter.h"
+#include "KelvaneSDK/FileProcessing/QuickDocumentReader.h"
 #include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {
@@ -11,6 +13,7 @@ namespace KelvaneSDK {
 namespace {
 
 using Element = simdjson::dom::element;
+using Object = simdjson::dom::object;
 
 std::size_t lengthOf(const simdjson::dom::array& array) {
     // The parser's own count stops at 24 bits.
@@ -28,10 +31,11 @@ public:
 
     std::optional<DiagramInfo> document(const Element& root) {
         DiagramInfo info;
-        const auto keys = fieldsOf<7>(root, {"nodes", "properties", "connections", "positions", "containers",
-                                             "manualLines", "subdiagrams"});
-        if (!keys) return std::nullopt;
-        const auto& [nodes, properties, connections, positions, containers, manualLines, subdiagrams] = *keys;
+        Object object;
+        if (!readObject(root, object)) return std::nullopt;
+        const auto [nodes, properties, connections, positions, containers, manualLines, subdiagrams] =
+            members<7>(object, {"nodes", "properties", "connections", "positions", "containers",
+                                "manualLines", "subdiagrams"});
         const bool read = list(nodes, "nodes", info.nodes, &Decoder::node) &&
                           list(properties, "properties", info.properties, &Decoder::property) &&
                           list(connections, "connections", info.connections, &Decoder::connection) &&
@@ -45,48 +49,45 @@ public:
 private:
     using MaybeElement = std::optional<Element>;
 
-    template <std::size_t count>
-    std::optional<std::array<MaybeElement, count>> fieldsOf(
-        const Element& element, const std::array<std::string_view, count>& names) {
-        simdjson::dom::object object;
-        if (element.get_object().get(object) != simdjson::SUCCESS) {
-            fail("", "an object was expected, " + std::string(kindOf(element)) + " was found");
-            return std::nullopt;
-        }
-        return members<count>(object, names);
+    bool readObject(const Element& element, Object& object) {
+        return element.get_object().get(object) == simdjson::SUCCESS ||
+               fail("", "an object was expected, " + std::string(kindOf(element)) + " was found");
     }
 
     bool node(const Element& element, NodeInfo& info) {
-        const auto keys = fieldsOf<4>(element, {"id", "classString", "typeString", "outputType"});
-        if (!keys) return false;
-        const auto& [id, classString, typeString, outputType] = *keys;
+        Object object;
+        if (!readObject(element, object)) return false;
+        const auto [id, classString, typeString, outputType] =
+            members<4>(object, {"id", "classString", "typeString", "outputType"});
         return required(id, "id", info.id) && required(classString, "classString", info.classString) &&
                required(typeString, "typeString", info.typeString) &&
                optional(outputType, "outputType", info.outputType);
     }
 
     bool property(const Element& element, PropertyInfo& info) {
-        const auto keys = fieldsOf<3>(element, {"id", "propertyString", "valueString"});
-        if (!keys) return false;
-        const auto& [id, propertyString, valueString] = *keys;
+        Object object;
+        if (!readObject(element, object)) return false;
+        const auto [id, propertyString, valueString] =
+            members<3>(object, {"id", "propertyString", "valueString"});
         return required(id, "id", info.id) &&
                required(propertyString, "propertyString", info.propertyString) &&
                required(valueString, "valueString", info.valueString);
     }
 
     bool connection(const Element& element, ConnectionInfo& info) {
-        const auto keys = fieldsOf<3>(element, {"outputNodeId", "inputNodeId", "inputIndex"});
-        if (!keys) return false;
-        const auto& [outputNodeId, inputNodeId, inputIndex] = *keys;
+        Object object;
+        if (!readObject(element, object)) return false;
+        const auto [outputNodeId, inputNodeId, inputIndex] =
+            members<3>(object, {"outputNodeId", "inputNodeId", "inputIndex"});
         return required(outputNodeId, "outputNodeId", info.outputNodeId) &&
                required(inputNodeId, "inputNodeId", info.inputNodeId) &&
                required(inputIndex, "inputIndex", info.inputIndex);
     }
 
     bool position(const Element& element, PositionInfo& info) {
-        const auto keys = fieldsOf<3>(element, {"id", "x", "y"});
-        if (!keys) return false;
-        const auto& [id, x, y] = *keys;
+        Object object;
+        if (!readObject(element, object)) return false;
+        const auto [id, x, y] = members<3>(object, {"id", "x", "y"});
         return required(id, "id", info.id) && required(x, "x", info.x) && required(y, "y", info.y);
     }
 
@@ -95,18 +96,19 @@ private:
     bool nodeId(const Element& element, std::int64_t& id) { return required(element, "", id); }
 
     bool subdiagram(const Element& element, SubdiagramInfo& info) {
-        const auto keys = fieldsOf<2>(element, {"description", "nodeIds"});
-        if (!keys) return false;
-        const auto& [description, nodeIds] = *keys;
+        Object object;
+        if (!readObject(element, object)) return false;
+        const auto [description, nodeIds] = members<2>(object, {"description", "nodeIds"});
         return required(description, "description", info.description) &&
                list(nodeIds, "nodeIds", info.nodeIds, &Decoder::nodeId);
     }
 
     // Reads a container but leaves those nested in it to containerTree().
     bool container(const Element& element, ContainerInfo& info, MaybeElement& nested) {
-        const auto keys = fieldsOf<6>(element, {"x", "y", "description", "nodeIds", "color", "containers"});
-        if (!keys) return false;
-        const auto& [x, y, description, nodeIds, color, containers] = *keys;
+        Object object;
+        if (!readObject(element, object)) return false;
+        const auto [x, y, description, nodeIds, color, containers] =
+            members<6>(object, {"x", "y", "description", "nodeIds", "color", "containers"});
         nested = containers;
         return required(x, "x", info.x) && required(y, "y", info.y) &&
                required(description, "description", info.description) &&
@@ -114,34 +116,53 @@ private:
                optional(color, "color", info.color);
     }
 
+    // A list of containers, with its place in the list that it is nested in.
+    struct Level {
+        Element array;
+        std::vector<ContainerInfo>* target;
+        const Level* outer;
+        std::size_t place;
+
+        std::string pointer() const {
+            std::vector<const Level*> path;
+            for (const auto* level = this; level->outer != nullptr; level = level->outer)
+                path.push_back(level);
+            std::string text = "/containers";
+            for (; !path.empty(); path.pop_back())
+                text += "/" + std::to_string(path.back()->place) + "/containers";
+            return text;
+        }
+    };
+
     // Containers nest as deep as the document does, so they are read level by level.
     bool containerTree(const MaybeElement& root, std::optional<std::vector<ContainerInfo>>& target) {
-        struct Level {
-            Element array;
-            std::vector<ContainerInfo>* target;
-            std::string pointer;
-        };
-        std::vector<Level> open;
-        if (root) open.push_back({*root, &target.emplace(), "/containers"});
+        std::deque<Level> levels;
+        std::vector<const Level*> open;
+        if (root) open.push_back(&levels.emplace_back(Level{*root, &target.emplace(), nullptr, 0}));
         while (!open.empty()) {
-            const Level level = std::move(open.back());
+            const Level& level = *open.back();
             open.pop_back();
-            where = level.pointer;
             simdjson::dom::array array;
-            if (level.array.get_array().get(array) != simdjson::SUCCESS)
-                return expected("", "an array", level.array);
+            if (level.array.get_array().get(array) != simdjson::SUCCESS) {
+                expected("", "an array", level.array);
+                return prefix(level.pointer());
+            }
             // Sized first, so that the addresses handed to the next levels stay.
             level.target->resize(lengthOf(array));
             std::size_t index = 0;
             for (const Element element : array) {
                 ContainerInfo& info = (*level.target)[index];
-                where = level.pointer + "/" + std::to_string(index++);
                 MaybeElement nested;
-                if (!container(element, info, nested)) return false;
-                if (nested) open.push_back({*nested, &info.containers.emplace(), where + "/containers"});
+                if (!container(element, info, nested))
+                    return prefix(level.pointer() + "/" + std::to_string(index));
+                if (nested) {
+                    auto& inner =
+                        levels.emplace_back(Level{*nested, &info.containers.emplace(), &level, index});
+                    open.push_back(&inner);
+                }
+                ++index;
             }
         }
-        where.clear();
         return true;
     }
 
@@ -151,15 +172,13 @@ private:
         if (!element) return fail(name, "a required array is missing");
         simdjson::dom::array array;
         if (element->get_array().get(array) != simdjson::SUCCESS) return expected(name, "an array", *element);
-        const std::size_t outer = where.size();
         target.resize(lengthOf(array));
         std::size_t index = 0;
         for (const Element item : array) {
             Record& record = target[index++];
             if ((this->*decodeItem)(item, record)) continue;
             // Only a failure needs the place, so the pointer is put together on the way out.
-            prefix(outer, "/" + std::string(name) + "/" + std::to_string(index - 1));
-            return false;
+            return prefix("/" + std::string(name) + "/" + std::to_string(index - 1));
         }
         return true;
     }
@@ -213,15 +232,16 @@ private:
     }
 
     bool fail(std::string_view name, std::string reason) {
-        failure = {where + (name.empty() ? "" : "/" + std::string(name)), std::move(reason)};
+        failure = {name.empty() ? "" : "/" + std::string(name), std::move(reason)};
         return false;
     }
 
-    void prefix(std::size_t at, const std::string& pointer) { failure.pointer.insert(at, pointer); }
+    bool prefix(const std::string& pointer) {
+        failure.pointer.insert(0, pointer);
+        return false;
+    }
 
     DecodeFailure& failure;
-    // The pointer of the container being read; empty elsewhere.
-    std::string where;
 };
 
 void encodeIds(JsonWriter& json, const std::vector<std::int64_t>& ids) {
@@ -277,6 +297,7 @@ void encodeList(JsonWriter& json, std::string_view key, const std::vector<Record
 }
 
 std::optional<DiagramData> decodeDocument(std::string_view text, DecodeFailure& failure) {
+    if (auto info = readDocumentQuickly(text)) return DiagramData{std::move(*info)};
     JsonReader reader(maximumDocumentDepth);
     JsonFailure notJson;
     const auto root = reader.parse(text, notJson);

@@ -36,7 +36,7 @@ bool runByUnknownRule(Step& step) {
 void FunctionNode::initialize() {
     createInputs();
     createOutput();
-    classString = classStringOf(NodeCategory::Function);
+    category = NodeCategory::Function;
     setTypeString();
     setDescriptionString(typeString);
 }
@@ -44,7 +44,6 @@ void FunctionNode::initialize() {
 void FunctionNode::createInputs() {
     if (declared == nullptr) return;
     for (const auto& [label, type, meaning] : declared->inputs) appendInput(type, label);
-    unsupportedTypes = declared->unsupported;
 }
 
 void FunctionNode::createOutput() {
@@ -53,6 +52,11 @@ void FunctionNode::createOutput() {
 
 void FunctionNode::setTypeString() {
     if (declared != nullptr) typeString = declared->name;
+}
+
+std::span<const ValueClass> FunctionNode::unsupportedTypes() const {
+    return declared != nullptr ? std::span<const ValueClass>(declared->unsupported)
+                               : Node::unsupportedTypes();
 }
 
 void FunctionNode::prepare(Step& step) const {

@@ -54,6 +54,7 @@ public:
     void createInputs() override;
     void createOutput() override;
     void setTypeString() override;
+    std::span<const ValueClass> unsupportedTypes() const override;
 
     /// What the class says about itself, or null for a class that overrides createInputs() and the others.
     const Declaration* declaration() const { return declared; }

@@ -8,7 +8,7 @@ namespace KelvaneSDK {
 
 void InputStreamNode::initialize() {
     createOutput();
-    classString = classStringOf(NodeCategory::InputStream);
+    category = NodeCategory::InputStream;
     setTypeString();
     setDescriptionString(typeString);
 }
@@ -24,7 +24,7 @@ void InputStreamNode::setProperty(std::string_view propertyString, std::string_v
 }
 
 std::vector<Property> InputStreamNode::getProperties() const {
-    std::vector<Property> properties{{"Description", label()},
+    std::vector<Property> properties{{"Description", std::string(label())},
                                      {"Forwarding", isForwarding ? "true" : "false"}};
     for (auto& property : Node::getProperties()) properties.push_back(std::move(property));
     return properties;
@@ -44,8 +44,8 @@ void InputStreamNode::take(const Value& value, double timestamp) {
     const Value* held = output().payload();
     if (held == nullptr) stop("the input stream holds no value");
     if (held->type() != value.type()) {
-        return printDiagnostic("ERROR: trying to set input stream '" + descriptionString().value_or("") +
-                               "' with wrong type!");
+        return printDiagnostic("ERROR: trying to set input stream '" +
+                               std::string(descriptionString().value_or("")) + "' with wrong type!");
     }
     give(value, timestamp);
 }

@@ -32,6 +32,15 @@ private:
     bool before;
 };
 
+ValueClass adopted(ValueClass generic, ValueClass from, const Node& owner) {
+    const auto slotClass = adoptedClass(generic, from);
+    if (!slotClass) {
+        owner.stop("a slot of type \"" + std::string(typeString(generic)) +
+                   "\" cannot adopt a type from one of type \"" + std::string(typeString(from)) + "\"");
+    }
+    return *slotClass;
+}
+
 }  // namespace
 
 std::string_view classStringOf(NodeCategory category) {
@@ -66,85 +75,98 @@ std::optional<BodyColor> bodyColorNamed(std::string_view name) {
     return std::nullopt;
 }
 
-Node::~Node() = default;
+Node::~Node() {
+    if (!ownsSlots) return;
+    for (auto* input : inputSlots) delete input;
+    delete outputSlot;
+}
 
 void Node::reset() {
     for (auto* input : inputSlots) input->empty();
     noteChange();
-    if (outputSlot == nullptr) return;
-    outputSlot->checked = false;
-    outputSlot->setUpdated(false);
-    if (auto* handWritten = outputSlot->handWritten()) {
-        handWritten->timestamp = 0;
-    } else {
-        givenValue.outputState &= GivenValue::holdsValue;
+    if (outputSlot != nullptr) {
+        outputSlot->checked = false;
+        outputSlot->setUpdated(false);
+        if (auto* handWritten = outputSlot->handWritten()) {
+            handWritten->timestamp = 0;
+            return;
+        }
+    }
+    givenValue.outputState &= GivenValue::holdsValue;
+}
+
+std::optional<std::string_view> Node::outputType() const {
+    if (knownOutputType) return KelvaneSDK::typeString(*knownOutputType);
+    return extras != nullptr ? std::optional<std::string_view>(extras->unknownType) : std::nullopt;
+}
+
+void Node::setOutputType(std::optional<std::string_view> typeName) {
+    knownOutputType = typeName ? concreteClassNamed(*typeName) : std::nullopt;
+    if (typeName && !knownOutputType) {
+        withExtras().unknownType = *typeName;
+    } else if (extras != nullptr) {
+        extras->unknownType.reset();
     }
 }
 
 void Node::resolveOutputType() {
-    if (!output().isGenericSlot()) {
-        outputType = std::string(outputSlot->typeString());
-        return;
-    }
-    if (!outputType) return printDiagnostic("ERROR: unexpected outputType == nil!");
-    const auto templateClass = concreteClassNamed(*outputType);
-    if (!templateClass) return printDiagnostic("ERROR: setting output type!");
-    specializeGenericTypes(*makeSlot(*templateClass));
+    const auto slotClass = requiredOutputClass();
+    if (!isGeneric(slotClass)) return setOutputType(KelvaneSDK::typeString(slotClass));
+    if (!outputType()) return printDiagnostic("ERROR: unexpected outputType == nil!");
+    if (!knownOutputType) return printDiagnostic("ERROR: setting output type!");
+    specializeGenericTypes(*knownOutputType);
 }
 
-void Node::specializeGenericTypes(const TimestampedVariable& variable) {
-    const Pin pin(variable);
-    if (outputSlot != nullptr && outputSlot->isGenericSlot()) {
-        const auto genericClass = outputSlot->valueClass();
-        replaceSlot(*outputSlot, outputSlot->adoptedType(variable), genericClass);
+void Node::specializeGenericTypes(ValueClass from) {
+    if (outputClass && isGeneric(*outputClass)) {
+        const auto generic = *outputClass;
+        replaceOutput(adopted(generic, from, *this), generic);
         resolveOutputType();
     }
     for (std::size_t i = 0; i < inputSlots.size(); ++i) {
-        auto& input = *inputSlots[i];
-        if (input.isGenericSlot()) replaceSlot(input, input.adoptedType(variable), input.valueClass());
+        auto& input = inputSlots[i];
+        const auto generic = input.valueClass();
+        if (isGeneric(generic)) replaceInput(input, adopted(generic, from, *input.owner), generic);
     }
 }
 
 void Node::connectOutput(TimestampedVariable& input) {
     Node* const receiver = input.owner;
     if (receiver == nullptr) stop("the slot to connect to has no owner");
-    TimestampedVariable* connectedSlot = nullptr;
-    {
+    if (isGeneric(requiredOutputClass())) {
         const Pin pin(input);
-        if (output().isGenericSlot()) specializeGenericTypes(input);
-        connectedSlot = &receiver->connectInput(input, *outputSlot);
+        specializeGenericTypes(input.valueClass());
     }
-    if (connectedSlot != &input) receiver->dropUnlessPinned(input);
-    connectedSlot->pinned = true;
-    connectedSlots.push_back(connectedSlot);
-    connectedSlot->feedFrom(givenValue);
+    auto& connectedSlot = receiver->connectInput(input, *outputClass);
+    connectedSlot.pinned = true;
+    connectedSlots.append(connectedSlot);
+    connectedSlot.feedFrom(givenValue);
     noteChange();
 }
 
-TimestampedVariable& Node::connectInput(TimestampedVariable& input, const TimestampedVariable& from) {
-    if (!input.isGenericSlot()) {
+TimestampedVariable& Node::connectInput(TimestampedVariable& input, ValueClass from) {
+    const auto generic = input.valueClass();
+    if (!isGeneric(generic)) {
         input.connectable = false;
         return input;
     }
     if (std::find(inputSlots.begin(), inputSlots.end(), &input) == inputSlots.end()) {
         stop("a generic slot to connect is not among its node's inputs");
     }
-    auto& specialized = replaceSlot(input, input.adoptedType(from), input.valueClass());
+    auto& specialized = replaceInput(input, adopted(generic, from, *input.owner), generic);
     specialized.connectable = false;
     specialized.pinned = true;
-    specializeGenericTypes(specialized);
+    specializeGenericTypes(specialized.valueClass());
     return specialized;
 }
 
 void Node::disconnect(TimestampedVariable& input) {
-    std::erase(connectedSlots, &input);
+    connectedSlots.remove(input);
     input.unfeed(givenValue);
     noteChange();
     input.connectable = true;
     if (input.owner == nullptr) stop("the slot to disconnect has no owner");
-    Node& receiver = *input.owner;
-    const Pin pin(input);
-    receiver.revertIfNothingFixesTypes();
+    input.owner->revertIfNothingFixesTypes();
     revertIfNothingFixesTypes();
 }
 
@@ -156,17 +178,17 @@ void Node::revertIfNothingFixesTypes() {
         anyTyped = true;
     }
     if (!anyTyped) return;
-    if (outputSlot != nullptr && outputSlot->isTyped && !connectedSlots.empty()) return;
+    if (outputSpecializedFrom && connectedSlots.size() != 0) return;
     revertGenericTypes();
 }
 
 void Node::revertGenericTypes() {
-    if (outputSlot != nullptr && outputSlot->isTyped)
-        replaceSlot(*outputSlot, *outputSlot->isTyped, std::nullopt);
+    if (outputSpecializedFrom) replaceOutput(*outputSpecializedFrom, std::nullopt);
     for (std::size_t i = 0; i < inputSlots.size(); ++i) {
-        if (!inputSlots[i]->isTyped) continue;
-        replaceSlot(*inputSlots[i], *inputSlots[i]->isTyped, std::nullopt);
-        outputType.reset();
+        auto& input = inputSlots[i];
+        if (!input.isTyped) continue;
+        replaceInput(input, *input.isTyped, std::nullopt);
+        setOutputType(std::nullopt);
     }
 }
 
@@ -181,7 +203,7 @@ bool Node::allInputsHaveValues() const {
 }
 
 void Node::takeHandWritten() {
-    auto* const written = outputSlot->handWritten();
+    auto* const written = outputSlot != nullptr ? outputSlot->handWritten() : nullptr;
     if (written == nullptr) return;
     if (written->hasValue()) {
         givenValue.set(std::move(written->value));
@@ -198,14 +220,14 @@ void Node::takeHandWritten() {
 
 void Node::forwardOutput() {
     takeHandWritten();
-    if (!outputSlot->hasValue()) givenValue.clear();
+    if (!output().hasValue()) givenValue.clear();
     givenValue.timestamp = outputSlot->timestamp();
     ++givenValue.stamp;
     if (givenValue.special != 0) publishSpecially();
 }
 
 void Node::publishSpecially() {
-    if (auto* written = outputSlot->handWritten()) {
+    if (auto* written = outputSlot != nullptr ? outputSlot->handWritten() : nullptr) {
         // The value given just now is the later one.
         written->clear();
         outputSlot->dropHandWritten(givenValue);
@@ -243,7 +265,7 @@ double Node::latestInputTimestamp() const {
 
 void Node::completeStep() {
     consumeInputs();
-    if (outputSlot == nullptr || !outputSlot->hasValue()) return;
+    if (!holdsOutput()) return;
     takeHandWritten();
     checkElements(givenValue.value.elementCount());
     publish(latestInputTimestamp());
@@ -251,7 +273,7 @@ void Node::completeStep() {
 
 void Node::setProperty(std::string_view propertyString, std::string_view valueString) {
     if (propertyString == "Description") {
-        setDescriptionString(std::string(valueString));
+        setDescriptionString(valueString);
     } else if (propertyString == "OutputValue") {
         output().setValueFromString(valueString);
     } else if (propertyString == "Color") {
@@ -266,14 +288,39 @@ std::vector<Property> Node::getProperties() const {
     return {{"Color", std::string(bodyColorName(*color))}};
 }
 
-const std::string& Node::label() const {
-    if (!labelText) stop("the node has no label");
-    return *labelText;
+std::string_view Node::label() const {
+    const auto label = descriptionString();
+    if (!label) stop("the node has no label");
+    return *label;
+}
+
+std::optional<std::string_view> Node::descriptionString() const {
+    switch (labelState) {
+        case LabelState::absent:
+            return std::nullopt;
+        case LabelState::isTypeString:
+            return typeString;
+        case LabelState::isOwn:
+            break;
+    }
+    return extras->label;
+}
+
+void Node::setDescriptionString(std::optional<std::string_view> newLabel) {
+    const bool isOwn = newLabel && *newLabel != typeString;
+    if (isOwn) withExtras().label = *newLabel;
+    labelState = isOwn ? LabelState::isOwn : newLabel ? LabelState::isTypeString : LabelState::absent;
+    noteChange();
 }
 
 TimestampedVariable& Node::output() const {
-    if (outputSlot == nullptr) stop("the node has no output slot");
-    return *outputSlot;
+    requiredOutputClass();
+    return *outputValue();
+}
+
+ValueClass Node::requiredOutputClass() const {
+    if (!outputClass) stop("the node has no output slot");
+    return *outputClass;
 }
 
 void Node::stopOverElements(std::size_t count) const {
@@ -295,56 +342,107 @@ void Node::stop(std::string_view reason) const {
 
 std::string Node::nameInMessages() const {
     std::string name = id ? "node " + std::to_string(*id) : "a node without id";
-    name += " (\"" + typeString + "\"";
-    if (labelText) name += ", \"" + *labelText + "\"";
+    name += " (\"" + std::string(typeString) + "\"";
+    if (const auto label = descriptionString()) name += ", \"" + std::string(*label) + "\"";
     return name + ")";
 }
 
-TimestampedVariable& Node::own(std::unique_ptr<TimestampedVariable> slot) {
-    slot->owner = this;
-    ownedSlots.push_back(std::move(slot));
-    return *ownedSlots.back();
+Node::Extras& Node::withExtras() {
+    if (extras == nullptr) extras = std::make_unique<Extras>();
+    return *extras;
 }
 
 TimestampedVariable& Node::appendInput(ValueClass slotClass, const char* label) {
-    auto& slot = own(makeSlot(slotClass));
-    slot.label = label;
-    slot.index = static_cast<std::uint32_t>(inputSlots.size());
-    inputSlots.push_back(&slot);
-    return slot;
-}
-
-TimestampedVariable& Node::makeOutput(ValueClass slotClass, bool withDefault) {
     auto slot = makeSlot(slotClass);
+    slot->owner = this;
+    slot->label = label;
+    slot->index = static_cast<std::uint32_t>(inputSlots.size());
+    inputSlots.append(*slot);
+    return *slot.release();
+}
+
+void Node::makeOutput(ValueClass slotClass, bool withDefault) {
+    outputClass = slotClass;
+    if (!withDefault) return;
+    givenValue.set(defaultValue(*payloadType(slotClass)));
+    givenValue.outputState |= GivenValue::holdsValue;
+}
+
+void Node::showOutput() {
+    auto slot = makeSlot(*outputClass);
+    slot->owner = this;
+    slot->isTyped = outputSpecializedFrom;
     slot->showGiven(givenValue);
-    outputSlot = &own(std::move(slot));
-    if (withDefault) outputSlot->setValue(defaultValue(*payloadType(slotClass)));
-    return *outputSlot;
-}
-
-TimestampedVariable& Node::replaceSlot(TimestampedVariable& old, ValueClass slotClass,
-                                       std::optional<ValueClass> specializedFrom) {
-    auto& replacement = own(makeSlot(slotClass));
-    noteChange();
-    replacement.isTyped = specializedFrom;
-    replacement.label = old.label;
-    replacement.index = old.index;
-    if (&old == outputSlot) {
-        // The new output is empty; what the old one gave stays with the slots that it feeds.
-        replacement.showGiven(givenValue);
-        givenValue.outputState = 0;
-        outputSlot = &replacement;
+    auto* const shown = slot.get();
+    if (ownsSlots) {
+        static_cast<void>(slot.release());
     } else {
-        // By identity: a container presents slots that are numbered within their own nodes.
-        std::replace(inputSlots.begin(), inputSlots.end(), &old, &replacement);
+        withExtras().slots.push_back(std::move(slot));
     }
-    dropUnlessPinned(old);
-    return replacement;
+    outputSlot = shown;
 }
 
-void Node::dropUnlessPinned(const TimestampedVariable& slot) {
-    if (slot.pinned) return;
-    std::erase_if(ownedSlots, [&](const auto& owned) { return owned.get() == &slot; });
+bool Node::holdsOutput() const {
+    if (outputSlot != nullptr) return outputSlot->hasValue();
+    return outputClass && givenValue.hasValue() && (givenValue.outputState & GivenValue::holdsValue) != 0;
+}
+
+void Node::presentInputs(std::span<TimestampedVariable* const> slots) {
+    ownsSlots = false;
+    inputSlots.assign(slots);
+}
+
+void Node::presentOutput(TimestampedVariable* slot) {
+    ownsSlots = false;
+    outputSlot = slot;
+    outputClass.reset();
+    outputSpecializedFrom.reset();
+    if (slot == nullptr) return;
+    outputClass = slot->valueClass();
+    outputSpecializedFrom = slot->isTyped;
+}
+
+TimestampedVariable& Node::replaceInput(TimestampedVariable& old, ValueClass slotClass,
+                                        std::optional<ValueClass> specializedFrom) {
+    const auto* const label = old.label;
+    const auto index = old.index;
+    TimestampedVariable* replacement = nullptr;
+    if (old.pinned) {
+        auto& kept = withExtras().slots;
+        kept.push_back(makeSlot(slotClass));
+        replacement = kept.back().get();
+        // By identity: a container presents slots that are numbered within their own nodes.
+        inputSlots.replace(old, *replacement);
+        if (ownsSlots) {
+            static_cast<void>(kept.back().release());
+            kept.back().reset(&old);
+        }
+    } else {
+        replacement = &remakeSlot(old, slotClass);
+    }
+    replacement->owner = this;
+    replacement->label = label;
+    replacement->index = index;
+    replacement->isTyped = specializedFrom;
+    noteChange();
+    return *replacement;
+}
+
+void Node::replaceOutput(ValueClass slotClass, std::optional<ValueClass> specializedFrom) {
+    if (outputSlot != nullptr) {
+        // A slot that something refers to stays as it is; another one is made when it is asked for.
+        if (ownsSlots && outputSlot->pinned) {
+            withExtras().slots.emplace_back().reset(outputSlot);
+        } else if (ownsSlots) {
+            delete outputSlot;
+        }
+        outputSlot = nullptr;
+    }
+    outputClass = slotClass;
+    outputSpecializedFrom = specializedFrom;
+    // The new output is empty; what the old one gave stays with the slots that it feeds.
+    givenValue.outputState = 0;
+    noteChange();
 }
 
 }  // namespace KelvaneSDK

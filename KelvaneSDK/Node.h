@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "KelvaneSDK/EvaluationLimits.h"
+#include "KelvaneSDK/SlotList.h"
 #include "KelvaneSDK/TimestampedVariable.h"
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
@@ -70,7 +71,16 @@ struct Property {
 /// Nodes belong to the thread that drives their engine. A slot may be replaced by one of another class when
 /// it is connected or disconnected: read it from the node again afterwards.
 class Node {
+    // What ordering and compiling a diagram looks at stands together.
+    SlotList inputSlots, connectedSlots;
+
 public:
+    /// Where the engine keeps the node in what it is about; of no meaning to others.
+    static constexpr std::uint32_t noPlace = ~std::uint32_t{0};
+    std::uint32_t place = noPlace;
+    std::optional<NodeCategory> category;
+    std::optional<BodyColor> color;
+
     Node() = default;
     virtual ~Node();
     Node(const Node&) = delete;
@@ -88,7 +98,7 @@ public:
     /// output its flags and timestamp.
     virtual void reset();
 
-    /// Fixes a generic output to the class that `outputType` names, or sets `outputType` to the type of a
+    /// Fixes a generic output to the class that outputType() names, or sets outputType() to the type of a
     /// concrete output. Prints "ERROR: unexpected outputType == nil!" or "ERROR: setting output type!" and
     /// changes nothing when there is no such class.
     void resolveOutputType();
@@ -97,13 +107,13 @@ public:
     /// Whether the types fit is not checked, and a slot may be fed twice.
     virtual void connectOutput(TimestampedVariable& input);
 
-    /// Called on the owner of `input`: marks it connected, after a generic input took on the type of
-    /// `output`, and returns the slot that now stands in its place.
-    TimestampedVariable& connectInput(TimestampedVariable& input, const TimestampedVariable& output);
+    /// Called on the owner of `input`: marks it connected, after a generic input took on the type of an
+    /// output of class `from`, and returns the slot that now stands in its place.
+    TimestampedVariable& connectInput(TimestampedVariable& input, ValueClass from);
 
-    /// Replaces the generic output and then every generic input by slots of the class that each adopts from
-    /// `variable`.
-    void specializeGenericTypes(const TimestampedVariable& variable);
+    /// Replaces the generic output and then every generic input by slots of the class that each adopts from a
+    /// slot of class `from`.
+    void specializeGenericTypes(ValueClass from);
 
     /// Stops feeding `input`, and lets both nodes fall back to their generic slots when nothing fixes them
     /// any more.
@@ -129,21 +139,30 @@ public:
     /// The properties for export, in order.
     virtual std::vector<Property> getProperties() const;
 
+    /// The category's name in documents; empty for nodes of no category.
+    std::string_view classString() const { return category ? classStringOf(*category) : std::string_view(); }
+    /// The type name chosen for the output.
+    std::optional<std::string_view> outputType() const;
+    void setOutputType(std::optional<std::string_view> typeName);
+    /// Value classes that the node's generic slots do not support; connections do not consult it.
+    virtual std::span<const ValueClass> unsupportedTypes() const { return {}; }
+
     std::span<TimestampedVariable* const> inputValues() const { return inputSlots; }
-    /// The output slot, or null.
-    TimestampedVariable* outputValue() const { return outputSlot; }
+    /// The output slot, or null. It is made when it is first asked for.
+    TimestampedVariable* outputValue() const {
+        if (outputSlot == nullptr && outputClass) const_cast<Node*>(this)->showOutput();
+        return outputSlot;
+    }
     /// The output slot, where one is needed; a node without one stops the program.
     TimestampedVariable& output() const;
     /// The slots that the output feeds, in the order of their connection; a slot fed twice stands twice.
     std::span<TimestampedVariable* const> connectedInputValues() const { return connectedSlots; }
 
     /// The label; a node without one stops the program.
-    const std::string& label() const;
-    const std::optional<std::string>& descriptionString() const { return labelText; }
-    void setDescriptionString(std::optional<std::string> newLabel) {
-        labelText = std::move(newLabel);
-        noteChange();
-    }
+    std::string_view label() const;
+    /// The label, or absent. Valid until it is set anew.
+    std::optional<std::string_view> descriptionString() const;
+    void setDescriptionString(std::optional<std::string_view> newLabel);
     /// Makes the node part of a diagram, whose state must outlive it; without one nothing is limited.
     void join(DiagramState& diagramState) { state = &diagramState; }
     /// Notes for the diagram that what it knows of this node is out of date.
@@ -194,18 +213,9 @@ public:
     std::string nameInMessages() const;
 
     std::optional<std::int64_t> id;
-    /// The category's name in documents (static text); empty for nodes of no category.
-    std::string_view classString;
-    /// The type within the category: a function's name, or a value type's.
-    std::string typeString;
-    /// The type name chosen for the output.
-    std::optional<std::string> outputType;
-    std::optional<BodyColor> color;
+    /// The type within the category: a function's name, or a value type's. Static text.
+    std::string_view typeString;
     Position position;
-    /// Where the engine keeps the node in what it is about; of no meaning to others.
-    std::uint32_t place = ~std::uint32_t{0};
-    /// Value classes that the node's generic slots do not support; connections do not consult it.
-    std::span<const ValueClass> unsupportedTypes;
 
 protected:
     /// Ends an evaluation step: consumes every input's `updated` flag and, when the output holds a value,
@@ -218,36 +228,48 @@ protected:
     /// The latest timestamp of the inputs, 0.0 at least; NaN timestamps are passed over.
     double latestInputTimestamp() const;
 
-    /// Appends an input slot, or makes the output slot, of a class; the node owns it.
+    /// Appends an input slot, or gives the node an output, of a class; the node owns it.
     TimestampedVariable& appendInput(ValueClass slotClass, const char* label);
-    TimestampedVariable& makeOutput(ValueClass slotClass, bool withDefault = false);
+    void makeOutput(ValueClass slotClass, bool withDefault = false);
 
     // Containers present slots that other nodes own.
-    void presentInputs(std::vector<TimestampedVariable*> slots) { inputSlots = std::move(slots); }
-    void presentOutput(TimestampedVariable* slot) { outputSlot = slot; }
-    void presentConnected(std::span<TimestampedVariable* const> slots) {
-        connectedSlots.assign(slots.begin(), slots.end());
-    }
+    void presentInputs(std::span<TimestampedVariable* const> slots);
+    void presentOutput(TimestampedVariable* slot);
+    void presentConnected(std::span<TimestampedVariable* const> slots) { connectedSlots.assign(slots); }
 
 private:
-    TimestampedVariable& own(std::unique_ptr<TimestampedVariable> slot);
-    TimestampedVariable& replaceSlot(TimestampedVariable& old, ValueClass slotClass,
-                                     std::optional<ValueClass> specializedFrom);
-    void dropUnlessPinned(const TimestampedVariable& slot);
+    // What few nodes have.
+    struct Extras {
+        std::string label;
+        // An outputType() that names no class.
+        std::optional<std::string> unknownType;
+        // Replaced slots that something still refers to; in a container the replacements.
+        std::vector<std::unique_ptr<TimestampedVariable>> slots;
+    };
+    enum class LabelState : std::uint8_t { absent, isTypeString, isOwn };
+
+    Extras& withExtras();
+    void showOutput();
+    ValueClass requiredOutputClass() const;
+    bool holdsOutput() const;
+    TimestampedVariable& replaceInput(TimestampedVariable& old, ValueClass slotClass,
+                                      std::optional<ValueClass> specializedFrom);
+    void replaceOutput(ValueClass slotClass, std::optional<ValueClass> specializedFrom);
     void revertIfNothingFixesTypes();
     void takeHandWritten();
     [[noreturn]] void stopOverElements(std::size_t count) const;
     void stopWhenOver() const;
 
+    LabelState labelState = LabelState::absent;
+    // The slots are this node's own, as they are but in containers.
+    bool ownsSlots = true;
+    std::optional<ValueClass> knownOutputType;
+    // The class of the output, and the generic one that it was specialised from; the slot is made on demand.
+    std::optional<ValueClass> outputClass, outputSpecializedFrom;
+    TimestampedVariable* outputSlot = nullptr;
     GivenValue givenValue;
     DiagramState* state = nullptr;
-    std::optional<std::string> labelText;
-
-    std::vector<TimestampedVariable*> inputSlots;
-    TimestampedVariable* outputSlot = nullptr;
-    std::vector<TimestampedVariable*> connectedSlots;
-    // Every slot of this node, replaced ones that something still refers to included.
-    std::vector<std::unique_ptr<TimestampedVariable>> ownedSlots;
+    std::unique_ptr<Extras> extras;
 };
 
 /// A new, initialised node of a class.

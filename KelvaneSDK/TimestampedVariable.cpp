@@ -6,23 +6,24 @@
 namespace KelvaneSDK {
 
 TimestampedVariable::~TimestampedVariable() {
-    if (bound != nullptr) bound->slot = nullptr;
+    if (isBound) bound->slot = nullptr;
     if (ownsSource) delete source;
 }
 
 void TimestampedVariable::bind(StepInput& input) {
     input = {source, source->clock, consumed(), this};
     bound = &input;
+    isBound = true;
 }
 
 void TimestampedVariable::unbind() {
     consumedAt = consumed();
-    bound = nullptr;
+    isBound = false;
 }
 
 // From now on the slot counts for itself, whatever the slots do with which it was consumed.
 void TimestampedVariable::leaveGroup() {
-    if (bound == nullptr || !bound->isTogether()) return;
+    if (!isBound || !bound->isTogether()) return;
     bound->slot = nullptr;
     unbind();
     if (owner != nullptr) owner->noteChange();
@@ -31,7 +32,7 @@ void TimestampedVariable::leaveGroup() {
 void TimestampedVariable::setConsumed(std::uint64_t at) {
     if (at == consumed()) return;
     leaveGroup();
-    (bound != nullptr ? bound->consumed : consumedAt) = at;
+    (isBound ? bound->consumed : consumedAt) = at;
 }
 
 // The slot's own value, made of what it shows at first.
@@ -51,7 +52,7 @@ GivenValue& TimestampedVariable::ownValue() {
     }
     source = own.release();
     ownsSource = true;
-    if (bound != nullptr) {
+    if (isBound) {
         bound->source = source;
         bound->clock = source->clock;
     }
@@ -144,24 +145,6 @@ const Value& TimestampedVariable::typedValue() const {
     if (wanted && (held == nullptr || held->type() != *wanted)) stopOnPayload(*wanted);
     if (held == nullptr) stop("input " + std::to_string(index) + " holds no value");
     return *held;
-}
-
-ValueClass TimestampedVariable::adoptedType(const TimestampedVariable& from) const {
-    const auto companion = [&](std::optional<ValueClass> companionClass) {
-        if (!companionClass) {
-            stop("a slot of type \"" + std::string(typeString()) +
-                 "\" cannot adopt a type from one of type \"" + std::string(from.typeString()) + "\"");
-        }
-        return *companionClass;
-    };
-    switch (valueClass()) {
-        case ValueClass::ArrayVariable:
-            return isArray(from.valueClass()) ? from.valueClass() : companion(from.arrayType());
-        case ValueClass::ValueVariable:
-            return isArray(from.valueClass()) ? companion(from.baseType()) : from.valueClass();
-        default:
-            return from.valueClass();
-    }
 }
 
 std::string TimestampedVariable::stringValue() const { return "<NO STRING CONVERSION>"; }

@@ -42,10 +42,6 @@ public:
     std::optional<ValueClass> baseType() const { return elementClass(valueClass()); }
     bool isGenericSlot() const { return isGeneric(valueClass()); }
 
-    /// The class that this slot takes on when `source` is connected to it. A generic scalar and a generic
-    /// array adopt from each other through the companion class; a source without one stops the program.
-    ValueClass adoptedType(const TimestampedVariable& source) const;
-
     bool hasValue() const { return payload() != nullptr; }
     std::optional<Value> value() const {
         const Value* held = payload();
@@ -142,11 +138,11 @@ public:
     /// The position among its node's inputs; 0 for an output.
     std::uint32_t index = 0;
     /// The slot's upstream has been dealt with in this pass.
-    bool checked = false;
+    bool checked : 1 = false;
     /// No connection feeds the slot.
-    bool connectable = true;
+    bool connectable : 1 = true;
     /// Something besides the owner refers to the slot, so that it must outlive its replacement.
-    bool pinned = false;
+    bool pinned : 1 = false;
     /// For a slot that was specialised: the generic class it came from.
     std::optional<ValueClass> isTyped;
 
@@ -164,7 +160,7 @@ public:
     /// Takes the count back.
     void unbind();
     /// Where the count is kept, or null.
-    StepInput* boundInput() const { return bound; }
+    StepInput* boundInput() const { return isBound ? bound : nullptr; }
     /// Makes this the output slot that shows what its node gives.
     void showGiven(GivenValue& nodesValue) {
         source = &nodesValue;
@@ -198,18 +194,21 @@ private:
     [[noreturn]] void stopOnPayload(ValueType wanted) const;
     GivenValue& ownValue();
 
-    std::uint64_t consumed() const { return bound != nullptr ? bound->consumedSoFar() : consumedAt; }
+    std::uint64_t consumed() const { return isBound ? bound->consumedSoFar() : consumedAt; }
     void setConsumed(std::uint64_t at);
     void leaveGroup();
 
+    bool ownsSource : 1 = false;
+    bool isOutput : 1 = false;
+    bool wasConstant : 1 = false;
+    bool isBound : 1 = false;
     GivenValue* source = nullptr;
-    StepInput* bound = nullptr;
-    // By the source's clock.
-    std::uint64_t consumedAt = 0;
+    // By the source's clock; while the slot is bound, the count stands there.
+    union {
+        std::uint64_t consumedAt = 0;
+        StepInput* bound;
+    };
     std::uint64_t emptiedAt = 0;
-    bool ownsSource = false;
-    bool isOutput = false;
-    bool wasConstant = false;
 };
 
 /// A generic scalar slot, whose type is not yet fixed.

@@ -19,36 +19,51 @@ std::unique_ptr<TimestampedVariable> make(bool withDefault) {
     }
 }
 
+template <class Slot>
+TimestampedVariable& remake(TimestampedVariable& slot) {
+    static_assert(sizeof(Slot) == sizeof(TimestampedVariable) &&
+                  std::is_nothrow_default_constructible_v<Slot>);
+    void* const place = &slot;
+    slot.~TimestampedVariable();
+    return *new (place) Slot();
+}
+
 struct Row {
     std::string_view code;
     std::string_view name;
     std::optional<ValueType> payload;
     std::optional<ValueClass> companion;
     std::unique_ptr<TimestampedVariable> (*make)(bool withDefault);
+    TimestampedVariable& (*remake)(TimestampedVariable& slot);
 };
+template <class Slot>
+constexpr Row rowOf(std::string_view code, std::string_view name, std::optional<ValueType> payload = {},
+                    std::optional<ValueClass> companion = {}) {
+    return {code, name, payload, companion, make<Slot>, remake<Slot>};
+}
 
 using Class = ValueClass;
 
 // In the order of ValueClass.
 constexpr std::array<Row, 17> rows{{
-    {"*", "Generic value", std::nullopt, std::nullopt, make<TimestampedVariable>},
-    {"?", "Generic variable", std::nullopt, std::nullopt, make<ValueVariable>},
-    {"f", "Float", ValueType::Float, Class::FloatArrayVariable, make<FloatValue>},
-    {"i", "Integer", ValueType::Integer, Class::IntegerArrayVariable, make<IntegerValue>},
-    {"v", "Vector", ValueType::Vector, Class::VectorArrayVariable, make<VectorValue>},
-    {"b", "Boolean", ValueType::Boolean, Class::BooleanArrayVariable, make<BooleanValue>},
-    {"q", "Orientation", ValueType::Orientation, Class::OrientationArrayVariable, make<OrientationValue>},
-    {"s", "Sequence", ValueType::Sequence, Class::SequenceArrayVariable, make<SequenceValue>},
-    {"$", "String", ValueType::String, Class::StringArrayVariable, make<StringValue>},
-    {"[?]", "Array", std::nullopt, std::nullopt, make<ArrayVariable>},
-    {"[f]", "Float array", ValueType::FloatArray, Class::FloatValue, make<FloatArrayVariable>},
-    {"[i]", "Integer array", ValueType::IntegerArray, Class::IntegerValue, make<IntegerArrayVariable>},
-    {"[b]", "Boolean array", ValueType::BooleanArray, Class::BooleanValue, make<BooleanArrayVariable>},
-    {"[$]", "String array", ValueType::StringArray, Class::StringValue, make<StringArrayVariable>},
-    {"[v]", "Vector array", ValueType::VectorArray, Class::VectorValue, make<VectorArrayVariable>},
-    {"[q]", "Orientation array", ValueType::OrientationArray, Class::OrientationValue,
-     make<OrientationArrayVariable>},
-    {"[s]", "Sequence array", ValueType::SequenceArray, Class::SequenceValue, make<SequenceArrayVariable>},
+    rowOf<TimestampedVariable>("*", "Generic value"),
+    rowOf<ValueVariable>("?", "Generic variable"),
+    rowOf<FloatValue>("f", "Float", ValueType::Float, Class::FloatArrayVariable),
+    rowOf<IntegerValue>("i", "Integer", ValueType::Integer, Class::IntegerArrayVariable),
+    rowOf<VectorValue>("v", "Vector", ValueType::Vector, Class::VectorArrayVariable),
+    rowOf<BooleanValue>("b", "Boolean", ValueType::Boolean, Class::BooleanArrayVariable),
+    rowOf<OrientationValue>("q", "Orientation", ValueType::Orientation, Class::OrientationArrayVariable),
+    rowOf<SequenceValue>("s", "Sequence", ValueType::Sequence, Class::SequenceArrayVariable),
+    rowOf<StringValue>("$", "String", ValueType::String, Class::StringArrayVariable),
+    rowOf<ArrayVariable>("[?]", "Array"),
+    rowOf<FloatArrayVariable>("[f]", "Float array", ValueType::FloatArray, Class::FloatValue),
+    rowOf<IntegerArrayVariable>("[i]", "Integer array", ValueType::IntegerArray, Class::IntegerValue),
+    rowOf<BooleanArrayVariable>("[b]", "Boolean array", ValueType::BooleanArray, Class::BooleanValue),
+    rowOf<StringArrayVariable>("[$]", "String array", ValueType::StringArray, Class::StringValue),
+    rowOf<VectorArrayVariable>("[v]", "Vector array", ValueType::VectorArray, Class::VectorValue),
+    rowOf<OrientationArrayVariable>("[q]", "Orientation array", ValueType::OrientationArray,
+                                    Class::OrientationValue),
+    rowOf<SequenceArrayVariable>("[s]", "Sequence array", ValueType::SequenceArray, Class::SequenceValue),
 }};
 
 const Row& row(ValueClass valueClass) { return rows[static_cast<std::size_t>(valueClass)]; }
@@ -74,6 +89,12 @@ std::optional<ValueClass> concreteClassNamed(std::string_view typeString) {
         if (rows[i].payload && rows[i].name == typeString) return static_cast<ValueClass>(i);
     }
     return std::nullopt;
+}
+
+std::optional<ValueClass> adoptedClass(ValueClass generic, ValueClass from) {
+    if (generic == Class::ArrayVariable && !isArray(from)) return arrayClass(from);
+    if (generic == Class::ValueVariable && isArray(from)) return elementClass(from);
+    return from;
 }
 
 Value defaultValue(ValueType type) {
@@ -110,6 +131,10 @@ Value defaultValue(ValueType type) {
             break;
     }
     return List<Sample>{};
+}
+
+TimestampedVariable& remakeSlot(TimestampedVariable& slot, ValueClass valueClass) {
+    return row(valueClass).remake(slot);
 }
 
 std::unique_ptr<TimestampedVariable> makeSlot(ValueClass valueClass, bool withDefault) {

@@ -44,6 +44,9 @@ std::optional<ValueType> payloadType(ValueClass valueClass);
 std::optional<ValueClass> arrayClass(ValueClass valueClass);
 /// For a concrete array class the class of one element; absent otherwise.
 std::optional<ValueClass> elementClass(ValueClass valueClass);
+/// The class that a generic slot takes on when a slot of class `from` is connected to it. A generic scalar
+/// and a generic array adopt from each other through the companion class; absent where `from` has none.
+std::optional<ValueClass> adoptedClass(ValueClass generic, ValueClass from);
 /// True for the three classes that take on another class when they are connected.
 bool isGeneric(ValueClass valueClass);
 /// True for the classes whose code stands in brackets.
@@ -63,5 +66,7 @@ bool readsText(ValueClass valueClass);
 /// A new slot of a class; with `withDefault` a concrete one holds its type's default value (zero, the
 /// identity, the empty text or list).
 std::unique_ptr<TimestampedVariable> makeSlot(ValueClass valueClass, bool withDefault = false);
+/// Ends a slot and puts a new one, without a value, in its place.
+TimestampedVariable& remakeSlot(TimestampedVariable& slot, ValueClass valueClass);
 
 }  // namespace KelvaneSDK

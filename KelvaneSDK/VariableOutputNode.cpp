@@ -9,7 +9,7 @@ namespace KelvaneSDK {
 void VariableOutputNode::initialize() {
     createInputs();
     createOutput();
-    classString = classStringOf(NodeCategory::VariableOutput);
+    category = NodeCategory::VariableOutput;
     setTypeString();
     setDescriptionString(typeString);
 }
@@ -34,7 +34,8 @@ void VariableOutputNode::setProperty(std::string_view propertyString, std::strin
 }
 
 std::vector<Property> VariableOutputNode::getProperties() const {
-    std::vector<Property> properties{{"Description", label()}, {"Hidden", isHidden ? "true" : "false"}};
+    std::vector<Property> properties{{"Description", std::string(label())},
+                                     {"Hidden", isHidden ? "true" : "false"}};
     for (auto& property : Node::getProperties()) properties.push_back(std::move(property));
     return properties;
 }

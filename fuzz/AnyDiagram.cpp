@@ -133,17 +133,14 @@ private:
 
     // What a generic slot becomes when it meets `type`; absent where it takes no such values.
     static std::optional<ValueClass> specialized(ValueClass slot, ValueClass type) {
-        if (!isGeneric(slot)) return slot;
-        if (slot == ValueClass::ValueVariable && isArray(type)) return elementClass(type);
-        if (slot == ValueClass::ArrayVariable && !isArray(type)) return arrayClass(type);
-        return type;
+        return isGeneric(slot) ? adoptedClass(slot, type) : slot;
     }
 
     void addFunction() {
         const auto& name = anyName(choices, NodeCategory::Function);
         const auto node = NodeRegistry::library().find(NodeCategory::Function, name)->make();
         const auto supported = [&](ValueClass type) {
-            const auto& list = node->unsupportedTypes;
+            const auto list = node->unsupportedTypes();
             return std::find(list.begin(), list.end(), type) == list.end();
         };
         auto type = ValueClass::FloatValue;

@@ -60,7 +60,7 @@ TEST(NodeTest, GenericSlotsTakeOnTheTypeOfAConnectionAndFallBackWithIt) {
         const auto node = createNode<ProbeFunction>();
         connect(*source, *node, adoption.input);
         EXPECT_EQ(codes(*node), adoption.codes);
-        EXPECT_EQ(node->outputType, adoption.outputType);
+        EXPECT_EQ(node->outputType(), adoption.outputType);
         for (std::size_t i = 0; i < 4; ++i) {
             const auto& slot = *node->inputValues()[i];
             EXPECT_TRUE(slot.connectable == (i != adoption.input) && slot.owner == node.get() && slot.index == i);
@@ -68,7 +68,7 @@ TEST(NodeTest, GenericSlotsTakeOnTheTypeOfAConnectionAndFallBackWithIt) {
         ASSERT_EQ(source->connectedInputValues().size(), 1U);
         source->disconnect(*source->connectedInputValues()[0]);
         EXPECT_EQ(codes(*node), genericCodes);
-        EXPECT_EQ(node->outputType, std::nullopt);
+        EXPECT_EQ(node->outputType(), std::nullopt);
         EXPECT_TRUE(node->inputValues()[adoption.input]->connectable);
     }
 }
@@ -103,21 +103,21 @@ TEST(NodeTest, TwoGenericNodesReportThatNoTypeIsKnown) {
 
 TEST(NodeTest, TheOutputTypeOfADocumentFixesAGenericOutput) {
     const auto texts = function("Add");
-    texts->outputType = "String array";
+    texts->setOutputType("String array");
     texts->resolveOutputType();
     EXPECT_EQ(codes(*texts), "[$] [$] -> [$]");
     CapturedDiagnostics captured;
     for (const auto* type : {"float array", "Generic value", ""}) {
         const auto node = function("Add");
-        node->outputType = type;
+        node->setOutputType(type);
         node->resolveOutputType();
         EXPECT_EQ(codes(*node), "* * -> *");
     }
     EXPECT_EQ(captured.lines, std::vector<std::string>(3, "ERROR: setting output type!"));
     const auto equal = function("Equal");
-    equal->outputType = "Float";
+    equal->setOutputType("Float");
     equal->resolveOutputType();
-    EXPECT_EQ(equal->outputType, "Boolean") << "a concrete output has the last word";
+    EXPECT_EQ(equal->outputType(), "Boolean") << "a concrete output has the last word";
 }
 
 TEST(NodeTest, ANodeMayFeedItself) {

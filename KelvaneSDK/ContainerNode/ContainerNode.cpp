@@ -61,7 +61,7 @@ void Container::updateInputPorts() {
         return a->owner->position.y < b->owner->position.y;
     });
     for (auto* slot : ports) slot->pinned = true;
-    presentInputs(std::move(ports));
+    presentInputs(ports);
 }
 
 Node& Container::updateOutputPort() {
@@ -78,7 +78,7 @@ Node& Container::updateOutputPort() {
         return *node;
     }
     stopProgram(
-        "the container \"" + descriptionString().value_or("") +
+        "the container \"" + std::string(descriptionString().value_or("")) +
         "\" holds no node that could provide its output: it is empty, or its nodes feed only one another");
 }
 
@@ -98,7 +98,7 @@ void Container::disconnect(TimestampedVariable& input) {
 }
 
 std::vector<Property> Container::getProperties() const {
-    std::vector<Property> properties{{"Description", label()}};
+    std::vector<Property> properties{{"Description", std::string(label())}};
     for (auto& property : Node::getProperties()) properties.push_back(std::move(property));
     return properties;
 }

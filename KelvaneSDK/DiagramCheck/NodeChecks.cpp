@@ -163,7 +163,7 @@ private:
         CheckedNode& node = diagram[index];
         const std::string& wanted = *node.record->outputType;
         const auto before = node.outputClass();
-        node.node->outputType = wanted;
+        node.node->setOutputType(wanted);
         const auto outcome = outcomeOf([&] { node.node->resolveOutputType(); });
         if (reportStop(outcome, at(index), node, "outputType", "type")) return;
         if (!outcome.lines.empty()) {

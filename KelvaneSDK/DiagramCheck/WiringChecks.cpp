@@ -88,7 +88,7 @@ private:
         const auto look = [&](const TimestampedVariable& slot) {
             const auto actual = slot.valueClass();
             if (isGeneric(actual)) open = actual;
-            const auto& list = node.node->unsupportedTypes;
+            const auto list = node.node->unsupportedTypes();
             if (slot.isTyped && std::find(list.begin(), list.end(), actual) != list.end())
                 unsupported = actual;
         };

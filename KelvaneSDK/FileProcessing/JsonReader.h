@@ -4,6 +4,7 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -50,12 +51,16 @@ template <std::size_t count>
 std::array<std::optional<simdjson::dom::element>, count> members(
     const simdjson::dom::object& object, const std::array<std::string_view, count>& names) {
     std::array<std::optional<simdjson::dom::element>, count> found;
+    // Members mostly stand in the order of the names.
+    std::size_t next = 0;
     for (const auto field : object) {
-        for (std::size_t i = 0; i < count; ++i) {
-            if (field.key != names[i]) continue;
-            found[i] = field.value.is_null() ? std::nullopt : std::optional(field.value);
-            break;
+        std::size_t i = next;
+        if (i == count || field.key != names[i]) {
+            i = static_cast<std::size_t>(std::find(names.begin(), names.end(), field.key) - names.begin());
+            if (i == count) continue;
         }
+        found[i] = field.value.is_null() ? std::nullopt : std::optional(field.value);
+        next = i + 1;
     }
     return found;
 }

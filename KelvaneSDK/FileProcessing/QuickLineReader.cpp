@@ -1,12 +1,8 @@
-#include <simdjson.h>
-
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <utility>
 
-#include "KelvaneSDK/FileProcessing/JsonNumber.h"
-#include "KelvaneSDK/FileProcessing/PlainText.h"
+#include "KelvaneSDK/FileProcessing/QuickCursor.h"
 #include "KelvaneSDK/FileProcessing/RecordingLine.h"
 
 namespace KelvaneSDK {
@@ -22,72 +18,11 @@ constexpr std::array<std::string_view, 3> vectorKeys{"x", "y", "z"};
 constexpr std::array<std::string_view, 4> orientationKeys{"x", "y", "z", "w"};
 constexpr std::array<std::string_view, 2> sampleKeys{"t", "f"};
 
-class Cursor {
+class Cursor : public QuickCursor<false> {
 public:
-    explicit Cursor(std::string_view text) : at(text.data()), end(text.data() + text.size()) {}
+    using QuickCursor::QuickCursor;
+    using QuickCursor::read;
 
-    std::size_t placeIn(std::string_view text) const { return static_cast<std::size_t>(at - text.data()); }
-    void skip(std::size_t length) { at += length; }
-
-    void skipBlanks() {
-        while (at < end && (*at == ' ' || *at == '\t' || *at == '\r')) ++at;
-    }
-    bool take(char c) {
-        if (at == end || *at != c) {
-            skipBlanks();
-            if (at == end || *at != c) return false;
-        }
-        ++at;
-        return true;
-    }
-
-    /// The index of the key that comes next, with its colon; the number of keys for any other text.
-    template <const auto& keys>
-    std::size_t takeKey() {
-        constexpr std::size_t count = keys.size();
-        if (!take('"')) return count;
-        std::size_t key = count;
-        const auto matches = [&]<std::size_t index>() {
-            constexpr std::size_t length = keys[index].size();
-            const bool isKey = static_cast<std::size_t>(end - at) > length && at[length] == '"' &&
-                               std::memcmp(at, keys[index].data(), length) == 0;
-            if (!isKey) return false;
-            key = index;
-            at += length + 1;
-            return true;
-        };
-        const bool isKnown = [&]<std::size_t... indices>(std::index_sequence<indices...>) {
-            return (matches.template operator()<indices>() || ...);
-        }
-        (std::make_index_sequence<count>());
-        return isKnown && take(':') ? key : count;
-    }
-
-    bool read(double& number) {
-        skipBlanks();
-        return moveTo(readJsonDouble(at, end, number));
-    }
-    bool read(std::int64_t& integer) {
-        skipBlanks();
-        return moveTo(readJsonInteger(at, end, integer));
-    }
-    bool read(bool& truth) {
-        skipBlanks();
-        truth = rest().starts_with("true");
-        if (!truth && !rest().starts_with("false")) return false;
-        at += truth ? 4 : 5;
-        return true;
-    }
-    bool read(std::string_view& text) {
-        if (!take('"')) return false;
-        const char* const begin = at;
-        at += plainLength(rest());
-        const bool isAscii = at < end && *at == '"';
-        while (at < end && static_cast<signed char>(*at) < 0) at += 1 + plainLength(rest().substr(1));
-        if (at == end || *at != '"') return false;
-        text = {begin, static_cast<std::size_t>(at++ - begin)};
-        return isAscii || simdjson::validate_utf8(text.data(), text.size());
-    }
     bool read(String& text) {
         std::string_view view;
         if (!read(view)) return false;
@@ -121,12 +56,6 @@ public:
     }
 
 private:
-    std::string_view rest() const { return {at, static_cast<std::size_t>(end - at)}; }
-    bool moveTo(const char* place) {
-        if (place == nullptr) return false;
-        at = place;
-        return true;
-    }
     template <const auto& names>
     bool readMembers(const std::array<double*, names.size()>& targets) {
         if (!take('{')) return false;
@@ -138,9 +67,6 @@ private:
         } while (take(','));
         return missing == 0 && take('}');
     }
-
-    const char* at;
-    const char* end;
 };
 
 }  // namespace

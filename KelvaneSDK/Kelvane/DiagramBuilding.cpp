@@ -1,7 +1,8 @@
 #include <algorithm>
 #include <cstdint>
+#include <memory>
+#include <span>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
 #include "KelvaneSDK/Diagnostics.h"
@@ -11,6 +12,77 @@
 #include "KelvaneSDK/Kelvane/Evaluation.h"
 
 namespace KelvaneSDK {
+
+namespace {
+
+/// The records of a list by the node that they are about, each node's in document order. Quick where the
+/// records stand in the order in which their nodes are asked for.
+template <class Record>
+class RecordsByNode {
+public:
+    explicit RecordsByNode(const std::vector<Record>& records) {
+        byId.reserve(records.size());
+        for (const auto& record : records) byId.push_back(&record);
+        if (!std::is_sorted(byId.begin(), byId.end(), before)) {
+            std::stable_sort(byId.begin(), byId.end(), before);
+        }
+    }
+
+    std::span<const Record* const> of(std::int64_t id) {
+        const auto isBelow = [id](const Record* record) { return record->id < id; };
+        const bool isNext =
+            (next == byId.size() || !isBelow(byId[next])) && (next == 0 || isBelow(byId[next - 1]));
+        if (!isNext) {
+            const auto first = std::partition_point(byId.begin(), byId.end(), isBelow);
+            next = static_cast<std::size_t>(first - byId.begin());
+        }
+        const std::size_t begin = next;
+        while (next < byId.size() && byId[next]->id == id) ++next;
+        return std::span(byId).subspan(begin, next - begin);
+    }
+
+private:
+    static bool before(const Record* a, const Record* b) { return a->id < b->id; }
+
+    std::vector<const Record*> byId;
+    std::size_t next = 0;
+};
+
+/// Nodes by their ids; of several with one id the first that was added.
+class NodesById {
+public:
+    void add(std::span<const std::unique_ptr<Node>> nodes) {
+        const auto before = [](const Entry& a, const Entry& b) { return a.id < b.id; };
+        const auto count = static_cast<std::ptrdiff_t>(byId.size());
+        for (const auto& node : nodes) {
+            if (node->id) byId.push_back({*node->id, node.get()});
+        }
+        const auto first = byId.begin() + count;
+        if (!std::is_sorted(first, byId.end(), before)) std::stable_sort(first, byId.end(), before);
+        std::inplace_merge(byId.begin(), first, byId.end(), before);
+    }
+
+    Node* find(std::int64_t id) const {
+        if (byId.empty()) return nullptr;
+        // Where the ids are numbers without gaps, the place is known.
+        const auto guess = static_cast<std::uint64_t>(id) - static_cast<std::uint64_t>(byId.front().id);
+        if (guess < byId.size() && byId[guess].id == id && (guess == 0 || byId[guess - 1].id != id)) {
+            return byId[guess].node;
+        }
+        const auto found = std::partition_point(byId.begin(), byId.end(),
+                                                [id](const Entry& entry) { return entry.id < id; });
+        return found != byId.end() && found->id == id ? found->node : nullptr;
+    }
+
+private:
+    struct Entry {
+        std::int64_t id;
+        Node* node;
+    };
+    std::vector<Entry> byId;
+};
+
+}  // namespace
 
 /// Builds the nodes of one document into an engine.
 class DiagramBuilder {
@@ -25,8 +97,6 @@ public:
     void checkConnections() const;
 
 private:
-    using RowsById = std::unordered_map<std::int64_t, std::vector<std::size_t>>;
-
     bool createNodes();
     Node* createNode(const NodeInfo& record);
     void connect();
@@ -36,8 +106,7 @@ private:
     std::unique_ptr<Container> buildContainerTree(const ContainerInfo& root) const;
     void buildSubdiagrams(bool fromDocument);
     void linkStreamsAndOutputs();
-    void indexNodes();
-    Node* find(std::int64_t id) const;
+    Node* find(std::int64_t id) const { return nodesById.find(id); }
 
     template <class Visit>
     void forEachNode(Visit visit) const {
@@ -49,7 +118,7 @@ private:
     Kelvane& engine;
     const DiagramInfo& info;
     std::vector<Node*> created;
-    std::unordered_map<std::int64_t, Node*> nodesById;
+    NodesById nodesById;
 };
 
 template <class Work>
@@ -133,7 +202,8 @@ std::optional<std::vector<Node*>> DiagramBuilder::build(bool withSubdiagrams) {
         linkStreamsAndOutputs();
         return std::nullopt;
     }
-    indexNodes();
+    // In the order in which nodes are walked.
+    for (const auto& list : engine.nodeLists) nodesById.add(list);
     connect();
     buildContainers();
     buildSubdiagrams(withSubdiagrams);
@@ -143,11 +213,8 @@ std::optional<std::vector<Node*>> DiagramBuilder::build(bool withSubdiagrams) {
 }
 
 bool DiagramBuilder::createNodes() {
-    std::unordered_map<std::int64_t, const PositionInfo*> positions;
-    for (const auto& position : info.positions) positions.insert_or_assign(position.id, &position);
-    RowsById properties;
-    for (std::size_t i = 0; i < info.properties.size(); ++i) properties[info.properties[i].id].push_back(i);
-
+    RecordsByNode positions(info.positions);
+    RecordsByNode properties(info.properties);
     created.reserve(info.nodes.size());
     for (const auto& record : info.nodes) {
         Node* const node = createNode(record);
@@ -155,17 +222,13 @@ bool DiagramBuilder::createNodes() {
         created.push_back(node);
         node->id = record.id;
         if (record.outputType) {
-            node->outputType = record.outputType;
+            node->setOutputType(*record.outputType);
             node->resolveOutputType();
         }
-        if (const auto rows = properties.find(record.id); rows != properties.end()) {
-            for (const auto row : rows->second) {
-                node->setProperty(info.properties[row].propertyString, info.properties[row].valueString);
-            }
+        for (const auto* property : properties.of(record.id)) {
+            node->setProperty(property->propertyString, property->valueString);
         }
-        if (const auto position = positions.find(record.id); position != positions.end()) {
-            node->position = {position->second->x, position->second->y};
-        }
+        for (const auto* position : positions.of(record.id)) node->position = {position->x, position->y};
     }
     return true;
 }
@@ -183,18 +246,6 @@ Node* DiagramBuilder::createNode(const NodeInfo& record) {
         return nullptr;
     }
     return engine.addNode(*category, nodeClass->make());
-}
-
-void DiagramBuilder::indexNodes() {
-    // The first node of an id wins, in the order in which nodes are walked.
-    forEachNode([&](Node& node) {
-        if (node.id) nodesById.try_emplace(*node.id, &node);
-    });
-}
-
-Node* DiagramBuilder::find(std::int64_t id) const {
-    const auto found = nodesById.find(id);
-    return found == nodesById.end() ? nullptr : found->second;
 }
 
 void DiagramBuilder::connect() {
@@ -277,6 +328,7 @@ void DiagramBuilder::buildSubdiagrams(bool fromDocument) {
     }
     if (!engine.subdiagrams.empty()) return;
     Subdiagram everything("[0]");
+    everything.nodes.reserve(created.size());
     forEachNode([&](Node& node) { everything.nodes.push_back(&node); });
     engine.subdiagrams.push_back(std::move(everything));
 }
@@ -301,13 +353,14 @@ void DiagramBuilder::linkStreamsAndOutputs() {
 }
 
 void DiagramBuilder::checkContainment() const {
-    std::unordered_set<const Node*> contained;
+    // New nodes have no place yet.
+    constexpr std::uint32_t isContained = 0;
     for (const auto& subdiagram : engine.subdiagrams) {
-        contained.insert(subdiagram.nodes.begin(), subdiagram.nodes.end());
+        for (auto* node : subdiagram.nodes) node->place = isContained;
     }
     bool complete = true;
-    forEachNode([&](const Node& node) {
-        if (contained.contains(&node)) return;
+    forEachNode([&](Node& node) {
+        if (std::exchange(node.place, Node::noPlace) == isContained) return;
         printDiagnostic("ERROR: node " + std::to_string(node.id.value_or(0)) +
                         " not contained in subdiagram!!");
         complete = false;

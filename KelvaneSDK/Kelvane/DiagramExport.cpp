@@ -12,7 +12,8 @@ std::int64_t idOf(const Node& node) {
 
 void appendNode(DiagramInfo& info, const Node& node) {
     const std::int64_t id = idOf(node);
-    info.nodes.push_back({id, std::string(node.classString), node.typeString, node.outputType});
+    info.nodes.push_back({id, std::string(node.classString()), std::string(node.typeString),
+                          std::optional<std::string>(node.outputType())});
     info.positions.push_back({id, node.position.x, node.position.y});
     for (const auto* slot : node.connectedInputValues()) {
         info.connections.push_back({id, idOf(*slot->owner), slot->index});

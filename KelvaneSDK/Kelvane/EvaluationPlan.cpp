@@ -83,8 +83,8 @@ std::optional<Evaluation::Label> Evaluation::labelOf(std::string_view text) cons
 
 void Evaluation::compileLabels() {
     std::vector<std::string> texts;
-    for (const auto* node : nodes.streams) texts.push_back(node->label());
-    for (const auto* node : nodes.outputs) texts.push_back(node->label());
+    for (const auto* node : nodes.streams) texts.emplace_back(node->label());
+    for (const auto* node : nodes.outputs) texts.emplace_back(node->label());
     std::sort(texts.begin(), texts.end());
     texts.erase(std::unique(texts.begin(), texts.end()), texts.end());
     const auto labelTexts = std::make_shared<const std::vector<std::string>>(std::move(texts));

@@ -56,6 +56,7 @@ Node* Kelvane::addNode(NodeCategory category, std::unique_ptr<Node> node) {
 void Kelvane::orderAsInDocument() {
     ++state.changes;
     nodes.functions.clear();
+    nodes.functions.reserve(nodeList(NodeCategory::Function).size());
     for (const auto& node : nodeList(NodeCategory::Function)) nodes.functions.push_back(node.get());
 }
 
@@ -86,7 +87,7 @@ void Kelvane::reset() {
 std::vector<std::string> Kelvane::getInputStreams() const {
     std::vector<std::string> labels;
     const bool isWhole = perform([&] {
-        for (const auto* stream : nodes.streams) labels.push_back(stream->label());
+        for (const auto* stream : nodes.streams) labels.emplace_back(stream->label());
     });
     return isWhole ? std::move(labels) : decltype(labels)();
 }
@@ -94,7 +95,8 @@ std::vector<std::string> Kelvane::getInputStreams() const {
 std::vector<VariableOutputDescription> Kelvane::getVariableOutputs() const {
     std::vector<VariableOutputDescription> outputs;
     const bool isWhole = perform([&] {
-        for (const auto* output : nodes.outputs) outputs.push_back({output->label(), output->typeString});
+        for (const auto* output : nodes.outputs)
+            outputs.push_back({std::string(output->label()), std::string(output->typeString)});
     });
     return isWhole ? std::move(outputs) : decltype(outputs)();
 }
@@ -111,7 +113,7 @@ std::vector<ConstantDescription> Kelvane::getConstants() const {
         for (const auto* node : nodes.constants) {
             const auto value = node->output().value();
             if (!value) node->stop("the constant has no value");
-            constants.push_back({node->label(), *value});
+            constants.push_back({std::string(node->label()), *value});
         }
     });
     return isWhole ? std::move(constants) : decltype(constants)();

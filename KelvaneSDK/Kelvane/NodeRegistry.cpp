@@ -45,7 +45,8 @@ void NodeClass::complete(const Node& node) {
         facts->inputs.push_back({slot->label != nullptr ? slot->label : "", slot->valueClass()});
     }
     if (const auto* output = node.outputValue()) facts->output = output->valueClass();
-    facts->unsupported.assign(node.unsupportedTypes.begin(), node.unsupportedTypes.end());
+    const auto unsupported = node.unsupportedTypes();
+    facts->unsupported.assign(unsupported.begin(), unsupported.end());
 }
 
 void NodeRegistry::add(const NodeFamily& family) {
@@ -57,7 +58,7 @@ void NodeRegistry::add(const NodeFamily& family) {
         nodeClass.complete(*instance);
         nodeClass.family = family.title;
         auto& classes = byCategory[static_cast<std::size_t>(family.category)];
-        const auto [place, isNew] = classes.try_emplace(instance->typeString, nodeClass);
+        const auto [place, isNew] = classes.try_emplace(std::string(instance->typeString), nodeClass);
         if (isNew) continue;
         replaced.push_back(std::exchange(place->second, std::move(nodeClass)));
     }

@@ -30,7 +30,7 @@ protected:
 
     ContainerTest() {
         for (auto* node : {low.get(), high.get()}) {
-            node->outputType = "Float";
+            node->setOutputType("Float");
             node->resolveOutputType();
         }
         container.setDescriptionString("Sensors");
@@ -76,7 +76,7 @@ TEST_F(ContainerTest, KeepsToItsPortsWhenASlotIsReplaced) {
     const auto generic = make(NodeCategory::Function, "Scale", 8, 200);
     container.nodes = {high.get(), generic.get()};
     container.updatePorts();
-    container.specializeGenericTypes(FloatValue());
+    container.specializeGenericTypes(ValueClass::FloatValue);
     EXPECT_EQ(container.inputValues()[3]->typeCode(), "f");
     EXPECT_EQ(container.inputValues()[1], high->inputValues()[1]);
     EXPECT_EQ(generic->inputValues()[1]->typeCode(), "*");

@@ -17,7 +17,7 @@ struct SummaryRow {
 
 std::string evaluated(const SummaryRow& row, CapturedDiagnostics& diagnostics) {
     const auto node = NodeRegistry::library().find(NodeCategory::Function, "JSON output")->make();
-    node->specializeGenericTypes(*makeSlot(*concreteClassNamed(valueTypeName(row.value.type()))));
+    node->specializeGenericTypes(*concreteClassNamed(valueTypeName(row.value.type())));
     const Value inputs[] = {String(row.document), String(row.label), row.value};
     for (std::size_t i = 0; i < 3; ++i) node->inputValues()[i]->setValue(inputs[i]);
     node->process();

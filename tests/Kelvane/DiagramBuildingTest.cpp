@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+
 #include "support/DiagramDocument.h"
 #include "support/Stops.h"
 
@@ -98,6 +101,29 @@ TEST(DiagramBuildingTest, AppendingRenumbersTheOldNodesAboveTheDocument) {
     EXPECT_EQ(idsOf(engine.nodeList(NodeCategory::Constant)), Ids{1}) << "an empty document leaves room for id 0";
     added.data.info.nodes[0].id = INT64_MAX - 6;
     EXPECT_STOP(engine.read(added.text(), false), "leave no room for the present nodes");
+}
+
+TEST(DiagramBuildingTest, RecordsFindTheirNodesInAnyOrderAndWithAnyIds) {
+    auto document = DiagramDocument::chain("Add");
+    document.connect(document.constant("Float", "2"), 2, 1);
+    document.property(2, "Color", "red");
+    document.property(2, "Color", "blue");
+    auto& info = document.data.info;
+    info.positions = {{2, 1, 5}, {77, 7, 7}, {4, 8, 9}, {2, 3, 5}, {1, 6, 6}};
+    std::rotate(info.properties.begin(), info.properties.begin() + 2, info.properties.end());
+    const auto renumber = [](std::int64_t& id) { id = std::array<std::int64_t, 5>{0, 900, -5, 7, 31}.at(static_cast<std::size_t>(id % 77)); };
+    for (auto& node : info.nodes) renumber(node.id);
+    for (auto& property : info.properties) renumber(property.id);
+    for (auto& position : info.positions) renumber(position.id);
+    for (auto& connection : info.connections) renumber(connection.outputNodeId), renumber(connection.inputNodeId);
+    Kelvane engine;
+    ASSERT_TRUE(engine.read(document.text(), true));
+    const Node& add = *engine.nodeList(NodeCategory::Function)[0];
+    EXPECT_EQ(add.position, (Position{3, 5})) << "the last one counts";
+    EXPECT_EQ(add.color, BodyColor::blue);
+    EXPECT_EQ(engine.nodeList(NodeCategory::Constant)[0]->position, (Position{8, 9}));
+    EXPECT_EQ(engine.nodeList(NodeCategory::VariableOutput)[0]->position, Position());
+    EXPECT_EQ(engine.evaluate({1, {{"x", 1.0}}}).outputs, (LabelledValues{{"y", 3.0}}));
 }
 
 TEST(DiagramBuildingTest, LinksStreamsToTheFirstOutputOfTheirLabel) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include <limits>
 
 #include "support/DiagramDocument.h"
@@ -61,6 +63,27 @@ TEST(DiagramExportTest, NumbersTheNodesByCategoryAndWritesThemAll) {
     EXPECT_EQ(again.createJSON(), text);
     again.setVariableOutputHidden("sum", false);
     EXPECT_EQ(again.evaluate({1, {{"x", 4.0}}}).outputs, (LabelledValues{{"sum", 6.5}}));
+}
+
+TEST(DiagramExportTest, ADocumentIsTheSameHoweverItIsSpelled) {
+    const auto whole = [](std::string_view manual, std::string_view id, std::string_view rest) {
+        return "\n{ \"manualLines\" : [" + std::string(manual) + "],\t\"positions\":[{\"y\":-0,\"x\":1e1,\"id\":" + std::string(id) +
+               "}],\r\n\"connections\":[],\"properties\":[],\"nodes\":[]" + std::string(rest) + "}\n ";
+    };
+    DiagramInfo expected;
+    expected.positions = {{3, 10, -0.0}};
+    expected.manualLines = {{"ü/"}};
+    for (const auto& text :
+         {whole("\"ü/\"", "3", ""), whole("\"\\u00fc\\/\"", "3", ""), whole("\"ü/\"", "30e-1", ""), whole("\"ü/\"", "3.0", ",\"containers\":null"),
+          whole("\"ü/\"", "3", ",\"more\":[{}]"), whole("\"ü/\"", "4,\"id\":3", ",\"manualLines\":[\"ü/\"]")}) {
+        const auto decoded = DiagramData::decode(text);
+        ASSERT_TRUE(decoded) << text;
+        EXPECT_EQ(decoded->info, expected) << text;
+        EXPECT_TRUE(std::signbit(decoded->info.positions[0].y)) << text;
+    }
+    for (const auto& text : {whole("\"\xc3(\"", "3", ""), whole("", "03", ""), whole("", "3.5", ""), whole("", "3", ",\"nodes\":1"),
+                             whole("1", "3", ""), whole("", "3", "") + ",", whole("", "\"3\"", "")})
+        EXPECT_FALSE(DiagramData::decode(text)) << text;
 }
 
 TEST(DiagramExportTest, EditsReachEveryNodeOfTheLabel) {

@@ -45,7 +45,7 @@ TEST(NodeRegistryTest, EveryFunctionIsNamedDescribedAndLabelled) {
             const auto node = nodeClass.make();
             SCOPED_TRACE(node->typeString);
             ++listed;
-            EXPECT_EQ(functions.at(node->typeString).family, family.title) << "another family has the name, too";
+            EXPECT_EQ(functions.at(std::string(node->typeString)).family, family.title) << "another family has the name, too";
             EXPECT_FALSE(nodeClass.description().empty());
             EXPECT_EQ(node->label(), node->typeString);
             ASSERT_NE(node->outputValue(), nullptr);

@@ -91,7 +91,7 @@ std::map<std::string, std::optional<Value>> PlainEngine::sweep() {
     for (auto* node : outputs) {
         if (!node->allInputsUpdated()) continue;
         node->process();
-        results.insert_or_assign(node->label(), node->outputValue()->value());
+        results.insert_or_assign(std::string(node->label()), node->outputValue()->value());
     }
     for (const auto& node : engine.nodeList(NodeCategory::Function)) {
         for (auto* slot : node->connectedInputValues()) slot->checked = false;

@@ -106,7 +106,7 @@ private:
             add(findings, "stream-type", Severity::error, stream).message =
                 "the recording gives " + counted(uses.count, "value") + " of type " +
                 std::string(valueTypeName(type)) + ", the first at timestamp " +
-                getValueString(uses.firstTimestamp) + "; " + stream.typeString + " was expected";
+                getValueString(uses.firstTimestamp) + "; " + std::string(stream.typeString) + " was expected";
         }
     }
 

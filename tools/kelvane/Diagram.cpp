@@ -69,7 +69,7 @@ std::string findingLine(const std::string& fileName, const Finding& finding) {
 
 std::vector<std::string> labels(const Kelvane& engine, NodeCategory category) {
     std::vector<std::string> result;
-    for (const auto& node : engine.nodeList(category)) result.push_back(node->label());
+    for (const auto& node : engine.nodeList(category)) result.emplace_back(node->label());
     return result;
 }
 

@@ -29,18 +29,21 @@ Summary summaryOf(const Kelvane& engine) {
     Summary summary;
     for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
         const bool forwards = static_cast<const InputStreamNode&>(*node).forwarding();
-        summary.inputStreams.push_back({node->label(), node->typeString, forwards ? "" : "not forwarded"});
+        summary.inputStreams.push_back(
+            {std::string(node->label()), std::string(node->typeString), forwards ? "" : "not forwarded"});
     }
     for (const auto& node : engine.nodeList(NodeCategory::VariableOutput)) {
         const bool isHidden = static_cast<const VariableOutputNode&>(*node).hidden();
-        summary.variableOutputs.push_back({node->label(), node->typeString, isHidden ? "hidden" : ""});
+        summary.variableOutputs.push_back(
+            {std::string(node->label()), std::string(node->typeString), isHidden ? "hidden" : ""});
     }
     for (const auto& node : engine.nodeList(NodeCategory::Constant)) {
         const auto* value = node->outputValue()->payload();
-        summary.constants.push_back({node->label(), node->typeString, value ? getValueString(*value) : ""});
+        summary.constants.push_back(
+            {std::string(node->label()), std::string(node->typeString), value ? getValueString(*value) : ""});
     }
     for (const auto& node : engine.nodeList(NodeCategory::Function))
-        ++summary.functionCounts[node->typeString];
+        ++summary.functionCounts[std::string(node->typeString)];
     summary.manualLines = engine.getManualLines();
     return summary;
 }

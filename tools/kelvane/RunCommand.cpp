@@ -46,7 +46,8 @@ void setConstant(Kelvane& engine, const std::string& setting) {
     for (const auto& node : engine.nodeList(NodeCategory::Constant)) {
         if (node->label() != label) continue;
         const auto value = valueFromText(node->outputValue()->valueClass(), text);
-        if (!value) refuseOption(option, inQuotes(text) + " does not read as " + node->typeString);
+        if (!value)
+            refuseOption(option, inQuotes(text) + " does not read as " + std::string(node->typeString));
         engine.setConstant(label, *value);
     }
 }

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <new>
 #include <optional>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -112,32 +112,25 @@ private:
     void evaluateAll() {
         std::vector<std::thread> others;
         try {
-            while (others.size() + 1 < jobs) others.emplace_back([this] { work(nullptr); });
+            while (others.size() + 1 < jobs) others.emplace_back([this] { work(); });
         } catch (const std::exception&) {
             report("kelvane: only " + std::to_string(others.size() + 1) + " of " + std::to_string(jobs) +
                    " jobs could be started");
         }
-        work(std::move(diagram.engine));
+        work();
         for (auto& other : others) other.join();
     }
 
-    /// Takes recordings until there are no more; without an engine, makes one.
-    void work(std::unique_ptr<Kelvane> engine) {
+    void work() {
         try {
-            if (!engine) {
-                engine = anotherEngine(text);
-                applyOptions(*engine, options);
-            }
             for (auto place = next++; place < recordings.size() && turns.awaitNear(place); place = next++)
-                take(*engine, place);
-        } catch (const Failure& failure) {
-            turns.fail(failure);
+                take(place);
         } catch (const std::bad_alloc&) {
             turns.fail({ExitStatus::failed, "kelvane: out of memory"});
         }
     }
 
-    void take(Kelvane& engine, std::size_t place) {
+    void take(std::size_t place) {
         const auto& recording = recordings[place];
         const auto name = nameOf(recording.path);
         const auto texts = std::make_shared<Texts>(turns, place, output);
@@ -148,7 +141,7 @@ private:
             Amount amount;
             bool hasErrors = true;
             try {
-                hasErrors = !evaluate(engine, recording, *texts, amount);
+                hasErrors = !evaluate(recording, *texts, amount);
             } catch (const Failure& failure) {
                 if (!failure.message.empty()) texts->report(failure.message);
             } catch (const std::bad_alloc&) {
@@ -172,7 +165,7 @@ private:
     }
 
     /// True when all went well.
-    bool evaluate(Kelvane& engine, const ListedRecording& listed, Texts& texts, Amount& amount) {
+    bool evaluate(const ListedRecording& listed, Texts& texts, Amount& amount) {
         const auto name = nameOf(listed.path);
         const auto reportLine = [&](const std::string& line) { texts.report(line); };
         const auto status = statusOf(listed.path);
@@ -183,14 +176,15 @@ private:
         std::optional<ResultOutput> file;
         if (!listed.resultPath.empty()) file.emplace(listed.resultPath);
         bool hasErrors = false;
-        engine.setDiagnosticSink([&](std::string_view line) {
+        // A reset would not do: the slots of outputs keep their values.
+        const auto engine = anotherEngine(text);
+        applyOptions(*engine, options);
+        engine->setDiagnosticSink([&](std::string_view line) {
             hasErrors |= isError(line);
             texts.report(name + ": " + printable(line));
         });
-        engine.reset();
-        Replay replay(engine, recording, file ? static_cast<PendingText&>(*file) : texts.results);
+        Replay replay(*engine, recording, file ? static_cast<PendingText&>(*file) : texts.results);
         replay.run();
-        engine.setDiagnosticSink({});
         amount = replay.amount();
         if (interrupted()) return false;
         const auto failure = replay.failure(diagram.name, name);

@@ -245,12 +245,22 @@ def manyRecordings(folder):
                f"{walk}: 3 batches, 4 updates, 4 output values\n"]
     failed = "kelvane: 2 of 4 recordings failed\n"
     alone = [run("run", "sum.json", path)[1] for path in (long, broken, integer, walk)]
-    for jobs in "1", "3":
-        status, output, messages = run("run", "sum.json", "@" + str(listed), walk, "-j", jobs)
-        expect(f"results in turn, {jobs} at a time", output == "".join(alone) + walkResults, True)
-        expect(f"messages in turn, {jobs} at a time", (status, messages), (1, "".join(amounts) + (
+    for jobs, waitingPlace in ("1", "/tmp"), ("3", "/none"):
+        os.environ["TMPDIR"] = waitingPlace
+        status, output, messages = run("run", "sum.json", long, "@" + str(listed), walk, "-j", jobs)
+        expect(f"results in turn, {jobs} at a time", output == alone[0] + "".join(alone) + walkResults, True)
+        expect(f"messages in turn, {jobs} at a time", (status, messages), (1, amounts[0] + "".join(amounts) + (
             "kelvane: cannot read none.jsonl: No such file or directory\nnone.jsonl: 0 batches, 0 updates, 0 output values; failed\n"
-            f"{amounts[-1]}kelvane: 3 of 6 recordings failed\n")))
+            f"{amounts[-1]}kelvane: 3 of 7 recordings failed\n")))
+    os.environ["TMPDIR"] = str(folder)
+    os.mkfifo(pipe)
+    tool = start("run", "sum.json", pipe, long, "-j", "2")
+    isWaiting = False
+    while not isWaiting:
+        with contextlib.suppress(FileNotFoundError):
+            isWaiting = any(os.readlink(link).endswith("(deleted)") for link in Path(f"/proc/{tool.pid}/fd").iterdir())
+    pipe.write_text(x1)
+    expect("results that wait in a file", finish(tool)[:2] == (0, firstResult + alone[0]), True)
     smoothing = DATA.parents[2] / "examples/smoothing"
     expect("a fresh start", run("run", smoothing / "diagram.json", *3 * [smoothing / "recording.jsonl"], "-j", "2")[:2],
            (0, 3 * (smoothing / "expected.jsonl").read_text()))
@@ -269,7 +279,6 @@ def manyRecordings(folder):
         expect(name, (run(*arguments, *more), [path.read_text() for path in sorted(results.iterdir())] == alone), ((1, "", expected + failed), True))
         (results / walk.name).unlink() if not more else os.utime(long, (4e9, 4e9))
 
-    os.mkfifo(pipe)
     shutil.rmtree(results)
     (folder / "link").symlink_to(pipe)
     tool = start("run", "sum.json", pipe, folder / "link", "-j", "2", "--out-dir", results)

@@ -215,8 +215,8 @@ Subject readingSubject() {
 }
 
 Subject jobsSubject() {
-    return {{{"kelvane run over 8 recordings of 10 MB", "ms", "-j 2", "-j 1", 0.6, 0.52}}, [] {
-                const auto text = recordingOf(10'000'000);
+    return {{{"kelvane run over 8 recordings of 25 MB", "ms", "-j 2", "-j 1", 0.6, 0.52}}, [] {
+                const auto text = recordingOf(25'000'000);
                 const auto recording = std::make_shared<TemporaryFile>("-8.jsonl", text);
                 const auto diagram = diagramOfOneNode();
                 const auto updates = readByDocuments(text).updates;

@@ -18,7 +18,7 @@
 #include "Files.h"
 #include "Interruption.h"
 #include "Messages.h"
-#include "Recording.h"
+#include "ReadAhead.h"
 #include "RecordingList.h"
 #include "Replay.h"
 #include "Turns.h"
@@ -169,10 +169,9 @@ private:
         const auto name = nameOf(listed.path);
         const auto reportLine = [&](const std::string& line) { texts.report(line); };
         const auto status = statusOf(listed.path);
-        Recording recording(
+        ReadAhead recording(
             listed.path,
-            options.keepsGoing ? Recording::InvalidLine::isSkipped : Recording::InvalidLine::ends,
-            reportLine);
+            options.keepsGoing ? Recording::InvalidLine::isSkipped : Recording::InvalidLine::ends, false);
         std::optional<ResultOutput> file;
         if (!listed.resultPath.empty()) file.emplace(listed.resultPath);
         bool hasErrors = false;
@@ -183,7 +182,8 @@ private:
             hasErrors |= isError(line);
             texts.report(name + ": " + printable(line));
         });
-        Replay replay(*engine, recording, file ? static_cast<PendingText&>(*file) : texts.results);
+        Replay replay(*engine, recording, file ? static_cast<PendingText&>(*file) : texts.results,
+                      reportLine);
         replay.run();
         amount = replay.amount();
         if (interrupted()) return false;

@@ -44,10 +44,10 @@ bool Recording::readPiece() {
     return true;
 }
 
-const KelvaneInput* Recording::next() {
-    const auto* const batch = reader.next();
+bool Recording::next(KelvaneInput& batch) {
+    const bool isComplete = reader.next(batch);
     if (reader.failure()) hasEnded = true;
-    return batch;
+    return isComplete;
 }
 
 void Recording::skip(const RecordingFailure& line) {

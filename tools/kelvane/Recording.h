@@ -23,7 +23,7 @@ public:
     /// Reads what is there now; next() then gives the batches that it completes. False after the end, after
     /// an invalid line and after an interruption.
     bool readPiece();
-    const KelvaneSDK::KelvaneInput* next();
+    bool next(KelvaneSDK::KelvaneInput& batch);
 
     /// What is wrong in the line that ended the reading, with file, line, column and how many lines were not
     /// read, or how many lines were skipped; empty when all has been read.

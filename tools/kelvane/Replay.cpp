@@ -23,11 +23,15 @@ std::string Amount::text() const {
 }
 
 void Replay::run() {
-    while (!stopReason && recording.readPiece()) {
-        while (const auto* batch = recording.next()) {
-            evaluate(*batch);
+    while (!stopReason && !interrupted()) {
+        const auto* const piece = recording.next();
+        if (piece == nullptr) break;
+        auto message = piece->messages.begin();
+        for (std::size_t i = 0; i <= piece->count && !stopReason && !interrupted(); ++i) {
+            for (; message != piece->messages.end() && message->first == i; ++message)
+                reportSkipped(message->second);
+            if (i < piece->count) evaluate(piece->batches[i]);
             if (results.text().size() > mostPending) results.flush();
-            if (stopReason || interrupted()) break;
         }
         results.flush();
     }

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 
 #include "Diagram.h"
 #include "Files.h"
-#include "Recording.h"
+#include "ReadAhead.h"
 
 namespace kelvane {
 
@@ -23,8 +24,10 @@ struct Amount {
 /// once.
 class Replay {
 public:
-    Replay(KelvaneSDK::Kelvane& chosenEngine, Recording& input, PendingText& output)
-        : engine(chosenEngine), recording(input), results(output) {}
+    /// `messages` takes the reports of skipped lines.
+    Replay(KelvaneSDK::Kelvane& chosenEngine, ReadAhead& input, PendingText& output,
+           std::function<void(const std::string&)> messages)
+        : engine(chosenEngine), recording(input), results(output), reportSkipped(std::move(messages)) {}
 
     /// Evaluates until the recording ends, the diagram stops or all is interrupted.
     void run();
@@ -40,8 +43,9 @@ private:
     void evaluate(const KelvaneSDK::KelvaneInput& batch);
 
     KelvaneSDK::Kelvane& engine;
-    Recording& recording;
+    ReadAhead& recording;
     PendingText& results;
+    std::function<void(const std::string&)> reportSkipped;
     Amount done;
     KelvaneSDK::KelvaneOutput result;
     std::optional<std::string> stopReason;

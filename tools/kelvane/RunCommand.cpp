@@ -8,7 +8,7 @@
 #include "ManyRecordings.h"
 #include "MemoryLimit.h"
 #include "Messages.h"
-#include "Recording.h"
+#include "ReadAhead.h"
 #include "Replay.h"
 
 namespace kelvane {
@@ -24,14 +24,14 @@ int runOne(const RunOptions& options) {
     }
     LibraryMessages messages;
     const auto diagram = loadDiagram(options.diagram, messages);
-    Recording recording(
-        path, options.keepsGoing ? Recording::InvalidLine::isSkipped : Recording::InvalidLine::ends);
+    ReadAhead recording(
+        path, options.keepsGoing ? Recording::InvalidLine::isSkipped : Recording::InvalidLine::ends, true);
     ResultOutput output(options.output, std::array{options.diagram, path});
     applyOptions(*diagram.engine, options);
-    Replay replay(*diagram.engine, recording, output);
+    Replay replay(*diagram.engine, recording, output, report);
     replay.run();
     int status = 128 + interruption();
-    if (interrupted()) {
+    if (interruption() != 0) {
         output.endEarly();
     } else {
         output.finish();

@@ -223,6 +223,10 @@ def streams():
         results = tool.stdout.readline() + tool.stdout.readline()
         tool.send_signal(number)
         expect(f"signal {number}", (results, finish(tool)), (firstResult, (128 + number, "", "")))
+    tool = start("run", "overflow.json")
+    tool.stdin.write(update(0, '"integerValue":-1', "n") + update(1, '"integerValue":1', "n") + x2)
+    tool.stdin.flush()
+    expect("a stop while the recording goes on", tool.wait(100), 1)
     tool = start("run", "sum.json")
     tool.stdout.close()
     with contextlib.suppress(BrokenPipeError):

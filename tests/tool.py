@@ -160,6 +160,7 @@ def usage():
             ("run sum.json walk.jsonl ./walk.jsonl --out-dir none", 2, 'the results of walk.jsonl and ./walk.jsonl would both be called "walk.jsonl"'),
             ("run sum.json walk.jsonl --out-dir .", 2, "./walk.jsonl is a file that is read, and would be overwritten"),
             ("run sum.json walk.jsonl --out-dir sum.json", 1, "cannot make the folder sum.json: File exists"),
+            ("run sum.json -j 2", 2, "standard input cannot be one of several recordings; @- reads their list from it"),
             ("run sum.json walk.jsonl -", 2, "standard input cannot be one of several recordings; @- reads their list from it"),
             ("run - @-", 2, "the diagram and the list cannot both be standard input"), ("run sum.json @-", 1, "there are no recordings in standard input"),
             ("run sum.json ..", 1, "there are no recordings in .. (*.jsonl)"), ("run sum.json @none", 1, "cannot read none: No such file or directory"),

@@ -160,7 +160,7 @@ private:
     bool isUpToDate(const ListedRecording& recording) const {
         if (!options.resumes) return false;
         const auto result = statusOf(recording.resultPath);
-        return result && isNewer(*result, statusOf(recording.path)) &&
+        return result && S_ISREG(result->st_mode) && isNewer(*result, statusOf(recording.path)) &&
                isNewer(*result, statusOf(options.diagram));
     }
 

@@ -38,12 +38,13 @@ void addFolder(const std::string& folder, std::vector<ListedRecording>& recordin
     for (const auto& name : names) recordings.push_back({std::filesystem::path(folder) / name, {}});
 }
 
+[[noreturn]] void refuseStandardInput() {
+    throw Failure{ExitStatus::wrongUsage,
+                  "kelvane: standard input cannot be one of several recordings; @- reads their list from it"};
+}
+
 void add(const std::string& path, std::vector<ListedRecording>& recordings) {
-    if (path == "-") {
-        throw Failure{ExitStatus::wrongUsage,
-                      "kelvane: standard input cannot be one of several recordings; @- reads their list from "
-                      "it"};
-    }
+    if (path == "-") refuseStandardInput();
     const auto status = statusOf(path);
     if (status && S_ISDIR(status->st_mode)) {
         addFolder(path, recordings);
@@ -67,6 +68,7 @@ void addList(const std::string& path, std::vector<ListedRecording>& recordings) 
 }  // namespace
 
 std::vector<ListedRecording> listRecordings(const std::vector<std::string>& arguments) {
+    if (arguments.empty()) refuseStandardInput();
     std::vector<ListedRecording> recordings;
     for (const auto& argument : arguments) {
         if (argument.starts_with('@')) {

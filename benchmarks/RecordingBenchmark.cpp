@@ -172,17 +172,26 @@ Content readByBatches(std::string_view text) {
     return content;
 }
 
-// The tool, from its start to its end, with a diagram of one node and the results to the null device.
-Contestant tool(const std::shared_ptr<const TemporaryFile>& recording, std::uint64_t updates) {
+using SharedFile = std::shared_ptr<const TemporaryFile>;
+
+SharedFile diagramOfOneNode() {
     Shape shape{{{"speed", {1.5}}}, {}, {}, {}};
     shape.output(shape.append(Operation::multiply, {Operand::Kind::stream, 0}, shape.constant(3.6)));
-    const auto diagram = std::make_shared<TemporaryFile>(".json", documentOf(shape));
+    return std::make_shared<TemporaryFile>(".json", documentOf(shape));
+}
+
+// The tool, from its start to its end, over a recording a number of times, with the results to the null
+// device.
+Contestant tool(const char* name, const SharedFile& diagram, const SharedFile& recording,
+                std::uint64_t updates, std::size_t times = 1, const std::string& options = "") {
     return [=](Trial& trial) {
-        const auto result = runCommand(std::string("'") + KELVANE_TOOL + "' run --stats '" + diagram->path +
-                                       "' '" + recording->path + "' 2>&1 >/dev/null");
-        if (result.output.find(' ' + std::to_string(updates) + " updates") == std::string::npos)
+        std::string command =
+            std::string("'") + KELVANE_TOOL + "' run --stats " + options + " '" + diagram->path + "'";
+        for (std::size_t i = 0; i < times; ++i) command += " '" + recording->path + "'";
+        const auto result = runCommand(command + " 2>&1 >/dev/null");
+        if (result.output.find(' ' + std::to_string(times * updates) + " updates") == std::string::npos)
             fail(result.output);
-        trial.figure("kelvane run", result.seconds * 1e3);
+        trial.figure(name, result.seconds * 1e3);
     };
 }
 
@@ -200,7 +209,19 @@ Subject readingSubject() {
                 };
                 return std::vector<Contestant>{
                     reader("kelvane", readByBatches), reader("iterate_many", readByDocuments),
-                    tool(std::make_shared<TemporaryFile>(".jsonl", *text), readByDocuments(*text).updates)};
+                    tool("kelvane run", diagramOfOneNode(), std::make_shared<TemporaryFile>(".jsonl", *text),
+                         readByDocuments(*text).updates)};
+            }};
+}
+
+Subject jobsSubject() {
+    return {{{"kelvane run over 8 recordings of 25 MB", "ms", "-j 2", "-j 1", 0.6, 0.52}}, [] {
+                const auto text = recordingOf(25'000'000);
+                const auto recording = std::make_shared<TemporaryFile>("-8.jsonl", text);
+                const auto diagram = diagramOfOneNode();
+                const auto updates = readByDocuments(text).updates;
+                return std::vector<Contestant>{tool("-j 2", diagram, recording, updates, 8, "-j 2"),
+                                               tool("-j 1", diagram, recording, updates, 8, "-j 1")};
             }};
 }
 
@@ -254,7 +275,7 @@ Subject writingSubject() {
 
 }  // namespace
 
-std::vector<Subject> recordingSubjects() { return {readingSubject(), writingSubject()}; }
+std::vector<Subject> recordingSubjects() { return {readingSubject(), jobsSubject(), writingSubject()}; }
 
 void runReader(std::size_t reads) {
     const auto text = recordingOf(500'000);

@@ -4,6 +4,7 @@ import contextlib
 import os
 import resource
 import shlex
+import shutil
 import signal
 import subprocess
 import sys
@@ -156,7 +157,15 @@ def usage():
             ("run sum.json --max-memory 5x", 2, "--max-memory 5x: a number of bytes such as 500M or 4G was expected"),
             ("run -", 2, "the diagram and the recording cannot both be standard input"),
             ("run sum.json walk.jsonl -o ./walk.jsonl", 2, "./walk.jsonl is the file that is read, and would be overwritten"),
-            ("run none.json", 1, "cannot read none.json: No such file or directory"), ("run sum.json .", 1, "cannot read .: Is a directory"),
+            ("run sum.json walk.jsonl ./walk.jsonl --out-dir none", 2, 'the results of walk.jsonl and ./walk.jsonl would both be called "walk.jsonl"'),
+            ("run sum.json walk.jsonl --out-dir .", 2, "./walk.jsonl is a file that is read, and would be overwritten"),
+            ("run sum.json walk.jsonl --out-dir sum.json", 1, "cannot make the folder sum.json: File exists"),
+            ("run sum.json -j 2", 2, "standard input cannot be one of several recordings; @- reads their list from it"),
+            ("run sum.json walk.jsonl -", 2, "standard input cannot be one of several recordings; @- reads their list from it"),
+            ("run - @-", 2, "the diagram and the list cannot both be standard input"), ("run sum.json @-", 1, "there are no recordings in standard input"),
+            ("run sum.json ..", 1, "there are no recordings in .. (*.jsonl)"), ("run sum.json @none", 1, "cannot read none: No such file or directory"),
+            ("run sum.json walk.jsonl -j 0", 2, "--jobs 0: 1 or more was expected"),
+            ("run none.json", 1, "cannot read none.json: No such file or directory"),
             ("run sum.json -o ''", 1, 'cannot write "": No such file or directory'),
             ("run sum.json -o none/out.jsonl", 1, "cannot write none/out.jsonl: No such file or directory")]:
         row(command, status, "", f"kelvane: {message}\n")
@@ -215,6 +224,10 @@ def streams():
         results = tool.stdout.readline() + tool.stdout.readline()
         tool.send_signal(number)
         expect(f"signal {number}", (results, finish(tool)), (firstResult, (128 + number, "", "")))
+    tool = start("run", "overflow.json")
+    tool.stdin.write(update(0, '"integerValue":-1', "n") + update(1, '"integerValue":1', "n") + x2)
+    tool.stdin.flush()
+    expect("a stop while the recording goes on", tool.wait(100), 1)
     tool = start("run", "sum.json")
     tool.stdout.close()
     with contextlib.suppress(BrokenPipeError):
@@ -223,11 +236,73 @@ def streams():
     expect("a reader that leaves", (tool.wait(), tool.stderr.read()), (1, ""))
 
 
+def manyRecordings(folder):
+    """Whatever runs beside a recording, its results are those that it has alone, and come in their turn."""
+    long, broken, integer, walk = (folder / name for name in ("a-long.jsonl", "broken.jsonl", "integer.jsonl", "walk.jsonl"))
+    listed, pipe, results = folder / "list", folder / "pipe", folder / "results"
+    long.write_text("".join(map(update, range(20000))))
+    broken.write_text(x1 + wrong)
+    integer.write_text(update(1, '"integerValue":1'))
+    walk.write_text(walkResults)
+    listed.write_text(f"{folder}\n\nnone.jsonl\n")
+    amounts = [f"{long}: 20000 batches, 20000 updates, 40000 output values\n", f"{broken}:{invalid}\n{broken}: 2 batches, 1 updates, 2 output values; failed\n",
+               f"{integer}: ERROR: trying to set input stream 'x' with wrong type!\n{integer}: 2 batches, 1 updates, 1 output values; failed\n",
+               f"{walk}: 3 batches, 4 updates, 4 output values\n"]
+    failed = "kelvane: 2 of 4 recordings failed\n"
+    alone = [run("run", "sum.json", path)[1] for path in (long, broken, integer, walk)]
+    for jobs, waitingPlace in ("1", "/tmp"), ("3", "/none"):
+        os.environ["TMPDIR"] = waitingPlace
+        status, output, messages = run("run", "sum.json", long, "@" + str(listed), walk, "-j", jobs)
+        expect(f"results in turn, {jobs} at a time", output == alone[0] + "".join(alone) + walkResults, True)
+        expect(f"messages in turn, {jobs} at a time", (status, messages), (1, amounts[0] + "".join(amounts) + (
+            "kelvane: cannot read none.jsonl: No such file or directory\nnone.jsonl: 0 batches, 0 updates, 0 output values; failed\n"
+            f"{amounts[-1]}kelvane: 3 of 7 recordings failed\n")))
+    os.environ["TMPDIR"] = str(folder)
+    os.mkfifo(pipe)
+    tool = start("run", "sum.json", pipe, long, "-j", "2")
+    isWaiting = False
+    while not isWaiting:
+        with contextlib.suppress(FileNotFoundError):
+            isWaiting = any(os.readlink(link).endswith("(deleted)") for link in Path(f"/proc/{tool.pid}/fd").iterdir())
+    pipe.write_text(x1)
+    expect("results that wait in a file", finish(tool)[:2] == (0, firstResult + alone[0]), True)
+    smoothing = DATA.parents[2] / "examples/smoothing"
+    expect("a fresh start", run("run", smoothing / "diagram.json", *3 * [smoothing / "recording.jsonl"], "-j", "2")[:2],
+           (0, 3 * (smoothing / "expected.jsonl").read_text()))
+    stop = folder / "stop"
+    stop.write_text(update(0, '"integerValue":-1', "n") + update(0.25, '"integerValue":1', "n"))
+    status, output, messages = run("run", "overflow.json", stop, stop, "--no-inputs")
+    expect("a stop, and on", (status, output, messages.count(f"stopped in batch 2 of {stop} at timestamp 0.25: node 2")),
+           (1, 2 * update(0, f'"integerValue":{2**63 - 2}', "sum"), 2))
+
+    for path in long, broken, integer, walk:
+        os.utime(path, (1e9, 1e9))
+    (arguments, newer) = ("run", "sum.json", folder, "--out-dir", results, "-j", "2"), "{}: skipped, {} is newer\n"
+    for name, more, expected in [("a folder of results", [], "".join(amounts)),
+                                 ("a run that resumes", ["--resume"], newer.format(long, results / long.name) + "".join(amounts[1:])),
+                                 ("a newer recording", ["--resume"], "".join(amounts[:3]) + newer.format(walk, results / walk.name))]:
+        expect(name, (run(*arguments, *more), [path.read_text() for path in sorted(results.iterdir())] == alone), ((1, "", expected + failed), True))
+        (results / walk.name).unlink() if not more else os.utime(long, (4e9, 4e9))
+
+    shutil.rmtree(results)
+    (folder / "link").symlink_to(pipe)
+    tool = start("run", "sum.json", pipe, folder / "link", "-j", "2", "--out-dir", results)
+    while not results.exists() or len(os.listdir(results)) < 2:
+        time.sleep(0.001)
+    tool.terminate()
+    expect("interrupted recordings", (finish(tool), os.listdir(results)), ((143, "", "kelvane: interrupted; 0 of 2 recordings done\n"), []))
+    tool = start("run", "sum.json", long, pipe, "-j", "2")
+    tool.stdout.close()
+    expect("a reader that leaves several recordings", (tool.wait(100), tool.stderr.read()), (1, ""))
+
+
 def main():
     for part in runs, checks, lists, usage, streams:
         part()
     with tempfile.TemporaryDirectory() as folder:
         files(Path(folder))
+    with tempfile.TemporaryDirectory() as folder:
+        manyRecordings(Path(folder))
     print(*failures, f"{len(failures)} failures", sep="\n")
     sys.exit(bool(failures))
 

@@ -25,20 +25,22 @@ public:
     }
     void finish() { isFinished = true; }
 
-    const KelvaneInput* next() {
+    bool next(KelvaneInput& batch) {
         bool isComplete = false;
-        while (!withinMemory([&] { return read(isComplete), true; })) {
+        while (!withinMemory([&] { return read(batch, isComplete), true; })) {
             // What was read before may still be handed over.
             if (failed) break;
             failOutOfMemory();
             if (isComplete) break;
         }
-        return isComplete ? &batch : nullptr;
+        return isComplete;
     }
 
     std::optional<RecordingFailure> failed;
     /// What has not been read of the last piece.
     std::string_view piece;
+    /// The batch that is lent.
+    KelvaneInput lent;
 
 private:
     void failOutOfMemory() { failed = {lineIndex, 1, outOfMemoryReason, false}; }
@@ -58,7 +60,7 @@ private:
     }
 
     // In this order, no batch is lost or begun when memory runs out.
-    void read(bool& isComplete) {
+    void read(KelvaneInput& batch, bool& isComplete) {
         while (!failed && readUpdate()) {
             if (update.timestamp != collected.timestamp()) {
                 collected.moveTo(batch);
@@ -151,7 +153,6 @@ private:
     InputUpdate update;
     RecordingBatch collected;
     bool isBegun = true;
-    KelvaneInput batch;
 };
 
 RecordingReader::RecordingReader(Ending ending, InvalidLineReceiver skipped, std::size_t longestLine)
@@ -162,7 +163,8 @@ RecordingReader& RecordingReader::operator=(RecordingReader&&) noexcept = defaul
 
 void RecordingReader::append(std::string_view piece) { state->append(piece); }
 void RecordingReader::finish() { state->finish(); }
-const KelvaneInput* RecordingReader::next() { return state->next(); }
+const KelvaneInput* RecordingReader::next() { return next(state->lent) ? &state->lent : nullptr; }
+bool RecordingReader::next(KelvaneInput& batch) { return state->next(batch); }
 const std::optional<RecordingFailure>& RecordingReader::failure() const { return state->failed; }
 std::string_view RecordingReader::unread() const { return state->piece; }
 

@@ -75,6 +75,8 @@ public:
     /// The next complete batch, which lives until the next call; null when more text is needed or all has
     /// been read. A copy shares the stream names with the reader and all other batches.
     const KelvaneInput* next();
+    /// The same into a batch of the caller's, whose space is used again; false when there is none yet.
+    bool next(KelvaneInput& batch);
     /// The line that ended the reading, if one did.
     const std::optional<RecordingFailure>& failure() const;
     /// What comes after the line that ended the reading in the piece that it stands in.

@@ -35,11 +35,12 @@ struct RecordingContent {
 RecordingContent readContent(const std::string& path) {
     Recording recording(path);
     RecordingContent content{nameOf(path), {}, {}};
+    KelvaneInput batch;
     while (recording.readPiece()) {
-        while (const auto batch = recording.next()) {
-            for (const auto& [label, value] : batch->updates) {
+        while (recording.next(batch)) {
+            for (const auto& [label, value] : batch.updates) {
                 auto& uses = content.streams[std::string(label)]
-                                 .try_emplace(value.type(), RecordingContent::Uses{0, batch->timestamp})
+                                 .try_emplace(value.type(), RecordingContent::Uses{0, batch.timestamp})
                                  .first->second;
                 ++uses.count;
             }

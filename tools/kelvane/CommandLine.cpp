@@ -30,10 +30,28 @@ void addRepeatable(CLI::App& command, const char* name, std::vector<std::string>
 void addRun(CLI::App& app, RunOptions& options, int& status) {
     auto& command = addCommand(app, "run", "Replay a recording through a diagram", options, status, run);
     command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
-    command.add_option("RECORDING", options.recording, "The recording; - or none is standard input")
+    command
+        .add_option(
+            "RECORDING", options.recordings,
+            "Recordings: files, folders (for their files *.jsonl, in the order of the names, not those of "
+            "folders within), @LIST (for what a text names, one path a line); - or none is standard input")
         ->type_name("");
-    command.add_option("-o,--output", options.output, "Write the results to FILE, complete or not at all")
-        ->type_name("FILE");
+    auto* const output =
+        command
+            .add_option("-o,--output", options.output, "Write the results to FILE, complete or not at all")
+            ->type_name("FILE");
+    auto* const outputFolder =
+        command
+            .add_option(
+                "--out-dir", options.outputFolder,
+                "Write each recording's results to a file of its name in FOLDER, complete or not at all")
+            ->type_name("FOLDER")
+            ->excludes(output);
+    command.add_option("-j,--jobs", options.jobs, "Evaluate N recordings at a time (1)")->type_name("N");
+    command
+        .add_flag("--resume", options.resumes,
+                  "Skip recordings whose results are newer than themselves and the diagram")
+        ->needs(outputFolder);
     addRepeatable(command, "--set", options.constants, "Give the constants of this label another value",
                   "LABEL=TEXT");
     addRepeatable(command, "--hide", options.hidden, "Leave this label out of the results", "LABEL");

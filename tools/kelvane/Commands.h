@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,8 +12,15 @@ namespace kelvane {
 
 struct RunOptions {
     std::string diagram;
-    std::string recording = "-";
+    /// Files, folders and "@LIST"; none: standard input.
+    std::vector<std::string> recordings;
     std::string output = "-";
+    /// Where each recording's results have a file of their own; empty: they have one stream.
+    std::string outputFolder;
+    /// Recordings that are evaluated at a time.
+    std::optional<std::int64_t> jobs;
+    /// Passes over the recordings whose results are newer than themselves and the diagram.
+    bool resumes = false;
     /// "LABEL=TEXT"
     std::vector<std::string> constants;
     std::vector<std::string> hidden;
@@ -26,6 +34,7 @@ struct RunOptions {
     /// Bytes, with a unit; empty: half of the machine's memory.
     std::string maxMemory;
 };
+/// Writes, beside the results, what went wrong, and for several recordings a line for each.
 int run(const RunOptions& options);
 
 struct CheckOptions {

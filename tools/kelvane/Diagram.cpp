@@ -1,6 +1,7 @@
 #include "Diagram.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "Files.h"
@@ -24,9 +25,9 @@ bool reportErrors(const std::string& name, const std::vector<Finding>& findings)
     return gravest != Severity::warning;
 }
 
-bool isError(std::string_view line) { return line.starts_with("ERROR: "); }
-
 }  // namespace
+
+bool isError(std::string_view line) { return line.starts_with("ERROR: "); }
 
 LibraryMessages::LibraryMessages()
     : previous(setDiagnosticSink([this](std::string_view line) { take(line); })) {}
@@ -41,7 +42,10 @@ void LibraryMessages::take(std::string_view line) {
 int Diagram::exitStatus() const { return hasErrors ? ExitStatus::failed : ExitStatus::done; }
 
 Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
-    const auto text = readWholeFile(path);
+    return loadDiagram(path, readWholeFile(path), messages);
+}
+
+Diagram loadDiagram(const std::string& path, std::string_view text, LibraryMessages& messages) {
     Diagram diagram{nameOf(path), std::make_unique<Kelvane>()};
     diagram.engine->setStopBehavior(StopBehavior::failCall);
     // The findings come first, and what the builder prints of the same errors is left out.
@@ -60,6 +64,15 @@ Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
                                               (failure ? ": " + printable(failure->text) : "")};
     }
     return diagram;
+}
+
+std::unique_ptr<Kelvane> anotherEngine(std::string_view text) {
+    auto engine = std::make_unique<Kelvane>();
+    engine->setStopBehavior(StopBehavior::failCall);
+    engine->setDiagnosticSink([](std::string_view) {});
+    // What was built once is not built only when there is no memory.
+    if (!engine->read(text, true)) throw std::bad_alloc();
+    return engine;
 }
 
 std::string findingLine(const std::string& fileName, const Finding& finding) {

@@ -26,6 +26,9 @@ private:
     bool errors = false;
 };
 
+/// A line of the library says that something is wrong.
+bool isError(std::string_view line);
+
 /// A diagram in an engine.
 struct Diagram {
     /// As messages name it.
@@ -40,6 +43,11 @@ struct Diagram {
 /// Reads, checks and builds a diagram ("-" is standard input), and reports the document's errors, once. A
 /// document with a fatal error, or one that cannot be built, is refused with a `Failure`.
 Diagram loadDiagram(const std::string& path, LibraryMessages& messages);
+/// The same with the document's text, which was read from `path`.
+Diagram loadDiagram(const std::string& path, std::string_view text, LibraryMessages& messages);
+
+/// One more engine of a diagram that has been loaded. Reports nothing.
+std::unique_ptr<KelvaneSDK::Kelvane> anotherEngine(std::string_view text);
 
 /// `walk.json:12: nodes[4]: ...`: a finding behind the name of its file.
 std::string findingLine(const std::string& fileName, const KelvaneSDK::Finding& finding);

@@ -107,6 +107,8 @@ std::string nameOf(const std::string& path) {
     return path == "-" ? "standard input" : path.empty() ? inQuotes(path) : printable(path);
 }
 
+std::optional<struct stat> statusOf(const std::string& path) { return statusOf(path, STDIN_FILENO); }
+
 std::size_t writeAll(int descriptor, std::string_view text) {
     for (std::string_view rest = text; !rest.empty();) {
         const auto written = ::write(descriptor, rest.data(), rest.size());
@@ -185,8 +187,12 @@ void ResultOutput::flush() {
     pending.clear();
 }
 
-void ResultOutput::finish() {
+void ResultOutput::finish(const std::optional<timespec>& timeOfChange) {
     flush();
+    if (timeOfChange && !temporary.empty()) {
+        const std::array<timespec, 2> times{*timeOfChange, *timeOfChange};
+        if (::futimens(descriptor, times.data()) != 0) fail(errno);
+    }
     // Some file systems report only now that the disk is full.
     if (!temporary.empty() && uninterrupted([this] { return ::fsync(descriptor); }) != 0) fail(errno);
     if (descriptor > STDERR_FILENO && ::close(std::exchange(descriptor, -1)) != 0 && errno != EINTR)

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <sys/stat.h>
+
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -46,23 +49,39 @@ inline constexpr std::size_t longestDocument = std::size_t{512} << 20;
 /// A whole file of at most `longestDocument`.
 std::string readWholeFile(const std::string& path);
 
+/// What a path stands for; absent when there is nothing.
+std::optional<struct stat> statusOf(const std::string& path);
+
+/// Text on its way out: append whole lines to text().
+class PendingText {
+public:
+    PendingText() = default;
+    virtual ~PendingText() = default;
+    PendingText(const PendingText&) = delete;
+    PendingText& operator=(const PendingText&) = delete;
+
+    /// What has not been passed on yet.
+    std::string& text() { return pending; }
+    /// Passes on what is pending.
+    virtual void flush() = 0;
+
+protected:
+    std::string pending;
+};
+
 /// Where a command's results go: standard output, or a file that appears under its name only when it is
 /// complete. Devices and pipes are written to directly.
-class ResultOutput {
+class ResultOutput : public PendingText {
 public:
     /// Refuses to write to a file that is one of the inputs, under whatever path.
     explicit ResultOutput(const std::string& path, std::span<const std::string> inputPaths = {});
     /// Removes an unfinished file.
-    ~ResultOutput();
-    ResultOutput(const ResultOutput&) = delete;
-    ResultOutput& operator=(const ResultOutput&) = delete;
+    ~ResultOutput() override;
 
-    /// What has not been written yet; append whole lines.
-    std::string& text() { return pending; }
     /// Writes all that is pending. After a failure, a file on a disk ends with a whole line.
-    void flush();
-    /// Writes all that is pending and gives the file its name.
-    void finish();
+    void flush() override;
+    /// Writes all that is pending and gives the file its name and, if there is one, another time of change.
+    void finish(const std::optional<timespec>& timeOfChange = {});
     /// Writes all that is pending, and reports that a file stays away: its content is not complete.
     void endEarly();
 
@@ -74,7 +93,6 @@ private:
     std::string shownName;
     std::string target;
     std::string temporary;
-    std::string pending;
 };
 
 /// Writes a text to standard output.

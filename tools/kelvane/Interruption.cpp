@@ -22,8 +22,7 @@ std::array<int, 2> wakePipe{-1, -1};
 void onSignal(int number) {
     const int savedError = errno;
     caughtSignal = number;
-    isInterrupted = true;
-    [[maybe_unused]] const auto written = ::write(wakePipe[1], "", 1);
+    interrupt();
     errno = savedError;
 }
 
@@ -47,9 +46,14 @@ int interruption() { return caughtSignal; }
 
 const std::atomic<bool>& interrupted() { return isInterrupted; }
 
+void interrupt() {
+    isInterrupted = true;
+    [[maybe_unused]] const auto written = ::write(wakePipe[1], "", 1);
+}
+
 bool waitForInput(int descriptor) {
     std::array<pollfd, 2> watched{pollfd{descriptor, POLLIN, 0}, pollfd{wakePipe[0], POLLIN, 0}};
-    while (caughtSignal == 0) {
+    while (!isInterrupted) {
         // Whatever else poll() reports, read() reports in more detail.
         if (::poll(watched.data(), watched.size(), -1) < 0 ? errno != EINTR : watched[0].revents != 0)
             return true;

@@ -11,10 +11,12 @@ void catchInterruptions();
 
 /// The signal that came, or 0.
 int interruption();
-/// Set once there was a signal; ends the batch in progress.
+/// Set once there was a signal, or interrupt() was called; ends the batch in progress.
 const std::atomic<bool>& interrupted();
+/// Ends reading and evaluation on every thread, as a signal does.
+void interrupt();
 
-/// Waits until `descriptor` can be read or a signal came; true in the first case.
+/// Waits until `descriptor` can be read or all was interrupted; true in the first case.
 bool waitForInput(int descriptor);
 
 }  // namespace kelvane

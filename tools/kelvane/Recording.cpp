@@ -1,6 +1,7 @@
 #include "Recording.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Interruption.h"
 #include "Messages.h"
@@ -18,8 +19,10 @@ std::string happened(std::size_t count, std::string_view noun, std::string_view 
 
 }  // namespace
 
-Recording::Recording(const std::string& path, InvalidLine invalidLine)
+Recording::Recording(const std::string& path, InvalidLine invalidLine,
+                     std::function<void(const std::string&)> messages)
     : file(path),
+      reportSkipped(std::move(messages)),
       piece(pieceSize),
       reader(RecordingReader::Ending::lineBreakAllowed,
              invalidLine == InvalidLine::isSkipped ? [this](const RecordingFailure& line) { skip(line); }
@@ -29,7 +32,7 @@ Recording::Recording(const std::string& path, InvalidLine invalidLine)
 bool Recording::readPiece() {
     if (hasEnded) return false;
     const auto text = file.read(piece);
-    if (interruption() != 0) return false;
+    if (interrupted()) return false;
     if (text.empty()) {
         hasEnded = isAtEnd = true;
         reader.finish();
@@ -41,15 +44,15 @@ bool Recording::readPiece() {
     return true;
 }
 
-const KelvaneInput* Recording::next() {
-    const auto* const batch = reader.next();
+bool Recording::next(KelvaneInput& batch) {
+    const bool isComplete = reader.next(batch);
     if (reader.failure()) hasEnded = true;
-    return batch;
+    return isComplete;
 }
 
 void Recording::skip(const RecordingFailure& line) {
     if (isEmpty) return;
-    if (++skippedLines <= mostReported) report(textOf(line));
+    if (++skippedLines <= mostReported) reportSkipped(textOf(line));
 }
 
 std::string Recording::failure() {
@@ -87,7 +90,7 @@ std::string Recording::unreadLines() {
     } catch (const Failure&) {
         return unknown;
     }
-    if (interruption() != 0) return unknown;
+    if (interrupted()) return unknown;
     lines = lines + (lastByte != '\n') - isWithinLine;
     return lines == 0 ? "" : "; " + happened(lines, "more line", "not read");
 }

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "Files.h"
 #include "KelvaneSDK/FileProcessing/InputRecording.h"
+#include "Messages.h"
 
 namespace kelvane {
 
@@ -14,12 +16,14 @@ class Recording {
 public:
     enum class InvalidLine { ends, isSkipped };
 
-    explicit Recording(const std::string& path, InvalidLine invalidLine = InvalidLine::ends);
+    /// `messages` takes the reports of the lines that are skipped.
+    explicit Recording(const std::string& path, InvalidLine invalidLine = InvalidLine::ends,
+                       std::function<void(const std::string&)> messages = report);
 
     /// Reads what is there now; next() then gives the batches that it completes. False after the end, after
     /// an invalid line and after an interruption.
     bool readPiece();
-    const KelvaneSDK::KelvaneInput* next();
+    bool next(KelvaneSDK::KelvaneInput& batch);
 
     /// What is wrong in the line that ended the reading, with file, line, column and how many lines were not
     /// read, or how many lines were skipped; empty when all has been read.
@@ -37,6 +41,7 @@ private:
     std::string unreadLines();
 
     InputFile file;
+    std::function<void(const std::string&)> reportSkipped;
     std::vector<char> piece;
     KelvaneSDK::RecordingReader reader;
     char lastByte = '\n';

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Commands.h"
+#include "KelvaneSDK/KelvaneSDK.h"
+
+namespace kelvane {
+
+/// Prepares an engine as the options of a run say. Throws a `Failure` for an option that does not fit the
+/// diagram.
+void applyOptions(KelvaneSDK::Kelvane& engine, const RunOptions& options);
+
+/// Throws the `Failure` for an option's value: `option` as it was given.
+[[noreturn]] void refuseOption(const std::string& option, const std::string& reason);
+
+}  // namespace kelvane

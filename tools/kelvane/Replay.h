@@ -1,0 +1,57 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "Diagram.h"
+#include "Files.h"
+#include "ReadAhead.h"
+
+namespace kelvane {
+
+/// How much was done.
+struct Amount {
+    std::size_t batches = 0, updates = 0, outputValues = 0;
+
+    Amount& operator+=(const Amount& other);
+    /// "3 batches, 2 updates, 4 output values"
+    std::string text() const;
+};
+
+/// One recording on its way through one engine. The results are flushed whenever the recording has no more at
+/// once.
+class Replay {
+public:
+    /// `messages` takes the reports of skipped lines.
+    Replay(KelvaneSDK::Kelvane& chosenEngine, ReadAhead& input, PendingText& output,
+           std::function<void(const std::string&)> messages)
+        : engine(chosenEngine), recording(input), results(output), reportSkipped(std::move(messages)) {}
+
+    /// Evaluates until the recording ends, the diagram stops or all is interrupted.
+    void run();
+    /// Why not all was evaluated, or which lines were skipped; empty when nothing went wrong. `diagram` and
+    /// `recordingName` are for a diagram that stopped; the latter may be empty.
+    std::string failure(const std::string& diagram, const std::string& recordingName = {});
+    const Amount& amount() const { return done; }
+
+private:
+    // Results may be many times as long as the piece of the recording that they come from.
+    static constexpr std::size_t mostPending = 1024 * 1024;
+
+    void evaluate(const KelvaneSDK::KelvaneInput& batch);
+
+    KelvaneSDK::Kelvane& engine;
+    ReadAhead& recording;
+    PendingText& results;
+    std::function<void(const std::string&)> reportSkipped;
+    Amount done;
+    KelvaneSDK::KelvaneOutput result;
+    std::optional<std::string> stopReason;
+};
+
+/// Reports an amount and the time that it took.
+void reportStatistics(const Amount& amount, std::chrono::steady_clock::time_point start);
+
+}  // namespace kelvane

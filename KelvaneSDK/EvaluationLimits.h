@@ -12,7 +12,8 @@ namespace [[gnu::visibility("default")]] KelvaneSDK {
 /// the node, so that a diagram of unknown origin cannot exhaust memory or time. Without limits nothing is
 /// checked.
 struct EvaluationLimits {
-    /// The elements of any list that a function makes or keeps: array elements, samples, bytes of a text.
+    /// The elements of any list that a function makes or keeps: array elements, samples, bytes of a text; in
+    /// a list of texts or sequences theirs count as well.
     std::size_t maxElements = std::numeric_limits<std::size_t>::max();
     /// The wall-clock seconds that the evaluation of one batch may take.
     double maxBatchSeconds = std::numeric_limits<double>::infinity();
@@ -39,6 +40,7 @@ public:
         if (isTimed) batchBegin = Clock::now();
     }
     std::size_t maxElements() const { return limits.maxElements; }
+    bool limitsElements() const { return maxElements() < std::numeric_limits<std::size_t>::max(); }
     double maxBatchSeconds() const { return limits.maxBatchSeconds; }
     bool isLimited() const { return isTimed || limits.interrupted != nullptr; }
     bool isInterrupted() const {

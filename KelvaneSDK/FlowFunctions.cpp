@@ -93,7 +93,7 @@ private:
         const StepInput& chosen = step.inputs[isTrue ? 1 : 2];
         if (!chosen.hasNews() || !chosen.source->hasValue()) return false;
         const Value& value = chosen.source->value;
-        step.node->checkElements(value.elementCount());
+        step.node->checkElements(value);
         double latest = 0;
         for (std::size_t i = 0; i < 3; ++i) {
             StepInput& input = step.inputs[i];

@@ -71,16 +71,15 @@ namespace {
 // A step of `count` inputs that computes.
 template <std::size_t count>
 bool runWhenReady(Step& step) {
-    std::array<const GivenValue*, count> sources;
+    StepInput* const inputs = step.inputs;
     double latest = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        const StepInput& input = step.inputs[i];
-        if (!input.hasNews() || !input.source->hasValue()) return false;
-        sources[i] = input.source;
-        if (latest <= input.source->timestamp) latest = input.source->timestamp;
+        const GivenValue& source = *inputs[i].source;
+        if (!inputs[i].hasNews() || !source.hasValue()) return false;
+        if (latest <= source.timestamp) latest = source.timestamp;
     }
-    for (std::size_t i = 0; i < count; ++i) step.inputs[i].consume();
-    step.compute(*step.node, sources.data(), latest);
+    for (std::size_t i = 0; i < count; ++i) inputs[i].consume();
+    step.compute(*step.node, inputs, latest);
     return true;
 }
 
@@ -137,7 +136,7 @@ void FunctionNode::stopOnViolation() const {
 }
 
 void FunctionNode::emit(Value newOutput) {
-    checkElements(newOutput.elementCount());
+    checkElements(newOutput);
     give(std::move(newOutput), latestInputTimestamp());
 }
 

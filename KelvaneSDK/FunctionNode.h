@@ -8,8 +8,8 @@ namespace [[gnu::visibility("default")]] KelvaneSDK {
 class FunctionNode;
 
 /// What a node computes that gives a value, or stops, whenever every input has news and a value.
-/// `sources` are what its inputs read, consumed before, and `latest` is their latest timestamp.
-using Compute = void (*)(FunctionNode& node, const GivenValue* const* sources, double latest);
+/// The inputs are consumed before; `latest` is their latest timestamp.
+using Compute = void (*)(FunctionNode& node, const StepInput* inputs, double latest);
 
 /// A function node as the engine evaluates it: what it reads and writes, within reach.
 struct Step {
@@ -65,7 +65,7 @@ public:
     virtual void prepare(Step& step) const;
     /// Gives a value that was computed from inputs consumed before.
     void emitComputed(const Value& newOutput, double latest) {
-        checkElements(newOutput.elementCount());
+        checkElements(newOutput);
         give(newOutput, latest);
     }
 
@@ -100,7 +100,7 @@ protected:
     /// the latest input timestamp and forwarded. Takes a payload or a Value.
     template <class T>
     void finish(T newOutput) {
-        if constexpr (std::is_same_v<T, Value>) checkElements(newOutput.elementCount());
+        if constexpr (std::is_same_v<T, Value>) checkElements(newOutput);
         consumeInputs();
         give(std::move(newOutput), latestInputTimestamp());
     }

@@ -302,8 +302,8 @@ private:
             using Out = decltype(Typed{}(std::declval<ArgumentAt<p, T>>()...));
             if constexpr (std::is_same_v<Out, T> || std::is_same_v<Out, bool> ||
                           std::is_same_v<Out, std::optional<T>>) {
-                step.setCompute([](auto& node, auto* sources, double latest) {
-                    computeTyped<T>(node, sources, latest, all);
+                step.setCompute([](auto& node, auto* inputs, double latest) {
+                    computeTyped<T>(node, inputs, latest, all);
                 });
             }
         }
@@ -313,11 +313,11 @@ private:
         std::conditional_t<std::is_same_v<std::tuple_element_t<p, Parameters>, TimestampedVariable>, T,
                            std::tuple_element_t<p, Parameters>>;
     template <class T, std::size_t... p>
-    static void computeTyped(FunctionNode& node, const GivenValue* const* sources, double latest,
+    static void computeTyped(FunctionNode& node, const StepInput* inputs, double latest,
                              std::index_sequence<p...>) {
-        if ((Parameter<ArgumentAt<p, T>>::fits(*sources[p]) && ...)) {
+        if ((Parameter<ArgumentAt<p, T>>::fits(*inputs[p].source) && ...)) {
             // An absent result is one that stops.
-            const auto result = Typed{}(Parameter<ArgumentAt<p, T>>::fitting(*sources[p])...);
+            const auto result = Typed{}(Parameter<ArgumentAt<p, T>>::fitting(*inputs[p].source)...);
             if constexpr (Payload<std::remove_cvref_t<decltype(result)>>) {
                 return emitPayload(node, result, latest);
             } else if (result) {
@@ -333,8 +333,8 @@ private:
         if constexpr ((isScalar<p>() && ...) && (Payload<Out> || std::is_same_v<Out, Value>)) {
             if constexpr (!std::is_same_v<R, Maybe<Out>>) {
                 if (declaration()->asksEachStep()) return;
-                step.setCompute([](auto& node, auto* sources, double latest) {
-                    computeFitting(node, sources, latest, all);
+                step.setCompute([](auto& node, auto* inputs, double latest) {
+                    computeFitting(node, inputs, latest, all);
                 });
             } else {
                 step.run = [](Step& ready) { return runFitting(ready, all); };
@@ -342,27 +342,25 @@ private:
         }
     }
     template <std::size_t... p>
-    static void computeFitting(FunctionNode& node, const GivenValue* const* sources, double latest,
+    static void computeFitting(FunctionNode& node, const StepInput* inputs, double latest,
                                std::index_sequence<p...>) {
-        if (!(fitsAt<p>(sources) && ...)) return node.process();
+        if (!(fitsAt<p>(inputs) && ...)) return node.process();
         RowNode& self = static_cast<RowNode&>(node);
-        emitPayload(node, self.function(self.template fittingAt<p>(sources)...), latest);
+        emitPayload(node, self.function(self.template fittingAt<p>(inputs)...), latest);
     }
     // A step that may fall silent consumes its inputs only after that is known.
     template <std::size_t... p>
     static bool runFitting(Step& step, std::index_sequence<p...>) {
-        std::array<const GivenValue*, slotCount> sources;
         double latest = 0;
         for (std::size_t i = 0; i < slotCount; ++i) {
-            const StepInput& input = step.inputs[i];
-            if (!input.hasNews() || !input.source->hasValue()) return false;
-            sources[i] = input.source;
-            if (latest <= input.source->timestamp) latest = input.source->timestamp;
+            const GivenValue& source = *step.inputs[i].source;
+            if (!step.inputs[i].hasNews() || !source.hasValue()) return false;
+            if (latest <= source.timestamp) latest = source.timestamp;
         }
         RowNode& self = static_cast<RowNode&>(*step.node);
-        if (!(fitsAt<p>(sources.data()) && ...)) return self.process(), true;
+        if (!(fitsAt<p>(step.inputs) && ...)) return self.process(), true;
         self.checkDemands();
-        const R result = self.function(self.template fittingAt<p>(sources.data())...);
+        const R result = self.function(self.template fittingAt<p>(step.inputs)...);
         if (!result.result) return self.fallSilent(result.silence), true;
         for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i].consume();
         emitPayload(self, *result.result, latest);
@@ -395,17 +393,17 @@ private:
         }
     }
     template <std::size_t p>
-    static bool fitsAt(const GivenValue* const* sources) {
+    static bool fitsAt(const StepInput* inputs) {
         if constexpr (At<p>::isSlot) {
-            return At<p>::fits(*sources[places[p]]);
+            return At<p>::fits(*inputs[places[p]].source);
         } else {
             return true;
         }
     }
     template <std::size_t p>
-    decltype(auto) fittingAt(const GivenValue* const* sources) const {
+    decltype(auto) fittingAt(const StepInput* inputs) const {
         if constexpr (At<p>::isSlot) {
-            return At<p>::fitting(*sources[places[p]]);
+            return At<p>::fitting(*inputs[places[p]].source);
         } else {
             return static_cast<const Node&>(*this);
         }

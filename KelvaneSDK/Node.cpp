@@ -267,7 +267,7 @@ void Node::completeStep() {
     consumeInputs();
     if (!holdsOutput()) return;
     takeHandWritten();
-    checkElements(givenValue.value.elementCount());
+    checkElements(givenValue.value);
     publish(latestInputTimestamp());
 }
 

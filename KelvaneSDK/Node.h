@@ -173,6 +173,10 @@ public:
     void checkElements(std::size_t count) const {
         if (state != nullptr && count > state->budget.maxElements()) stopOverElements(count);
     }
+    /// The same for a value that is a list, with the texts and sequences in it.
+    void checkElements(const Value& value) const {
+        if (state != nullptr && state->budget.limitsElements()) checkElements(value.contentCount());
+    }
     /// Stops the program when the batch takes longer than the limit, or was interrupted. For loops whose
     /// length a value decides: ask every few thousand steps.
     void checkTime() const {

@@ -70,6 +70,13 @@ Value& Value::assign(Value&& other) noexcept {
     return *new (this) Value(std::move(other));
 }
 
+std::size_t Value::contentCount() const {
+    std::size_t count = elementCount();
+    for (const auto& text : items<String>()) count += text.view().size();
+    for (const auto& sequence : items<Sequence>()) count += sequence.size();
+    return count;
+}
+
 void Value::dropShared() noexcept { storage().~ListStorage(); }
 
 void Value::stopOnWrongType(ValueType wanted) const {

@@ -225,6 +225,8 @@ public:
 
     /// How many elements, samples or bytes a list, sequence or text has; 0 for the other types.
     std::size_t elementCount() const { return isInline(tag) ? 0 : storage().count; }
+    /// The same with the bytes of the texts, or the samples of the sequences, that are elements of a list.
+    std::size_t contentCount() const;
 
     /// True when both are of the same type and equal: exact equality of numbers (so NaN differs from itself),
     /// of bytes and of elements.

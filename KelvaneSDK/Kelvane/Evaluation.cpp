@@ -158,11 +158,10 @@ bool Evaluation::run(StepGroup* group, const StepGroup* end) {
 }
 
 // Of two zeros as timestamps the later input's counts, and constants have one.
-double Evaluation::latestOf(const StepGroup& group, const Computation& computation) {
-    const Step& step = group.steps[&computation - group.computations];
+double Evaluation::latestOf(const Step& step) {
     double latest = 0;
     for (std::size_t i = 0; i < step.inputCount; ++i) {
-        const double timestamp = computation.sources[i]->timestamp;
+        const double timestamp = step.inputs[i].source->timestamp;
         if (latest <= timestamp) latest = timestamp;
     }
     return latest;
@@ -177,9 +176,9 @@ bool Evaluation::run(StepGroup& group) {
     }
     for (StepInput* trigger = group.triggers; trigger != triggersEnd; ++trigger) trigger->consume();
     group.ranIn = state.batches;
-    const Computation* const end = group.computations + group.stepCount;
-    for (const Computation* each = group.computations; each != end; ++each)
-        each->compute(*each->node, each->sources, latest == 0 ? latestOf(group, *each) : latest);
+    const Step* const end = group.steps + group.stepCount;
+    for (const Step* step = group.steps; step != end; ++step)
+        step->compute(*step->node, step->inputs, latest == 0 ? latestOf(*step) : latest);
     for (std::uint32_t i = 0; i < group.followerCount; ++i) group.followers[i]->consume();
     return true;
 }

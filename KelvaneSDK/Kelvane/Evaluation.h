@@ -110,7 +110,7 @@ private:
     void sweep();
     bool run(StepGroup* group, const StepGroup* end);
     bool run(StepGroup& group);
-    [[gnu::noinline]] static double latestOf(const StepGroup& group, const Computation& computation);
+    [[gnu::noinline]] static double latestOf(const Step& step);
     [[noreturn]] void sweepForEver();
     void collectOutputs();
     void collect(Output* output, const Output* end);

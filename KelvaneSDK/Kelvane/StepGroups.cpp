@@ -161,8 +161,6 @@ private:
 
     void finish(std::uint64_t ranIn) {
         formed.groups.reserve(drafts.size());
-        formed.computations.reserve(steps.size());
-        formed.sources.reserve(inputs.size());
         for (std::size_t i = 0; i < drafts.size(); ++i) {
             const bool isLast = i + 1 == drafts.size();
             const auto end = isLast ? steps.size() : drafts[i + 1].firstStep;
@@ -174,7 +172,6 @@ private:
             if (group.triggerCount == 0) continue;
             group.triggers = &formed.triggers[drafts[i].firstTrigger];
             group.ranIn = ranIn;
-            group.computations = formed.computations.data() + formed.computations.size();
             const auto firstFollower = formed.followers.size();
             for (Step* step = group.steps; step != group.steps + group.stepCount; ++step)
                 joinGroup(*step, group);
@@ -189,11 +186,8 @@ private:
     void joinGroup(Step& step, StepGroup& group) {
         const auto firstStep = static_cast<Feeder>(group.steps - steps.data());
         const auto* feeder = feeders.data() + (step.inputs - inputs.data());
-        formed.computations.push_back(
-            {step.compute, step.node, formed.sources.data() + formed.sources.size()});
         for (std::size_t i = 0; i < step.inputCount; ++i) {
             StepInput& input = step.inputs[i];
-            formed.sources.push_back(input.source);
             if (feeder[i] == constant) {
                 input.clock = &group.ranIn;
             } else if (feeder[i] < firstStep || feeder[i] >= steps.size()) {
@@ -228,8 +222,6 @@ void StepGroups::form(const DiagramNodes& nodes, std::vector<Step>& steps, std::
     groups.clear();
     triggers.clear();
     followers.clear();
-    computations.clear();
-    sources.clear();
     Forming(*this, steps, inputs, isWithinBatch).form(nodes, batches);
 }
 

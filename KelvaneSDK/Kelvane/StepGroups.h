@@ -10,13 +10,6 @@
 
 namespace KelvaneSDK {
 
-/// A step of a group: what it computes from what.
-struct Computation {
-    Compute compute;
-    FunctionNode* node;
-    const GivenValue* const* sources;
-};
-
 /// Neighbours in the settled order of which either all run or none, so that one look at what triggers them
 /// decides for all; or one step that decides for itself.
 struct StepGroup {
@@ -25,7 +18,6 @@ struct StepGroup {
     /// The inputs whose news let the steps run; none where the one step decides.
     std::uint32_t triggerCount = 0;
     StepInput* triggers = nullptr;
-    const Computation* computations = nullptr;
     /// Inputs of the steps that are consumed with the triggers, and count for themselves.
     StepInput* const* followers = nullptr;
     std::uint32_t followerCount = 0;
@@ -59,8 +51,6 @@ private:
     std::vector<StepGroup> groups;
     std::vector<StepInput> triggers;
     std::vector<StepInput*> followers;
-    std::vector<Computation> computations;
-    std::vector<const GivenValue*> sources;
 };
 
 }  // namespace KelvaneSDK

@@ -151,8 +151,11 @@ LoadResult Kelvane::load(std::string_view text, bool replace, Severity refuseFro
         auto document = decodeAndCheck(text, *registry);
         result.findings = std::move(document.findings);
         const bool isRefused =
-            std::any_of(result.findings.begin(), result.findings.end(),
-                        [&](const Finding& finding) { return finding.severity >= refuseFrom; });
+            std::any_of(result.findings.begin(), result.findings.end(), [&](const Finding& finding) {
+                // read() would fail over these halfway, with the present diagram gone.
+                const bool endsBuilding = finding.code == "unknown-class" || finding.code == "unknown-type";
+                return endsBuilding || finding.severity >= refuseFrom;
+            });
         if (document.data && !isRefused) result.isBuilt = build(document.data->info, replace);
     });
     return result;

@@ -113,8 +113,9 @@ public:
     /// an input that the node does not have stops. For a document from elsewhere there is load().
     virtual bool read(std::string_view text, bool replace);
     /// Checks a document first, by the node classes of this engine, and builds it as read() does unless a
-    /// finding is of severity `refuseFrom` or graver. The text is decoded once. A document that is refused,
-    /// or is none, leaves the present diagram as it is and prints nothing: the findings say why.
+    /// finding is of severity `refuseFrom` or graver, or a node's class or type is unknown. The text is
+    /// decoded once. A document that is refused, or is none, leaves the present diagram as it is and prints
+    /// nothing: the findings say why.
     LoadResult load(std::string_view text, bool replace, Severity refuseFrom = Severity::fatal);
 
     /// Takes the engine's diagnostics from now on, instead of the common sink; an empty function gives them

@@ -180,6 +180,7 @@ TEST(DiagramBuildingTest, LoadingChecksAndRefusesBySeverity) {
         {changed([](auto& d) { d.property(2, "Size", "3"); }), Severity::fatal, {"unknown-property"}, true, {"ERROR: unknown propertyName Size!"}},
         {changed([](auto& d) { d.property(2, "Size", "3"); }), Severity::error, {"unknown-property"}, false, {}},
         {changed([](auto& d) { d.connect(1, 77); }), Severity::fatal, {"connection-unknown-id"}, false, {}},
+        {DiagramDocument::chain("Absolut").text(), Severity::fatal, {"unknown-type"}, false, {}},
         {"{}", Severity::fatal, {"undecodable"}, false, {}},
         {"[", Severity::fatal, {"undecodable"}, false, {}},
     };

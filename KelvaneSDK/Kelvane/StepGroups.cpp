@@ -113,8 +113,8 @@ private:
     // Gives the step its clock, and a place in the group before it where that has the same.
     void place(std::size_t index) {
         const Step& step = steps[index];
-        const auto* feeder = feeders.data() + (step.inputs - inputs.data());
-        bool isPlain = step.compute != nullptr && step.inputCount > 0, hasConstants = false;
+        bool isPlain = step.compute != nullptr, hasConstants = false;
+        const Feeder* const feeder = isPlain ? feeders.data() + (step.inputs - inputs.data()) : nullptr;
         parts.clear();
         for (std::size_t i = 0; isPlain && i < step.inputCount; ++i) {
             hasConstants |= feeder[i] == constant;

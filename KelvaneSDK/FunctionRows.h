@@ -49,7 +49,8 @@ struct Silent {
 template <class T>
 struct Maybe {
     using type = T;
-    Maybe(T output) : result(std::move(output)) {}
+    Maybe(const T& output) : result(output) {}
+    Maybe(T&& output) : result(std::move(output)) {}
     Maybe(Silent why) : silence(why) {}
 
     std::optional<T> result;
@@ -292,6 +293,26 @@ private:
     void checkDemands() const {
         if (declaration()->asksEachStep()) stopOnViolation();
     }
+    // Values that fit mostly meet every demand on slots of a type of their own; stopOnViolation() decides
+    // about the others.
+    template <std::size_t... p>
+    static bool meetDemands(const Declaration& declaration, const StepInput* inputs,
+                            std::index_sequence<p...>) {
+        if (declaration.demands.empty()) return true;
+        std::array<const Value*, slotCount> values{};
+        std::array<ValueClass, slotCount> types{};
+        InputSet generic;
+        const auto read = [&](std::size_t slot, bool isGenericSlot) {
+            types[slot] = inputs[slot].slot->valueClass();
+            isGenericSlot ? generic.insert(slot) : void(values[slot] = &inputs[slot].source->value);
+        };
+        ((At<p>::isSlot ? read(places[p], std::is_base_of_v<Generic, At<p>>) : void()), ...);
+        for (const auto& demand : declaration.demands) {
+            if (!demand.isAskedEachStep) continue;
+            if (demand.inputs.containsAny(generic) || demand.violation(values, types)) return false;
+        }
+        return true;
+    }
 
     // Where every value is of its slot's type, as it nearly always is, it is read where it stands. All else
     // is asked and reported by process().
@@ -302,9 +323,7 @@ private:
             using Out = decltype(Typed{}(std::declval<ArgumentAt<p, T>>()...));
             if constexpr (std::is_same_v<Out, T> || std::is_same_v<Out, bool> ||
                           std::is_same_v<Out, std::optional<T>>) {
-                step.setCompute([](auto& node, auto* inputs, double latest) {
-                    computeTyped<T>(node, inputs, latest, all);
-                });
+                step.setCompute<slotCount, computeAs<T>>();
             }
         }
     }
@@ -312,6 +331,10 @@ private:
     using ArgumentAt =
         std::conditional_t<std::is_same_v<std::tuple_element_t<p, Parameters>, TimestampedVariable>, T,
                            std::tuple_element_t<p, Parameters>>;
+    template <class T>
+    static void computeAs(FunctionNode& node, const StepInput* inputs, double latest) {
+        computeTyped<T>(node, inputs, latest, all);
+    }
     template <class T, std::size_t... p>
     static void computeTyped(FunctionNode& node, const StepInput* inputs, double latest,
                              std::index_sequence<p...>) {
@@ -333,13 +356,14 @@ private:
         if constexpr ((isScalar<p>() && ...) && (Payload<Out> || std::is_same_v<Out, Value>)) {
             if constexpr (!std::is_same_v<R, Maybe<Out>>) {
                 if (declaration()->asksEachStep()) return;
-                step.setCompute([](auto& node, auto* inputs, double latest) {
-                    computeFitting(node, inputs, latest, all);
-                });
+                if constexpr (slotCount > 0) step.setCompute<slotCount, compute>();
             } else {
                 step.run = [](Step& ready) { return runFitting(ready, all); };
             }
         }
+    }
+    static void compute(FunctionNode& node, const StepInput* inputs, double latest) {
+        computeFitting(node, inputs, latest, all);
     }
     template <std::size_t... p>
     static void computeFitting(FunctionNode& node, const StepInput* inputs, double latest,
@@ -359,7 +383,7 @@ private:
         }
         RowNode& self = static_cast<RowNode&>(*step.node);
         if (!(fitsAt<p>(step.inputs) && ...)) return self.process(), true;
-        self.checkDemands();
+        if (!meetDemands(*self.declaration(), step.inputs, all)) self.checkDemands();
         const R result = self.function(self.template fittingAt<p>(step.inputs)...);
         if (!result.result) return self.fallSilent(result.silence), true;
         for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i].consume();

@@ -22,7 +22,6 @@ public:
     }
     constexpr void insert(std::size_t index) { bits |= std::uint32_t{1} << index; }
     constexpr bool contains(std::size_t index) const { return index < 32 && ((bits >> index) & 1) != 0; }
-    constexpr bool containsAny(InputSet others) const { return (bits & others.bits) != 0; }
     constexpr bool empty() const { return bits == 0; }
 
 private:

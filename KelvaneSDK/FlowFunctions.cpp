@@ -8,7 +8,10 @@ namespace {
 
 using Type = ValueClass;
 
+constexpr std::int64_t leastLength = -1;
+
 struct Buffer {
+    static bool meetsDemands(std::int64_t length, Anything, const Node&) { return length >= leastLength; }
     Maybe<Value> operator()(std::int64_t length, Anything latest, const Node& node) {
         append(latest.value);
         node.checkElements(count);
@@ -152,7 +155,7 @@ private:
 };
 
 std::optional<std::string> negativeLength(std::span<const Value* const> values, std::span<const ValueClass>) {
-    const auto length = belowLeast<0, -1>(values);
+    const auto length = belowLeast<0, leastLength>(values);
     if (!length) return std::nullopt;
     return "a buffer of length " + *length + " drops more values than it holds";
 }

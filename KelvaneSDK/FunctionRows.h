@@ -24,6 +24,9 @@
 //     Maybe<T>                           a T, or Silent with the reason
 //     std::optional<Value>               the output; when absent, the output loses its value
 //     OrPrevious                         the output; when absent, the previous one is emitted again
+//
+// A row whose demands are asked each step may have a static meetsDemands() of the same parameters: true for
+// values of which that is certain, so that they are not asked.
 
 #include <array>
 #include <tuple>
@@ -293,26 +296,6 @@ private:
     void checkDemands() const {
         if (declaration()->asksEachStep()) stopOnViolation();
     }
-    // Values that fit mostly meet every demand on slots of a type of their own; stopOnViolation() decides
-    // about the others.
-    template <std::size_t... p>
-    static bool meetDemands(const Declaration& declaration, const StepInput* inputs,
-                            std::index_sequence<p...>) {
-        if (declaration.demands.empty()) return true;
-        std::array<const Value*, slotCount> values{};
-        std::array<ValueClass, slotCount> types{};
-        InputSet generic;
-        const auto read = [&](std::size_t slot, bool isGenericSlot) {
-            types[slot] = inputs[slot].slot->valueClass();
-            isGenericSlot ? generic.insert(slot) : void(values[slot] = &inputs[slot].source->value);
-        };
-        ((At<p>::isSlot ? read(places[p], std::is_base_of_v<Generic, At<p>>) : void()), ...);
-        for (const auto& demand : declaration.demands) {
-            if (!demand.isAskedEachStep) continue;
-            if (demand.inputs.containsAny(generic) || demand.violation(values, types)) return false;
-        }
-        return true;
-    }
 
     // Where every value is of its slot's type, as it nearly always is, it is read where it stands. All else
     // is asked and reported by process().
@@ -383,12 +366,21 @@ private:
         }
         RowNode& self = static_cast<RowNode&>(*step.node);
         if (!(fitsAt<p>(step.inputs) && ...)) return self.process(), true;
-        if (!meetDemands(*self.declaration(), step.inputs, all)) self.checkDemands();
+        if (!isCertain(self.template fittingAt<p>(step.inputs)...)) self.checkDemands();
         const R result = self.function(self.template fittingAt<p>(step.inputs)...);
         if (!result.result) return self.fallSilent(result.silence), true;
         for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i].consume();
         emitPayload(self, *result.result, latest);
         return true;
+    }
+    // Whether the function says of such values, without a look at its demands, that they are met.
+    template <class... A>
+    static bool isCertain(const A&... arguments) {
+        if constexpr (requires { Function::meetsDemands(arguments...); }) {
+            return Function::meetsDemands(arguments...);
+        } else {
+            return false;
+        }
     }
     static void emitPayload(FunctionNode& node, const Value& result, double latest) {
         node.emitComputed(result, latest);

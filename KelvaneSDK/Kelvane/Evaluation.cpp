@@ -265,7 +265,7 @@ void Evaluation::collectOutputs() {
     for (; output != end; ++output) {
         if (!output->input.hasNews()) continue;
         const GivenValue& brought = *output->input.source;
-        if (brought.kind != output->plainKind) {
+        if (brought.kind != output->plainKind) [[unlikely]] {
             collectSpecially(*output);
             continue;
         }

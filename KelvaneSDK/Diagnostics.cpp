@@ -22,8 +22,6 @@ CommonSink& common() {
     return *instance;
 }
 
-thread_local const Operation* currentOperation = nullptr;
-
 void writeLine(std::FILE* file, std::string_view line) {
     std::fwrite(line.data(), 1, line.size(), file);
     std::fputc('\n', file);
@@ -32,24 +30,19 @@ void writeLine(std::FILE* file, std::string_view line) {
 
 }  // namespace
 
-Operation::Operation(StopBehavior stopBehavior, const DiagnosticSink* sinkOfLines, bool isTried)
-    : behavior(stopBehavior), lines(sinkOfLines), isTrial(isTried), outer(currentOperation) {
-    currentOperation = this;
-}
-
-Operation::~Operation() { currentOperation = outer; }
+constinit thread_local const Operation* Operation::current = nullptr;
 
 const DiagnosticSink* Operation::sink() {
-    for (const auto* operation = currentOperation; operation != nullptr; operation = operation->outer) {
+    for (const auto* operation = current; operation != nullptr; operation = operation->outer) {
         if (operation->lines != nullptr && *operation->lines) return operation->lines;
     }
     return nullptr;
 }
 
 bool Operation::catchesStops() {
-    if (currentOperation == nullptr) return false;
-    if (currentOperation->behavior == StopBehavior::failCall) return true;
-    const auto* operation = currentOperation;
+    if (current == nullptr) return false;
+    if (current->behavior == StopBehavior::failCall) return true;
+    const auto* operation = current;
     while (operation != nullptr && !operation->isTrial) operation = operation->outer;
     return operation != nullptr;
 }

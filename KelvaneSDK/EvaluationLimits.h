@@ -35,6 +35,7 @@ public:
     void setLimits(const EvaluationLimits& newLimits) {
         limits = newLimits;
         isTimed = limits.maxBatchSeconds < std::numeric_limits<double>::infinity();
+        hasLimit = isTimed || limits.interrupted != nullptr;
     }
     void beginBatch() {
         if (isTimed) batchBegin = Clock::now();
@@ -42,7 +43,7 @@ public:
     std::size_t maxElements() const { return limits.maxElements; }
     bool limitsElements() const { return maxElements() < std::numeric_limits<std::size_t>::max(); }
     double maxBatchSeconds() const { return limits.maxBatchSeconds; }
-    bool isLimited() const { return isTimed || limits.interrupted != nullptr; }
+    bool isLimited() const { return hasLimit; }
     bool isInterrupted() const {
         return limits.interrupted != nullptr && limits.interrupted->load(std::memory_order_relaxed);
     }
@@ -53,7 +54,7 @@ public:
 
 private:
     EvaluationLimits limits;
-    bool isTimed = false;
+    bool isTimed = false, hasLimit = false;
     Clock::time_point batchBegin;
 };
 

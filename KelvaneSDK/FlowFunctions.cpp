@@ -1,5 +1,3 @@
-#include <deque>
-
 #include "KelvaneSDK/ElementArithmetic.h"
 #include "KelvaneSDK/FunctionFamilies.h"
 #include "KelvaneSDK/FunctionRows.h"
@@ -10,17 +8,42 @@ namespace {
 
 using Type = ValueClass;
 
+constexpr std::int64_t leastLength = -1;
+
 struct Buffer {
+    static bool meetsDemands(std::int64_t length, Anything, const Node&) { return length >= leastLength; }
     Maybe<Value> operator()(std::int64_t length, Anything latest, const Node& node) {
-        values.push_back(latest.value);
-        auto size = static_cast<std::int64_t>(values.size());
-        node.checkElements(values.size());
-        if (length >= size) return Silent{"the buffer is filling"};
-        for (; size > length + 1; --size) values.pop_front();
-        if (size == 0) return Silent{"the buffer is empty", Silent::clearsOutput};
-        return values.front();
+        append(latest.value);
+        node.checkElements(count);
+        if (length >= static_cast<std::int64_t>(count)) return Silent{"the buffer is filling"};
+        while (static_cast<std::int64_t>(count) > length + 1) dropFirst();
+        if (count == 0) return Silent{"the buffer is empty", Silent::clearsOutput};
+        return ring[first];
     }
-    std::deque<Value> values;
+
+private:
+    void append(const Value& value) {
+        if (count == ring.size()) grow();
+        ring[(first + count) & mask] = value;
+        ++count;
+    }
+    // What it held is let go of now, not when its place is taken.
+    void dropFirst() {
+        if (ring[first].type() >= ValueType::String) ring[first] = 0.0;
+        first = (first + 1) & mask;
+        --count;
+    }
+    void grow() {
+        std::vector<Value> larger(std::max<std::size_t>(4, 2 * count), 0.0);
+        for (std::size_t i = 0; i < count; ++i) larger[i] = std::move(ring[(first + i) & mask]);
+        ring = std::move(larger);
+        mask = ring.size() - 1;
+        first = 0;
+    }
+
+    // The latest values, from `first` on around; the number of places is a power of two.
+    std::vector<Value> ring;
+    std::size_t mask = 0, first = 0, count = 0;
 };
 
 struct UpdateCounter {
@@ -84,24 +107,44 @@ public:
 private:
     std::size_t selected() const { return boolean(0) ? 1 : 2; }
 
-    // The same rule and step on what the slots read.
+    // The same rule and step on what the slots read. Mostly all three are new, and the value is a scalar.
     static bool run(Step& step) {
-        const StepInput& select = step.inputs[0];
-        const Value* const selected = payload(select);
-        if (selected == nullptr) return false;
-        const bool isTrue = selected->holds<bool>() ? selected->unchecked<bool>() : select.slot->as<bool>();
-        const StepInput& chosen = step.inputs[isTrue ? 1 : 2];
-        if (!chosen.hasNews() || !chosen.source->hasValue()) return false;
-        const Value& value = chosen.source->value;
-        step.node->checkElements(value);
+        StepInput* const inputs = step.inputs;
+        const GivenValue& select = *inputs[0].source;
+        if (!inputs[0].hasNews() || !inputs[1].hasNews() || !inputs[2].hasNews() || !select.holds<bool>())
+            return runAtTimes(step);
+        const GivenValue& chosen = *inputs[select.value.unchecked<bool>() ? 1 : 2].source;
+        GivenValue& given = step.node->given();
+        if (chosen.kind != given.kind || chosen.kind > static_cast<std::uint8_t>(ValueType::Boolean) ||
+            given.special != 0) {
+            return runAtTimes(step);
+        }
         double latest = 0;
         for (std::size_t i = 0; i < 3; ++i) {
-            StepInput& input = step.inputs[i];
-            const double timestamp = input.hasNews() ? input.source->timestamp : input.slot->timestamp();
-            if (latest <= timestamp) latest = timestamp;
-            input.consume();
+            if (latest <= inputs[i].source->timestamp) latest = inputs[i].source->timestamp;
+            inputs[i].consume();
         }
-        step.node->give(value, latest);
+        given.value.replaceScalar(chosen.value);
+        given.publish(latest);
+        return true;
+    }
+    [[gnu::noinline]] static bool runAtTimes(Step& step) {
+        StepInput* const inputs = step.inputs;
+        const bool hasNewSelection = inputs[0].hasNews() && inputs[0].source->holds<bool>();
+        if (!hasNewSelection && payload(inputs[0]) == nullptr) return false;
+        const bool isTrue =
+            hasNewSelection ? inputs[0].source->value.unchecked<bool>() : inputs[0].slot->as<bool>();
+        const GivenValue& chosen = *inputs[isTrue ? 1 : 2].source;
+        if (!inputs[isTrue ? 1 : 2].hasNews() || !chosen.hasValue()) return false;
+        step.node->checkElements(chosen.value);
+        double latest = 0;
+        for (std::size_t i = 0; i < 3; ++i) {
+            const double timestamp =
+                inputs[i].hasNews() ? inputs[i].source->timestamp : inputs[i].slot->timestamp();
+            if (latest <= timestamp) latest = timestamp;
+            inputs[i].consume();
+        }
+        step.node->give(chosen.value, latest);
         return true;
     }
     // What has news has not been emptied since.
@@ -112,7 +155,7 @@ private:
 };
 
 std::optional<std::string> negativeLength(std::span<const Value* const> values, std::span<const ValueClass>) {
-    const auto length = belowLeast<0, -1>(values);
+    const auto length = belowLeast<0, leastLength>(values);
     if (!length) return std::nullopt;
     return "a buffer of length " + *length + " drops more values than it holds";
 }

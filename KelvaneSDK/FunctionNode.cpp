@@ -66,32 +66,6 @@ void FunctionNode::prepare(Step& step) const {
                                                              : runByDeclaredRule;
 }
 
-namespace {
-
-// A step of `count` inputs that computes.
-template <std::size_t count>
-bool runWhenReady(Step& step) {
-    StepInput* const inputs = step.inputs;
-    double latest = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const GivenValue& source = *inputs[i].source;
-        if (!inputs[i].hasNews() || !source.hasValue()) return false;
-        if (latest <= source.timestamp) latest = source.timestamp;
-    }
-    for (std::size_t i = 0; i < count; ++i) inputs[i].consume();
-    step.compute(*step.node, inputs, latest);
-    return true;
-}
-
-}  // namespace
-
-void Step::setCompute(Compute newCompute) {
-    constexpr std::array<Run, 4> runs{runWhenReady<1>, runWhenReady<2>, runWhenReady<3>, runWhenReady<4>};
-    if (inputCount == 0 || inputCount > runs.size()) return;
-    compute = newCompute;
-    run = runs[inputCount - 1];
-}
-
 const Value& FunctionNode::value(std::size_t index) const {
     const Value* payload = input(index).payload();
     if (payload == nullptr) stop("input " + std::to_string(index) + " holds no value");

@@ -24,8 +24,27 @@ struct Step {
     StepInput* inputs = nullptr;
     std::size_t inputCount = 0;
 
-    /// Lets the step compute whenever its inputs are ready.
-    void setCompute(Compute newCompute);
+    /// Lets a step of `count` inputs compute whenever they are ready.
+    template <std::size_t count, Compute newCompute>
+    void setCompute() {
+        compute = newCompute;
+        run = runWhenReady<count, newCompute>;
+    }
+
+private:
+    template <std::size_t count, Compute newCompute>
+    static bool runWhenReady(Step& step) {
+        StepInput* const inputs = step.inputs;
+        double latest = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            const GivenValue& source = *inputs[i].source;
+            if (!inputs[i].hasNews() || !source.hasValue()) return false;
+            if (latest <= source.timestamp) latest = source.timestamp;
+        }
+        for (std::size_t i = 0; i < count; ++i) inputs[i].consume();
+        newCompute(*step.node, inputs, latest);
+        return true;
+    }
 };
 
 /// The base of every function class. A class says what it is in its `declaration()` and computes in

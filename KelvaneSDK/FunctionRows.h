@@ -24,6 +24,9 @@
 //     Maybe<T>                           a T, or Silent with the reason
 //     std::optional<Value>               the output; when absent, the output loses its value
 //     OrPrevious                         the output; when absent, the previous one is emitted again
+//
+// A row whose demands are asked each step may have a static meetsDemands() of the same parameters: true for
+// values of which that is certain, so that they are not asked.
 
 #include <array>
 #include <tuple>
@@ -49,7 +52,8 @@ struct Silent {
 template <class T>
 struct Maybe {
     using type = T;
-    Maybe(T output) : result(std::move(output)) {}
+    Maybe(const T& output) : result(output) {}
+    Maybe(T&& output) : result(std::move(output)) {}
     Maybe(Silent why) : silence(why) {}
 
     std::optional<T> result;
@@ -302,9 +306,7 @@ private:
             using Out = decltype(Typed{}(std::declval<ArgumentAt<p, T>>()...));
             if constexpr (std::is_same_v<Out, T> || std::is_same_v<Out, bool> ||
                           std::is_same_v<Out, std::optional<T>>) {
-                step.setCompute([](auto& node, auto* inputs, double latest) {
-                    computeTyped<T>(node, inputs, latest, all);
-                });
+                step.setCompute<slotCount, computeAs<T>>();
             }
         }
     }
@@ -312,6 +314,10 @@ private:
     using ArgumentAt =
         std::conditional_t<std::is_same_v<std::tuple_element_t<p, Parameters>, TimestampedVariable>, T,
                            std::tuple_element_t<p, Parameters>>;
+    template <class T>
+    static void computeAs(FunctionNode& node, const StepInput* inputs, double latest) {
+        computeTyped<T>(node, inputs, latest, all);
+    }
     template <class T, std::size_t... p>
     static void computeTyped(FunctionNode& node, const StepInput* inputs, double latest,
                              std::index_sequence<p...>) {
@@ -333,13 +339,14 @@ private:
         if constexpr ((isScalar<p>() && ...) && (Payload<Out> || std::is_same_v<Out, Value>)) {
             if constexpr (!std::is_same_v<R, Maybe<Out>>) {
                 if (declaration()->asksEachStep()) return;
-                step.setCompute([](auto& node, auto* inputs, double latest) {
-                    computeFitting(node, inputs, latest, all);
-                });
+                if constexpr (slotCount > 0) step.setCompute<slotCount, compute>();
             } else {
                 step.run = [](Step& ready) { return runFitting(ready, all); };
             }
         }
+    }
+    static void compute(FunctionNode& node, const StepInput* inputs, double latest) {
+        computeFitting(node, inputs, latest, all);
     }
     template <std::size_t... p>
     static void computeFitting(FunctionNode& node, const StepInput* inputs, double latest,
@@ -359,12 +366,21 @@ private:
         }
         RowNode& self = static_cast<RowNode&>(*step.node);
         if (!(fitsAt<p>(step.inputs) && ...)) return self.process(), true;
-        self.checkDemands();
+        if (!isCertain(self.template fittingAt<p>(step.inputs)...)) self.checkDemands();
         const R result = self.function(self.template fittingAt<p>(step.inputs)...);
         if (!result.result) return self.fallSilent(result.silence), true;
         for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i].consume();
         emitPayload(self, *result.result, latest);
         return true;
+    }
+    // Whether the function says of such values, without a look at its demands, that they are met.
+    template <class... A>
+    static bool isCertain(const A&... arguments) {
+        if constexpr (requires { Function::meetsDemands(arguments...); }) {
+            return Function::meetsDemands(arguments...);
+        } else {
+            return false;
+        }
     }
     static void emitPayload(FunctionNode& node, const Value& result, double latest) {
         node.emitComputed(result, latest);

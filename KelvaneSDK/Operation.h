@@ -13,11 +13,14 @@ namespace KelvaneSDK {
 /// How the operation in progress on a thread prints and stops. Operations nest: the innermost counts.
 class Operation {
 public:
-    /// `lines` takes the diagnostics; where it is null or empty, they go to those of the operation around
-    /// this one, and at last to the common sink. A stop in a trial ends the trial, whatever the operations
-    /// within it make of stops.
-    Operation(StopBehavior behavior, const DiagnosticSink* lines, bool isTrial = false);
-    ~Operation();
+    /// `sinkOfLines` takes the diagnostics; where it is null or empty, they go to those of the operation
+    /// around this one, and at last to the common sink. A stop in a trial ends the trial, whatever the
+    /// operations within it make of stops.
+    Operation(StopBehavior stopBehavior, const DiagnosticSink* sinkOfLines, bool isTried = false)
+        : behavior(stopBehavior), lines(sinkOfLines), isTrial(isTried), outer(current) {
+        current = this;
+    }
+    ~Operation() { current = outer; }
     Operation(const Operation&) = delete;
     Operation& operator=(const Operation&) = delete;
 
@@ -32,6 +35,9 @@ public:
     static bool catchesStops();
 
 private:
+    // That of this thread.
+    static constinit thread_local const Operation* current;
+
     const StopBehavior behavior;
     const DiagnosticSink* const lines;
     const bool isTrial;

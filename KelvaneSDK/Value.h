@@ -164,13 +164,13 @@ public:
     }
     Value(Value&& other) noexcept : tag(other.tag) { isScalar(tag) ? copyScalar(other) : moveOther(other); }
     Value& operator=(const Value& other) noexcept {
-        if (!isScalar(tag) || !isScalar(other.tag)) return assign(other);
+        if (!areScalars(tag, other.tag)) return assign(other);
         tag = other.tag;
         copyScalar(other);
         return *this;
     }
     Value& operator=(Value&& other) noexcept {
-        if (!isScalar(tag) || !isScalar(other.tag)) return assign(std::move(other));
+        if (!areScalars(tag, other.tag)) return assign(std::move(other));
         tag = other.tag;
         copyScalar(other);
         return *this;
@@ -254,6 +254,11 @@ private:
     ListStorage& storage() { return *std::launder(reinterpret_cast<ListStorage*>(bytes)); }
 
     static constexpr bool isScalar(ValueType type) { return type <= ValueType::Boolean; }
+    // By one comparison; an integer and a boolean go the longer way, which is right for all.
+    static constexpr bool areScalars(ValueType a, ValueType b) {
+        return (static_cast<unsigned>(a) | static_cast<unsigned>(b)) <=
+               static_cast<unsigned>(ValueType::Boolean);
+    }
     // Only what a scalar fills: reading more than was just written would wait for the write.
     void copyScalar(const Value& other) noexcept { std::memcpy(bytes, other.bytes, sizeof(double)); }
     void copyOther(const Value& other) noexcept;

@@ -110,7 +110,10 @@ Subject listSubject() {
 }
 
 const std::map<std::string, Shape (*)()> scalarShapes{
-    {"chain", [] { return chain(100); }}, {"wide", [] { return wide(100); }}, {"mixed", mixed}};
+    {"chain", [] { return chain(100); }},
+    {"wide", [] { return wide(100); }},
+    {"mixed", mixed},
+    {"buffers", [] { return chainOf(Operation::buffer, 100); }}};
 
 }  // namespace
 

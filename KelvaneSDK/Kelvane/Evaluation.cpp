@@ -26,13 +26,38 @@ inline void forEachBit(const std::uint64_t* bits, std::size_t begin, std::size_t
 
 }  // namespace
 
-void Evaluation::begin(double batchTimestamp) {
+void Evaluation::evaluate(double batchTimestamp, const LabelledValues& updates, LabelledValues& results) {
+    begin(batchTimestamp);
+    feed(updates);
+    run();
+    collect(results);
+}
+
+void Evaluation::evaluate(double batchTimestamp, std::span<const HandleEntry> handles,
+                          std::span<const std::uint32_t> set) {
+    begin(batchTimestamp);
+    for (const auto index : set) {
+        const HandleEntry& handle = handles[index];
+        if (handle.place != HandleEntry::noPlace) feed(handle.place, handle.value);
+    }
+    run();
+}
+
+inline void Evaluation::begin(double batchTimestamp) {
     timestamp = batchTimestamp;
     ++state.batches;
-    if (seenHandWritten != state.handWritten || !copiedConstants.empty()) refreshConstants();
-    for (std::size_t i = 0; i < writtenLabels.size(); ++i) writtenLabels[i] = 0;
+    // Mostly one word.
+    std::uint64_t* marks = writtenLabels.data();
+    std::uint64_t* const marksEnd = marks + writtenLabels.size();
+    if (marks != marksEnd) *marks++ = 0;
+    for (; marks != marksEnd; ++marks) *marks = 0;
     work = 0;
     isLimited = state.budget.isLimited();
+    if (!walksAll || seenHandWritten != state.handWritten || !copiedConstants.empty()) beginSpecially();
+}
+
+void Evaluation::beginSpecially() {
+    if (seenHandWritten != state.handWritten || !copiedConstants.empty()) refreshConstants();
     if (walksAll) return;
     for (std::size_t i = 0; i < touched.size(); ++i) touched[i] = always[i] | std::exchange(carried[i], 0);
 }
@@ -54,41 +79,41 @@ void Evaluation::refreshConstants() {
     if (mayTimeOtherwise) compileSteps(SweepPass::first), compileReach();
 }
 
-void Evaluation::feed(const LabelledValues& updates) {
-    std::size_t place = 0;
+inline void Evaluation::feed(const LabelledValues& updates) {
+    if (labels.empty()) return;
     if (latestLabels.size() < updates.size()) latestLabels.resize(updates.size());
-    for (const auto& [text, value] : updates) {
-        Label& guess = latestLabels[place++];
-        if (guess >= labels.size() || !isSameLabel(labels[guess].text, text)) {
-            const auto found = labelOf(text);
-            if (!found) continue;
-            guess = *found;
-        }
-        feed(guess, value);
+    Label* guess = latestLabels.data();
+    for (auto update = updates.begin(); update != updates.end(); ++update, ++guess) {
+        const bool isKnown = isSameLabel(labels[*guess].text, update->first) || find(update->first, *guess);
+        if (isKnown) feed(*guess, update->second);
     }
 }
 
-void Evaluation::feed(Label label, const Value& value) {
+bool Evaluation::find(std::string_view text, Label& label) const {
+    const auto found = labelOf(text);
+    if (found) label = *found;
+    return found.has_value();
+}
+
+inline void Evaluation::feed(Label label, const Value& value) {
     LabelEntry& entry = labels[label];
     entry.enteredIn = state.batches;
-    const auto* const first = streamsByLabel.data() + entry.firstStream;
-    const auto* const end = streamsByLabel.data() + entry.lastStream;
-    // Of several streams the last one's value is the label's, whatever becomes of the others.
-    const bool isPlain = end - first <= 1 && !hasUnknownNodes;
-    for (const auto* place = first; place != end; ++place) {
-        const Stream& stream = streams[*place];
-        GivenValue& given = *stream.given;
-        if (!isPlain || given.special != 0 || given.kind != static_cast<std::uint8_t>(value.type()) ||
-            (given.outputState & GivenValue::holdsValue) == 0) {
-            heldBack.push_back({*place, &value});
-            continue;
-        }
-        given.value = value;
-        given.publish(timestamp);
-        given.outputState = GivenValue::holdsValue | GivenValue::isStamped;
-        setWritten(label, &given.value);
-        if (!walksAll) touch(stream);
+    GivenValue* const given = entry.onlyGiven;
+    if (given == nullptr || given->special != 0 || given->kind != static_cast<std::uint8_t>(value.type()) ||
+        (given->outputState & GivenValue::holdsValue) == 0) {
+        return holdBack(label, value);
     }
+    given->value = value;
+    given->publish(timestamp);
+    given->outputState = GivenValue::holdsValue | GivenValue::isStamped;
+    setWritten(entry, label, &given->value);
+    if (!walksAll) touch(streams[streamsByLabel[entry.firstStream]]);
+}
+
+// Of several streams the last one's value is the label's, whatever becomes of the others.
+void Evaluation::holdBack(Label label, const Value& value) {
+    for (auto place = labels[label].firstStream; place != labels[label].lastStream; ++place)
+        heldBack.push_back({streamsByLabel[place], &value});
 }
 
 void Evaluation::touch(const Stream& stream) {
@@ -96,8 +121,17 @@ void Evaluation::touch(const Stream& stream) {
     for (const auto block : stream.blocks) setBit(touched, block);
 }
 
-void Evaluation::run() {
-    pass();
+[[gnu::always_inline]] inline void Evaluation::run() {
+    if (walksAll && !mayRunAgain && !isLimited && heldBack.empty()) {
+        run(groups.data(), groups.end());
+        collect(outputs.data(), outputs.data() + outputs.size());
+    } else {
+        pass();
+    }
+    if (!fedBackLabels.empty()) runFurtherPasses();
+}
+
+void Evaluation::runFurtherPasses() {
     while (!fedBackLabels.empty() && feedBack()) {
         pass();
         // What it left half fed may be completed by the constants of the next batch.
@@ -105,6 +139,7 @@ void Evaluation::run() {
     }
 }
 
+// A pass of any kind.
 void Evaluation::pass() {
     if (!heldBack.empty()) feedHeldBack();
     sweep();
@@ -120,7 +155,7 @@ void Evaluation::feedHeldBack() {
     for (const auto& [place, value] : heldBack) {
         const Stream& stream = streams[place];
         stream.node->take(*value, timestamp);
-        setWritten(stream.label, stream.node->outputValue()->payload());
+        setWritten(labels[stream.label], stream.label, stream.node->outputValue()->payload());
         if (!walksAll) touch(stream);
     }
 }
@@ -132,42 +167,42 @@ void Evaluation::endHeldBack() {
 }
 
 void Evaluation::sweep() {
-    for (bool isRepeated = false;; isRepeated = true) {
-        bool anyRan = false;
-        if (walksAll) {
-            anyRan = run(groups.data(), groups.data() + groups.size());
-        } else {
-            forEachBit(touched.data(), 0, groupWords, [&](std::size_t block) {
-                StepGroup* const first = groups.data() + block * blockSize;
-                anyRan |= run(first, std::min(first + blockSize, groups.data() + groups.size()));
-            });
-        }
-        if (!waiting.empty()) sweepForEver();
-        if (isRepeated && !walksAll) carried = touched;
-        if (!anyRan || !mayRunAgain) return;
+    bool anyRan = runGroups();
+    if (!mayRunAgain) return;
+    if (!waiting.empty()) sweepForEver();
+    while (anyRan) {
+        anyRan = runGroups();
+        if (!walksAll) carried = touched;
     }
 }
 
-bool Evaluation::run(StepGroup* group, const StepGroup* end) {
+bool Evaluation::runGroups() {
     bool anyRan = false;
-    if (isLimited && group != end) countWork(*group->steps->node);
-    for (; group != end; ++group) {
-        anyRan |= group->triggerCount == 0 ? group->steps->run(*group->steps) : run(*group);
+    const auto runBlock = [&](StepGroup* first, const StepGroup* end) {
+        if (isLimited && first != end) countWork(*first->steps->node);
+        anyRan |= run(first, end);
+    };
+    if (walksAll) {
+        runBlock(groups.data(), groups.end());
+    } else {
+        forEachBit(touched.data(), 0, groupWords, [&](std::size_t block) {
+            StepGroup* const first = groups.data() + block * blockSize;
+            runBlock(first, std::min(first + blockSize, groups.end()));
+        });
     }
     return anyRan;
 }
 
-// Of two zeros as timestamps the later input's counts, and constants have one.
-double Evaluation::latestOf(const Step& step) {
-    double latest = 0;
-    for (std::size_t i = 0; i < step.inputCount; ++i) {
-        const double timestamp = step.inputs[i].source->timestamp;
-        if (latest <= timestamp) latest = timestamp;
+[[gnu::always_inline]] inline bool Evaluation::run(StepGroup* group, const StepGroup* end) {
+    bool anyRan = false;
+    const std::uint64_t batch = state.batches;
+    for (; group != end; ++group) {
+        anyRan |= group->triggerCount == 0 ? group->steps->run(*group->steps) : run(*group, batch);
     }
-    return latest;
+    return anyRan;
 }
 
-bool Evaluation::run(StepGroup& group) {
+inline bool Evaluation::run(StepGroup& group, std::uint64_t batch) {
     StepInput* const triggersEnd = group.triggers + group.triggerCount;
     double latest = 0;
     for (const StepInput* trigger = group.triggers; trigger != triggersEnd; ++trigger) {
@@ -175,12 +210,32 @@ bool Evaluation::run(StepGroup& group) {
         if (latest <= trigger->source->timestamp) latest = trigger->source->timestamp;
     }
     for (StepInput* trigger = group.triggers; trigger != triggersEnd; ++trigger) trigger->consume();
-    group.ranIn = state.batches;
-    const Step* const end = group.steps + group.stepCount;
-    for (const Step* step = group.steps; step != end; ++step)
-        step->compute(*step->node, step->inputs, latest == 0 ? latestOf(*step) : latest);
+    group.ranIn = batch;
+    if (latest == 0) {
+        computeEach(group);
+    } else {
+        const Step* const end = group.steps + group.stepCount;
+        for (const Step* step = group.steps; step != end; ++step)
+            step->compute(*step->node, step->inputs, latest);
+    }
     for (std::uint32_t i = 0; i < group.followerCount; ++i) group.followers[i]->consume();
     return true;
+}
+
+// Of two zeros as timestamps the later input's counts, and constants have one.
+void Evaluation::computeEach(const StepGroup& group) {
+    const Step* const end = group.steps + group.stepCount;
+    for (const Step* step = group.steps; step != end; ++step)
+        step->compute(*step->node, step->inputs, latestOf(*step));
+}
+
+double Evaluation::latestOf(const Step& step) {
+    double latest = 0;
+    for (std::size_t i = 0; i < step.inputCount; ++i) {
+        const double timestamp = step.inputs[i].source->timestamp;
+        if (latest <= timestamp) latest = timestamp;
+    }
+    return latest;
 }
 
 void Evaluation::sweepForEver() {
@@ -193,20 +248,24 @@ void Evaluation::countWork(const Node& node) {
 }
 
 void Evaluation::collectOutputs() {
-    if (walksAll && !outputs.empty()) return collect(outputs.data(), outputs.data() + outputs.size());
+    Output* const allEnd = outputs.data() + outputs.size();
+    const auto collectBlock = [&](Output* first, const Output* end) {
+        if (isLimited && first != end) countWork(*first->node);
+        collect(first, end);
+    };
+    if (walksAll) return collectBlock(outputs.data(), allEnd);
     forEachBit(touched.data(), groupWords, touched.size(), [&](std::size_t block) {
         Output* const first = outputs.data() + (block - firstOutputBlock) * blockSize;
-        collect(first, std::min(first + blockSize, outputs.data() + outputs.size()));
+        collectBlock(first, std::min(first + blockSize, allEnd));
     });
 }
 
-void Evaluation::collect(Output* output, const Output* end) {
-    if (isLimited) countWork(*output->node);
+[[gnu::always_inline]] inline void Evaluation::collect(Output* output, const Output* end) {
     std::uint64_t* const marks = writtenLabels.data();
     for (; output != end; ++output) {
         if (!output->input.hasNews()) continue;
         const GivenValue& brought = *output->input.source;
-        if (brought.kind != output->plainKind) {
+        if (brought.kind != output->plainKind) [[unlikely]] {
             collectSpecially(*output);
             continue;
         }
@@ -214,7 +273,7 @@ void Evaluation::collect(Output* output, const Output* end) {
         GivenValue& given = *output->given;
         given.value.replaceScalar(brought.value);
         given.publish(0 <= brought.timestamp ? brought.timestamp : 0);
-        marks[output->label / 64] |= std::uint64_t{1} << output->label % 64;
+        marks[output->markWord] |= output->mark;
     }
 }
 
@@ -222,7 +281,7 @@ void Evaluation::collectSpecially(Output& output) {
     if (output.isAsked && !output.node->allInputsUpdated()) return;
     output.node->process();
     const Value* const value = output.node->outputValue()->payload();
-    setWritten(output.label, value);
+    setWritten(labels[output.label], output.label, value);
     if (labels[output.label].isFedBack) noteFedBack(output.label);
     // The next one may need no more than another value in the same place.
     const bool isPlain = output.isOnlyOne && !output.isAsked && value == &output.given->value &&
@@ -230,9 +289,10 @@ void Evaluation::collectSpecially(Output& output) {
     output.plainKind = isPlain ? output.given->kind : Output::notPlain;
 }
 
-void Evaluation::setWritten(Label label, const Value* value) {
+inline void Evaluation::setWritten(LabelEntry& entry, Label label, const Value* value) {
     // What was collected may be elsewhere now.
-    if (std::exchange(written[label], value) != value) collectedSet = 0;
+    if (entry.written != value) collectedSet = 0;
+    entry.written = value;
     writtenLabels[label / 64] |= std::uint64_t{1} << label % 64;
 }
 
@@ -244,7 +304,7 @@ void Evaluation::noteFedBack(Label label) {
 bool Evaluation::feedBack() {
     std::sort(fedBackLabels.begin(), fedBackLabels.end());
     const auto isNew = [&](Label label) {
-        return written[label] != nullptr && labels[label].enteredIn != state.batches;
+        return labels[label].written != nullptr && labels[label].enteredIn != state.batches;
     };
     const bool isAnyNew = std::any_of(fedBackLabels.begin(), fedBackLabels.end(), isNew);
     if (isAnyNew && furtherPassesSettleAnew) settle(SweepPass::further);
@@ -253,33 +313,36 @@ bool Evaluation::feedBack() {
     nextLabels.swap(fedBackLabels);
     fedBackLabels.clear();
     for (const auto label : nextLabels) {
-        if (isNew(label)) feed(label, *written[label]);
+        if (isNew(label)) feed(label, *labels[label].written);
     }
     return isAnyNew;
 }
 
-void Evaluation::collect(LabelledValues& results) {
-    if (std::exchange(seenVisibility, state.visibility) != state.visibility) findShownLabels();
+inline void Evaluation::collect(LabelledValues& results) {
+    if (seenVisibility != state.visibility) findShownLabels();
     bool isSameSet = collectedSet != 0;
     for (std::size_t word = 0; word < writtenLabels.size(); ++word) {
         const auto shown = writtenLabels[word] & shownLabels[word];
         isSameSet &= std::exchange(collectedLabels[word], shown) == shown;
     }
+    // One that was moved from is empty.
+    if (!isSameSet || !results.isSet(collectedSet) || results.empty()) return collectAnew(results, isSameSet);
+    const Value* const* value = collectedValues.data();
+    const auto end = results.end();
+    for (auto entry = results.begin(); entry != end; ++entry, ++value) entry->second = **value;
+}
+
+void Evaluation::collectAnew(LabelledValues& results, bool isSameSet) {
     if (!isSameSet) {
         collectedValues.clear();
-        forEachBit(collectedLabels.data(), 0, collectedLabels.size(), [&](std::size_t label) {
-            if (written[label] != nullptr) collectedValues.push_back(written[label]);
-        });
         collectedSet = LabelledValues::newSet();
-    }
-    const Value* const* value = collectedValues.data();
-    if (results.isSet(collectedSet) && results.size() == collectedValues.size()) {
-        for (auto& entry : results) entry.second = **value++;
-        return;
     }
     results.refill(labelOwner);
     forEachBit(collectedLabels.data(), 0, collectedLabels.size(), [&](std::size_t label) {
-        if (written[label] != nullptr) results.append(labels[label].text, **value++);
+        const Value* const value = labels[label].written;
+        if (value == nullptr) return;
+        if (!isSameSet) collectedValues.push_back(value);
+        results.append(labels[label].text, *value);
     });
     results.setSet(collectedSet);
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -36,22 +37,22 @@ public:
     /// The label of an input stream or variable output, by its place in label order.
     std::optional<Label> labelOf(std::string_view text) const;
 
-    /// Begins a batch: then feed(), any number of times, and run().
-    void begin(double timestamp);
-    void feed(const LabelledValues& updates);
-    /// `value` must live until run() ends. A label must not be fed twice in a batch.
-    void feed(Label label, const Value& value);
-    void run();
-
-    /// Fills `results` with what the batch gave, by label; hidden outputs and streams that do not forward are
-    /// left out.
-    void collect(LabelledValues& results);
-    /// What the batch gave for a label, hidden or not, or null.
-    const Value* result(Label label) const { return wasWritten(label) ? written[label] : nullptr; }
+    /// Evaluates a batch of updates and fills `results` with what it gave, by label; hidden outputs and
+    /// streams that do not forward are left out.
+    void evaluate(double timestamp, const LabelledValues& updates, LabelledValues& results);
+    /// Evaluates a batch of the values of some handles, whose indices are `set`.
+    void evaluate(double timestamp, std::span<const HandleEntry> handles, std::span<const std::uint32_t> set);
+    /// What the latest batch gave for a label, hidden or not, or null.
+    const Value* result(Label label) const { return wasWritten(label) ? labels[label].written : nullptr; }
 
 private:
-    struct LabelEntry {
+    struct alignas(64) LabelEntry {
         std::string_view text;
+        /// What the only stream that bears it gives; null where there are several, or where something sees in
+        /// which order they are fed.
+        GivenValue* onlyGiven = nullptr;
+        /// What the latest batch to write the label gave for it; null for nothing.
+        const Value* written = nullptr;
         /// The streams that bear it, as a range of `streamsByLabel`.
         std::uint32_t firstStream = 0, lastStream = 0;
         /// The batch in which the streams got a value last.
@@ -72,6 +73,9 @@ private:
         /// The node's input; never news where nothing feeds it.
         StepInput input;
         GivenValue* given;
+        /// The label's bit in `writtenLabels`, and the word in which it stands.
+        std::uint64_t mark;
+        std::uint32_t markWord;
         Label label;
         /// A value of this type only replaces the one before; notPlain while more is to be done.
         std::uint8_t plainKind;
@@ -101,21 +105,33 @@ private:
     std::size_t blockOf(std::uint32_t place) const;
     void unbind();
 
+    void begin(double timestamp);
+    [[gnu::noinline]] void beginSpecially();
     void refreshConstants();
+    void feed(const LabelledValues& updates);
+    [[gnu::noinline]] bool find(std::string_view text, Label& label) const;
+    void feed(Label label, const Value& value);
+    [[gnu::noinline]] void holdBack(Label label, const Value& value);
     void touch(const Stream& stream);
-    void pass();
+    void run();
+    [[gnu::noinline]] void runFurtherPasses();
+    [[gnu::noinline]] void pass();
     bool feedBack();
     void feedHeldBack();
     void endHeldBack();
     void sweep();
+    bool runGroups();
     bool run(StepGroup* group, const StepGroup* end);
-    bool run(StepGroup& group);
-    [[gnu::noinline]] static double latestOf(const Step& step);
+    static bool run(StepGroup& group, std::uint64_t batch);
+    [[gnu::noinline]] static void computeEach(const StepGroup& group);
+    static double latestOf(const Step& step);
     [[noreturn]] void sweepForEver();
     void collectOutputs();
     void collect(Output* output, const Output* end);
     [[gnu::noinline]] void collectSpecially(Output& output);
-    void setWritten(Label label, const Value* value);
+    void collect(LabelledValues& results);
+    [[gnu::noinline]] void collectAnew(LabelledValues& results, bool isSameSet);
+    void setWritten(LabelEntry& entry, Label label, const Value* value);
     void noteFedBack(Label label);
     bool wasWritten(Label label) const { return (writtenLabels[label / 64] >> label % 64 & 1) != 0; }
     void countWork(const Node& node);
@@ -136,7 +152,7 @@ private:
     std::vector<Node*> copiedConstants;
     /// Slots that classes of unknown ways have seen as dealt with in this pass.
     std::vector<TimestampedVariable*> passingSlots;
-    /// A node may run in a later sweep of a pass: some feeder stands after its reader, or nothing is known.
+    /// One sweep may not end a pass: some feeder stands after its reader, a node waits, or nothing is known.
     bool mayRunAgain = false;
     /// Every batch walks all groups and outputs.
     bool walksAll = true;
@@ -145,13 +161,11 @@ private:
     bool isForOneSweep = false;
 
     std::vector<LabelEntry> labels;
-    /// What the latest batch to write a label gave for it; null for nothing.
-    std::vector<const Value*> written;
     /// Owns the labels' texts.
     std::shared_ptr<const void> labelOwner;
     std::unordered_map<std::string_view, Label> labelsByText;
     std::vector<std::uint32_t> streamsByLabel;
-    /// The labels of the latest batch's updates, by place: mostly the next one's.
+    /// The labels of the latest batch's updates, by place: mostly the next one's. All of them exist.
     std::vector<Label> latestLabels;
 
     // Blocks of 64 groups, then, from a whole word on, blocks of 64 outputs, one bit each.

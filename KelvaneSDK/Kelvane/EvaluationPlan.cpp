@@ -44,14 +44,13 @@ Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
     for (auto* node : nodes.outputs) {
         const bool isAsked = !node->plainType();
         const auto label = *labelOf(node->label());
-        outputs.push_back(
-            {node, isAsked ? alwaysNews : neverNews, &node->given(), label, Output::notPlain, isAsked});
+        outputs.push_back({node, isAsked ? alwaysNews : neverNews, &node->given(),
+                           std::uint64_t{1} << label % 64, label / 64, label, Output::notPlain, isAsked});
         if (isAsked) continue;
         auto& slot = *node->inputValues().front();
         if (slot.given() != nullptr) slot.bind(outputs.back().input);
     }
     findShownLabels();
-    seenVisibility = state.visibility;
     settle(SweepPass::first);
     for (auto* node : nodes.constants) {
         node->refreshGiven();
@@ -97,7 +96,6 @@ void Evaluation::compileLabels() {
     }
     shownLabels.resize(writtenLabels.size());
     collectedLabels.resize(writtenLabels.size());
-    written.resize(labels.size());
     for (auto* node : nodes.streams) {
         streams.push_back({node, &node->given(), *labelOf(node->label()), {}, false});
         ++labels[streams.back().label].lastStream;
@@ -114,6 +112,7 @@ void Evaluation::compileLabels() {
 }
 
 void Evaluation::findShownLabels() {
+    seenVisibility = state.visibility;
     for (std::size_t label = 0; label < labels.size(); ++label) setBit(shownLabels, label);
     const auto hide = [&](Label label) { shownLabels[label / 64] &= ~(std::uint64_t{1} << label % 64); };
     for (const auto& stream : streams) {
@@ -137,6 +136,8 @@ void Evaluation::settle(SweepPass pass) {
     compileReach();
     for (auto& label : labels) {
         label.isFedBack = label.firstStream < label.lastStream || furtherPassesSettleAnew || hasUnknownNodes;
+        const bool hasOne = label.lastStream - label.firstStream == 1 && !hasUnknownNodes;
+        label.onlyGiven = hasOne ? streams[streamsByLabel[label.firstStream]].given : nullptr;
     }
     std::vector<std::uint32_t> bearers(labels.size());
     for (const auto& output : outputs) ++bearers[output.label];
@@ -152,7 +153,8 @@ void Evaluation::compileSteps(SweepPass pass) {
     stepInputs.reserve(inputCount);
     steps.reserve(nodes.functions.size());
     passingSlots.clear();
-    mayRunAgain = hasUnknownNodes = false;
+    mayRunAgain = !waiting.empty();
+    hasUnknownNodes = false;
     constexpr std::uint32_t noStep = ~std::uint32_t{0};
     for (auto* node : nodes.functions) node->place = noStep;
     for (std::size_t i = 0; i + waiting.size() < nodes.functions.size(); ++i) {

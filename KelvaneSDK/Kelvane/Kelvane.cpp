@@ -62,8 +62,10 @@ void Kelvane::orderAsInDocument() {
 
 void Kelvane::discardDiagram() {
     evaluation.reset();
+    handleLabels.clear();
     handles.clear();
     handlesSet.clear();
+    handlesSetCount = 0;
     failed.reset();
     containers.clear();
     manualLines.clear();

@@ -81,6 +81,16 @@ struct DiagramNodes {
     std::vector<VariableOutputNode*> outputs;
 };
 
+/// What an application sets by a handle, as its evaluation needs it.
+struct alignas(64) HandleEntry {
+    static constexpr std::uint32_t noPlace = ~std::uint32_t{0};
+    Value value = 0.0;
+    /// The round of evaluateSet() for which the value is set.
+    std::uint64_t setFor = 0;
+    /// Where the label stands in the present evaluation.
+    std::uint32_t place = noPlace;
+};
+
 /// The diagram engine: one object per diagram. Load a document with load() or read(), then hand it batches of
 /// input values; the results go to the receiver, or are returned.
 ///
@@ -171,7 +181,7 @@ public:
     std::optional<VariableOutputHandle> variableOutput(std::string_view label);
     /// Gives a value to the streams of a handle, in the batch that evaluateSet() evaluates next. The value
     /// that is set last counts.
-    void set(InputStreamHandle streams, Value value);
+    void set(InputStreamHandle streams, const Value& value);
     /// Evaluates the values set since the last time as one batch, like evaluate() but without any text.
     void evaluateSet(double timestamp);
     /// What the latest batch gave for a label, hidden or not; null when it gave nothing. Valid until the next
@@ -219,8 +229,7 @@ private:
     void discardDiagram();
 
     Evaluation& plan();
-    template <class Feed>
-    void evaluateBatch(double timestamp, const Feed& feed);
+    Evaluation& compile();
     void processInBackground(const std::vector<KelvaneInput>& inputs);
     std::uint32_t handleOn(std::string_view label);
 
@@ -239,17 +248,13 @@ private:
     std::vector<Subdiagram> subdiagrams;
     std::unique_ptr<Evaluation> evaluation;
     KelvaneOutput diagramOutput;
-    // The labels that handles were given for, with their place in the present evaluation, and what is set for
-    // the next batch.
-    struct HandleEntry {
-        std::string label;
-        std::uint32_t place;
-        bool isSet = false;
-        Value value = 0.0;
-    };
+    // The labels that handles were given for.
+    std::vector<std::string> handleLabels;
     std::vector<HandleEntry> handles;
-    // Those that are set; it has space for all.
+    // Those that are set for the next round stand first; it has space for all.
     std::vector<std::uint32_t> handlesSet;
+    std::size_t handlesSetCount = 0;
+    std::uint64_t handleRound = 1;
     double previousTimestamp = 0;
     double lastProcessTime = 0;
     std::int64_t framesSkipped = 0;

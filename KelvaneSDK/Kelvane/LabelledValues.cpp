@@ -20,14 +20,19 @@ auto lowerBound(Entries& entries, std::string_view label) {
 }
 
 template <class Entries>
-auto found(Entries& entries, std::string_view label) {
-    constexpr std::size_t few = 8;
-    if (entries.size() <= few) {
-        return std::find_if(entries.begin(), entries.end(),
-                            [&](const auto& entry) { return isSameLabel(entry.first, label); });
-    }
+[[gnu::noinline]] auto foundByOrder(Entries& entries, std::string_view label) {
     const auto place = lowerBound(entries, label);
     return place != entries.end() && place->first == label ? place : entries.end();
+}
+
+template <class Entries>
+auto found(Entries& entries, std::string_view label) {
+    constexpr std::ptrdiff_t few = 8;
+    const auto end = entries.end();
+    auto place = entries.begin();
+    if (end - place > few) return foundByOrder(entries, label);
+    while (place != end && !isSameLabel(place->first, label)) ++place;
+    return place;
 }
 
 [[noreturn]] void stopWithout(std::string_view label) {

@@ -42,6 +42,7 @@ public:
 
     std::size_t size() const { return groups.size(); }
     StepGroup* data() { return groups.data(); }
+    StepGroup* end() { return groups.data() + groups.size(); }
     /// The place of the group that a step belongs to.
     std::size_t groupOf(const Step& step) const;
 

@@ -18,6 +18,19 @@ double wallClock() {
 
 }  // namespace
 
+// The present evaluation of the diagram, compiled anew after changes.
+inline Evaluation& Kelvane::plan() {
+    return evaluation && !evaluation->isOutOfDate() ? *evaluation : compile();
+}
+
+Evaluation& Kelvane::compile() {
+    evaluation.reset();
+    evaluation = std::make_unique<Evaluation>(nodes, state);
+    for (std::size_t i = 0; i < handles.size(); ++i)
+        handles[i].place = evaluation->labelOf(handleLabels[i]).value_or(HandleEntry::noPlace);
+    return *evaluation;
+}
+
 void Kelvane::updateInputStreams(const KelvaneInput& input) {
     const double start = wallClock();
     double interval = std::numeric_limits<double>::max();
@@ -59,43 +72,26 @@ KelvaneOutput Kelvane::evaluate(const KelvaneInput& input) {
 void Kelvane::evaluateInto(const KelvaneInput& input, KelvaneOutput& output) {
     output.timestamp = input.timestamp;
     const bool isFilled = !failed && perform([&] {
-        evaluateBatch(input.timestamp, [&](Evaluation& batch) { batch.feed(input.updates); });
-        evaluation->collect(output.outputs);
+        state.budget.beginBatch();
+        plan().evaluate(input.timestamp, input.updates, output.outputs);
     });
     if (isFilled) return;
     output.outputs.clear();
     evaluation.reset();
 }
 
-// The present evaluation of the diagram, compiled anew after changes.
-Evaluation& Kelvane::plan() {
-    if (evaluation && !evaluation->isOutOfDate()) return *evaluation;
-    evaluation.reset();
-    evaluation = std::make_unique<Evaluation>(nodes, state);
-    for (auto& handle : handles) handle.place = evaluation->labelOf(handle.label).value_or(~std::uint32_t{0});
-    return *evaluation;
-}
-
-template <class Feed>
-void Kelvane::evaluateBatch(double timestamp, const Feed& feed) {
-    state.budget.beginBatch();
-    Evaluation& batch = plan();
-    batch.begin(timestamp);
-    feed(batch);
-    batch.run();
-}
-
 // ---------------------------------------------------------------- by handles
 
 std::uint32_t Kelvane::handleOn(std::string_view label) {
-    const auto known = std::find_if(handles.begin(), handles.end(),
-                                    [&](const auto& handle) { return handle.label == label; });
-    if (known == handles.end()) {
-        handlesSet.reserve(handles.size() + 1);
-        handles.push_back({std::string(label), plan().labelOf(label).value_or(~std::uint32_t{0})});
-        return static_cast<std::uint32_t>(handles.size() - 1);
-    }
-    return static_cast<std::uint32_t>(known - handles.begin());
+    const auto known = std::find(handleLabels.begin(), handleLabels.end(), label);
+    const auto index = static_cast<std::uint32_t>(known - handleLabels.begin());
+    if (index < handles.size()) return index;
+    const auto place = plan().labelOf(label).value_or(HandleEntry::noPlace);
+    handlesSet.resize(index + 1);
+    handles.reserve(index + 1);
+    handleLabels.emplace_back(label);
+    handles.emplace_back().place = place;
+    return index;
 }
 
 std::optional<InputStreamHandle> Kelvane::inputStream(std::string_view label) {
@@ -120,32 +116,29 @@ std::optional<VariableOutputHandle> Kelvane::variableOutput(std::string_view lab
     return handle;
 }
 
-void Kelvane::set(InputStreamHandle streams, Value value) {
+void Kelvane::set(InputStreamHandle streams, const Value& value) {
     // Of a diagram that was replaced.
     if (streams.index >= handles.size()) return;
     HandleEntry& handle = handles[streams.index];
-    handle.value = std::move(value);
-    if (!std::exchange(handle.isSet, true)) handlesSet.push_back(streams.index);
+    handle.value = value;
+    if (std::exchange(handle.setFor, handleRound) != handleRound)
+        handlesSet[handlesSetCount++] = streams.index;
 }
 
 void Kelvane::evaluateSet(double timestamp) {
     const bool isEvaluated = !failed && perform([&] {
-        evaluateBatch(timestamp, [&](Evaluation& batch) {
-            for (const auto index : handlesSet) {
-                const auto& handle = handles[index];
-                if (handle.place != ~std::uint32_t{0}) batch.feed(handle.place, handle.value);
-            }
-        });
+        state.budget.beginBatch();
+        plan().evaluate(timestamp, handles, {handlesSet.data(), handlesSetCount});
     });
-    for (const auto index : handlesSet) handles[index].isSet = false;
-    handlesSet.clear();
+    handlesSetCount = 0;
+    ++handleRound;
     if (!isEvaluated) evaluation.reset();
 }
 
 const Value* Kelvane::result(VariableOutputHandle outputs) const {
     if (!evaluation || outputs.index >= handles.size()) return nullptr;
     const auto label = handles[outputs.index].place;
-    return label != ~std::uint32_t{0} ? evaluation->result(label) : nullptr;
+    return label != HandleEntry::noPlace ? evaluation->result(label) : nullptr;
 }
 
 }  // namespace KelvaneSDK

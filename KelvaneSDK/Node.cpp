@@ -82,6 +82,7 @@ Node::~Node() {
 }
 
 void Node::reset() {
+    takeShownInput();
     for (auto* input : inputSlots) input->empty();
     noteChange();
     if (outputSlot != nullptr) {
@@ -265,7 +266,7 @@ double Node::latestInputTimestamp() const {
 
 void Node::completeStep() {
     consumeInputs();
-    if (!holdsOutput()) return;
+    if (outputPayload() == nullptr) return;
     takeHandWritten();
     checkElements(givenValue.value);
     publish(latestInputTimestamp());
@@ -369,6 +370,7 @@ void Node::makeOutput(ValueClass slotClass, bool withDefault) {
 }
 
 void Node::showOutput() {
+    takeShownInput();
     auto slot = makeSlot(*outputClass);
     slot->owner = this;
     slot->isTyped = outputSpecializedFrom;
@@ -382,9 +384,22 @@ void Node::showOutput() {
     outputSlot = shown;
 }
 
-bool Node::holdsOutput() const {
-    if (outputSlot != nullptr) return outputSlot->hasValue();
-    return outputClass && givenValue.hasValue() && (givenValue.outputState & GivenValue::holdsValue) != 0;
+const Value* Node::outputPayload() const {
+    if (outputSlot != nullptr) return outputSlot->payload();
+    if (showsInput) return inputSlots[0].payload();
+    const bool isHeld = givenValue.hasValue() && (givenValue.outputState & GivenValue::holdsValue) != 0;
+    return outputClass && isHeld ? &givenValue.value : nullptr;
+}
+
+void Node::copyShownInput() {
+    showsInput = false;
+    const auto& input = inputSlots[0];
+    if (const Value* const held = input.payload()) {
+        givenValue.set(*held);
+        givenValue.publish(0 <= input.timestamp() ? input.timestamp() : 0);
+    }
+    // So that the engine takes notice.
+    noteHandWritten();
 }
 
 void Node::presentInputs(std::span<TimestampedVariable* const> slots) {

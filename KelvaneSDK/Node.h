@@ -188,6 +188,16 @@ public:
     void noteHandWritten() const {
         if (state != nullptr) ++state->handWritten;
     }
+    /// The value in the output, in place, or null.
+    const Value* outputPayload() const;
+    /// From now on the output shows what the first input holds, for an engine that spares copying it: until
+    /// someone looks, or the input changes otherwise than by its feeder. Only for outputs without a slot yet.
+    void showInput() { showsInput = true; }
+    /// Ends showInput(): the output has the value as its own.
+    void takeShownInput() {
+        if (showsInput) copyShownInput();
+    }
+    bool hasOutputSlot() const { return outputSlot != nullptr; }
     /// What the node last gave to the slots that it feeds.
     GivenValue& given() { return givenValue; }
     const GivenValue& given() const { return givenValue; }
@@ -255,7 +265,7 @@ private:
     Extras& withExtras();
     void showOutput();
     ValueClass requiredOutputClass() const;
-    bool holdsOutput() const;
+    void copyShownInput();
     TimestampedVariable& replaceInput(TimestampedVariable& old, ValueClass slotClass,
                                       std::optional<ValueClass> specializedFrom);
     void replaceOutput(ValueClass slotClass, std::optional<ValueClass> specializedFrom);
@@ -267,6 +277,7 @@ private:
     LabelState labelState = LabelState::absent;
     // The slots are this node's own, as they are but in containers.
     bool ownsSlots = true;
+    bool showsInput = false;
     std::optional<ValueClass> knownOutputType;
     // The class of the output, and the generic one that it was specialised from; the slot is made on demand.
     std::optional<ValueClass> outputClass, outputSpecializedFrom;

@@ -38,6 +38,7 @@ void TimestampedVariable::setConsumed(std::uint64_t at) {
 // The slot's own value, made of what it shows at first.
 GivenValue& TimestampedVariable::ownValue() {
     if (ownsSource) return *source;
+    if (owner != nullptr && !isOutput) owner->takeShownInput();
     leaveGroup();
     auto own = std::make_unique<GivenValue>();
     if (const Value* held = payload()) own->set(*held);

@@ -270,23 +270,33 @@ void Evaluation::collectOutputs() {
             continue;
         }
         output->input.consume();
-        GivenValue& given = *output->given;
-        given.value.replaceScalar(brought.value);
-        given.publish(0 <= brought.timestamp ? brought.timestamp : 0);
-        marks[output->markWord] |= output->mark;
+        if (!output->showsInput) {
+            GivenValue& given = output->node->given();
+            given.value.replaceScalar(brought.value);
+            given.publish(0 <= brought.timestamp ? brought.timestamp : 0);
+        }
+        marks[output->label / 64] |= std::uint64_t{1} << output->label % 64;
     }
 }
 
 void Evaluation::collectSpecially(Output& output) {
     if (output.isAsked && !output.node->allInputsUpdated()) return;
-    output.node->process();
-    const Value* const value = output.node->outputValue()->payload();
+    VariableOutputNode& node = *output.node;
+    node.takeShownInput();
+    node.process();
+    const Value* value = node.outputPayload();
+    const GivenValue& given = node.given();
+    // The next one may need no more than another value in the same place.
+    const bool isPlain = output.isOnlyOne && !output.isAsked && value == &given.value && given.special == 0 &&
+                         value->type() <= ValueType::Boolean;
+    output.plainKind = isPlain ? given.kind : Output::notPlain;
+    output.showsInput = isPlain && output.isLasting && !node.hasOutputSlot();
+    if (output.showsInput) {
+        node.showInput();
+        value = &output.input.source->value;
+    }
     setWritten(labels[output.label], output.label, value);
     if (labels[output.label].isFedBack) noteFedBack(output.label);
-    // The next one may need no more than another value in the same place.
-    const bool isPlain = output.isOnlyOne && !output.isAsked && value == &output.given->value &&
-                         output.given->special == 0 && value->type() <= ValueType::Boolean;
-    output.plainKind = isPlain ? output.given->kind : Output::notPlain;
 }
 
 inline void Evaluation::setWritten(LabelEntry& entry, Label label, const Value* value) {

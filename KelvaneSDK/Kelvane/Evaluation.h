@@ -72,18 +72,18 @@ private:
         VariableOutputNode* node;
         /// The node's input; never news where nothing feeds it.
         StepInput input;
-        GivenValue* given;
-        /// The label's bit in `writtenLabels`, and the word in which it stands.
-        std::uint64_t mark;
-        std::uint32_t markWord;
         Label label;
         /// A value of this type only replaces the one before; notPlain while more is to be done.
         std::uint8_t plainKind;
         static constexpr std::uint8_t notPlain = GivenValue::absent - 1;
         /// A class with a rule of its own, asked every time.
-        bool isAsked;
+        bool isAsked : 1;
         /// Nothing else bears the label, and nothing is fed back.
-        bool isOnlyOne = false;
+        bool isOnlyOne : 1 = false;
+        /// What feeds the input keeps the value that it gave last until it gives another.
+        bool isLasting : 1 = false;
+        /// The node shows what stands in its input, and gets no copy of it.
+        bool showsInput : 1 = false;
     };
     struct Feed {
         std::uint32_t stream;

@@ -44,8 +44,7 @@ Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
     for (auto* node : nodes.outputs) {
         const bool isAsked = !node->plainType();
         const auto label = *labelOf(node->label());
-        outputs.push_back({node, isAsked ? alwaysNews : neverNews, &node->given(),
-                           std::uint64_t{1} << label % 64, label / 64, label, Output::notPlain, isAsked});
+        outputs.push_back({node, isAsked ? alwaysNews : neverNews, label, Output::notPlain, isAsked});
         if (isAsked) continue;
         auto& slot = *node->inputValues().front();
         if (slot.given() != nullptr) slot.bind(outputs.back().input);
@@ -63,7 +62,9 @@ Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
 Evaluation::~Evaluation() {
     unbind();
     for (auto& output : outputs) {
-        if (output.input.slot != nullptr) output.input.slot->unbind();
+        if (output.input.slot == nullptr) continue;
+        output.input.slot->unbind();
+        output.node->takeShownInput();
     }
 }
 
@@ -179,10 +180,17 @@ void Evaluation::compileSteps(SweepPass pass) {
     }
     for (std::size_t i = 0; i < outputs.size(); ++i) {
         outputs[i].node->place = static_cast<std::uint32_t>(steps.size() + i);
+        outputs[i].isLasting = false;
+        outputs[i].plainKind = Output::notPlain;
     }
     for (const auto& step : steps) {
         for (const auto* slot : step.node->connectedInputValues()) {
-            mayRunAgain |= slot->owner->place != noStep && slot->owner->place <= step.node->place;
+            const auto place = slot->owner->place;
+            mayRunAgain |= place != noStep && place <= step.node->place;
+            if (place < steps.size() || place - steps.size() >= outputs.size()) continue;
+            Output& output = outputs[place - steps.size()];
+            output.isLasting = output.input.slot == slot && step.compute != nullptr &&
+                               output.input.source == &step.node->given();
         }
     }
     if (mayRunAgain || furtherPassesSettleAnew) {

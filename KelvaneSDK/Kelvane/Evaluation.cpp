@@ -27,23 +27,24 @@ inline void forEachBit(const std::uint64_t* bits, std::size_t begin, std::size_t
 }  // namespace
 
 void Evaluation::evaluate(double batchTimestamp, const LabelledValues& updates, LabelledValues& results) {
-    begin(batchTimestamp);
+    const bool isPlain = begin(batchTimestamp);
     feed(updates);
-    run();
+    run(isPlain);
     collect(results);
 }
 
 void Evaluation::evaluate(double batchTimestamp, std::span<const HandleEntry> handles,
                           std::span<const std::uint32_t> set) {
-    begin(batchTimestamp);
+    const bool isPlain = begin(batchTimestamp);
     for (const auto index : set) {
         const HandleEntry& handle = handles[index];
         if (handle.place != HandleEntry::noPlace) feed(handle.place, handle.value);
     }
-    run();
+    run(isPlain);
 }
 
-inline void Evaluation::begin(double batchTimestamp) {
+// Whether one walk over all groups and outputs is all that the batch takes.
+inline bool Evaluation::begin(double batchTimestamp) {
     timestamp = batchTimestamp;
     ++state.batches;
     // Mostly one word.
@@ -51,12 +52,13 @@ inline void Evaluation::begin(double batchTimestamp) {
     std::uint64_t* const marksEnd = marks + writtenLabels.size();
     if (marks != marksEnd) *marks++ = 0;
     for (; marks != marksEnd; ++marks) *marks = 0;
-    work = 0;
-    isLimited = state.budget.isLimited();
-    if (!walksAll || seenHandWritten != state.handWritten || !copiedConstants.empty()) beginSpecially();
+    if (walksOnce && seenHandWritten == state.handWritten && !state.budget.isLimited()) return true;
+    beginSpecially();
+    return false;
 }
 
 void Evaluation::beginSpecially() {
+    work = 0;
     if (seenHandWritten != state.handWritten || !copiedConstants.empty()) refreshConstants();
     if (walksAll) return;
     for (std::size_t i = 0; i < touched.size(); ++i) touched[i] = always[i] | std::exchange(carried[i], 0);
@@ -121,8 +123,8 @@ void Evaluation::touch(const Stream& stream) {
     for (const auto block : stream.blocks) setBit(touched, block);
 }
 
-[[gnu::always_inline]] inline void Evaluation::run() {
-    if (walksAll && !mayRunAgain && !isLimited && heldBack.empty()) {
+[[gnu::always_inline]] inline void Evaluation::run(bool isPlainBatch) {
+    if (isPlainBatch && heldBack.empty()) {
         run(groups.data(), groups.end());
         collect(outputs.data(), outputs.data() + outputs.size());
     } else {
@@ -141,6 +143,7 @@ void Evaluation::runFurtherPasses() {
 
 // A pass of any kind.
 void Evaluation::pass() {
+    isLimited = state.budget.isLimited();
     if (!heldBack.empty()) feedHeldBack();
     sweep();
     collectOutputs();
@@ -261,7 +264,9 @@ void Evaluation::collectOutputs() {
 }
 
 [[gnu::always_inline]] inline void Evaluation::collect(Output* output, const Output* end) {
-    std::uint64_t* const marks = writtenLabels.data();
+    // Marked word by word, so that no output waits for the mark of the one before.
+    std::uint64_t* word = writtenLabels.data();
+    std::uint64_t marks = 0;
     for (; output != end; ++output) {
         if (!output->input.hasNews()) continue;
         const GivenValue& brought = *output->input.source;
@@ -275,8 +280,11 @@ void Evaluation::collectOutputs() {
             given.value.replaceScalar(brought.value);
             given.publish(0 <= brought.timestamp ? brought.timestamp : 0);
         }
-        marks[output->label / 64] |= std::uint64_t{1} << output->label % 64;
+        std::uint64_t* const labelWord = writtenLabels.data() + output->label / 64;
+        if (word != labelWord) *std::exchange(word, labelWord) |= std::exchange(marks, 0);
+        marks |= std::uint64_t{1} << output->label % 64;
     }
+    if (marks != 0) *word |= marks;
 }
 
 void Evaluation::collectSpecially(Output& output) {

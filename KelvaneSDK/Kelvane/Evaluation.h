@@ -99,13 +99,14 @@ private:
     void compileLabels();
     void compileSteps(SweepPass pass);
     void compileReach();
+    bool findReach();
     void settle(SweepPass pass);
     void markLastingSlots();
     void findShownLabels();
     std::size_t blockOf(std::uint32_t place) const;
     void unbind();
 
-    void begin(double timestamp);
+    bool begin(double timestamp);
     [[gnu::noinline]] void beginSpecially();
     void refreshConstants();
     void feed(const LabelledValues& updates);
@@ -113,7 +114,7 @@ private:
     void feed(Label label, const Value& value);
     [[gnu::noinline]] void holdBack(Label label, const Value& value);
     void touch(const Stream& stream);
-    void run();
+    void run(bool isPlainBatch);
     [[gnu::noinline]] void runFurtherPasses();
     [[gnu::noinline]] void pass();
     bool feedBack();
@@ -156,6 +157,8 @@ private:
     bool mayRunAgain = false;
     /// Every batch walks all groups and outputs.
     bool walksAll = true;
+    /// Nothing else is to be done, unless limits, changes or updates ask for it.
+    bool walksOnce = false;
     bool hasUnknownNodes = false;
     bool furtherPassesSettleAnew = false;
     bool isForOneSweep = false;

@@ -50,11 +50,11 @@ Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
         if (slot.given() != nullptr) slot.bind(outputs.back().input);
     }
     findShownLabels();
-    settle(SweepPass::first);
     for (auto* node : nodes.constants) {
-        node->refreshGiven();
         if ((node->given().special & GivenValue::isCopied) != 0) copiedConstants.push_back(node);
     }
+    settle(SweepPass::first);
+    for (auto* node : nodes.constants) node->refreshGiven();
     seenHandWritten = state.handWritten;
     changes = state.changes;
 }
@@ -283,15 +283,15 @@ void Evaluation::compileReach() {
     carried = everywhere;
     always.assign(everywhere.size(), 0);
     touched = always;
-
     // Finding out pays only where there is something to pass over.
     constexpr std::size_t worthwhile = 8;
-    if (hasUnknownNodes || groupBlocks + outputBlocks < worthwhile) {
-        always = everywhere;
-        walksAll = true;
-        return;
-    }
-    walksAll = false;
+    walksAll = hasUnknownNodes || groupBlocks + outputBlocks < worthwhile || !findReach();
+    if (walksAll) always = everywhere;
+    walksOnce = walksAll && !mayRunAgain && copiedConstants.empty();
+}
+
+// False when that would take too long.
+bool Evaluation::findReach() {
     Reach reach(*this, steps.size() + outputs.size());
     for (auto& stream : streams) {
         auto blocks = reach.from(*stream.node, false);
@@ -308,11 +308,7 @@ void Evaluation::compileReach() {
         const bool needsAll = steps[i].node->declaration()->readiness == Readiness::allInputs;
         if (constantInputs[i] == 0 || (needsAll && constantInputs[i] < steps[i].inputCount)) continue;
         const auto blocks = reach.from(*steps[i].node, true);
-        if (!blocks) {
-            always = everywhere;
-            walksAll = true;
-            return;
-        }
+        if (!blocks) return false;
         for (const auto block : *blocks) setBit(always, block);
     }
     for (const auto* node : nodes.constants) {
@@ -323,6 +319,7 @@ void Evaluation::compileReach() {
             }
         }
     }
+    return true;
 }
 
 }  // namespace KelvaneSDK

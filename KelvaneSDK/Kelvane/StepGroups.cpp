@@ -190,7 +190,7 @@ private:
             StepInput& input = step.inputs[i];
             if (feeder[i] == constant) {
                 input.clock = &group.ranIn;
-            } else if (feeder[i] < firstStep || feeder[i] >= steps.size()) {
+            } else if (clocks[feeder[i]] != clocks[firstStep] || feeder[i] >= steps.size()) {
                 auto* const end = group.triggers + group.triggerCount;
                 auto* const trigger = std::find_if(
                     group.triggers, end, [&](const auto& each) { return each.source == input.source; });

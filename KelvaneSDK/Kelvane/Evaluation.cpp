@@ -36,10 +36,7 @@ void Evaluation::evaluate(double batchTimestamp, const LabelledValues& updates, 
 void Evaluation::evaluate(double batchTimestamp, std::span<const HandleEntry> handles,
                           std::span<const std::uint32_t> set) {
     const bool isPlain = begin(batchTimestamp);
-    for (const auto index : set) {
-        const HandleEntry& handle = handles[index];
-        if (handle.place != HandleEntry::noPlace) feed(handle.place, handle.value);
-    }
+    for (const auto index : set) feed(handles[index].place, handles[index].value);
     run(isPlain);
 }
 
@@ -82,19 +79,20 @@ void Evaluation::refreshConstants() {
 }
 
 inline void Evaluation::feed(const LabelledValues& updates) {
-    if (labels.empty()) return;
-    if (latestLabels.size() < updates.size()) latestLabels.resize(updates.size());
-    Label* guess = latestLabels.data();
-    for (auto update = updates.begin(); update != updates.end(); ++update, ++guess) {
-        const bool isKnown = isSameLabel(labels[*guess].text, update->first) || find(update->first, *guess);
-        if (isKnown) feed(*guess, update->second);
-    }
+    if (updates.labelSet() != latestLabelSet) findLabels(updates);
+    const Label* label = latestLabels.data();
+    const auto end = updates.end();
+    for (auto update = updates.begin(); update != end; ++update) feed(*label++, update->second);
 }
 
-bool Evaluation::find(std::string_view text, Label& label) const {
-    const auto found = labelOf(text);
-    if (found) label = *found;
-    return found.has_value();
+void Evaluation::findLabels(const LabelledValues& updates) {
+    if (latestLabels.size() < updates.size()) latestLabels.resize(updates.size(), noLabel());
+    Label* guess = latestLabels.data();
+    for (auto update = updates.begin(); update != updates.end(); ++update, ++guess) {
+        const bool isRight = *guess != noLabel() && isSameLabel(labels[*guess].text, update->first);
+        if (!isRight) *guess = labelOf(update->first);
+    }
+    latestLabelSet = updates.labelSet() != 0 ? updates.labelSet() : noSet;
 }
 
 inline void Evaluation::feed(Label label, const Value& value) {
@@ -344,7 +342,8 @@ inline void Evaluation::collect(LabelledValues& results) {
         isSameSet &= std::exchange(collectedLabels[word], shown) == shown;
     }
     // One that was moved from is empty.
-    if (!isSameSet || !results.isSet(collectedSet) || results.empty()) return collectAnew(results, isSameSet);
+    if (!isSameSet || results.labelSet() != collectedSet || results.empty())
+        return collectAnew(results, isSameSet);
     const Value* const* value = collectedValues.data();
     const auto end = results.end();
     for (auto entry = results.begin(); entry != end; ++entry, ++value) entry->second = **value;
@@ -353,7 +352,7 @@ inline void Evaluation::collect(LabelledValues& results) {
 void Evaluation::collectAnew(LabelledValues& results, bool isSameSet) {
     if (!isSameSet) {
         collectedValues.clear();
-        collectedSet = LabelledValues::newSet();
+        collectedSet = LabelledValues::newLabelSet();
     }
     results.refill(labelOwner);
     forEachBit(collectedLabels.data(), 0, collectedLabels.size(), [&](std::size_t label) {
@@ -362,7 +361,7 @@ void Evaluation::collectAnew(LabelledValues& results, bool isSameSet) {
         if (!isSameSet) collectedValues.push_back(value);
         results.append(labels[label].text, *value);
     });
-    results.setSet(collectedSet);
+    results.setLabelSet(collectedSet);
 }
 
 }  // namespace KelvaneSDK

@@ -34,8 +34,10 @@ public:
     bool isOutOfDate() const { return changes != state.changes || isForOneSweep; }
 
     using Label = std::uint32_t;
-    /// The label of an input stream or variable output, by its place in label order.
-    std::optional<Label> labelOf(std::string_view text) const;
+    /// The label of an input stream or variable output, by its place in label order; noLabel() when there is
+    /// no such stream or output.
+    Label labelOf(std::string_view text) const;
+    Label noLabel() const { return static_cast<Label>(labels.size() - 1); }
 
     /// Evaluates a batch of updates and fills `results` with what it gave, by label; hidden outputs and
     /// streams that do not forward are left out.
@@ -110,7 +112,7 @@ private:
     [[gnu::noinline]] void beginSpecially();
     void refreshConstants();
     void feed(const LabelledValues& updates);
-    [[gnu::noinline]] bool find(std::string_view text, Label& label) const;
+    [[gnu::noinline]] void findLabels(const LabelledValues& updates);
     void feed(Label label, const Value& value);
     [[gnu::noinline]] void holdBack(Label label, const Value& value);
     void touch(const Stream& stream);
@@ -163,13 +165,17 @@ private:
     bool furtherPassesSettleAnew = false;
     bool isForOneSweep = false;
 
+    /// The last one stands for those that nothing bears.
     std::vector<LabelEntry> labels;
     /// Owns the labels' texts.
     std::shared_ptr<const void> labelOwner;
     std::unordered_map<std::string_view, Label> labelsByText;
     std::vector<std::uint32_t> streamsByLabel;
-    /// The labels of the latest batch's updates, by place: mostly the next one's. All of them exist.
+    /// The labels of the latest batch's updates, by place: mostly the next one's; and the number of their
+    /// set.
     std::vector<Label> latestLabels;
+    std::uint64_t latestLabelSet = noSet;
+    static constexpr std::uint64_t noSet = ~std::uint64_t{0};
 
     // Blocks of 64 groups, then, from a whole word on, blocks of 64 outputs, one bit each.
     static constexpr std::size_t blockSize = 64;

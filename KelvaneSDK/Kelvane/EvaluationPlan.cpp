@@ -43,7 +43,7 @@ Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
     outputs.reserve(nodes.outputs.size());
     for (auto* node : nodes.outputs) {
         const bool isAsked = !node->plainType();
-        const auto label = *labelOf(node->label());
+        const auto label = labelOf(node->label());
         outputs.push_back({node, isAsked ? alwaysNews : neverNews, label, Output::notPlain, isAsked});
         if (isAsked) continue;
         auto& slot = *node->inputValues().front();
@@ -76,9 +76,9 @@ void Evaluation::unbind() {
     steps.clear();
 }
 
-std::optional<Evaluation::Label> Evaluation::labelOf(std::string_view text) const {
+Evaluation::Label Evaluation::labelOf(std::string_view text) const {
     const auto found = labelsByText.find(text);
-    return found == labelsByText.end() ? std::nullopt : std::optional(found->second);
+    return found == labelsByText.end() ? noLabel() : found->second;
 }
 
 void Evaluation::compileLabels() {
@@ -89,16 +89,16 @@ void Evaluation::compileLabels() {
     texts.erase(std::unique(texts.begin(), texts.end()), texts.end());
     const auto labelTexts = std::make_shared<const std::vector<std::string>>(std::move(texts));
     labelOwner = labelTexts;
-    labels.resize(labelTexts->size());
+    labels.resize(labelTexts->size() + 1);
     writtenLabels.resize((labels.size() + 63) / 64);
-    for (std::size_t i = 0; i < labels.size(); ++i) {
+    for (std::size_t i = 0; i < labelTexts->size(); ++i) {
         labels[i].text = (*labelTexts)[i];
         labelsByText.emplace(labels[i].text, static_cast<Label>(i));
     }
     shownLabels.resize(writtenLabels.size());
     collectedLabels.resize(writtenLabels.size());
     for (auto* node : nodes.streams) {
-        streams.push_back({node, &node->given(), *labelOf(node->label()), {}, false});
+        streams.push_back({node, &node->given(), labelOf(node->label()), {}, false});
         ++labels[streams.back().label].lastStream;
     }
     std::uint32_t next = 0;

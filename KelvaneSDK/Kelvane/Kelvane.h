@@ -83,12 +83,11 @@ struct DiagramNodes {
 
 /// What an application sets by a handle, as its evaluation needs it.
 struct alignas(64) HandleEntry {
-    static constexpr std::uint32_t noPlace = ~std::uint32_t{0};
     Value value = 0.0;
     /// The round of evaluateSet() for which the value is set.
     std::uint64_t setFor = 0;
     /// Where the label stands in the present evaluation.
-    std::uint32_t place = noPlace;
+    std::uint32_t place = 0;
 };
 
 /// The diagram engine: one object per diagram. Load a document with load() or read(), then hand it batches of

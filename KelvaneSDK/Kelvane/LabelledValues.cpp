@@ -104,7 +104,7 @@ std::size_t LabelledValues::erase(std::string_view label) {
     const auto place = find(label);
     if (place == end()) return 0;
     entries.erase(place);
-    set = 0;
+    set = newLabelSet();
     if (ownsLabels()) ++own->erased;
     return 1;
 }
@@ -115,13 +115,17 @@ void LabelledValues::clear() {
     if (ownsLabels()) own->release();
 }
 
-std::uint64_t LabelledValues::newSet() {
-    static std::atomic<std::uint64_t> latest{0};
-    return ++latest;
+// In blocks, so that threads that make many do not wait for one another.
+std::uint64_t LabelledValues::newLabelSet() {
+    constexpr std::uint64_t block = 1 << 16;
+    static std::atomic<std::uint64_t> blocks{0};
+    thread_local std::uint64_t next = 0;
+    if (next % block == 0) next = ++blocks * block;
+    return next++;
 }
 
 LabelledValues::iterator LabelledValues::insert(const_iterator place, std::string_view label, Value value) {
-    set = 0;
+    set = newLabelSet();
     return entries.insert(place, Entry{stored(label), std::move(value)});
 }
 

@@ -83,11 +83,11 @@ public:
     void append(std::string_view label, const Value& value) { entries.emplace_back(label, value); }
     void append(std::string_view label, Value&& value) { entries.emplace_back(label, std::move(value)); }
 
-    /// For a producer that mostly gives the same labels again, which then replaces nothing but values: the
-    /// number of a set of labels, by which it knows the set again.
-    static std::uint64_t newSet();
-    void setSet(std::uint64_t number) { set = number; }
-    bool isSet(std::uint64_t number) const { return set == number; }
+    /// A number by which a set of labels is known again: equal numbers are equal labels. 0 is no such number;
+    /// refill(), append() and clear() leave the set without one.
+    std::uint64_t labelSet() const { return set; }
+    void setLabelSet(std::uint64_t number) { set = number; }
+    static std::uint64_t newLabelSet();
 
     friend bool operator==(const LabelledValues& a, const LabelledValues& b) {
         return a.entries == b.entries;

@@ -26,8 +26,7 @@ inline Evaluation& Kelvane::plan() {
 Evaluation& Kelvane::compile() {
     evaluation.reset();
     evaluation = std::make_unique<Evaluation>(nodes, state);
-    for (std::size_t i = 0; i < handles.size(); ++i)
-        handles[i].place = evaluation->labelOf(handleLabels[i]).value_or(HandleEntry::noPlace);
+    for (std::size_t i = 0; i < handles.size(); ++i) handles[i].place = evaluation->labelOf(handleLabels[i]);
     return *evaluation;
 }
 
@@ -86,7 +85,7 @@ std::uint32_t Kelvane::handleOn(std::string_view label) {
     const auto known = std::find(handleLabels.begin(), handleLabels.end(), label);
     const auto index = static_cast<std::uint32_t>(known - handleLabels.begin());
     if (index < handles.size()) return index;
-    const auto place = plan().labelOf(label).value_or(HandleEntry::noPlace);
+    const auto place = plan().labelOf(label);
     handlesSet.resize(index + 1);
     handles.reserve(index + 1);
     handleLabels.emplace_back(label);
@@ -137,8 +136,7 @@ void Kelvane::evaluateSet(double timestamp) {
 
 const Value* Kelvane::result(VariableOutputHandle outputs) const {
     if (!evaluation || outputs.index >= handles.size()) return nullptr;
-    const auto label = handles[outputs.index].place;
-    return label != HandleEntry::noPlace ? evaluation->result(label) : nullptr;
+    return evaluation->result(handles[outputs.index].place);
 }
 
 }  // namespace KelvaneSDK

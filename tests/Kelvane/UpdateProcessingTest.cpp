@@ -51,6 +51,32 @@ TEST(UpdateProcessingTest, BatchesThatComeTooSoonAreSkipped) {
     EXPECT_EQ(results->outputs.size(), std::size(steps)) << "an empty result is not delivered";
 }
 
+// The engine knows the labels of a batch again, which may be the same object with other labels.
+TEST(UpdateProcessingTest, ABatchMayBeKeptAndChanged) {
+    Kelvane engine;
+    engine.read(DiagramDocument::chain("Absolute").text(), true);
+    KelvaneInput input{1, {{"x", -1.0}}};
+    KelvaneOutput output;
+    const auto result = [&](double x) {
+        input.updates[input.updates.begin()->first] = x;
+        engine.evaluateInto(input, output);
+        return output.outputs;
+    };
+    EXPECT_EQ(result(-2), (LabelledValues{{"y", 2.0}}));
+    EXPECT_EQ(result(-3), (LabelledValues{{"y", 3.0}}));
+    input.updates.erase("x");
+    input.updates["z"] = 0.0;
+    EXPECT_EQ(result(-4), LabelledValues{});
+    input.updates = {{"a", 1.0}, {"x", -5.0}};
+    EXPECT_EQ(result(1), (LabelledValues{{"y", 5.0}}));
+    const auto kept = std::exchange(input.updates, LabelledValues{{"x", -6.0}});
+    EXPECT_EQ(result(-7), (LabelledValues{{"y", 7.0}}));
+    input.updates = kept;
+    EXPECT_EQ(result(1), (LabelledValues{{"y", 5.0}}));
+    output.outputs["w"] = 0.0;
+    EXPECT_EQ(result(1), (LabelledValues{{"y", 5.0}}));
+}
+
 TEST(UpdateProcessingTest, HandlesStandForLabels) {
     auto document = DiagramDocument::chain("Absolute");
     document.property(3, "Hidden", "true");

@@ -71,12 +71,6 @@ std::vector<std::string> supportedTypes(const Declaration& facts) {
     return types;
 }
 
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const auto& word : words) text += (text.empty() ? "" : ", ") + word;
-    return text;
-}
-
 std::string briefText(const Declaration& facts) {
     return "  " + signature(facts) + "\n      " + std::string(facts.description) + "\n";
 }

@@ -324,16 +324,15 @@ ValueClass Node::requiredOutputClass() const {
 }
 
 void Node::stopOverElements(std::size_t count) const {
-    stop("a list of " + std::to_string(count) + " elements is beyond" + std::string(beyondLimit) +
+    stop("a list of " + std::to_string(count) + " elements is beyond the limit of " +
          std::to_string(state->budget.maxElements()));
 }
 
 void Node::stopWhenOver() const {
     const auto& budget = state->budget;
-    if (budget.isInterrupted()) stop(wasInterrupted);
+    if (budget.isInterrupted()) stop("the batch was interrupted");
     if (!budget.isOutOfTime()) return;
-    stop("the batch has taken longer than" + std::string(beyondLimit) + doubleText(budget.maxBatchSeconds()) +
-         " seconds");
+    stop("the batch has taken longer than the limit of " + doubleText(budget.maxBatchSeconds()) + " seconds");
 }
 
 void Node::stop(std::string_view reason) const {

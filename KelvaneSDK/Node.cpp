@@ -111,7 +111,11 @@ void Node::setOutputType(std::optional<std::string_view> typeName) {
 
 void Node::resolveOutputType() {
     const auto slotClass = requiredOutputClass();
-    if (!isGeneric(slotClass)) return setOutputType(KelvaneSDK::typeString(slotClass));
+    if (!isGeneric(slotClass)) {
+        setOutputType(std::nullopt);
+        knownOutputType = slotClass;
+        return;
+    }
     if (!outputType()) return printDiagnostic("ERROR: unexpected outputType == nil!");
     if (!knownOutputType) return printDiagnostic("ERROR: setting output type!");
     specializeGenericTypes(*knownOutputType);

@@ -179,9 +179,10 @@ int functions(const FunctionsOptions& options) {
         if (chosen.empty()) {
             std::vector<std::string> names;
             for (const auto& function : all) names.emplace_back(function.facts->name);
+            const auto nearest = nearestNameHint(options.name, names);
             throw Failure{ExitStatus::wrongUsage,
-                          withHint("kelvane: no function is called " + inQuotes(options.name),
-                                   nearestNameHint(options.name, names))};
+                          withHint("kelvane: no function is called or described by " + inQuotes(options.name),
+                                   nearest.empty() ? "without a word, all are listed" : nearest)};
         }
     }
     writeToStandardOutput(options.asJson ? jsonOf(chosen) : textOf(chosen, inFull || chosen.size() == 1));

@@ -248,8 +248,8 @@ def manyRecordings(folder):
     integer.write_text(update(1, '"integerValue":1'))
     walk.write_text(walkResults)
     listed.write_text(f"{folder}\n\nnone.jsonl\n")
-    amounts = [f"{long}: 20000 batches, 20000 updates, 40000 output values\n", f"{broken}:{invalid}\n{broken}: 2 batches, 1 updates, 2 output values; failed\n",
-               f"{integer}: ERROR: trying to set input stream 'x' with wrong type!\n{integer}: 2 batches, 1 updates, 1 output values; failed\n",
+    amounts = [f"{long}: 20000 batches, 20000 updates, 40000 output values\n", f"{broken}:{invalid}\n{broken}: 2 batches, 1 update, 2 output values; failed\n",
+               f"{integer}: ERROR: trying to set input stream 'x' with wrong type!\n{integer}: 2 batches, 1 update, 1 output value; failed\n",
                f"{walk}: 3 batches, 4 updates, 4 output values\n"]
     failed = "kelvane: 2 of 4 recordings failed\n"
     alone = [run("run", "sum.json", path)[1] for path in (long, broken, integer, walk)]

@@ -113,7 +113,8 @@ std::string joined(std::span<const std::string> words) {
 }
 
 std::string counted(std::size_t count, std::string_view noun) {
-    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+    const auto* const plural = noun.ends_with("ch") ? "es" : "s";
+    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : plural);
 }
 
 }  // namespace kelvane

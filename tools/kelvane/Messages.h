@@ -45,7 +45,7 @@ std::string withHint(std::string text, const std::string& hint);
 /// "run, check, info".
 std::string joined(std::span<const std::string> words);
 
-/// "1 error", "2 errors".
+/// "1 error", "2 errors", "3 batches".
 std::string counted(std::size_t count, std::string_view noun);
 
 }  // namespace kelvane

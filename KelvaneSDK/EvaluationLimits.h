@@ -3,8 +3,8 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
-#include <string_view>
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
@@ -21,11 +21,6 @@ struct EvaluationLimits {
     /// it. Must outlive the engine.
     const std::atomic<bool>* interrupted = nullptr;
 };
-
-/// Part of the reason of every stop at a limit.
-inline constexpr std::string_view beyondLimit = " the limit of ";
-/// Part of the reason of a stop because of EvaluationLimits::interrupted.
-inline constexpr std::string_view wasInterrupted = "the batch was interrupted";
 
 /// The limits of an engine together with the time used by the batch in progress.
 class EvaluationBudget {

@@ -107,17 +107,18 @@ public:
 private:
     std::size_t selected() const { return boolean(0) ? 1 : 2; }
 
-    // The same rule and step on what the slots read. Mostly all three are new, and the value is a scalar.
+    // The same where all three inputs are new and the value is a scalar, as it mostly is.
     static bool run(Step& step) {
+        auto& self = static_cast<SwitchFunction&>(*step.node);
         StepInput* const inputs = step.inputs;
         const GivenValue& select = *inputs[0].source;
         if (!inputs[0].hasNews() || !inputs[1].hasNews() || !inputs[2].hasNews() || !select.holds<bool>())
-            return runAtTimes(step);
+            return self.runByItsRule();
         const GivenValue& chosen = *inputs[select.value.unchecked<bool>() ? 1 : 2].source;
-        GivenValue& given = step.node->given();
+        GivenValue& given = self.given();
         if (chosen.kind != given.kind || chosen.kind > static_cast<std::uint8_t>(ValueType::Boolean) ||
             given.special != 0) {
-            return runAtTimes(step);
+            return self.runByItsRule();
         }
         double latest = 0;
         for (std::size_t i = 0; i < 3; ++i) {
@@ -128,29 +129,10 @@ private:
         given.publish(latest);
         return true;
     }
-    [[gnu::noinline]] static bool runAtTimes(Step& step) {
-        StepInput* const inputs = step.inputs;
-        const bool hasNewSelection = inputs[0].hasNews() && inputs[0].source->holds<bool>();
-        if (!hasNewSelection && payload(inputs[0]) == nullptr) return false;
-        const bool isTrue =
-            hasNewSelection ? inputs[0].source->value.unchecked<bool>() : inputs[0].slot->as<bool>();
-        const GivenValue& chosen = *inputs[isTrue ? 1 : 2].source;
-        if (!inputs[isTrue ? 1 : 2].hasNews() || !chosen.hasValue()) return false;
-        step.node->checkElements(chosen.value);
-        double latest = 0;
-        for (std::size_t i = 0; i < 3; ++i) {
-            const double timestamp =
-                inputs[i].hasNews() ? inputs[i].source->timestamp : inputs[i].slot->timestamp();
-            if (latest <= timestamp) latest = timestamp;
-            inputs[i].consume();
-        }
-        step.node->give(chosen.value, latest);
+    [[gnu::noinline]] bool runByItsRule() {
+        if (!allInputsHaveValues() || !allInputsUpdated()) return false;
+        process();
         return true;
-    }
-    // What has news has not been emptied since.
-    static const Value* payload(const StepInput& input) {
-        if (!input.hasNews()) return input.slot->payload();
-        return input.source->hasValue() ? &input.source->value : nullptr;
     }
 };
 

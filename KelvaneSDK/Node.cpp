@@ -112,7 +112,11 @@ void Node::setOutputType(std::optional<std::string_view> typeName) {
 
 void Node::resolveOutputType() {
     const auto slotClass = requiredOutputClass();
-    if (!isGeneric(slotClass)) return setOutputType(KelvaneSDK::typeString(slotClass));
+    if (!isGeneric(slotClass)) {
+        setOutputType(std::nullopt);
+        knownOutputType = slotClass;
+        return;
+    }
     if (!outputType()) return printDiagnostic("ERROR: unexpected outputType == nil!");
     if (!knownOutputType) return printDiagnostic("ERROR: setting output type!");
     specializeGenericTypes(*knownOutputType);
@@ -325,16 +329,15 @@ ValueClass Node::requiredOutputClass() const {
 }
 
 void Node::stopOverElements(std::size_t count) const {
-    stop("a list of " + std::to_string(count) + " elements is beyond" + std::string(beyondLimit) +
+    stop("a list of " + std::to_string(count) + " elements is beyond the limit of " +
          std::to_string(state->budget.maxElements()));
 }
 
 void Node::stopWhenOver() const {
     const auto& budget = state->budget;
-    if (budget.isInterrupted()) stop(wasInterrupted);
+    if (budget.isInterrupted()) stop("the batch was interrupted");
     if (!budget.isOutOfTime()) return;
-    stop("the batch has taken longer than" + std::string(beyondLimit) + doubleText(budget.maxBatchSeconds()) +
-         " seconds");
+    stop("the batch has taken longer than the limit of " + doubleText(budget.maxBatchSeconds()) + " seconds");
 }
 
 void Node::stop(std::string_view reason) const {

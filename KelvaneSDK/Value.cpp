@@ -6,42 +6,6 @@
 
 namespace KelvaneSDK {
 
-std::string_view valueTypeName(ValueType type) {
-    switch (type) {
-        case ValueType::Float:
-            return "Float";
-        case ValueType::Integer:
-            return "Integer";
-        case ValueType::Boolean:
-            return "Boolean";
-        case ValueType::Vector:
-            return "Vector";
-        case ValueType::Orientation:
-            return "Orientation";
-        case ValueType::String:
-            return "String";
-        case ValueType::Sequence:
-            return "Sequence";
-        case ValueType::FloatArray:
-            return "Float array";
-        case ValueType::IntegerArray:
-            return "Integer array";
-        case ValueType::BooleanArray:
-            return "Boolean array";
-        case ValueType::StringArray:
-            return "String array";
-        case ValueType::VectorArray:
-            return "Vector array";
-        case ValueType::OrientationArray:
-            return "Orientation array";
-        case ValueType::SequenceArray:
-            return "Sequence array";
-        case ValueType::SampleArray:
-            return "Sample array";
-    }
-    return "unknown";
-}
-
 void Value::copyOther(const Value& other) noexcept {
     if (tag == ValueType::Vector) {
         std::memcpy(bytes, other.bytes, sizeof(Vector));

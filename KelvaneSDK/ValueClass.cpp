@@ -32,41 +32,47 @@ struct Row {
     std::string_view code;
     std::string_view name;
     std::optional<ValueType> payload;
-    std::optional<ValueClass> companion;
     std::unique_ptr<TimestampedVariable> (*make)(bool withDefault);
     TimestampedVariable& (*remake)(TimestampedVariable& slot);
 };
 template <class Slot>
-constexpr Row rowOf(std::string_view code, std::string_view name, std::optional<ValueType> payload = {},
-                    std::optional<ValueClass> companion = {}) {
-    return {code, name, payload, companion, make<Slot>, remake<Slot>};
+constexpr Row rowOf(std::string_view code, std::string_view name, std::optional<ValueType> payload = {}) {
+    return {code, name, payload, make<Slot>, remake<Slot>};
 }
-
-using Class = ValueClass;
 
 // In the order of ValueClass.
 constexpr std::array<Row, 17> rows{{
     rowOf<TimestampedVariable>("*", "Generic value"),
     rowOf<ValueVariable>("?", "Generic variable"),
-    rowOf<FloatValue>("f", "Float", ValueType::Float, Class::FloatArrayVariable),
-    rowOf<IntegerValue>("i", "Integer", ValueType::Integer, Class::IntegerArrayVariable),
-    rowOf<VectorValue>("v", "Vector", ValueType::Vector, Class::VectorArrayVariable),
-    rowOf<BooleanValue>("b", "Boolean", ValueType::Boolean, Class::BooleanArrayVariable),
-    rowOf<OrientationValue>("q", "Orientation", ValueType::Orientation, Class::OrientationArrayVariable),
-    rowOf<SequenceValue>("s", "Sequence", ValueType::Sequence, Class::SequenceArrayVariable),
-    rowOf<StringValue>("$", "String", ValueType::String, Class::StringArrayVariable),
+    rowOf<FloatValue>("f", "Float", ValueType::Float),
+    rowOf<IntegerValue>("i", "Integer", ValueType::Integer),
+    rowOf<VectorValue>("v", "Vector", ValueType::Vector),
+    rowOf<BooleanValue>("b", "Boolean", ValueType::Boolean),
+    rowOf<OrientationValue>("q", "Orientation", ValueType::Orientation),
+    rowOf<SequenceValue>("s", "Sequence", ValueType::Sequence),
+    rowOf<StringValue>("$", "String", ValueType::String),
     rowOf<ArrayVariable>("[?]", "Array"),
-    rowOf<FloatArrayVariable>("[f]", "Float array", ValueType::FloatArray, Class::FloatValue),
-    rowOf<IntegerArrayVariable>("[i]", "Integer array", ValueType::IntegerArray, Class::IntegerValue),
-    rowOf<BooleanArrayVariable>("[b]", "Boolean array", ValueType::BooleanArray, Class::BooleanValue),
-    rowOf<StringArrayVariable>("[$]", "String array", ValueType::StringArray, Class::StringValue),
-    rowOf<VectorArrayVariable>("[v]", "Vector array", ValueType::VectorArray, Class::VectorValue),
-    rowOf<OrientationArrayVariable>("[q]", "Orientation array", ValueType::OrientationArray,
-                                    Class::OrientationValue),
-    rowOf<SequenceArrayVariable>("[s]", "Sequence array", ValueType::SequenceArray, Class::SequenceValue),
+    rowOf<FloatArrayVariable>("[f]", "Float array", ValueType::FloatArray),
+    rowOf<IntegerArrayVariable>("[i]", "Integer array", ValueType::IntegerArray),
+    rowOf<BooleanArrayVariable>("[b]", "Boolean array", ValueType::BooleanArray),
+    rowOf<StringArrayVariable>("[$]", "String array", ValueType::StringArray),
+    rowOf<VectorArrayVariable>("[v]", "Vector array", ValueType::VectorArray),
+    rowOf<OrientationArrayVariable>("[q]", "Orientation array", ValueType::OrientationArray),
+    rowOf<SequenceArrayVariable>("[s]", "Sequence array", ValueType::SequenceArray),
 }};
 
 const Row& row(ValueClass valueClass) { return rows[static_cast<std::size_t>(valueClass)]; }
+
+// The concrete class whose row is as wanted.
+template <class Wanted>
+std::optional<ValueClass> concreteClassWhere(Wanted wanted) {
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (rows[i].payload && wanted(rows[i])) return static_cast<ValueClass>(i);
+    }
+    return std::nullopt;
+}
+
+std::string_view withinBrackets(std::string_view code) { return code.substr(1, 1); }
 
 }  // namespace
 
@@ -74,26 +80,32 @@ std::string_view typeCode(ValueClass valueClass) { return row(valueClass).code; 
 std::string_view typeString(ValueClass valueClass) { return row(valueClass).name; }
 std::optional<ValueType> payloadType(ValueClass valueClass) { return row(valueClass).payload; }
 bool isGeneric(ValueClass valueClass) { return !row(valueClass).payload; }
-bool isArray(ValueClass valueClass) { return valueClass >= Class::ArrayVariable; }
+bool isArray(ValueClass valueClass) { return valueClass >= ValueClass::ArrayVariable; }
 
 std::optional<ValueClass> arrayClass(ValueClass valueClass) {
-    return isArray(valueClass) ? std::nullopt : row(valueClass).companion;
+    if (isGeneric(valueClass) || isArray(valueClass)) return std::nullopt;
+    const auto code = typeCode(valueClass);
+    return concreteClassWhere([&](const Row& list) { return withinBrackets(list.code) == code; });
 }
 
 std::optional<ValueClass> elementClass(ValueClass valueClass) {
-    return isArray(valueClass) ? row(valueClass).companion : std::nullopt;
+    if (isGeneric(valueClass) || !isArray(valueClass)) return std::nullopt;
+    const auto code = withinBrackets(typeCode(valueClass));
+    return concreteClassWhere([&](const Row& element) { return element.code == code; });
 }
 
 std::optional<ValueClass> concreteClassNamed(std::string_view typeString) {
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        if (rows[i].payload && rows[i].name == typeString) return static_cast<ValueClass>(i);
-    }
-    return std::nullopt;
+    return concreteClassWhere([&](const Row& each) { return each.name == typeString; });
+}
+
+std::string_view valueTypeName(ValueType type) {
+    const auto holder = concreteClassWhere([&](const Row& each) { return each.payload == type; });
+    return holder ? typeString(*holder) : "Sample array";
 }
 
 std::optional<ValueClass> adoptedClass(ValueClass generic, ValueClass from) {
-    if (generic == Class::ArrayVariable && !isArray(from)) return arrayClass(from);
-    if (generic == Class::ValueVariable && isArray(from)) return elementClass(from);
+    if (generic == ValueClass::ArrayVariable && !isArray(from)) return arrayClass(from);
+    if (generic == ValueClass::ValueVariable && isArray(from)) return elementClass(from);
     return from;
 }
 

@@ -108,8 +108,7 @@ private:
 
     std::int64_t addSource(ValueClass type) {
         const std::string name(typeString(type));
-        const bool isConstant =
-            choices.flag() && NodeRegistry::library().find(NodeCategory::Constant, name) != nullptr;
+        const bool isConstant = choices.flag();
         const auto id = add(isConstant ? NodeCategory::Constant : NodeCategory::InputStream, name);
         if (isConstant) {
             const auto slot = makeSlot(type);

@@ -187,7 +187,7 @@ TEST_F(AllocationFaultsTest, TextsAndListsAreWholeOrEmpty) {
     expectWholeOr(std::size_t{0}, [&] { return engine.getConstants().size(); });
 }
 
-TEST_F(AllocationFaultsTest, ACheckTellsAllFindingsOrThatMemoryRanOut) {
+TEST_F(AllocationFaultsTest, ACheckReturnsAllFindingsOrThatMemoryRanOut) {
     auto document = largeDocument();
     document.connect(document.function("Add"), document.function("Subtract"), 7);
     document.add("Function", "Absolut");
@@ -207,9 +207,9 @@ TEST_F(AllocationFaultsTest, ACheckTellsAllFindingsOrThatMemoryRanOut) {
         ASSERT_FALSE(expected.empty());
         atEveryAllocation([] { return std::make_unique<int>(); }, check,
                           [&](int&, const std::vector<Finding>& findings) {
-                              const bool isTold = findings.empty() || (findings[0].severity == Severity::fatal &&
-                                                                       findings[0].code == "out-of-memory" && findings.size() == 1);
-                              EXPECT_TRUE(isTold || findings == expected);
+                              const bool isReported = findings.empty() || (findings[0].severity == Severity::fatal &&
+                                                                           findings[0].code == "out-of-memory" && findings.size() == 1);
+                              EXPECT_TRUE(isReported || findings == expected);
                           });
     }
 }

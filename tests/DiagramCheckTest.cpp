@@ -82,7 +82,7 @@ TEST(DiagramCheck, ReportsWhatNeverRunsOrNeverEnds) {
     expectFindings(document, R"(
 nodes[6]: node 7 ("Add", "sum"): "Add" does not support values of type "Boolean"
 nodes[6]: node 7 ("Add", "sum"): input 1 ("b") is not connected, so that the node never runs
-nodes[7]: node 8 ("Pass-through"): the node never runs, because input 0 ("value") waits for node 7 ("Add", "sum"), which never runs; nor do 1 more nodes behind it
+nodes[7]: node 8 ("Pass-through"): the node never runs, because input 0 ("value") waits for node 7 ("Add", "sum"), which never runs; nor does the node behind it
 nodes[9]: node 10 ("Divide"): input 1 ("b") is fixed at 0 by node 12 ("Integer", "zero"); an integer cannot be divided by 0
 connections[3]: node 2 ("Add"): waits for itself, so that the evaluation never ends: node 2 ("Add") -> node 4 ("Absolute", "back") -> node 2 ("Add")
 )");

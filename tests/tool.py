@@ -86,7 +86,7 @@ def runs():
 def checks():
     row("info misspelt.json", 1, "", f"{misspelt}kelvane: misspelt.json cannot be built\n")
     row("check sum.json unknown-id.json none.json bad-constant.json", 1,
-        f"{unknownId}{badConstant}4 diagrams checked: 2 errors, 0 warnings\n", "kelvane: cannot read none.json: No such file or directory\n")
+        f"{unknownId}{badConstant}3 diagrams checked: 2 errors, 0 warnings\n", "kelvane: cannot read none.json: No such file or directory\n")
     row("check misspelt.json --recording walk.jsonl", 1, misspelt + """\
 misspelt.json:5: warning: nodes[2]: node 2 ("Float", "mean"): input 0 ("value") is not connected, so that the node never runs
 misspelt.json: warning: nodes[0]: node 0 ("Float", "Speed"): the recording gives no values for this input stream; did you mean "speed"?
@@ -142,18 +142,21 @@ Basic
 
 def usage():
     for command, status, message in [
-            ("", 2, "A subcommand is required\nRun with --help for more information."),
+            ("", 2, "a command was expected: run, check, info, export, functions"),
+            ("help", 2, 'no command is called "help"; there are run, check, info, export, functions'),
             ("rnu", 2, 'no command is called "rnu"; did you mean "run"?'),
             ("check --jsn sum.json", 2, 'no option is called "--jsn"; did you mean "--json"?'),
             ("check", 2, "DIAGRAM is required\nRun with --help for more information."),
             ("info /dev/zero", 1, "/dev/zero is longer than the limit of 512 MiB"),
-            ("functions 'Vector lenght'", 2, 'no function is called "Vector lenght"; did you mean "Vector length"?'),
+            ("functions 'Vector lenght'", 2, 'no function is called or described by "Vector lenght"; did you mean "Vector length"?'),
+            ("functions gait", 2, 'no function is called or described by "gait"; without a word, all are listed'),
             ("run sum.json --set ofset=1", 2, '--set ofset=1: no constant is called "ofset"; did you mean "offset"?'),
             ("run sum.json --set offset", 2, "--set offset: LABEL=TEXT was expected"),
             ("run sum.json --set 'offset=a\nb\udcff'", 2, '--set offset=a\\nb\\xff: "a\\nb\\xff" does not read as Float'),
             ("run sum.json --hide Sum", 2, '--hide Sum: no variable output or input stream is called "Sum"; did you mean "sum"?'),
-            ("run sum.json --max-elements -1", 2, "--max-elements -1: 0 or more was expected"),
-            ("run sum.json --max-batch-seconds nan", 2, "--max-batch-seconds: a number was expected"),
+            ("run sum.json --max-elements 1e6", 2, "--max-elements 1e6: a whole number of 0 or more was expected"),
+            ("run sum.json --max-elements -1", 2, "--max-elements -1: a whole number of 0 or more was expected"),
+            ("run sum.json --max-batch-seconds nan", 2, "--max-batch-seconds nan: a number of 0 or more was expected"),
             ("run sum.json --max-memory 5x", 2, "--max-memory 5x: a number of bytes such as 500M or 4G was expected"),
             ("run -", 2, "the diagram and the recording cannot both be standard input"),
             ("run sum.json walk.jsonl -o ./walk.jsonl", 2, "./walk.jsonl is the file that is read, and would be overwritten"),
@@ -164,7 +167,7 @@ def usage():
             ("run sum.json walk.jsonl -", 2, "standard input cannot be one of several recordings; @- reads their list from it"),
             ("run - @-", 2, "the diagram and the list cannot both be standard input"), ("run sum.json @-", 1, "there are no recordings in standard input"),
             ("run sum.json ..", 1, "there are no recordings in .. (*.jsonl)"), ("run sum.json @none", 1, "cannot read none: No such file or directory"),
-            ("run sum.json walk.jsonl -j 0", 2, "--jobs 0: 1 or more was expected"),
+            ("run sum.json walk.jsonl -j 0", 2, "--jobs 0: a whole number of 1 or more was expected"),
             ("run none.json", 1, "cannot read none.json: No such file or directory"),
             ("run sum.json -o ''", 1, 'cannot write "": No such file or directory'),
             ("run sum.json -o none/out.jsonl", 1, "cannot write none/out.jsonl: No such file or directory")]:
@@ -245,8 +248,8 @@ def manyRecordings(folder):
     integer.write_text(update(1, '"integerValue":1'))
     walk.write_text(walkResults)
     listed.write_text(f"{folder}\n\nnone.jsonl\n")
-    amounts = [f"{long}: 20000 batches, 20000 updates, 40000 output values\n", f"{broken}:{invalid}\n{broken}: 2 batches, 1 updates, 2 output values; failed\n",
-               f"{integer}: ERROR: trying to set input stream 'x' with wrong type!\n{integer}: 2 batches, 1 updates, 1 output values; failed\n",
+    amounts = [f"{long}: 20000 batches, 20000 updates, 40000 output values\n", f"{broken}:{invalid}\n{broken}: 2 batches, 1 update, 2 output values; failed\n",
+               f"{integer}: ERROR: trying to set input stream 'x' with wrong type!\n{integer}: 2 batches, 1 update, 1 output value; failed\n",
                f"{walk}: 3 batches, 4 updates, 4 output values\n"]
     failed = "kelvane: 2 of 4 recordings failed\n"
     alone = [run("run", "sum.json", path)[1] for path in (long, broken, integer, walk)]

@@ -1,39 +1,47 @@
 #include <algorithm>
 #include <array>
+#include <span>
 
 #include "KelvaneSDK/DiagramCheck/Checks.h"
 #include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
+#include "KelvaneSDK/DocumentFields.h"
 #include "KelvaneSDK/FileProcessing/JsonScan.h"
 
 namespace KelvaneSDK {
 
 namespace {
 
-/// A kind of record with its keys, those of lists with the kind of their records.
-struct Keys {
-    struct Key {
-        std::string_view name;
-        std::size_t records = 0;
-    };
-    std::array<Key, 7> keys;
+struct Key;
+/// A kind of record, by its keys; null for what is no record.
+using Kind = std::span<const Key> (*)();
+struct Key {
+    std::string_view name;
+    /// Of the records that a list under the key holds.
+    Kind records;
 };
-enum : std::size_t { noRecords, document, node, property, connection, position, container, subdiagram };
-constexpr Keys recordKeys[] = {
-    {},
-    {{{{"nodes", node},
-       {"properties", property},
-       {"connections", connection},
-       {"positions", position},
-       {"containers", container},
-       {"manualLines"},
-       {"subdiagrams", subdiagram}}}},
-    {{{{"id"}, {"classString"}, {"typeString"}, {"outputType"}}}},
-    {{{{"id"}, {"propertyString"}, {"valueString"}}}},
-    {{{{"outputNodeId"}, {"inputNodeId"}, {"inputIndex"}}}},
-    {{{{"id"}, {"x"}, {"y"}}}},
-    {{{{"x"}, {"y"}, {"description"}, {"nodeIds"}, {"color"}, {"containers", container}}}},
-    {{{{"description"}, {"nodeIds"}}}},
-};
+
+template <DocumentRecord Record>
+std::span<const Key> keysOf();
+
+template <class Record, class T>
+constexpr Key keyOf(const DocumentField<Record, T>& field) {
+    return {field.key, nullptr};
+}
+template <class Record, DocumentRecord Item>
+constexpr Key keyOf(const DocumentField<Record, std::vector<Item>>& field) {
+    return {field.key, keysOf<Item>};
+}
+template <class Record, DocumentRecord Item>
+constexpr Key keyOf(const DocumentField<Record, std::optional<std::vector<Item>>>& field) {
+    return {field.key, keysOf<Item>};
+}
+
+template <DocumentRecord Record>
+std::span<const Key> keysOf() {
+    static constexpr auto keys =
+        std::apply([](const auto&... field) { return std::array{keyOf(field)...}; }, documentFields<Record>);
+    return keys;
+}
 
 /// Walks through a document and compares the names of members with the keys of their records.
 class KeyScan final : public JsonVisitor {
@@ -55,23 +63,23 @@ public:
         if (!open.empty() && open.back().isList) ++open.back().index;
         if (!isContainer) return;
         const bool isList = text[offset] == '[';
-        std::size_t kind = isList ? noRecords : document;
+        Kind kind = isList ? nullptr : keysOf<DiagramInfo>;
         if (!open.empty()) {
             const Level& level = open.back();
             // Records stand in a list, which is a member of a record.
-            kind = level.isList != isList ? (level.isList ? level.kind : level.pending) : noRecords;
+            kind = level.isList != isList ? (level.isList ? level.kind : level.pending) : nullptr;
         }
         open.push_back({kind, isList});
     }
 
     void name(std::string_view raw) override {
         Level& level = open.back();
-        level.pending = noRecords;
+        level.pending = nullptr;
         level.name = raw;
-        if (level.kind == noRecords || level.isList) return;
-        const auto& keys = recordKeys[level.kind].keys;
+        if (level.kind == nullptr || level.isList) return;
+        const auto keys = level.kind();
         const auto known =
-            std::find_if(keys.begin(), keys.end(), [&](const Keys::Key& key) { return key.name == raw; });
+            std::find_if(keys.begin(), keys.end(), [&](const Key& key) { return key.name == raw; });
         if (known != keys.end()) {
             level.pending = known->records;
             level.seen |= 1U << (known - keys.begin());
@@ -85,9 +93,9 @@ public:
         open.pop_back();
         if (level.unknown.empty()) return;
         std::vector<std::string_view> absent;
-        const auto& keys = recordKeys[level.kind].keys;
+        const auto keys = level.kind();
         for (std::size_t i = 0; i < keys.size(); ++i) {
-            if ((level.seen >> i & 1U) == 0 && !keys[i].name.empty()) absent.push_back(keys[i].name);
+            if ((level.seen >> i & 1U) == 0) absent.push_back(keys[i].name);
         }
         for (const auto name : level.unknown) {
             const auto nearest = nearestName(name, absent);
@@ -98,10 +106,10 @@ public:
 private:
     struct Level {
         /// The kind of the object, or of the objects in the list.
-        std::size_t kind;
+        Kind kind;
         bool isList;
         // Of the member that was named last, or of the element that began last.
-        std::size_t pending = noRecords;
+        Kind pending = nullptr;
         std::string_view name = {};
         std::size_t index = static_cast<std::size_t>(-1);
         unsigned seen = 0;

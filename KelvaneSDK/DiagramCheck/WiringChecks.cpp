@@ -188,11 +188,14 @@ private:
         }
         if (first == nullptr) return;
         const CheckedNode& node = diagram[first->to];
+        std::string others;
+        if (count == 2) others = "; nor does the node behind it";
+        if (count > 2) others = "; nor do " + std::to_string(count - 1) + " more nodes behind it";
         findings.add("never-runs", at(first->to),
                      "the node never runs, because " + node.inputName(first->input) + " waits for " +
                          diagram[cause].name() +
                          (reading.canRun(cause) ? ", which never gives an output" : ", which never runs") +
-                         (count > 1 ? "; nor do " + std::to_string(count - 1) + " more nodes behind it" : ""),
+                         others,
                      {.about = &node, .subject = node.inputName(first->input)});
     }
 

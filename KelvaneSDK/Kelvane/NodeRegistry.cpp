@@ -51,6 +51,11 @@ void NodeClass::complete(const Node& node) {
 
 void NodeRegistry::add(const NodeFamily& family) {
     for (NodeClass nodeClass : family.classes) {
+        const auto& declaration = nodeClass.declaration();
+        if (declaration.isDeclared && declaration.inputs.size() > mostDeclaredInputs)
+            stopProgram("the node class \"" + std::string(declaration.name) + "\" declares " +
+                        std::to_string(declaration.inputs.size()) + " inputs; there may be at most " +
+                        std::to_string(mostDeclaredInputs));
         const auto instance = nodeClass.make();
         if (instance->typeString.empty())
             stopProgram("a node class of the family \"" + std::string(family.title) +

@@ -131,7 +131,8 @@ public:
     static const NodeRegistry& library();
 
     /// Enters a family's classes, each under the type string that a new instance reports. A class under a
-    /// name that is taken replaces the earlier one. A class without a type string stops the program.
+    /// name that is taken replaces the earlier one. A class without a type string, or that declares more
+    /// inputs than mostDeclaredInputs, stops the program.
     void add(const NodeFamily& family);
 
     const Classes& classes(NodeCategory category) const {

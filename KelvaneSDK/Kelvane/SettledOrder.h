@@ -29,12 +29,10 @@ struct SettledOrder {
 };
 
 /// A sweep walks the functions in their present order and moves each node whose inputs are not all dealt with
-/// to the end. What it arrives at is known from the wiring alone: a node is visited in the round
-///
-///     max over its inputs of (round of the first feeder to be visited + (that feeder stands after it ? 1 :
-///     0))
-///
-/// and within a round in the present order. Takes time in proportion to n log n.
+/// to the end. What it arrives at is known from the wiring alone: an input is dealt with in the round in
+/// which the first of its feeders is visited, or in the next one where that feeder stands after the node; the
+/// node is visited in the round of its last input, and within a round the present order holds. Takes time in
+/// proportion to n log n.
 SettledOrder settledOrder(const WiredNodes& nodes, SweepPass pass);
 
 /// Some slot is fed by a constant and a function, so that the two passes may settle differently.

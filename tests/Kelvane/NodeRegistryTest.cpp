@@ -31,6 +31,12 @@ public:
     void process() override { finish(43.0); }
 };
 
+// Has more inputs than there may be.
+class WideFunction final : public FunctionNode {
+public:
+    static Declaration declaration() { return {.name = "Wide", .inputs = std::vector<InputDeclaration>(9, {"x"})}; }
+};
+
 // Neither of these has the slots that its category needs.
 class EmptyStream final : public InputStreamNode {};
 class EmptyOutput final : public VariableOutputNode {};
@@ -73,6 +79,7 @@ TEST(NodeRegistryTest, AnApplicationMayBringClassesOfItsOwn) {
     EXPECT_EQ(resultIn(other), Value(1.0));
     EXPECT_EQ(own.nodeTypes().find(NodeCategory::Function, "Absolute")->family, "Own");
     EXPECT_STOP(own.registerNodes(functionFamily("Own", {entry<NamelessFunction>("")})), "class of the family \"Own\" has no type string");
+    EXPECT_STOP(own.registerNodes(functionFamily("Own", {entry<WideFunction>()})), "class \"Wide\" declares 9 inputs; there may be at most 8");
     EXPECT_STOP(own.registerNodes({NodeCategory::InputStream, "Own", {entry<EmptyStream>("")}}), "no output slot");
     EXPECT_STOP(own.registerNodes({NodeCategory::VariableOutput, "Own", {entry<EmptyOutput>("")}}), "no input slot");
     own.registerNodes({NodeCategory::InputStream, "Own", {entry<OwnFunction>("")}});

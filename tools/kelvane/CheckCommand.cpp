@@ -141,8 +141,8 @@ public:
         std::string text;
         for (const auto& [path, found] : findings) text += findingLine(nameOf(path), found) + "\n";
         if (recording && !recording->failure.empty()) text += recording->failure + "\n";
-        return text + counted(options.diagrams.size(), "diagram") + " checked: " + counted(errors, "error") +
-               ", " + counted(warnings, "warning") + "\n";
+        return text + counted(options.diagrams.size() - unreadable, "diagram") +
+               " checked: " + counted(errors, "error") + ", " + counted(warnings, "warning") + "\n";
     }
 
     std::string json() const {
@@ -163,7 +163,7 @@ public:
     }
 
     int exitStatus() const {
-        const bool hasFailed = errors > 0 || unreadable || (options.isStrict && warnings > 0);
+        const bool hasFailed = errors > 0 || unreadable > 0 || (options.isStrict && warnings > 0);
         return hasFailed ? ExitStatus::failed : ExitStatus::done;
     }
 
@@ -175,7 +175,7 @@ private:
         } catch (const Failure& failure) {
             if (failure.message.empty()) throw;
             report(failure.message);
-            unreadable = true;
+            ++unreadable;
             return;
         }
         for (auto& found : checkDiagram(text)) add(path, std::move(found));
@@ -216,8 +216,7 @@ private:
     const CheckOptions& options;
     std::optional<RecordingContent> recording;
     std::vector<LocatedFinding> findings;
-    std::size_t errors = 0, warnings = 0;
-    bool unreadable = false;
+    std::size_t errors = 0, warnings = 0, unreadable = 0;
 };
 
 std::string codesText() {

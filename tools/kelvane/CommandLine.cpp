@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <new>
 #include <sstream>
 
@@ -27,6 +28,25 @@ void addRepeatable(CLI::App& command, const char* name, std::vector<std::string>
     command.add_option(name, texts, description)->type_name(argument)->allow_extra_args(false);
 }
 
+/// An option that takes a number from `least` on, a whole one where that is one.
+template <class Target, class Number>
+void addNumber(CLI::App& command, const std::string& name, Target& target, Number least,
+               const char* description, const char* argument) {
+    const auto refuseOthers = [=, longName = name.substr(name.find("--"))](const std::string& text) {
+        Number number{};
+        const char* const last = text.data() + text.size();
+        const auto [end, error] = std::from_chars(text.data(), last, number);
+        if (error == std::errc() && end == last && number >= least) return std::string();
+        refuseOption(longName + " " + text,
+                     std::string(std::is_integral_v<Number> ? "a whole number" : "a number") + " of " +
+                         std::to_string(static_cast<int>(least)) + " or more was expected");
+    };
+    command.add_option(name, target, description)
+        ->type_name(argument)
+        ->check(CLI::Validator(refuseOthers, ""))
+        ->capture_default_str();
+}
+
 void addRun(CLI::App& app, RunOptions& options, int& status) {
     auto& command = addCommand(app, "run", "Replay a recording through a diagram", options, status, run);
     command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
@@ -47,7 +67,8 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
                 "Write each recording's results to a file of its name in FOLDER, complete or not at all")
             ->type_name("FOLDER")
             ->excludes(output);
-    command.add_option("-j,--jobs", options.jobs, "Evaluate N recordings at a time (1)")->type_name("N");
+    addNumber(command, "-j,--jobs", options.jobs, std::int64_t{1}, "Evaluate N recordings at a time (1)",
+              "N");
     command
         .add_flag("--resume", options.resumes,
                   "Skip recordings whose results are newer than themselves and the diagram")
@@ -57,17 +78,10 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
     addRepeatable(command, "--hide", options.hidden, "Leave this label out of the results", "LABEL");
     command.add_flag("--no-inputs", options.withoutInputs, "Leave the input streams out of the results");
     command.add_flag("--keep-going", options.keepsGoing, "Report and skip invalid lines of the recording");
-    command
-        .add_option("--max-elements", options.maxElements,
-                    "End the run when a list, sequence or text grows beyond N elements")
-        ->type_name("N")
-        ->capture_default_str();
-    command
-        .add_option("--max-batch-seconds", options.maxBatchSeconds,
-                    "End the run when a batch takes longer than S seconds")
-        ->type_name("S")
-        ->check(CLI::NonNegativeNumber)
-        ->capture_default_str();
+    addNumber(command, "--max-elements", options.maxElements, std::int64_t{0},
+              "End the run when a list, sequence or text grows beyond N elements", "N");
+    addNumber(command, "--max-batch-seconds", options.maxBatchSeconds, 0.0,
+              "End the run when a batch takes longer than S seconds", "S");
     command
         .add_option(
             "--max-memory", options.maxMemory,
@@ -141,9 +155,12 @@ void endOnParseOutcome(const CLI::App& app, const CLI::ParseError& outcome) {
             message =
                 withHint("no option is called " + inQuotes(word), nearestNameHint(word, optionNames(asked)));
         } else if (named.empty()) {
-            message =
-                withHint("no command is called " + inQuotes(word), nearestNameHint(word, commandNames(app)));
+            const auto nearest = nearestNameHint(word, commandNames(app));
+            message = withHint("no command is called " + inQuotes(word),
+                               nearest.empty() ? "there are " + joined(commandNames(app)) : nearest);
         }
+    } else if (named.empty()) {
+        message = "a command was expected: " + joined(commandNames(app));
     }
     throw Failure{ExitStatus::wrongUsage, "kelvane: " + message};
 }

@@ -1,7 +1,6 @@
 #include "EngineOptions.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "Diagram.h"
 #include "Interruption.h"
@@ -60,18 +59,10 @@ void hide(Kelvane& engine, const std::string& label) {
 void applyOptions(Kelvane& engine, const RunOptions& options) {
     for (const auto& setting : options.constants) setConstant(engine, setting);
     for (const auto& label : options.hidden) hide(engine, label);
-    if (options.maxElements < 0) {
-        refuseOption("--max-elements " + std::to_string(options.maxElements), "0 or more was expected");
-    }
-    if (std::isnan(options.maxBatchSeconds)) refuseOption("--max-batch-seconds", "a number was expected");
     engine.setLimits(
         {static_cast<std::size_t>(options.maxElements), options.maxBatchSeconds, &interrupted()});
     if (!options.withoutInputs) return;
     for (const auto& label : engine.getInputStreams()) engine.setInputStreamForwarding(label, false);
-}
-
-void refuseOption(const std::string& option, const std::string& reason) {
-    throw Failure{ExitStatus::wrongUsage, "kelvane: " + printable(option) + ": " + reason};
 }
 
 }  // namespace kelvane

@@ -9,7 +9,4 @@ namespace kelvane {
 /// diagram.
 void applyOptions(KelvaneSDK::Kelvane& engine, const RunOptions& options);
 
-/// Throws the `Failure` for an option's value: `option` as it was given.
-[[noreturn]] void refuseOption(const std::string& option, const std::string& reason);
-
 }  // namespace kelvane

@@ -71,12 +71,6 @@ std::vector<std::string> supportedTypes(const Declaration& facts) {
     return types;
 }
 
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const auto& word : words) text += (text.empty() ? "" : ", ") + word;
-    return text;
-}
-
 std::string briefText(const Declaration& facts) {
     return "  " + signature(facts) + "\n      " + std::string(facts.description) + "\n";
 }
@@ -185,9 +179,10 @@ int functions(const FunctionsOptions& options) {
         if (chosen.empty()) {
             std::vector<std::string> names;
             for (const auto& function : all) names.emplace_back(function.facts->name);
+            const auto nearest = nearestNameHint(options.name, names);
             throw Failure{ExitStatus::wrongUsage,
-                          withHint("kelvane: no function is called " + inQuotes(options.name),
-                                   nearestNameHint(options.name, names))};
+                          withHint("kelvane: no function is called or described by " + inQuotes(options.name),
+                                   nearest.empty() ? "without a word, all are listed" : nearest)};
         }
     }
     writeToStandardOutput(options.asJson ? jsonOf(chosen) : textOf(chosen, inFull || chosen.size() == 1));

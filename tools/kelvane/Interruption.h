@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-// SIGINT, SIGTERM and SIGHUP, which end a run after the current line.
+// SIGINT, SIGTERM and SIGHUP, which end reading and evaluation, so that a run can end in order.
 
 namespace kelvane {
 

@@ -30,8 +30,6 @@ using namespace KelvaneSDK;
 namespace {
 
 std::vector<ListedRecording> recordingsOf(const RunOptions& options) {
-    if (options.jobs && *options.jobs < 1)
-        refuseOption("--jobs " + std::to_string(*options.jobs), "1 or more was expected");
     if (options.diagram == "-" &&
         std::count(options.recordings.begin(), options.recordings.end(), "@-") > 0) {
         throw Failure{ExitStatus::wrongUsage,

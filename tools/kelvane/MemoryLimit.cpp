@@ -29,20 +29,19 @@ constexpr bool isSanitized = false;
 #endif
 
 std::uint64_t bytesOf(const std::string& limit) {
-    const auto refuse = [&]() -> Failure {
-        return {ExitStatus::wrongUsage, "kelvane: --max-memory " + printable(limit) +
-                                            ": a number of bytes such as 500M or 4G was expected"};
+    const auto refuse = [&] {
+        refuseOption("--max-memory " + limit, "a number of bytes such as 500M or 4G was expected");
     };
     constexpr std::string_view units = "KMGT";
     std::uint64_t bytes = 0;
     const auto [end, error] = std::from_chars(limit.data(), limit.data() + limit.size(), bytes);
     std::string_view unit(end, static_cast<std::size_t>(limit.data() + limit.size() - end));
-    if (error != std::errc() || unit.size() > 1) throw refuse();
+    if (error != std::errc() || unit.size() > 1) refuse();
     if (unit.empty()) return bytes;
     const auto power = units.find(unit[0]);
-    if (power == std::string_view::npos) throw refuse();
+    if (power == std::string_view::npos) refuse();
     const auto shift = 10 * (power + 1);
-    if (bytes > std::numeric_limits<std::uint64_t>::max() >> shift) throw refuse();
+    if (bytes > std::numeric_limits<std::uint64_t>::max() >> shift) refuse();
     return bytes << shift;
 }
 

@@ -72,6 +72,10 @@ std::string shortened(std::string_view text) {
 
 }  // namespace
 
+void refuseOption(const std::string& option, const std::string& reason) {
+    throw Failure{ExitStatus::wrongUsage, "kelvane: " + printable(option) + ": " + reason};
+}
+
 void report(std::string_view line) {
     std::string text(line);
     text += '\n';
@@ -102,8 +106,15 @@ std::string withHint(std::string text, const std::string& hint) {
     return hint.empty() ? std::move(text) : std::move(text) + "; " + hint;
 }
 
+std::string joined(std::span<const std::string> words) {
+    std::string text;
+    for (const auto& word : words) text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
+
 std::string counted(std::size_t count, std::string_view noun) {
-    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+    const auto* const plural = noun.ends_with("ch") ? "es" : "s";
+    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : plural);
 }
 
 }  // namespace kelvane

@@ -23,6 +23,9 @@ struct Failure {
     std::string message;
 };
 
+/// Ends the command for an option's value: `option` as it was given, `reason` without an end.
+[[noreturn]] void refuseOption(const std::string& option, const std::string& reason);
+
 /// Writes one line to standard error, in one piece.
 void report(std::string_view line);
 
@@ -39,7 +42,10 @@ std::string nearestNameHint(std::string_view name, std::span<const std::string> 
 /// The text with a hint behind a semicolon, if there is one.
 std::string withHint(std::string text, const std::string& hint);
 
-/// "1 error", "2 errors".
+/// "run, check, info".
+std::string joined(std::span<const std::string> words);
+
+/// "1 error", "2 errors", "3 batches".
 std::string counted(std::size_t count, std::string_view noun);
 
 }  // namespace kelvane

@@ -18,8 +18,8 @@ Amount& Amount::operator+=(const Amount& other) {
 }
 
 std::string Amount::text() const {
-    return std::to_string(batches) + " batches, " + std::to_string(updates) + " updates, " +
-           std::to_string(outputValues) + " output values";
+    return counted(batches, "batch") + ", " + counted(updates, "update") + ", " +
+           counted(outputValues, "output value");
 }
 
 void Replay::run() {

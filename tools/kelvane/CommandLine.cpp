@@ -99,6 +99,15 @@ void addExport(CLI::App& app, ExportOptions& options, int& status) {
     command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
 }
 
+void addFormat(CLI::App& app, FormatOptions& options, int& status) {
+    auto& command = addCommand(app, "fmt", "Write a diagram in good order, or in its other form", options,
+                               status, format);
+    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+    command.add_option("--to", options.form, "Write it as text, or as JSON")
+        ->type_name("text|json")
+        ->check(CLI::IsMember({"text", "json"}));
+}
+
 void addFunctions(CLI::App& app, FunctionsOptions& options, int& status) {
     auto& command =
         addCommand(app, "functions", "List the functions that diagrams can use", options, status, functions);
@@ -163,6 +172,8 @@ int runCommand(int argc, char** argv) {
     addInfo(app, infoOptions, status);
     ExportOptions exportOptions;
     addExport(app, exportOptions, status);
+    FormatOptions formatOptions;
+    addFormat(app, formatOptions, status);
     FunctionsOptions functionsOptions;
     addFunctions(app, functionsOptions, status);
     try {

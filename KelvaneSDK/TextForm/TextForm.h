@@ -29,6 +29,9 @@ inline constexpr std::size_t mostTextFaults = 100;
 /// Calls nest to this depth at most.
 inline constexpr std::size_t maximumCallDepth = 64;
 
+/// And boxes as deep as a JSON document holds them.
+inline constexpr std::size_t maximumBoxDepth = maximumDocumentDepth / 2 - 1;
+
 /// A diagram, or why there is none.
 struct TextReading {
     std::optional<DiagramData> data;

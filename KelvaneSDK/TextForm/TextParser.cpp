@@ -287,7 +287,6 @@ private:
             failExpected("= or :", "write name = Function(...), or name: Type for a stream");
         }
         auto& node = syntax.nodes[index];
-        node.offset = offset;
         node.id = id;
         node.name = std::move(name);
         if (token.is('[')) attributes(node);
@@ -408,6 +407,7 @@ private:
             failAt(offset, "a box stands in no subdiagram");
         }
         group.depth = open.size();
+        if (group.depth >= maximumBoxDepth) failAt(offset, "boxes nest too deep here");
         group.info.description = words.substr(std::min(end + 1, words.size()));
         if (token.isName()) {
             if (!group.info.description.empty()) failExpected("{");

@@ -103,7 +103,7 @@ private:
                          name + " is a variable output, which gives no values to other nodes",
                          "give what feeds it a name of its own, or add an input stream of the same name");
         } else {
-            auto remedy = nearestNameRemedy(reference.name, labels(sources));
+            auto remedy = nearest(reference.name, sources, sourceNames);
             if (remedy.empty())
                 remedy = "an input stream is written " + name + ": Type, a call " + name + "(...)";
             syntax.fault(reference.offset, "nothing is called " + quotedText(reference.name),
@@ -112,12 +112,14 @@ private:
         return nullptr;
     }
 
-    static std::vector<std::string_view> labels(const Names& names) {
-        std::vector<std::string_view> result;
-        for (const auto& [name, bearers] : names) result.push_back(name);
-        // So that of equally near names the same is proposed everywhere.
-        std::sort(result.begin(), result.end());
-        return result;
+    /// The nearest of the names that have been given, each once, in byte order: the same everywhere.
+    static std::string nearest(std::string_view name, const Names& names,
+                               std::vector<std::string_view>& sorted) {
+        if (sorted.empty()) {
+            for (const auto& [label, bearers] : names) sorted.push_back(label);
+            std::sort(sorted.begin(), sorted.end());
+        }
+        return nearestNameRemedy(name, sorted);
     }
 
     /// The node that a group or an order lists.
@@ -130,10 +132,9 @@ private:
             return node == nullptr ? std::nullopt : std::optional(node->info.id);
         }
         if (syntax.brokenNames.contains(reference.name)) return std::nullopt;
-        auto all = labels(sources);
-        for (const auto label : labels(outputs)) all.push_back(label);
-        syntax.fault(reference.offset, "nothing is called " + quotedText(reference.name),
-                     nearestNameRemedy(reference.name, all));
+        auto remedy = nearest(reference.name, sources, sourceNames);
+        if (remedy.empty()) remedy = nearest(reference.name, outputs, outputNames);
+        syntax.fault(reference.offset, "nothing is called " + quotedText(reference.name), std::move(remedy));
         return std::nullopt;
     }
 
@@ -325,6 +326,7 @@ private:
     std::unordered_map<std::int64_t, std::size_t> byId;
     /// The nodes that give values, and the variable outputs.
     Names sources, outputs;
+    std::vector<std::string_view> sourceNames, outputNames;
     std::vector<TextWire> wires;
 };
 

@@ -15,7 +15,8 @@ import recordings
 
 SECONDS = 60
 RECORDING_MODES = [[], ["--keep-going"]]
-UNBUILDABLE = "undecodable", "nested-too-deep", "unknown-class", "unknown-type"
+UNDECODABLE = "undecodable", "nested-too-deep"
+UNBUILDABLE = *UNDECODABLE, "unknown-class", "unknown-type"
 
 failures = []
 
@@ -31,7 +32,7 @@ def run(case, *arguments, input=None):
     except subprocess.TimeoutExpired:
         return "no end", "", ""
     output, messages = outcome.stdout.decode(errors="replace"), outcome.stderr.decode(errors="replace")
-    for line in (messages if "--json" in arguments or arguments[0] == "run" else output + messages).split("\n"):
+    for line in (messages if "--json" in arguments or arguments[0] in ("run", "fmt") else output + messages).split("\n"):
         if len(line) > 2500 or re.search("[\0-\x1f\x7f-\x9f\u2028-\u202e\u2066-\u2069\ufffd]", line):
             fail(case, arguments[0], "says", ascii(line))
     return outcome.returncode, output, messages
@@ -88,7 +89,7 @@ def checkFindings(case, findings):
 
 
 def checkRun(case, path, findings):
-    status, _, messages = run(case, "run", path, "--max-elements", 100000, input=case.recording)
+    status, output, messages = run(case, "run", path, "--max-elements", 100000, input=case.recording)
     errors = [found for found in findings if found["severity"] != "warning"]
     if status != (1 if errors or case.stops else 0) or case.stops not in messages:
         fail(case, "run ends with", status, messages)
@@ -100,6 +101,20 @@ def checkRun(case, path, findings):
         words = re.findall(r"[\w ]+", found["message"], re.ASCII)
         if len(found["message"]) < 300 and not all(word in messages for word in words):
             fail(case, "run does not report", found["code"])
+    if not any(found["code"] in UNDECODABLE for found in findings):
+        checkTextForm(case, path, (status, output))
+
+
+def checkTextForm(case, path, outcome):
+    """Whatever can be decoded can be written as text, and evaluates to the same from there."""
+    asText, asJson = path.with_suffix(".txt"), path.with_suffix(".again.json")
+    asText.write_text(run(case, "fmt", "--to", "text", path)[1])
+    status, document, messages = run(case, "fmt", "--to", "json", asText)
+    asJson.write_text(document)
+    if status != 0 or run(case, "run", asJson, "--max-elements", 100000, input=case.recording)[:2] != outcome:
+        fail(case, "evaluates to something else behind the text form", asText.read_text()[:1000], messages)
+    if run(case, "fmt", "--to", "text", asJson)[1] != asText.read_text():
+        fail(case, "is another text the second time")
 
 
 def checkDocuments(folder, pool):

@@ -1,10 +1,8 @@
 #include <algorithm>
 
-#include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
+#include "KelvaneSDK/TextForm/TextExpressions.h"
 #include "KelvaneSDK/TextForm/TextForm.h"
-#include "KelvaneSDK/TextForm/TextSyntax.h"
-#include "KelvaneSDK/TextForm/TextTokens.h"
 
 namespace KelvaneSDK {
 
@@ -12,13 +10,10 @@ namespace {
 
 using Kind = TextToken::Kind;
 
-/// Leaves a statement whose fault has been noted; never leaves the parser.
-struct EndOfStatement {};
-
-class Parser {
+/// Reads a text line by line.
+class Parser : ExpressionParser {
 public:
-    Parser(std::string_view source, const NodeRegistry& nodeTypes)
-        : text(source), registry(nodeTypes), lexer(source) {}
+    Parser(std::string_view source, const NodeRegistry& nodeTypes) : ExpressionParser(source, nodeTypes) {}
 
     TextSyntax parse() {
         token.kind = Kind::newline;
@@ -48,202 +43,6 @@ public:
     }
 
 private:
-    [[noreturn]] void fail(std::string what, std::string remedy = {}) {
-        failAt(token.offset, std::move(what), std::move(remedy));
-    }
-    [[noreturn]] void failAt(std::size_t offset, std::string what, std::string remedy = {}) {
-        syntax.fault(offset, std::move(what), std::move(remedy));
-        throw EndOfStatement{};
-    }
-    [[noreturn]] void failExpected(std::string_view wanted, std::string remedy = {}) {
-        fail(std::string(wanted) + " was expected, " + found() + " was found", std::move(remedy));
-    }
-    std::string found() const {
-        if (token.kind == Kind::end) return "the end of the text";
-        if (token.kind == Kind::newline) return "the end of the line";
-        return quotedText(text.substr(token.offset, std::min<std::size_t>(token.length, 80)));
-    }
-
-    // The next token that means something here: between brackets a line goes on.
-    void advance() {
-        for (;;) {
-            token = lexer.next();
-            if (token.kind == Kind::comment) {
-                if (token.text.starts_with(' ')) token.text.erase(0, 1);
-                syntax.notes.push_back(std::move(token.text));
-            } else if (token.kind != Kind::newline || brackets == 0) {
-                break;
-            }
-        }
-        if (token.kind == Kind::fault) fail(token.text);
-    }
-    void skipLine() {
-        brackets = 0;
-        while (token.kind != Kind::newline && token.kind != Kind::end) token = lexer.next();
-    }
-    bool accept(char symbol) {
-        if (!token.is(symbol)) return false;
-        if (symbol == '(' || symbol == '[') ++brackets;
-        if (symbol == ')' || symbol == ']') --brackets;
-        advance();
-        return true;
-    }
-    void expect(char symbol, std::string remedy = {}) {
-        if (!accept(symbol)) failExpected(std::string(1, symbol), std::move(remedy));
-    }
-    void endOfLine() {
-        if (token.kind != Kind::newline && token.kind != Kind::end) failExpected("the end of the line");
-    }
-
-    std::int64_t integer(std::string_view digits, std::size_t offset) {
-        const auto value = parseInteger(digits);
-        if (!value)
-            failAt(offset, "an integer of 64 bits was expected, \"" + std::string(digits) + "\" was found");
-        return *value;
-    }
-
-    TextReference reference() {
-        TextReference result{token.offset};
-        if (token.kind == Kind::id) {
-            result.id = integer(token.text, token.offset);
-        } else if (token.isName()) {
-            result.name = std::move(token.text);
-        } else {
-            failExpected("a name");
-        }
-        advance();
-        return result;
-    }
-
-    std::string type() {
-        if (token.kind == Kind::name && concreteClassNamed(token.text)) {
-            std::string name = std::move(token.text);
-            advance();
-            return name;
-        }
-        static constexpr std::string_view names[] = {"Float",          "Integer",      "Boolean",
-                                                     "Vector",         "Orientation",  "Sequence",
-                                                     "String",         "Float array",  "Integer array",
-                                                     "Boolean array",  "Vector array", "Orientation array",
-                                                     "Sequence array", "String array"};
-        const auto remedy = token.kind == Kind::name ? nearestNameRemedy(token.text, names) : "";
-        failExpected("a value type", remedy.empty()
-                                         ? "the types are Float, Integer, Boolean, Vector, Orientation, "
-                                           "Sequence, String, and each with \"array\" behind it"
-                                         : remedy);
-    }
-
-    const NodeClass& classOf(NodeCategory category, const std::string& typeName, std::size_t offset) {
-        const auto* nodeClass = registry.find(category, typeName);
-        if (nodeClass != nullptr) return *nodeClass;
-        if (category != NodeCategory::Function) {
-            failAt(offset,
-                   "there is no " + std::string(classStringOf(category)) + " of type \"" + typeName + "\"");
-        }
-        std::vector<std::string_view> names;
-        for (const auto& [name, entry] : registry.classes(category)) names.emplace_back(name);
-        auto remedy = nearestNameRemedy(typeName, names);
-        if (remedy.empty()) remedy = "`kelvane functions` lists them";
-        failAt(offset, "no function is called " + quotedText(typeName), std::move(remedy));
-    }
-
-    // What stands for a node in an expression; nodes nested in it come before it.
-    TextReference expression(std::size_t depth) {
-        const std::size_t offset = token.offset;
-        if (depth > maximumCallDepth) fail("calls nest too deep here", "give a part a name of its own");
-        const bool isWord = token.isWord("true") || token.isWord("false");
-        if (token.kind == Kind::number || token.kind == Kind::string || isWord || token.is('(') ||
-            token.is('[') || token.isWord("_")) {
-            return constant();
-        }
-        if (!token.isName()) {
-            auto result = reference();
-            refuseType();
-            return result;
-        }
-        std::string name = token.text;
-        auto result = reference();
-        if (!token.is('(')) {
-            refuseType();
-            return result;
-        }
-        TextNode node{offset, NodeCategory::Function, &classOf(NodeCategory::Function, name, offset)};
-        accept('(');
-        if (!token.is(')')) {
-            do {
-                node.arguments.push_back(argument(depth + 1));
-            } while (accept(','));
-        }
-        expect(')', "close the call of " + name + ", or write a comma before the next input");
-        node.info.typeString = std::move(name);
-        if (accept(':')) node.info.outputType = type();
-        return push(std::move(node));
-    }
-    void refuseType() {
-        if (token.is(':')) fail("a name has its type already; only values and calls are given one here");
-    }
-
-    TextReference constant() {
-        TextNode node{token.offset, NodeCategory::Constant};
-        if (token.isWord("_")) {
-            advance();
-            if (!token.is(':'))
-                failExpected(
-                    ":", "_ stands for an input without a connection; a constant without a value is _: Type");
-        } else {
-            if (token.is('(') || token.is('[')) {
-                token = lexer.listAt(token.offset);
-                if (token.kind == Kind::fault) fail(token.text);
-            }
-            node.isValueQuoted = token.kind == Kind::string;
-            node.value = std::move(token.text);
-            advance();
-        }
-        if (accept(':')) node.info.typeString = type();
-        return push(std::move(node));
-    }
-
-    TextReference push(TextNode&& node) {
-        node.info.classString = classStringOf(node.category);
-        const TextReference result{node.offset, {}, {}, syntax.nodes.size()};
-        syntax.nodes.push_back(std::move(node));
-        return result;
-    }
-
-    TextArgument argument(std::size_t depth) {
-        TextArgument result{token.offset};
-        if (token.isName() && token.kind != Kind::end) {
-            const auto before = lexer;
-            const auto first = token;
-            const auto notes = syntax.notes.size();
-            advance();
-            if (accept('=')) {
-                result.slot = first.text;
-            } else {
-                lexer = before;
-                token = first;
-                syntax.notes.resize(notes);
-            }
-        }
-        sources(result, depth);
-        return result;
-    }
-
-    // One or more nodes that feed the same input, or _ for none.
-    void sources(TextArgument& into, std::size_t depth) {
-        if (token.isWord("_")) {
-            const auto before = lexer;
-            const auto underscore = token;
-            advance();
-            if (!token.is(':')) return;
-            lexer = before;
-            token = underscore;
-        }
-        do {
-            into.sources.push_back(expression(depth));
-        } while (accept('|'));
-    }
-
     void statement() {
         const std::size_t offset = token.offset;
         if (token.kind != Kind::id && !token.isName()) {
@@ -324,7 +123,7 @@ private:
     std::optional<PositionInfo> position() {
         if (!token.isWord("at")) return std::nullopt;
         advance();
-        if (token.is('(')) token = lexer.listAt(token.offset);
+        takeList();
         const auto comma = token.text.find(", ");
         std::optional<double> x, y;
         if (token.kind == Kind::number && comma != std::string::npos && token.text.size() > 2) {
@@ -514,29 +313,11 @@ private:
         }
     }
 
-    std::string_view text;
-    const NodeRegistry& registry;
-    TextLexer lexer;
-    TextToken token;
-    std::size_t brackets = 0;
     std::optional<std::string> nameOfStatement;
     std::vector<Block> open;
-    TextSyntax syntax;
 };
 
 }  // namespace
-
-std::string nearestNameRemedy(std::string_view name, std::span<const std::string_view> names) {
-    const auto nearest = nearestName(name, names);
-    return nearest.empty() ? "" : "did you mean " + quotedText(nearest) + "?";
-}
-
-std::optional<std::size_t> slotNamed(const Declaration& function, std::string_view slot) {
-    for (std::size_t i = 0; i < function.inputs.size(); ++i) {
-        if (function.inputs[i].label == slot) return i;
-    }
-    return std::nullopt;
-}
 
 TextSyntax parseText(std::string_view text, const NodeRegistry& registry) {
     return Parser(text, registry).parse();

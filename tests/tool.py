@@ -138,6 +138,11 @@ Basic
     exported = run("export", "sum.json")
     row("export -", *exported, input=exported[1])
     row("info -", 0, info, input=exported[1])
+    text = run("fmt", "--to", "text", "sum.json")
+    row("fmt -", *text, input=text[1].replace(", ", " ,  "))
+    row("run - walk.jsonl", 0, walkResults, input=run("fmt", "--to", "json", "-", input=text[1])[1])
+    row("fmt -", 1, "", 'standard input:1:4: a value type was expected, "Flaot" was found; did you mean "Float"?\nkelvane: standard input is no diagram\n',
+        input="x: Flaot")
 
 
 def usage():

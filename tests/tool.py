@@ -89,18 +89,18 @@ def checks():
         f"{unknownId}{badConstant}4 diagrams checked: 2 errors, 0 warnings\n", "kelvane: cannot read none.json: No such file or directory\n")
     row("check misspelt.json --recording walk.jsonl", 1, misspelt + """\
 misspelt.json:5: warning: nodes[2]: node 2 ("Float", "mean"): input 0 ("value") is not connected, so that the node never runs
-misspelt.json: warning: nodes[0]: node 0 ("Float", "Speed"): the recording gives no values for this input stream; did you mean "speed"?
+misspelt.json:3: warning: nodes[0]: node 0 ("Float", "Speed"): the recording gives no values for this input stream; did you mean "speed"?
 misspelt.json: warning: the document: no input stream takes the recorded values "speed"; did you mean "Speed"?
 misspelt.json: warning: the document: no input stream takes the recorded values "x"
 1 diagram checked: 1 error, 4 warnings
 """)
     row("check sum.json --recording -", 1, """\
-sum.json: nodes[0]: node 0 ("Float", "x"): the recording gives 2 values of type Integer, the first at timestamp 2.0; Float was expected
+sum.json:3: nodes[0]: node 0 ("Float", "x"): the recording gives 2 values of type Integer, the first at timestamp 2.0; Float was expected
 1 diagram checked: 1 error, 0 warnings
 """, "", x1 + update(2, '"integerValue":1') + update(3, '"integerValue":1'))
     row("check sum.json --recording -", 1, f"standard input:{invalid}; the rest was not read\n1 diagram checked: 1 error, 0 warnings\n", "", x1 + wrong)
     row("check sum.json --recording - --strict", 1, """\
-sum.json: warning: nodes[0]: node 0 ("Float", "x"): the recording gives no values for this input stream
+sum.json:3: warning: nodes[0]: node 0 ("Float", "x"): the recording gives no values for this input stream
 1 diagram checked: 0 errors, 1 warning
 """)
 
@@ -141,6 +141,9 @@ Basic
     text = run("fmt", "--to", "text", "sum.json")
     row("fmt -", *text, input=text[1].replace(", ", " ,  "))
     row("run - walk.jsonl", 0, walkResults, input=run("fmt", "--to", "json", "-", input=text[1])[1])
+    row("check -", 1, 'standard input:2:10: "y" (Float): input 0 ("value") is of type "Float", but Not at 2:10 brings values of type "Boolean"\n'
+        "1 diagram checked: 1 error, 0 warnings\n", input="x: Boolean\ny: Float=Not(x)")
+    row("run - walk.jsonl", *run("run", "sum.json", "walk.jsonl"), input=text[1])
     row("fmt -", 1, "", 'standard input:1:4: a value type was expected, "Flaot" was found; did you mean "Float"?\nkelvane: standard input is no diagram\n',
         input="x: Flaot")
 
@@ -208,6 +211,10 @@ def files(folder):
     expect("a run that stops", (run("run", "overflow.json", "--no-inputs", "-o", file, input=sums[0] + sums[1]), file.read_text()),
            ((1, "", 'kelvane: overflow.json stopped in batch 2 at timestamp 0.25: node 2 ("Add", "total"): an integer addition overflows 64 bits\n'),
             sums[2]))
+    text = folder / "overflow.kelvane"
+    text.write_text("n: Integer\ntotal = Add(n, 9223372036854775807)\nsum: Integer = total\n")
+    expect("a text that stops", run("run", text, "--no-inputs", input=sums[1]),
+           (1, "", f'kelvane: {text} stopped in batch 2 at timestamp 0.25: {text}:2:1: node 3 ("Add", "total"): an integer addition overflows 64 bits\n'))
     recording.write_text(x1)
     with recording.open("a") as end:
         expect("results behind the recording", (run("run", "sum.json", recording, output=end), recording.read_text()),

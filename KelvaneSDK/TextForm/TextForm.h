@@ -32,15 +32,45 @@ inline constexpr std::size_t maximumCallDepth = 64;
 /// And boxes as deep as a JSON document holds them.
 inline constexpr std::size_t maximumBoxDepth = maximumDocumentDepth / 2 - 1;
 
+/// Where the records of a diagram stand in the text that they were read from: offsets in bytes, by the index
+/// of the record.
+struct TextOffsets {
+    /// What is said about one input of a node.
+    struct Input {
+        std::size_t node, input, offset;
+    };
+    /// A box or subdiagram, its word, its members and the boxes in it.
+    struct Group {
+        std::size_t offset;
+        /// None for a group of all nodes.
+        std::vector<std::size_t> nodeIds;
+        std::vector<Group> containers;
+    };
+    /// A node at its name, or where it stands nested in a call; a connection at what feeds the input.
+    std::vector<std::size_t> nodes, properties, connections, positions;
+    /// In the order of the nodes, connected or not.
+    std::vector<Input> inputs;
+    std::vector<Group> containers, subdiagrams;
+};
+
 /// A diagram, or why there is none.
 struct TextReading {
     std::optional<DiagramData> data;
+    TextOffsets offsets;
     /// In the order of the text; empty when there is a diagram.
     std::vector<TextFault> faults;
 };
 
-/// True unless the text begins as a JSON document does, with a brace.
+/// Tells the two forms apart: true when the text begins as a statement or comment of the text form does, with
+/// a letter, #, / or a back quote. A JSON document begins with a brace, and anything else is taken for JSON
+/// too.
 bool isTextForm(std::string_view text);
+
+/// The diagram that a text holds in either form; absent when it holds none, for a reason that is reported,
+/// and that checkDiagram() gives with its place. Any thread; prints nothing.
+std::optional<DiagramData> readDiagram(std::string_view text,
+                                       const NodeRegistry& registry = NodeRegistry::library(),
+                                       DecodeFailure* failure = nullptr);
 
 /// Reads the text form. Functions and their slots are those of the registry. Memory that runs out is a fault.
 /// Any thread; prints nothing.

@@ -24,7 +24,7 @@ public:
                 } else if (token.is('}') && !open.empty()) {
                     open.pop_back();
                     advance();
-                    endOfLine();
+                    open.empty() ? endOfLine() : endOfMember();
                 } else if (open.empty()) {
                     statement();
                 } else {
@@ -88,6 +88,7 @@ private:
         auto& node = syntax.nodes[index];
         node.id = id;
         node.name = std::move(name);
+        node.lineOffset = offset;
         if (token.is('[')) attributes(node);
         endOfLine();
         nameOfStatement.reset();
@@ -120,8 +121,9 @@ private:
         return syntax.nodes.size() - 1;
     }
 
-    std::optional<PositionInfo> position() {
+    std::optional<PlacedRecord<PositionInfo>> position() {
         if (!token.isWord("at")) return std::nullopt;
+        const std::size_t offset = token.offset;
         advance();
         takeList();
         const auto comma = token.text.find(", ");
@@ -132,7 +134,7 @@ private:
         }
         if (!x || !y) failExpected("a place", "write: at (200, 80)");
         advance();
-        return PositionInfo{0, *x, *y};
+        return PlacedRecord<PositionInfo>{offset, {0, *x, *y}};
     }
 
     void attributes(TextNode& node) {
@@ -157,7 +159,7 @@ private:
             if (word.text == "outputType") {
                 node.info.outputType = token.text;
             } else {
-                node.properties.push_back({0, word.text, token.text});
+                node.properties.push_back({word.offset, {0, word.text, token.text}});
             }
             advance();
         } else if (word.text == "hidden" || word.text == "not forwarded") {
@@ -166,9 +168,10 @@ private:
                 failAt(word.offset, isHidden ? "only a variable output can be hidden"
                                              : "only an input stream can be kept from being forwarded");
             }
-            node.properties.push_back({0, isHidden ? "Hidden" : "Forwarding", isHidden ? "true" : "false"});
+            node.properties.push_back(
+                {word.offset, {0, isHidden ? "Hidden" : "Forwarding", isHidden ? "true" : "false"}});
         } else {
-            node.properties.push_back({0, "Color", color(word)});
+            node.properties.push_back({word.offset, {0, "Color", color(word)}});
         }
     }
 
@@ -200,7 +203,7 @@ private:
         const auto kind = std::string_view(words).substr(0, end);
         if (kind != "box" && kind != "subdiagram")
             failExpected("= or :", "write name = Function(...), or name: Type for a stream");
-        TextGroup group{kind == "box"};
+        TextGroup group{offset, kind == "box"};
         if (!group.isBox && !open.empty()) failAt(offset, "a subdiagram stands in no other group");
         if (group.isBox && !open.empty() && !syntax.groups[open.back().group].isBox) {
             failAt(offset, "a box stands in no subdiagram");
@@ -216,8 +219,8 @@ private:
         if (accept('[')) {
             do {
                 if (const auto place = position()) {
-                    group.info.x = place->x;
-                    group.info.y = place->y;
+                    group.info.x = place->record.x;
+                    group.info.y = place->record.y;
                 } else if (token.isWord("Color")) {
                     advance();
                     expect('=');
@@ -266,6 +269,9 @@ private:
                 syntax.groups[block.group].members.push_back(std::move(node));
             }
         }
+        endOfMember();
+    }
+    void endOfMember() {
         if (!token.is('}') && !accept(',')) endOfLine();
     }
 
@@ -298,11 +304,11 @@ private:
             if (texts.size() == 4) node.info.outputType = texts[3];
             syntax.nodes.push_back(std::move(node));
         } else if (has("raw property", "ntt")) {
-            syntax.rawProperties.push_back({id(0), texts[1], texts[2]});
+            syntax.rawProperties.push_back({offset, {id(0), texts[1], texts[2]}});
         } else if (has("raw connection", "nnn")) {
-            syntax.rawConnections.push_back({id(0), id(1), id(2)});
+            syntax.rawConnections.push_back({offset, {id(0), id(1), id(2)}});
         } else if (has("raw position", "nnn")) {
-            syntax.rawPositions.push_back({id(0), real(1), real(2)});
+            syntax.rawPositions.push_back({offset, {id(0), real(1), real(2)}});
         } else if (has("raw note", "t")) {
             syntax.notes.push_back(texts[0]);
         } else {

@@ -22,7 +22,7 @@ class Resolver {
 public:
     explicit Resolver(TextSyntax& parsed) : syntax(parsed) {}
 
-    DiagramInfo document() {
+    std::pair<DiagramInfo, TextOffsets> document() {
         numberNodes();
         collectNames();
         connect();
@@ -31,7 +31,7 @@ public:
         orderConnections();
         writeGroups();
         if (!syntax.notes.empty()) info.manualLines = std::move(syntax.notes);
-        return std::move(info);
+        return {std::move(info), std::move(offsets)};
     }
 
 private:
@@ -147,12 +147,14 @@ private:
             assignSlots(node, bySlot);
             for (std::size_t slot = 0; slot < bySlot.size(); ++slot) {
                 if (bySlot[slot] == nullptr) continue;
+                offsets.inputs.push_back({i, slot, bySlot[slot]->offset});
                 for (const auto& reference : bySlot[slot]->sources) {
                     if (syntax.problems.size() >= mostTextFaults) return;
                     const auto* from = source(reference);
                     if (from == nullptr) continue;
                     info.connections.push_back(
                         {from->info.id, node.info.id, static_cast<std::int64_t>(slot)});
+                    offsets.connections.push_back(reference.offset);
                     wires.push_back({static_cast<std::size_t>(from - syntax.nodes.data()), i, slot});
                 }
             }
@@ -236,23 +238,31 @@ private:
     void writeNodes() {
         for (auto& node : syntax.nodes) {
             const auto id = node.info.id;
-            const auto set = [&](const char* property, std::string value) {
-                info.properties.push_back({id, property, std::move(value)});
+            const auto set = [&](std::size_t offset, std::string property, std::string value) {
+                info.properties.push_back({id, std::move(property), std::move(value)});
+                offsets.properties.push_back(offset);
             };
             // A label that is the type is what a node has anyway.
-            if (node.name && *node.name != node.info.typeString) set("Description", *node.name);
-            if (node.value) set("OutputValue", std::move(*node.value));
-            for (auto& property : node.properties)
-                set(property.propertyString.c_str(), std::move(property.valueString));
-            if (node.position) info.positions.push_back({id, node.position->x, node.position->y});
+            if (node.name && *node.name != node.info.typeString) set(node.place(), "Description", *node.name);
+            if (node.value) set(node.offset, "OutputValue", std::move(*node.value));
+            for (auto& [offset, property] : node.properties)
+                set(offset, std::move(property.propertyString), std::move(property.valueString));
+            if (node.position) {
+                info.positions.push_back({id, node.position->record.x, node.position->record.y});
+                offsets.positions.push_back(node.position->offset);
+            }
             info.nodes.push_back(node.info);
+            offsets.nodes.push_back(node.place());
         }
-        const auto append = [](auto& records, auto& more) {
-            records.insert(records.end(), more.begin(), more.end());
+        const auto append = [](auto& records, auto& places, auto& more) {
+            for (auto& [offset, record] : more) {
+                records.push_back(std::move(record));
+                places.push_back(offset);
+            }
         };
-        append(info.properties, syntax.rawProperties);
-        append(info.connections, syntax.rawConnections);
-        append(info.positions, syntax.rawPositions);
+        append(info.properties, offsets.properties, syntax.rawProperties);
+        append(info.connections, offsets.connections, syntax.rawConnections);
+        append(info.positions, offsets.positions, syntax.rawPositions);
     }
 
     // The wires' connections stand by target, and the raw ones behind them.
@@ -283,9 +293,16 @@ private:
         // Those listed take one another's places.
         std::size_t next = 0;
         std::vector<ConnectionInfo> ordered;
+        std::vector<std::size_t> places;
         ordered.reserve(sequence.size());
-        for (const auto i : sequence) ordered.push_back(info.connections[isListed[i] ? listed[next++] : i]);
+        places.reserve(sequence.size());
+        for (const auto i : sequence) {
+            const std::size_t from = isListed[i] ? listed[next++] : i;
+            ordered.push_back(info.connections[from]);
+            places.push_back(offsets.connections[from]);
+        }
         info.connections = std::move(ordered);
+        offsets.connections = std::move(places);
     }
 
     static std::int64_t slotOf(const TextOrderItem& item, const TextNode* node) {
@@ -299,11 +316,16 @@ private:
 
     void writeGroups() {
         std::vector<std::vector<ContainerInfo>*> open;
+        std::vector<std::vector<TextOffsets::Group>*> openOffsets;
         for (auto& group : syntax.groups) {
             if (syntax.problems.size() >= mostTextFaults) return;
             auto& record = group.info;
+            TextOffsets::Group places{group.offset, {}, {}};
             for (const auto& reference : group.members) {
-                if (const auto id = member(reference)) record.nodeIds.push_back(*id);
+                const auto id = member(reference);
+                if (!id) continue;
+                record.nodeIds.push_back(*id);
+                places.nodeIds.push_back(reference.offset);
             }
             if (group.isEverything) {
                 for (const auto& node : info.nodes) record.nodeIds.push_back(node.id);
@@ -311,6 +333,7 @@ private:
             if (!group.isBox) {
                 if (!info.subdiagrams) info.subdiagrams.emplace();
                 info.subdiagrams->push_back({std::move(record.description), std::move(record.nodeIds)});
+                offsets.subdiagrams.push_back(std::move(places));
                 continue;
             }
             open.resize(group.depth);
@@ -318,11 +341,17 @@ private:
             if (!list) list.emplace();
             list->push_back(std::move(record));
             open.push_back(&*list);
+            openOffsets.resize(group.depth);
+            auto& placesList =
+                openOffsets.empty() ? offsets.containers : openOffsets.back()->back().containers;
+            placesList.push_back(std::move(places));
+            openOffsets.push_back(&placesList);
         }
     }
 
     TextSyntax& syntax;
     DiagramInfo info;
+    TextOffsets offsets;
     std::unordered_map<std::int64_t, std::size_t> byId;
     /// The nodes that give values, and the variable outputs.
     Names sources, outputs;
@@ -357,16 +386,13 @@ std::size_t faultyLine(std::string_view text) {
 
 TextReading read(std::string_view text, const NodeRegistry& registry) {
     if (!simdjson::validate_utf8(text.data(), text.size())) {
-        return {{}, placed({{faultyLine(text), "this line is not UTF-8", "save the text as UTF-8"}}, text)};
+        return {
+            {}, {}, placed({{faultyLine(text), "this line is not UTF-8", "save the text as UTF-8"}}, text)};
     }
-    const bool hasMark = text.starts_with(byteOrderMark);
-    TextSyntax syntax = parseText(hasMark ? text.substr(byteOrderMark.size()) : text, registry);
-    DiagramInfo info = Resolver(syntax).document();
-    if (syntax.problems.empty()) return {DiagramData{std::move(info)}, {}};
-    if (hasMark) {
-        for (auto& problem : syntax.problems) problem.offset += byteOrderMark.size();
-    }
-    return {{}, placed(std::move(syntax.problems), text)};
+    TextSyntax syntax = parseText(text, registry);
+    auto [info, offsets] = Resolver(syntax).document();
+    if (syntax.problems.empty()) return {DiagramData{std::move(info)}, std::move(offsets), {}};
+    return {{}, {}, placed(std::move(syntax.problems), text)};
 }
 
 }  // namespace
@@ -374,13 +400,25 @@ TextReading read(std::string_view text, const NodeRegistry& registry) {
 bool isTextForm(std::string_view text) {
     if (text.starts_with(byteOrderMark)) text.remove_prefix(byteOrderMark.size());
     const auto first = text.find_first_not_of(" \t\r\n");
-    return first == std::string_view::npos || (text[first] != '{' && text[first] != '[');
+    if (first == std::string_view::npos) return false;
+    const char c = text[first];
+    const bool isAscii = static_cast<unsigned char>(c) < 0x80;
+    return !isAscii || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '#' || c == '/' ||
+           c == '`';
+}
+
+std::optional<DiagramData> readDiagram(std::string_view text, const NodeRegistry& registry,
+                                       DecodeFailure* failure) {
+    if (!isTextForm(text)) return DiagramData::decode(text, failure);
+    auto reading = readText(text, registry);
+    if (!reading.data && failure != nullptr) *failure = {{}, std::move(reading.faults.front().what)};
+    return std::move(reading.data);
 }
 
 TextReading readText(std::string_view text, const NodeRegistry& registry) {
     auto reading = withinMemory([&] { return read(text, registry); });
     if (reading) return std::move(*reading);
-    return {{}, {{1, 1, outOfMemoryReason}}};
+    return {{}, {}, {{1, 1, outOfMemoryReason}}};
 }
 
 }  // namespace KelvaneSDK

@@ -34,6 +34,13 @@ struct TextArgument {
     std::vector<TextReference> sources = {};
 };
 
+/// A record of the document as it stands in the text.
+template <class Record>
+struct PlacedRecord {
+    std::size_t offset;
+    Record record;
+};
+
 /// A node with everything that is said about it. A constant without a said type has an empty typeString.
 struct TextNode {
     std::size_t offset = 0;
@@ -43,17 +50,23 @@ struct TextNode {
     NodeInfo info = {};
     std::optional<std::int64_t> id = {};
     std::optional<std::string> name = {};
+    /// Where its line begins; absent for a node nested in a call.
+    std::optional<std::size_t> lineOffset = {};
     /// A constant's value; absent: it stands at its default.
     std::optional<std::string> value = {};
     bool isValueQuoted = false;
     /// In the order of the text.
-    std::vector<PropertyInfo> properties = {};
-    std::optional<PositionInfo> position = {};
+    std::vector<PlacedRecord<PropertyInfo>> properties = {};
+    std::optional<PlacedRecord<PositionInfo>> position = {};
     std::vector<TextArgument> arguments = {};
+
+    /// Where people look for it.
+    std::size_t place() const { return lineOffset.value_or(offset); }
 };
 
 /// A box or subdiagram.
 struct TextGroup {
+    std::size_t offset = 0;
     bool isBox = true;
     ContainerInfo info = {};
     std::vector<TextReference> members = {};
@@ -83,9 +96,9 @@ struct TextSyntax {
     std::vector<TextGroup> groups;
     std::vector<TextOrderItem> order;
     ConnectionOrder usualOrder = ConnectionOrder::byDependency;
-    std::vector<PropertyInfo> rawProperties;
-    std::vector<ConnectionInfo> rawConnections;
-    std::vector<PositionInfo> rawPositions;
+    std::vector<PlacedRecord<PropertyInfo>> rawProperties;
+    std::vector<PlacedRecord<ConnectionInfo>> rawConnections;
+    std::vector<PlacedRecord<PositionInfo>> rawPositions;
     std::vector<std::string> notes;
     std::vector<TextProblem> problems;
     /// Of statements with a fault.

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "KelvaneSDK/FileProcessing/TextPlace.h"
+
 namespace KelvaneSDK {
 
 namespace {
@@ -77,6 +79,9 @@ std::size_t numberEnd(std::string_view text, std::size_t at) {
 }
 
 }  // namespace
+
+TextLexer::TextLexer(std::string_view source)
+    : text(source), at(source.starts_with(byteOrderMark) ? byteOrderMark.size() : 0) {}
 
 TextToken TextLexer::make(Kind kind, std::size_t end, std::string content) {
     TextToken token{kind, at, end - at, std::move(content)};

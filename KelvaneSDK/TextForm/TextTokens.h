@@ -29,10 +29,10 @@ struct TextToken {
     bool isWord(std::string_view word) const { return kind == Kind::name && text == word; }
 };
 
-/// Takes a text of valid UTF-8 apart, token by token.
+/// Takes a text of valid UTF-8 apart, token by token. A byte order mark is passed over.
 class TextLexer {
 public:
-    explicit TextLexer(std::string_view source) : text(source) {}
+    explicit TextLexer(std::string_view source);
 
     TextToken next();
     /// The list of numbers that begins at a bracket, as `number` with regular spaces: "(1, 2, 3)".
@@ -48,7 +48,7 @@ private:
     TextToken number();
 
     std::string_view text;
-    std::size_t at = 0;
+    std::size_t at;
 };
 
 /// A name as the text form writes it: bare where it can be, or in back quotes.

@@ -36,6 +36,8 @@ public:
         writeSubdiagrams();
         writeRawRecords();
         writeOrder();
+        // A text of nothing would be no diagram.
+        if (text.empty()) text = "order by target\n";
         return std::move(text);
     }
 

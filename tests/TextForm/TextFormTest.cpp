@@ -251,4 +251,38 @@ TEST(TextForm, FaultsSayWhereWhatAndWhatToDo) {
     EXPECT_EQ(faultText(readText(boxes)), "1024:1: boxes nest too deep here\n");
 }
 
+TEST(TextForm, FindingsStandAtTheirPlacesInTheText) {
+    constexpr std::string_view text = R"(x: Float
+n: Integer [Size = "3"]
+slow = Buffer(-1, Add(x, _))
+twice = Add(x | n, 2) [Color = "pink"]
+lost = Divide(n, 0)
+y: Float = twice
+box Empty {
+}
+box All { slow, box In { #77 },
+  slow })";
+    std::string found;
+    const std::string marked = "\xEF\xBB\xBF" + std::string(text);
+    for (const auto& finding : checkDiagram(marked)) {
+        found += std::to_string(finding.line) + ":" + std::to_string(finding.column) + ": " + findingText(finding) + "\n";
+    }
+    EXPECT_EQ(found, R"(2:13: "n" (Integer): nodes of the class "Input stream" have no property "Size"
+3:1: "slow" (Buffer): the output feeds nothing
+3:19: "slow" (Buffer): the node never runs, because input 1 ("value") waits for Add at 3:19, which never runs
+3:26: Add: input 1 ("b") is not connected, so that the node never runs
+4:17: "twice" (Add): input 0 ("a") is of type "Float", but "n" at 2:1 brings values of type "Integer"; put a node "Float" between them, which converts the values
+4:17: "twice" (Add): input 0 ("a") is fed by "x" at 1:4 already; the value that comes last wins
+4:24: "twice" (Add): no colour is called "pink"
+5:1: "lost" (Divide): the output feeds nothing
+5:18: "lost" (Divide): input 1 ("b") is fixed at 0 by Integer at 5:18; an integer cannot be divided by 0
+7:1: the container "Empty" holds no node; it needs one that provides its output
+9:17: the container "In" holds no node; it needs one that provides its output
+9:26: the container "In" names node 77, which does not exist
+)");
+    Finding own{.pointer = "/connections/1"};
+    placeFindings(std::span(&own, 1), text);
+    EXPECT_EQ(std::pair(own.line, own.column), std::pair(std::size_t{3}, std::size_t{15}));
+}
+
 }  // namespace KelvaneSDK

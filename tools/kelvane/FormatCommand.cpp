@@ -11,18 +11,9 @@ using namespace KelvaneSDK;
 
 namespace {
 
-/// The diagram that a text or a JSON document holds. Its faults are reported, and end the command.
-DiagramData readEitherForm(const std::string& name, std::string_view text) {
-    if (isTextForm(text)) {
-        auto reading = readText(text);
-        for (const auto& fault : reading.faults) {
-            report(name + ":" + std::to_string(fault.line) + ":" + std::to_string(fault.column) + ": " +
-                   printable(withHint(fault.what, fault.remedy)));
-        }
-        if (reading.data) return std::move(*reading.data);
-        throw Failure{ExitStatus::failed, "kelvane: " + name + " is no diagram"};
-    }
-    if (auto data = DiagramData::decode(text)) return std::move(*data);
+/// The diagram that a text holds. Its faults are reported, and end the command.
+DiagramData dataOf(const std::string& name, std::string_view text) {
+    if (auto data = readDiagram(text)) return std::move(*data);
     for (const auto& finding : checkDiagram(text)) report(findingLine(name, finding));
     throw Failure{ExitStatus::failed, "kelvane: " + name + " is no diagram"};
 }
@@ -31,7 +22,7 @@ DiagramData readEitherForm(const std::string& name, std::string_view text) {
 
 int format(const FormatOptions& options) {
     const std::string text = readWholeFile(options.diagram);
-    const auto data = readEitherForm(nameOf(options.diagram), text);
+    const auto data = dataOf(nameOf(options.diagram), text);
     const bool wasText = isTextForm(text);
     const bool becomesText = options.form.empty() ? wasText : options.form == "text";
     if (!becomesText) {

@@ -173,10 +173,13 @@ void DiagramSheet::markMentioned(std::vector<bool>& mentioned) const {
     };
     for (const auto* connection : order) mark(connection->inputNodeId);
     if (document.subdiagrams) {
+        bool hasEverything = false;
         for (const auto& subdiagram : *document.subdiagrams) {
             const bool isEverything =
+                !hasEverything &&
                 std::equal(subdiagram.nodeIds.begin(), subdiagram.nodeIds.end(), document.nodes.begin(),
                            document.nodes.end(), [](auto id, const NodeInfo& node) { return id == node.id; });
+            hasEverything |= isEverything;
             if (isEverything) continue;
             for (const auto id : subdiagram.nodeIds) mark(id);
         }

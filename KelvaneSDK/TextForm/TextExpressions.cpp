@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
+#include "KelvaneSDK/DiagramCheck/FindingList.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/TextForm/TextForm.h"
 
@@ -79,8 +80,7 @@ void ExpressionParser::endOfLine() {
 
 std::int64_t ExpressionParser::integer(std::string_view digits, std::size_t offset) {
     const auto value = parseInteger(digits);
-    if (!value)
-        failAt(offset, "an integer of 64 bits was expected, \"" + std::string(digits) + "\" was found");
+    if (!value) failAt(offset, "an integer of 64 bits was expected, \"" + shortened(digits) + "\" was found");
     return *value;
 }
 
@@ -127,7 +127,7 @@ const NodeClass& ExpressionParser::classOf(NodeCategory category, const std::str
     for (const auto& [name, entry] : registry.classes(category)) names.emplace_back(name);
     auto remedy = nearestNameRemedy(typeName, names);
     if (remedy.empty()) remedy = "`kelvane functions` lists them";
-    failAt(offset, "no function is called " + quotedText(typeName), std::move(remedy));
+    failAt(offset, "no function is called " + quotedText(shortened(typeName)), std::move(remedy));
 }
 
 // What stands for a node in an expression; nodes nested in it come before it.

@@ -72,8 +72,8 @@ std::optional<DiagramData> readDiagram(std::string_view text,
                                        const NodeRegistry& registry = NodeRegistry::library(),
                                        DecodeFailure* failure = nullptr);
 
-/// Reads the text form. Functions and their slots are those of the registry. Memory that runs out is a fault.
-/// Any thread; prints nothing.
+/// Reads the text form. Functions and their slots are those of the registry. Memory that runs out is a fault;
+/// std::bad_alloc is thrown only when there is none even for that. Any thread; prints nothing.
 TextReading readText(std::string_view text, const NodeRegistry& registry = NodeRegistry::library());
 
 /// Writes a document of any kind in the text form, which reads back to a document of the same effect; absent

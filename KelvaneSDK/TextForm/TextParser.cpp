@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "KelvaneSDK/DiagramCheck/FindingList.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/TextForm/TextExpressions.h"
 #include "KelvaneSDK/TextForm/TextForm.h"
@@ -74,7 +75,8 @@ private:
             if (token.is('{') && *name == "order") return beginOrder();
             if (token.is('{') || token.is('[') || token.isName()) return beginGroup(*name, offset);
             if (token.is('('))
-                failAt(offset, "a call stands behind a name and =", "write: name = " + *name + "(...)");
+                failAt(offset,
+                       "a call stands behind a name and =", "write: name = " + shortened(*name) + "(...)");
         }
         nameOfStatement = name;
         std::size_t index = 0;
@@ -181,8 +183,10 @@ private:
                                                      "gray",   "green", "magenta", "orange",       "purple",
                                                      "yellow", "white", "hidden",  "not forwarded"};
         auto remedy = nearestNameRemedy(word.text, words);
-        if (remedy.empty()) remedy = "another property is written " + nameText(word.text) + " = \"...\"";
-        failAt(word.offset, quotedText(word.text) + " is no colour, nor \"hidden\" or \"not forwarded\"",
+        if (remedy.empty())
+            remedy = "another property is written " + nameText(shortened(word.text)) + " = \"...\"";
+        failAt(word.offset,
+               quotedText(shortened(word.text)) + " is no colour, nor \"hidden\" or \"not forwarded\"",
                std::move(remedy));
     }
 
@@ -246,6 +250,9 @@ private:
     void member() {
         const Block block = open.back();
         if (token.is('*') && !block.isOrder) {
+            if (std::exchange(hasEverything, true)) {
+                fail("only one group holds every node as *", "list the nodes here");
+            }
             syntax.groups[block.group].isEverything = true;
             advance();
         } else {
@@ -321,6 +328,8 @@ private:
 
     std::optional<std::string> nameOfStatement;
     std::vector<Block> open;
+    // A short text that says it again and again would be a document of any length.
+    bool hasEverything = false;
 };
 
 }  // namespace

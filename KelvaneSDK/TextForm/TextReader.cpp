@@ -5,6 +5,7 @@
 #include <map>
 #include <unordered_map>
 
+#include "KelvaneSDK/DiagramCheck/FindingList.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
 #include "KelvaneSDK/MemoryGuard.h"
@@ -77,9 +78,10 @@ private:
     const TextNode* only(const Bearers& bearers, const TextReference& reference) {
         const auto& first = syntax.nodes[bearers.first];
         if (bearers.count == 1) return &first;
-        syntax.fault(reference.offset,
-                     std::to_string(bearers.count) + " nodes are called " + quotedText(reference.name),
-                     "say which by its id, such as #" + std::to_string(first.info.id));
+        syntax.fault(
+            reference.offset,
+            std::to_string(bearers.count) + " nodes are called " + quotedText(shortened(reference.name)),
+            "say which by its id, such as #" + std::to_string(first.info.id));
         return nullptr;
     }
 
@@ -97,7 +99,7 @@ private:
         const auto found = sources.find(reference.name);
         if (found != sources.end()) return only(found->second, reference);
         if (syntax.brokenNames.contains(reference.name)) return nullptr;
-        const std::string name = nameText(reference.name);
+        const std::string name = nameText(shortened(reference.name));
         if (outputs.contains(reference.name)) {
             syntax.fault(reference.offset,
                          name + " is a variable output, which gives no values to other nodes",
@@ -106,7 +108,7 @@ private:
             auto remedy = nearest(reference.name, sources, sourceNames);
             if (remedy.empty())
                 remedy = "an input stream is written " + name + ": Type, a call " + name + "(...)";
-            syntax.fault(reference.offset, "nothing is called " + quotedText(reference.name),
+            syntax.fault(reference.offset, "nothing is called " + quotedText(shortened(reference.name)),
                          std::move(remedy));
         }
         return nullptr;
@@ -134,7 +136,8 @@ private:
         if (syntax.brokenNames.contains(reference.name)) return std::nullopt;
         auto remedy = nearest(reference.name, sources, sourceNames);
         if (remedy.empty()) remedy = nearest(reference.name, outputs, outputNames);
-        syntax.fault(reference.offset, "nothing is called " + quotedText(reference.name), std::move(remedy));
+        syntax.fault(reference.offset, "nothing is called " + quotedText(shortened(reference.name)),
+                     std::move(remedy));
         return std::nullopt;
     }
 
@@ -176,9 +179,10 @@ private:
             const auto slot =
                 argument.slot.empty() ? std::optional(position++) : slotNamed(function, argument.slot);
             if (!slot) {
-                syntax.fault(argument.offset,
-                             node.info.typeString + " has no input called " + quotedText(argument.slot),
-                             "it is " + usage);
+                syntax.fault(
+                    argument.offset,
+                    node.info.typeString + " has no input called " + quotedText(shortened(argument.slot)),
+                    "it is " + usage);
             } else if (*slot >= bySlot.size()) {
                 syntax.fault(argument.offset, "this is an input too many", "it is " + usage);
                 return;
@@ -223,14 +227,15 @@ private:
             if (node.category != NodeCategory::Constant) continue;
             if (!typed[i].type) {
                 syntax.fault(node.offset, "the type of this value is not clear",
-                             "write it behind the value: " + *node.value + ": Float array");
+                             "write it behind the value: " + shortened(*node.value) + ": Float array");
                 continue;
             }
             node.info.typeString = typeString(*typed[i].type);
             if (!node.value || node.isValueQuoted || valueFromText(*typed[i].type, *node.value)) continue;
             syntax.fault(
                 node.offset,
-                *node.value + " is no value of the type " + node.info.typeString + ", which is needed here",
+                shortened(*node.value) + " is no value of the type " + node.info.typeString +
+                    ", which is needed here",
                 typed[i].isOpen ? "convert what it is used with, or say a type behind the value" : "");
         }
     }
@@ -416,9 +421,9 @@ std::optional<DiagramData> readDiagram(std::string_view text, const NodeRegistry
 }
 
 TextReading readText(std::string_view text, const NodeRegistry& registry) {
-    auto reading = withinMemory([&] { return read(text, registry); });
-    if (reading) return std::move(*reading);
-    return {{}, {}, {{1, 1, outOfMemoryReason}}};
+    // Made before the work, since there may be no memory for it afterwards.
+    TextReading outOfMemory{{}, {}, {{1, 1, outOfMemoryReason}}};
+    return withinMemory([&] { return read(text, registry); }).value_or(std::move(outOfMemory));
 }
 
 }  // namespace KelvaneSDK

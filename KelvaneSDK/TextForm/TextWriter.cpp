@@ -232,14 +232,16 @@ private:
 
     void writeSubdiagrams() {
         if (!document.subdiagrams) return;
+        bool hasEverything = false;
         for (const auto& subdiagram : *document.subdiagrams) {
             separate();
             text += "subdiagram " + nameText(subdiagram.description) + " {";
             const auto& ids = subdiagram.nodeIds;
             const bool isEverything =
-                !ids.empty() &&
+                !ids.empty() && !hasEverything &&
                 std::equal(ids.begin(), ids.end(), document.nodes.begin(), document.nodes.end(),
                            [](auto id, const NodeInfo& node) { return id == node.id; });
+            hasEverything |= isEverything;
             text += isEverything ? " * " : "\n";
             if (!isEverything) writeMembers(ids, 1);
             text += "}\n";

@@ -6,64 +6,11 @@
 
 #include "../fuzz/AnyDiagram.h"
 #include "KelvaneSDK/KelvaneSDK.h"
+#include "support/NormalisedDiagram.h"
 
 namespace KelvaneSDK {
 
 namespace {
-
-const NodeInfo* nodeOf(const DiagramInfo& info, std::int64_t id) {
-    const auto found = std::find_if(info.nodes.begin(), info.nodes.end(), [&](const auto& node) { return node.id == id; });
-    return found == info.nodes.end() ? nullptr : &*found;
-}
-
-// What makes no difference to a diagram is made equal: the order of what is said about different nodes, and of different
-// properties of one; properties that say what a node has anyway; positions that are replaced; empty lists.
-DiagramInfo normalised(DiagramInfo info) {
-    const auto count = [&](const PropertyInfo& property) {
-        return std::count_if(info.properties.begin(), info.properties.end(),
-                             [&](const auto& other) { return other.id == property.id && other.propertyString == property.propertyString; });
-    };
-    std::vector<PropertyInfo> kept;
-    for (const auto& property : info.properties) {
-        const auto* node = nodeOf(info, property.id);
-        const auto says = [&](const char* name, std::string_view value) {
-            return property.propertyString == name && property.valueString == value && count(property) == 1;
-        };
-        if (node == nullptr || !(says("Description", node->typeString) || (says("Forwarding", "true") && node->classString == "Input stream") ||
-                                 (says("Hidden", "false") && node->classString == "Variable output"))) {
-            kept.push_back(property);
-        }
-    }
-    const auto place = [&](const PropertyInfo& property) {
-        const auto* names = property.propertyString == "Description" ? "0" : property.propertyString == "OutputValue" ? "1" : "2";
-        return std::pair(property.id, count(property) == 1 ? names : "2");
-    };
-    std::stable_sort(kept.begin(), kept.end(), [&](const auto& a, const auto& b) { return place(a) < place(b); });
-    info.properties = kept;
-    std::map<std::int64_t, PositionInfo> last;
-    for (const auto& position : info.positions) last[position.id] = position;
-    info.positions.clear();
-    for (const auto& [id, position] : last) info.positions.push_back(position);
-    const auto dropEmpty = [](auto& list) {
-        if (list && list->empty()) list.reset();
-    };
-    dropEmpty(info.manualLines);
-    dropEmpty(info.subdiagrams);
-    dropEmpty(info.containers);
-    std::vector<ContainerInfo*> open;
-    for (auto* list : {&info.containers}) {
-        if (*list)
-            for (auto& box : **list) open.push_back(&box);
-    }
-    while (!open.empty()) {
-        auto* box = open.back();
-        open.pop_back();
-        dropEmpty(box->containers);
-        if (box->containers)
-            for (auto& inner : *box->containers) open.push_back(&inner);
-    }
-    return info;
-}
 
 std::string faultText(const TextReading& reading) {
     std::string text;
@@ -79,7 +26,7 @@ void expectRoundTrip(const DiagramInfo& info) {
     ASSERT_TRUE(text);
     const auto reading = readText(*text);
     ASSERT_TRUE(reading.data) << *text << faultText(reading);
-    const auto &found = normalised(reading.data->info), &expected = normalised(info);
+    const auto &found = testing_support::normalised(reading.data->info), &expected = testing_support::normalised(info);
     EXPECT_EQ(found, expected) << *text << DiagramData{found}.encode() << DiagramData{expected}.encode();
     EXPECT_EQ(writeText(*reading.data), *text);
     // Good order is a fixed point, and changes nothing.
@@ -240,6 +187,7 @@ TEST(TextForm, FaultsSayWhereWhatAndWhatToDo) {
          "1:1: a name was expected, \"7\" was found; a line begins with the name of a stream, a node or an output\n"
          "2:1: \"~\" has no meaning here\n"},
         {"box a {", "1:7: this { is never closed; write } behind the last member\n"},
+        {"a: Float\nbox b { * }\nsubdiagram c { * }", "3:16: only one group holds every node as *; list the nodes here\n"},
         {"order { a.b }", "1:9: nothing is called \"a\"\n"},
         {"x: Float\n\xff", "2:1: this line is not UTF-8; save the text as UTF-8\n"},
     };

@@ -74,7 +74,7 @@ def runs():
         "broken.jsonl: 2 invalid lines were skipped\n")
     wrongType = "ERROR: trying to set input stream 'x' with wrong type!\n"
     row("run sum.json --no-inputs", 1, "", 2 * wrongType, update(1, '"integerValue":1') + update(2, '"booleanValue":true'))
-    row("run escape.json", 1, update(1, '"floatValue":0', "red\\u001b[31m"),
+    row("run escape.kelvane", 1, update(1, '"floatValue":0', "red\\u001b[31m"),
         "ERROR: trying to set input stream 'red\\x1b[31m' with wrong type!\n", update(1, '"integerValue":1', "red\\u001b[31m"))
     row("run bad-constant.json walk.jsonl --no-inputs --set offset=10", 1, walkSums, badConstant)
     row("run unknown-id.json", 1, "", f"{unknownId}kelvane: unknown-id.json cannot be evaluated\n")
@@ -119,7 +119,7 @@ Manual
   Adds the offset to x.
 """
     row("info sum.json", 0, info)
-    expect("a label in JSON", '"label": "red\\u001b[31m",' in run("info", "escape.json", "--json")[1], True)
+    expect("a label in JSON", '"label": "red\\u001b[31m",' in run("info", "escape.kelvane", "--json")[1], True)
     row("functions 'Vector length'", 0, """\
 Vector
   Vector length(v: Vector) -> Float
@@ -208,13 +208,9 @@ def files(folder):
     expect("a file of an interrupted run", (finish(tool), file.read_text(), len(os.listdir(folder))),
            ((143, "", f"kelvane: interrupted; {file} was not written\n"), walkResults, before))
     sums = [update(second, f'"integerValue":{value}', name) for second, value, name in ((0, -1, "n"), (0.25, 1, "n"), (0, 2**63 - 2, "sum"))]
-    expect("a run that stops", (run("run", "overflow.json", "--no-inputs", "-o", file, input=sums[0] + sums[1]), file.read_text()),
-           ((1, "", 'kelvane: overflow.json stopped in batch 2 at timestamp 0.25: node 2 ("Add", "total"): an integer addition overflows 64 bits\n'),
+    expect("a run that stops", (run("run", "overflow.kelvane", "--no-inputs", "-o", file, input=sums[0] + sums[1]), file.read_text()),
+           ((1, "", 'kelvane: overflow.kelvane stopped in batch 2 at timestamp 0.25: overflow.kelvane:3:1: node 3 ("Add", "total"): an integer addition overflows 64 bits\n'),
             sums[2]))
-    text = folder / "overflow.kelvane"
-    text.write_text("n: Integer\ntotal = Add(n, 9223372036854775807)\nsum: Integer = total\n")
-    expect("a text that stops", run("run", text, "--no-inputs", input=sums[1]),
-           (1, "", f'kelvane: {text} stopped in batch 2 at timestamp 0.25: {text}:2:1: node 3 ("Add", "total"): an integer addition overflows 64 bits\n'))
     recording.write_text(x1)
     with recording.open("a") as end:
         expect("results behind the recording", (run("run", "sum.json", recording, output=end), recording.read_text()),
@@ -236,7 +232,7 @@ def streams():
         results = tool.stdout.readline() + tool.stdout.readline()
         tool.send_signal(number)
         expect(f"signal {number}", (results, finish(tool)), (firstResult, (128 + number, "", "")))
-    tool = start("run", "overflow.json")
+    tool = start("run", "overflow.kelvane")
     tool.stdin.write(update(0, '"integerValue":-1', "n") + update(1, '"integerValue":1', "n") + x2)
     tool.stdin.flush()
     expect("a stop while the recording goes on", tool.wait(100), 1)
@@ -279,12 +275,12 @@ def manyRecordings(folder):
     pipe.write_text(x1)
     expect("results that wait in a file", finish(tool)[:2] == (0, firstResult + alone[0]), True)
     smoothing = DATA.parents[2] / "examples/smoothing"
-    expect("a fresh start", run("run", smoothing / "diagram.json", *3 * [smoothing / "recording.jsonl"], "-j", "2")[:2],
+    expect("a fresh start", run("run", smoothing / "diagram.kelvane", *3 * [smoothing / "recording.jsonl"], "-j", "2")[:2],
            (0, 3 * (smoothing / "expected.jsonl").read_text()))
     stop = folder / "stop"
     stop.write_text(update(0, '"integerValue":-1', "n") + update(0.25, '"integerValue":1', "n"))
-    status, output, messages = run("run", "overflow.json", stop, stop, "--no-inputs")
-    expect("a stop, and on", (status, output, messages.count(f"stopped in batch 2 of {stop} at timestamp 0.25: node 2")),
+    status, output, messages = run("run", "overflow.kelvane", stop, stop, "--no-inputs")
+    expect("a stop, and on", (status, output, messages.count(f"stopped in batch 2 of {stop} at timestamp 0.25: overflow.kelvane:3:1: node 3")),
            (1, 2 * update(0, f'"integerValue":{2**63 - 2}', "sum"), 2))
 
     for path in long, broken, integer, walk:

@@ -303,7 +303,9 @@ private:
 }  // namespace
 
 std::optional<std::string> writeText(const DiagramData& data, const NodeRegistry& registry) {
-    return withinMemory([&] { return Writer(data.info, registry).write(); });
+    // Long lines are broken as they are in any text.
+    return withinMemory([&] { return formatText(Writer(data.info, registry).write()); })
+        .value_or(std::nullopt);
 }
 
 }  // namespace KelvaneSDK

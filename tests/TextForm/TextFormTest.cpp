@@ -161,6 +161,26 @@ subdiagram `[0]` { * }
     EXPECT_EQ(writeText(*reading.data), text);
 }
 
+TEST(TextForm, LongLinesAreBrokenInTheOutermostBrackets) {
+    std::string text = "x: Float\ny = Switch(Larger(x, 100), Moving averager(10, x), ";
+    for (int i = 0; i < 4; ++i) text += "Add(Multiply(x, 12345678901), ";
+    text += "x" + std::string(4, ')') + ") [red, Speed = \"" + std::string(110, '7') + "\"] // note\nbox B { x";
+    for (int i = 0; i < 50; ++i) text += ", x";
+    constexpr std::string_view broken = R"(x: Float
+y = Switch(Larger(x, 100), Moving averager(10, x),
+    Add(Multiply(x, 12345678901),
+        Add(Multiply(x, 12345678901), Add(Multiply(x, 12345678901), Add(Multiply(x, 12345678901), x))))) [
+    red,
+    Speed = "77777777777777777777777777777777777777777777777777777777777777777777777777777777777777777777777777777777777777"]  // note
+box B { x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x,
+    x, x, x, x, x, x, x, x, x, x, x, x, x, x }
+)";
+    EXPECT_EQ(formatText(text + " }"), broken);
+    EXPECT_EQ(formatText(broken), broken);
+    const auto reading = readText(text + " }"), again = readText(broken);
+    EXPECT_TRUE(reading.data && again.data && reading.data->info == again.data->info) << faultText(again);
+}
+
 TEST(TextForm, FaultsSayWhereWhatAndWhatToDo) {
     const struct {
         const char *text, *faults;

@@ -29,7 +29,7 @@ void addRepeatable(CLI::App& command, const char* name, std::vector<std::string>
 
 void addRun(CLI::App& app, RunOptions& options, int& status) {
     auto& command = addCommand(app, "run", "Replay a recording through a diagram", options, status, run);
-    command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
+    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
     command
         .add_option(
             "RECORDING", options.recordings,
@@ -78,7 +78,7 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
 
 void addCheck(CLI::App& app, CheckOptions& options, int& status) {
     auto& command = addCommand(app, "check", "Report what is wrong in diagrams", options, status, check);
-    command.add_option("DIAGRAM", options.diagrams, "The diagram documents")->type_name("");
+    command.add_option("DIAGRAM", options.diagrams, "The diagrams, as text or JSON")->type_name("");
     command.add_option("--recording", options.recording, "Compare the input streams with this recording's")
         ->type_name("RECORDING");
     command.add_flag("--json", options.asJson, "Write JSON");
@@ -89,14 +89,14 @@ void addCheck(CLI::App& app, CheckOptions& options, int& status) {
 void addInfo(CLI::App& app, InfoOptions& options, int& status) {
     auto& command = addCommand(app, "info", "List a diagram's streams, outputs, constants and functions",
                                options, status, info);
-    command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
+    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
     command.add_flag("--json", options.asJson, "Write JSON");
 }
 
 void addExport(CLI::App& app, ExportOptions& options, int& status) {
     auto& command = addCommand(app, "export", "Write a diagram as the engine understands it, renumbered",
                                options, status, exportDiagram);
-    command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
+    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
 }
 
 void addFormat(CLI::App& app, FormatOptions& options, int& status) {

@@ -34,6 +34,11 @@ std::string ExpressionParser::found() const {
 void ExpressionParser::advance() {
     for (;;) {
         token = lexer.next();
+        if (++tokens > mostTextTokens) {
+            token.kind = Kind::end;
+            fail("the text is too long: it has more than " + std::to_string(mostTextTokens) +
+                 " names, values and signs");
+        }
         if (token.kind == Kind::comment) {
             if (token.text.starts_with(' ')) token.text.erase(0, 1);
             syntax.notes.push_back(std::move(token.text));

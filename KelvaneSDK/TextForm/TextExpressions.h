@@ -55,7 +55,7 @@ private:
     std::string_view text;
     const NodeRegistry& registry;
     TextLexer lexer;
-    std::size_t brackets = 0;
+    std::size_t brackets = 0, tokens = 0;
 };
 
 }  // namespace KelvaneSDK

@@ -109,6 +109,10 @@ struct TextSyntax {
     }
 };
 
+/// A text is read up to so many names, values, signs and line breaks: a value of one letter is a node, which
+/// takes hundreds of bytes.
+inline constexpr std::size_t mostTextTokens = std::size_t{1} << 24;
+
 /// Takes a text of valid UTF-8 apart. After a fault it goes on with the next line.
 TextSyntax parseText(std::string_view text, const NodeRegistry& registry);
 

@@ -217,6 +217,8 @@ TEST(TextForm, FaultsSayWhereWhatAndWhatToDo) {
     for (std::size_t i = 0; i <= maximumBoxDepth; ++i) boxes += "box a {\n";
     EXPECT_EQ(faultText(readText(deep)), "1:265: calls nest too deep here; give a part a name of its own\n");
     EXPECT_EQ(faultText(readText(boxes)), "1024:1: boxes nest too deep here\n");
+    EXPECT_EQ(faultText(readText(std::string(1 << 24, '\n') + "a")),
+              "16777217:1: the text is too long: it has more than 16777216 names, values and signs\n");
 }
 
 TEST(TextForm, FindingsStandAtTheirPlacesInTheText) {

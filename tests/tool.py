@@ -2,6 +2,7 @@
 
 import contextlib
 import os
+import re
 import resource
 import shlex
 import shutil
@@ -144,6 +145,8 @@ Basic
     row("check -", 1, 'standard input:2:10: "y" (Float): input 0 ("value") is of type "Float", but Not at 2:10 brings values of type "Boolean"\n'
         "1 diagram checked: 1 error, 0 warnings\n", input="x: Boolean\ny: Float=Not(x)")
     row("run - walk.jsonl", *run("run", "sum.json", "walk.jsonl"), input=text[1])
+    shown = re.search(r"((?:    .*\n)*    heart rate: Float = .*\n)", (DATA.parents[2] / "README.md").read_text())[1]
+    row("check - --strict", 0, "1 diagram checked: 0 errors, 0 warnings\n", input=shown)
     row("fmt -", 1, "", 'standard input:1:4: a value type was expected, "Flaot" was found; did you mean "Float"?\nkelvane: standard input is no diagram\n',
         input="x: Flaot")
 

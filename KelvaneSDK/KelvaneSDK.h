@@ -7,3 +7,4 @@
 #include "KelvaneSDK/FileProcessing/JsonWriter.h"
 #include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/Kelvane/Kelvane.h"
+#include "KelvaneSDK/TextForm/TextForm.h"

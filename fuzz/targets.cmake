@@ -1,10 +1,11 @@
 # The fuzz targets, as programs for libFuzzer (CMakeLists.txt) and as tests that replay inputs (tests/CMakeLists.txt).
 set(kelvane_fuzz_folder ${CMAKE_CURRENT_LIST_DIR})
-set(kelvane_fuzz_targets diagram document recording sweep text)
+set(kelvane_fuzz_targets diagram document recording sweep text textform)
 
 if(NOT TARGET kelvane_fuzz_support)
     add_library(kelvane_fuzz_support OBJECT EXCLUDE_FROM_ALL
-        ${kelvane_fuzz_folder}/AnyDiagram.cpp ${PROJECT_SOURCE_DIR}/tests/support/PlainEngine.cpp)
+        ${kelvane_fuzz_folder}/AnyDiagram.cpp ${PROJECT_SOURCE_DIR}/tests/support/NormalisedDiagram.cpp
+        ${PROJECT_SOURCE_DIR}/tests/support/PlainEngine.cpp)
     target_include_directories(kelvane_fuzz_support PUBLIC ${PROJECT_SOURCE_DIR}/tests)
     target_link_libraries(kelvane_fuzz_support PUBLIC KelvaneSDK PRIVATE kelvane_warnings)
 endif()

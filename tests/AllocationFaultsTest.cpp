@@ -101,9 +101,9 @@ Outputs resultsOfSound() {
 }  // namespace
 
 TEST_F(AllocationFaultsTest, ADiagramIsReadWholeOrNotAtAll) {
-    const auto text = largeDocument().text();
     const auto expected = resultsOfSound();
-    for (const bool replace : {true, false}) {
+    const auto document = largeDocument();
+    for (const auto& [text, replace] : {std::pair(document.text(), true), {document.text(), false}, {*writeText(document.data), true}}) {
         atEveryAllocation([] { return std::make_unique<Loaded>(); }, [&](Loaded& engine) { return engine.read(text, replace); },
                           [&](Loaded& engine, bool succeeded) {
                               EXPECT_EQ(succeeded, errorLines == 0);
@@ -187,6 +187,30 @@ TEST_F(AllocationFaultsTest, TextsAndListsAreWholeOrEmpty) {
     expectWholeOr(std::size_t{0}, [&] { return engine.getConstants().size(); });
 }
 
+TEST_F(AllocationFaultsTest, ATextIsReadAndWrittenWholeOrNotAtAll) {
+    const auto data = largeDocument().data;
+    const auto text = *writeText(data);
+    const auto sound = readText(text).data->info;
+    atEveryAllocation([] { return std::make_unique<int>(); }, [&](int&) { return std::pair(writeText(data), formatText(text)); },
+                      [&](int&, const auto& texts) {
+                          EXPECT_TRUE(!texts.first || texts.first == text);
+                          EXPECT_TRUE(!texts.second || texts.second == text);
+                      });
+    const auto read = [&](int&) {
+        try {
+            return readText(text);
+        } catch (const std::bad_alloc&) {
+            // Not even the fault could be made.
+            return TextReading();
+        }
+    };
+    atEveryAllocation([] { return std::make_unique<int>(); }, read,
+                      [&](int&, const TextReading& reading) {
+                          EXPECT_TRUE(!reading.data || reading.data->info == sound);
+                          EXPECT_TRUE(reading.data || reading.faults.empty() || reading.faults[0].what == "out of memory");
+                      });
+}
+
 TEST_F(AllocationFaultsTest, ACheckReturnsAllFindingsOrThatMemoryRanOut) {
     auto document = largeDocument();
     document.connect(document.function("Add"), document.function("Subtract"), 7);
@@ -194,7 +218,8 @@ TEST_F(AllocationFaultsTest, ACheckReturnsAllFindingsOrThatMemoryRanOut) {
     document.connect(99, 98);
     auto ring = DiagramDocument::chain("Add");
     ring.connect(2, 2, 1);
-    for (const std::string& text : {document.text(), ring.text(), std::string("{\"nodes\":[{}]}"), std::string("{")}) {
+    for (const std::string& text : {document.text(), ring.text(), std::string("{\"nodes\":[{}]}"), std::string("{"), *writeText(document.data),
+                                    std::string("a = Nott(b)\n~")}) {
         const auto expected = checkDiagram(text);
         const auto check = [&](int&) {
             try {

@@ -2,6 +2,7 @@
 
 import contextlib
 import os
+import re
 import resource
 import shlex
 import shutil
@@ -74,7 +75,7 @@ def runs():
         "broken.jsonl: 2 invalid lines were skipped\n")
     wrongType = "ERROR: trying to set input stream 'x' with wrong type!\n"
     row("run sum.json --no-inputs", 1, "", 2 * wrongType, update(1, '"integerValue":1') + update(2, '"booleanValue":true'))
-    row("run escape.json", 1, update(1, '"floatValue":0', "red\\u001b[31m"),
+    row("run escape.kelvane", 1, update(1, '"floatValue":0', "red\\u001b[31m"),
         "ERROR: trying to set input stream 'red\\x1b[31m' with wrong type!\n", update(1, '"integerValue":1', "red\\u001b[31m"))
     row("run bad-constant.json walk.jsonl --no-inputs --set offset=10", 1, walkSums, badConstant)
     row("run unknown-id.json", 1, "", f"{unknownId}kelvane: unknown-id.json cannot be evaluated\n")
@@ -89,18 +90,18 @@ def checks():
         f"{unknownId}{badConstant}3 diagrams checked: 2 errors, 0 warnings\n", "kelvane: cannot read none.json: No such file or directory\n")
     row("check misspelt.json --recording walk.jsonl", 1, misspelt + """\
 misspelt.json:5: warning: nodes[2]: node 2 ("Float", "mean"): input 0 ("value") is not connected, so that the node never runs
-misspelt.json: warning: nodes[0]: node 0 ("Float", "Speed"): the recording gives no values for this input stream; did you mean "speed"?
+misspelt.json:3: warning: nodes[0]: node 0 ("Float", "Speed"): the recording gives no values for this input stream; did you mean "speed"?
 misspelt.json: warning: the document: no input stream takes the recorded values "speed"; did you mean "Speed"?
 misspelt.json: warning: the document: no input stream takes the recorded values "x"
 1 diagram checked: 1 error, 4 warnings
 """)
     row("check sum.json --recording -", 1, """\
-sum.json: nodes[0]: node 0 ("Float", "x"): the recording gives 2 values of type Integer, the first at timestamp 2.0; Float was expected
+sum.json:3: nodes[0]: node 0 ("Float", "x"): the recording gives 2 values of type Integer, the first at timestamp 2.0; Float was expected
 1 diagram checked: 1 error, 0 warnings
 """, "", x1 + update(2, '"integerValue":1') + update(3, '"integerValue":1'))
     row("check sum.json --recording -", 1, f"standard input:{invalid}; the rest was not read\n1 diagram checked: 1 error, 0 warnings\n", "", x1 + wrong)
     row("check sum.json --recording - --strict", 1, """\
-sum.json: warning: nodes[0]: node 0 ("Float", "x"): the recording gives no values for this input stream
+sum.json:3: warning: nodes[0]: node 0 ("Float", "x"): the recording gives no values for this input stream
 1 diagram checked: 0 errors, 1 warning
 """)
 
@@ -119,7 +120,7 @@ Manual
   Adds the offset to x.
 """
     row("info sum.json", 0, info)
-    expect("a label in JSON", '"label": "red\\u001b[31m",' in run("info", "escape.json", "--json")[1], True)
+    expect("a label in JSON", '"label": "red\\u001b[31m",' in run("info", "escape.kelvane", "--json")[1], True)
     row("functions 'Vector length'", 0, """\
 Vector
   Vector length(v: Vector) -> Float
@@ -138,6 +139,16 @@ Basic
     exported = run("export", "sum.json")
     row("export -", *exported, input=exported[1])
     row("info -", 0, info, input=exported[1])
+    text = run("fmt", "--to", "text", "sum.json")
+    row("fmt -", *text, input=text[1].replace(", ", " ,  "))
+    row("run - walk.jsonl", 0, walkResults, input=run("fmt", "--to", "json", "-", input=text[1])[1])
+    row("check -", 1, 'standard input:2:10: "y" (Float): input 0 ("value") is of type "Float", but Not at 2:10 brings values of type "Boolean"\n'
+        "1 diagram checked: 1 error, 0 warnings\n", input="x: Boolean\ny: Float=Not(x)")
+    row("run - walk.jsonl", *run("run", "sum.json", "walk.jsonl"), input=text[1])
+    shown = re.search(r"((?:    .*\n)*    heart rate: Float = .*\n)", (DATA.parents[2] / "README.md").read_text())[1]
+    row("check - --strict", 0, "1 diagram checked: 0 errors, 0 warnings\n", input=shown)
+    row("fmt -", 1, "", 'standard input:1:4: a value type was expected, "Flaot" was found; did you mean "Float"?\nkelvane: standard input is no diagram\n',
+        input="x: Flaot")
 
 
 def usage():
@@ -203,8 +214,8 @@ def files(folder):
     expect("a file of an interrupted run", (finish(tool), file.read_text(), len(os.listdir(folder))),
            ((143, "", f"kelvane: interrupted; {file} was not written\n"), walkResults, before))
     sums = [update(second, f'"integerValue":{value}', name) for second, value, name in ((0, -1, "n"), (0.25, 1, "n"), (0, 2**63 - 2, "sum"))]
-    expect("a run that stops", (run("run", "overflow.json", "--no-inputs", "-o", file, input=sums[0] + sums[1]), file.read_text()),
-           ((1, "", 'kelvane: overflow.json stopped in batch 2 at timestamp 0.25: node 2 ("Add", "total"): an integer addition overflows 64 bits\n'),
+    expect("a run that stops", (run("run", "overflow.kelvane", "--no-inputs", "-o", file, input=sums[0] + sums[1]), file.read_text()),
+           ((1, "", 'kelvane: overflow.kelvane stopped in batch 2 at timestamp 0.25: overflow.kelvane:3:1: node 3 ("Add", "total"): an integer addition overflows 64 bits\n'),
             sums[2]))
     recording.write_text(x1)
     with recording.open("a") as end:
@@ -227,7 +238,7 @@ def streams():
         results = tool.stdout.readline() + tool.stdout.readline()
         tool.send_signal(number)
         expect(f"signal {number}", (results, finish(tool)), (firstResult, (128 + number, "", "")))
-    tool = start("run", "overflow.json")
+    tool = start("run", "overflow.kelvane")
     tool.stdin.write(update(0, '"integerValue":-1', "n") + update(1, '"integerValue":1', "n") + x2)
     tool.stdin.flush()
     expect("a stop while the recording goes on", tool.wait(100), 1)
@@ -270,12 +281,12 @@ def manyRecordings(folder):
     pipe.write_text(x1)
     expect("results that wait in a file", finish(tool)[:2] == (0, firstResult + alone[0]), True)
     smoothing = DATA.parents[2] / "examples/smoothing"
-    expect("a fresh start", run("run", smoothing / "diagram.json", *3 * [smoothing / "recording.jsonl"], "-j", "2")[:2],
+    expect("a fresh start", run("run", smoothing / "diagram.kelvane", *3 * [smoothing / "recording.jsonl"], "-j", "2")[:2],
            (0, 3 * (smoothing / "expected.jsonl").read_text()))
     stop = folder / "stop"
     stop.write_text(update(0, '"integerValue":-1', "n") + update(0.25, '"integerValue":1', "n"))
-    status, output, messages = run("run", "overflow.json", stop, stop, "--no-inputs")
-    expect("a stop, and on", (status, output, messages.count(f"stopped in batch 2 of {stop} at timestamp 0.25: node 2")),
+    status, output, messages = run("run", "overflow.kelvane", stop, stop, "--no-inputs")
+    expect("a stop, and on", (status, output, messages.count(f"stopped in batch 2 of {stop} at timestamp 0.25: overflow.kelvane:3:1: node 3")),
            (1, 2 * update(0, f'"integerValue":{2**63 - 2}', "sum"), 2))
 
     for path in long, broken, integer, walk:

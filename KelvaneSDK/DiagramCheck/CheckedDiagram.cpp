@@ -16,9 +16,18 @@ std::string CheckedNode::inputName(std::size_t input) const {
 }
 
 std::string CheckedNode::name() const {
+    if (place.line > 0) {
+        return (label == record->typeString ? shortened(label) : quoted(label)) + " at " +
+               std::to_string(place.line) + ":" + std::to_string(place.column);
+    }
     std::string text = "node " + std::to_string(record->id) + " (" + quoted(record->typeString);
     if (label != record->typeString) text += ", " + quoted(label);
     return text + ")";
+}
+
+CheckedDiagram::CheckedDiagram(const DiagramInfo& document, std::span<const TextPlace> places)
+    : info(document), nodes(document.nodes.size()) {
+    for (std::size_t i = 0; i < places.size(); ++i) nodes[i].place = places[i];
 }
 
 void CheckedDiagram::index() {

@@ -9,6 +9,7 @@
 
 #include "KelvaneSDK/Declaration.h"
 #include "KelvaneSDK/DiagramData.h"
+#include "KelvaneSDK/FileProcessing/TextPlace.h"
 #include "KelvaneSDK/Node.h"
 
 namespace KelvaneSDK {
@@ -23,6 +24,8 @@ struct CheckedNode {
     const NodeInfo* record = nullptr;
     /// The last "Description", or the type; points into the document.
     std::string_view label;
+    /// Where it stands in the text form; line 0 where the document is none.
+    TextPlace place = {0, 0};
     /// Null when the document names no known class.
     std::unique_ptr<Node> node;
     NodeCategory category{};
@@ -39,7 +42,8 @@ struct CheckedNode {
     std::optional<ValueClass> outputClass() const;
     /// `input 1 ("b")`.
     std::string inputName(std::size_t input) const;
-    /// `node 7 ("Add", "sum")`, the label left out where it says nothing beyond the type.
+    /// `node 7 ("Add", "sum")`, the label left out where it says nothing beyond the type; in the text form,
+    /// where ids are not seen, `"sum" at 3:1` or `Add at 3:7`.
     std::string name() const;
 };
 
@@ -55,7 +59,8 @@ struct Wire {
 /// A document's nodes, made and connected in the steps of the engine, but for the steps that would stop it.
 class CheckedDiagram {
 public:
-    explicit CheckedDiagram(const DiagramInfo& document) : info(document), nodes(document.nodes.size()) {}
+    /// `places` are those of the nodes, where the document is in the text form.
+    explicit CheckedDiagram(const DiagramInfo& document, std::span<const TextPlace> places = {});
 
     NodeIndex size() const { return static_cast<NodeIndex>(nodes.size()); }
     CheckedNode& operator[](NodeIndex index) { return nodes[index]; }

@@ -4,6 +4,7 @@
 #include "KelvaneSDK/DiagramCheck/FindingList.h"
 #include "KelvaneSDK/DiagramCheck/WiringReading.h"
 #include "KelvaneSDK/Operation.h"
+#include "KelvaneSDK/TextForm/TextForm.h"
 
 namespace KelvaneSDK {
 
@@ -30,6 +31,11 @@ struct CheckedDocument {
 };
 /// checkDiagram() that keeps what it has decoded.
 CheckedDocument decodeAndCheck(std::string_view text, const NodeRegistry& registry);
+
+/// Sorts findings, which have pointers, by their places in a JSON text, or in the text form with the offsets
+/// of its records.
+void placeInJson(std::vector<Finding>& findings, std::string_view text);
+void placeInText(std::vector<Finding>& findings, std::string_view text, const TextOffsets& offsets);
 
 /// The key of an object that a missing key may be a misspelling of: `did you mean ...`; empty where none is
 /// near.

@@ -8,6 +8,7 @@ namespace {
 
 constexpr const char* orderHint =
     "list it behind a connection that gives one of the nodes its type, or give one an outputType";
+constexpr const char* typeHint = "say the type behind one of the calls, as in Add(a, b): Float";
 
 std::string inputsOf(std::size_t count) {
     if (count == 1) return "only input 0";
@@ -80,15 +81,16 @@ private:
 
         diagram.markUnfed(to, input);
         const std::string slot = target.inputName(input);
-        const auto report = [&](Code code, std::string message, const char* hint = "") {
+        const char* const hint = target.place.line > 0 ? typeHint : orderHint;
+        const auto report = [&](Code code, std::string message, const char* remedy = "") {
             findings.add(code, at(row), std::move(message),
-                         {.about = &target, .subject = slot, .hint = hint});
+                         {.about = &target, .subject = slot, .hint = remedy});
         };
         if (isLost) {
             return report("connection-lost",
                           slot + " gets nothing from " + diagram[from].name() +
                               ", because neither end has a type yet when this connection is made",
-                          orderHint);
+                          hint);
         }
         diagram[from].lacksReader = true;
         if (!outputBefore) {
@@ -101,7 +103,7 @@ private:
                    slot + " is of type " + quoted(typeString(slotBefore)) + " and the output of " +
                        diagram[from].name() + " of type " + quoted(typeString(*outputBefore)) +
                        "; neither can take its type from the other",
-                   orderHint);
+                   hint);
         } else {
             report("building-stops", "the program would stop here: " + shortened(outcome.stop->text));
         }

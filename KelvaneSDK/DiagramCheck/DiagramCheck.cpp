@@ -38,22 +38,17 @@ Finding undecodable(std::string_view text, const DecodeFailure& failure) {
     return finding;
 }
 
-// Sorts by the place in the text, which need not list its arrays in the record's order.
-std::vector<Finding> placed(std::vector<Finding> findings, std::string_view text) {
-    if (findings.empty()) return findings;
-    std::vector<std::string> pointers;
-    for (const auto& finding : findings) pointers.push_back(finding.pointer);
-    auto offsets = offsetsOf(pointers, text);
-    // What is not listed comes last.
-    if (findings.back().code == Code("more-findings")->code) offsets.back() = text.size();
-    for (std::size_t i = 0; i < findings.size(); ++i) findings[i].column = offsets[i];
-    std::stable_sort(findings.begin(), findings.end(),
-                     [](const Finding& a, const Finding& b) { return a.column < b.column; });
-    std::sort(offsets.begin(), offsets.end());
-    const auto places = placesOf(offsets, text);
-    for (std::size_t i = 0; i < findings.size(); ++i) {
-        findings[i].line = places[i].line;
-        findings[i].column = places[i].column;
+// A text that is no diagram.
+std::vector<Finding> unreadable(const TextReading& reading) {
+    std::vector<Finding> findings;
+    for (const auto& [line, column, what, remedy] : reading.faults) {
+        Finding finding = findingOf("undecodable");
+        finding.line = line;
+        finding.column = column;
+        finding.isInText = true;
+        finding.message = what;
+        finding.hint = remedy;
+        findings.push_back(std::move(finding));
     }
     return findings;
 }
@@ -78,19 +73,37 @@ std::string pathText(std::string_view pointer) {
     return path;
 }
 
-// With the text, its keys are checked, too.
-std::vector<Finding> findingsIn(const DiagramInfo& info, const NodeRegistry& registry,
-                                std::optional<std::string_view> text) {
-    FindingList findings;
-    CheckedDiagram diagram(info);
+std::vector<Finding> findingsIn(CheckedDiagram&& diagram, const NodeRegistry& registry,
+                                FindingList findings = {}) {
     checkNodes(diagram, registry, findings);
     checkConnections(diagram, findings);
     checkGroups(diagram, findings);
     const WiringReading reading(diagram);
     checkWires(diagram, registry, reading, findings);
     checkRings(diagram, reading, findings);
-    if (text) checkKeys(*text, findings);
     return std::move(findings).inDocumentOrder();
+}
+
+CheckedDocument checkedJson(std::string_view text, const NodeRegistry& registry) {
+    DecodeFailure failure;
+    auto data = DiagramData::decode(text, &failure);
+    if (failure.reason == outOfMemoryReason) throw std::bad_alloc();
+    if (!data) return {std::nullopt, {undecodable(text, failure)}};
+    FindingList keys;
+    checkKeys(text, keys);
+    auto findings = findingsIn(CheckedDiagram(data->info), registry, std::move(keys));
+    placeInJson(findings, text);
+    return {std::move(data), std::move(findings)};
+}
+
+CheckedDocument checkedText(std::string_view text, const NodeRegistry& registry) {
+    auto reading = readText(text, registry);
+    if (!reading.data && reading.faults.front().what == outOfMemoryReason) throw std::bad_alloc();
+    if (!reading.data) return {std::nullopt, unreadable(reading)};
+    const auto& info = reading.data->info;
+    auto findings = findingsIn(CheckedDiagram(info, placesInAnyOrder(reading.offsets.nodes, text)), registry);
+    placeInText(findings, text, reading.offsets);
+    return {std::move(reading.data), std::move(findings)};
 }
 
 // Made before the work, since there may be no memory for it afterwards.
@@ -104,17 +117,10 @@ std::vector<Finding> outOfMemoryFinding() {
 
 CheckedDocument decodeAndCheck(std::string_view text, const NodeRegistry& registry) {
     auto outOfMemory = outOfMemoryFinding();
-    CheckedDocument document;
-    const auto check = [&] {
-        DecodeFailure failure;
-        document.data = DiagramData::decode(text, &failure);
-        if (failure.reason == outOfMemoryReason) return false;
-        document.findings = document.data ? placed(findingsIn(document.data->info, registry, text), text)
-                                          : std::vector{undecodable(text, failure)};
-        return true;
-    };
-    if (!withinMemory(check).value_or(false)) document = {std::nullopt, std::move(outOfMemory)};
-    return document;
+    auto document = withinMemory(
+        [&] { return isTextForm(text) ? checkedText(text, registry) : checkedJson(text, registry); });
+    if (document) return std::move(*document);
+    return {std::nullopt, std::move(outOfMemory)};
 }
 
 std::vector<Finding> checkDiagram(std::string_view text, const NodeRegistry& registry) {
@@ -123,16 +129,23 @@ std::vector<Finding> checkDiagram(std::string_view text, const NodeRegistry& reg
 
 std::vector<Finding> checkDiagram(const DiagramInfo& info, const NodeRegistry& registry) {
     auto outOfMemory = outOfMemoryFinding();
-    auto findings = withinMemory([&] { return findingsIn(info, registry, std::nullopt); });
+    auto findings = withinMemory([&] { return findingsIn(CheckedDiagram(info), registry); });
     return findings ? std::move(*findings) : std::move(outOfMemory);
 }
 
 std::string findingText(const Finding& finding) {
-    std::string text = finding.pointer.empty() ? "the document: " : pathText(finding.pointer) + ": ";
-    if (finding.nodeId) {
-        text += "node " + std::to_string(*finding.nodeId) + " (\"" + finding.typeString + '"';
-        if (finding.label != finding.typeString) text += ", \"" + finding.label + '"';
-        text += "): ";
+    std::string text;
+    if (finding.isInText) {
+        if (finding.label != finding.typeString) text = '"' + finding.label + "\" (";
+        text += finding.typeString + (text.empty() ? ": " : "): ");
+        if (!finding.nodeId) text.clear();
+    } else {
+        text = finding.pointer.empty() ? "the document: " : pathText(finding.pointer) + ": ";
+        if (finding.nodeId) {
+            text += "node " + std::to_string(*finding.nodeId) + " (\"" + finding.typeString + '"';
+            if (finding.label != finding.typeString) text += ", \"" + finding.label + '"';
+            text += "): ";
+        }
     }
     text += finding.message;
     if (!finding.hint.empty()) text += "; " + finding.hint;

@@ -29,15 +29,20 @@ struct Finding {
     /// Stable and machine-readable, one of findingCodes(): "connection-unknown-id".
     std::string code = {};
     Severity severity = Severity::error;
-    /// The place as a JSON pointer (RFC 6901), "/connections/12"; empty for the document as a whole.
+    /// The place as a JSON pointer (RFC 6901), "/connections/12", also for a diagram in the text form, which
+    /// stands for such a document; empty for the document as a whole.
     std::string pointer = {};
     /// The place in the text, both from 1, the column in bytes; 0 when only the record was given.
     std::size_t line = 0, column = 0;
+    /// The diagram is in the text form, in which line and column say the place, and no pointer.
+    bool isInText = false;
     /// The node concerned, with its type and label, where there is one.
     std::optional<std::int64_t> nodeId = {};
     std::string typeString = {}, label = {};
     /// The key, property or slot concerned, where there is one.
     std::string subject = {};
+    /// The input of the node, from 0, where the finding is about one.
+    std::optional<std::size_t> input = {};
     /// One sentence, without the place: what was found and what was expected.
     std::string message = {};
     /// What to do, where one remedy is likely: `did you mean "Moving averager"?`.
@@ -62,11 +67,12 @@ std::span<const FindingCode> findingCodes();
 /// are.
 inline constexpr std::size_t mostFindings = 1000;
 
-/// Everything that is wrong or suspicious in a document, in document order, without an engine. A document
-/// without errors can be built, its evaluation ends in every batch, and stops on nothing but values; what
-/// only values decide is no finding. The nodes are made and connected, but no function is evaluated and no
-/// clock is read. Memory that runs out gives the one fatal finding "out-of-memory"; std::bad_alloc is thrown
-/// only when there is none even for that. Any thread; prints nothing, never stops the program.
+/// Everything that is wrong or suspicious in a document of either form, in the order of the text, without an
+/// engine. A document without errors can be built, its evaluation ends in every batch, and stops on nothing
+/// but values; what only values decide is no finding. The nodes are made and connected, but no function is
+/// evaluated and no clock is read. Memory that runs out gives the one fatal finding "out-of-memory";
+/// std::bad_alloc is thrown only when there is none even for that. Any thread; prints nothing, never stops
+/// the program.
 std::vector<Finding> checkDiagram(std::string_view text,
                                   const NodeRegistry& registry = NodeRegistry::library());
 
@@ -74,7 +80,12 @@ std::vector<Finding> checkDiagram(std::string_view text,
 std::vector<Finding> checkDiagram(const DiagramInfo& info,
                                   const NodeRegistry& registry = NodeRegistry::library());
 
-/// `nodes[4]: node 7 ("Add", "sum"): ...; hint`, as the tool prints a finding behind the file's name.
+/// Gives findings of an application's own, which have a pointer, their places in the text of either form.
+void placeFindings(std::span<Finding> findings, std::string_view text,
+                   const NodeRegistry& registry = NodeRegistry::library());
+
+/// `nodes[4]: node 7 ("Add", "sum"): ...; hint`, as the tool prints a finding behind the file's name, and,
+/// where the place of a text stands before it, `"sum" (Add): ...; hint`.
 std::string findingText(const Finding& finding);
 
 /// The candidate that `name` is most likely a misspelling of (the first of equals), or empty when none is

@@ -39,6 +39,7 @@ void FindingList::add(Code code, const Place& place, std::string message, const 
                     .severity = severity,
                     .pointer = place.pointer(),
                     .subject = shortened(details.subject),
+                    .input = details.input,
                     .message = std::move(message),
                     .hint = details.hint};
     if (!details.nearest.empty()) finding.hint = "did you mean " + quoted(details.nearest) + "?";

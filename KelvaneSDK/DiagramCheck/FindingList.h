@@ -34,6 +34,8 @@ struct Place {
 struct Details {
     const CheckedNode* about = nullptr;
     std::string_view subject = {};
+    /// Of the node.
+    std::optional<std::size_t> input = {};
     std::string hint = {};
     /// A name to suggest, unless it is empty.
     std::string_view nearest = {};

@@ -263,8 +263,9 @@ private:
         if (first != index) {
             node.lacksReader = node.lacksFeeder = true;
             findings.add("duplicate-id", at(index),
-                         "the id belongs to " + diagram[first].name() + " in nodes[" + std::to_string(first) +
-                             "] already, which takes all connections to it",
+                         "the id belongs to " + diagram[first].name() +
+                             (node.place.line > 0 ? "" : " in nodes[" + std::to_string(first) + "]") +
+                             " already, which takes all connections to it",
                          {.about = &node, .subject = "id"});
         }
         if (node.record->id == std::numeric_limits<std::int64_t>::max()) {

@@ -71,12 +71,15 @@ private:
             const auto feeding = diagram.wiresInto(diagram.firstPort(index) + static_cast<Port>(i));
             if (feeding.size() < 2) continue;
             const std::string slot = diagram[index].inputName(i);
-            const auto first = std::to_string(diagram.allWires()[feeding.front()].connection);
-            for (const auto wire : feeding.subspan(1)) {
-                findings.add(
-                    "input-connected-twice", {Section::connections, diagram.allWires()[wire].connection},
-                    slot + " is fed by connections[" + first + "] already; the value that comes last wins",
-                    {.about = &diagram[index], .subject = slot});
+            const auto& wire = diagram.allWires()[feeding.front()];
+            const std::string first = diagram[index].place.line > 0
+                                          ? diagram[wire.from].name()
+                                          : "connections[" + std::to_string(wire.connection) + "]";
+            for (const auto later : feeding.subspan(1)) {
+                findings.add("input-connected-twice",
+                             {Section::connections, diagram.allWires()[later].connection},
+                             slot + " is fed by " + first + " already; the value that comes last wins",
+                             {.about = &diagram[index], .subject = slot});
             }
         }
     }
@@ -123,7 +126,8 @@ private:
             std::vector<const Value*> values(node.inputs().size());
             std::vector<ValueClass> slots;
             for (const auto* slot : node.inputs()) slots.push_back(slot->valueClass());
-            std::string fixed, first;
+            std::string fixed;
+            std::optional<std::size_t> first;
             bool areConstants = true;
             for (std::size_t i = 0; i < values.size() && areConstants; ++i) {
                 if (!demand.inputs.contains(i)) continue;
@@ -135,12 +139,12 @@ private:
             if (!violation) continue;
             for (std::size_t i = 0; i < values.size(); ++i) {
                 if (values[i] == nullptr) continue;
-                if (first.empty()) first = node.inputName(i);
+                if (!first) first = i;
                 fixed += (fixed.empty() ? "" : ", ") + node.inputName(i) + " is fixed at " +
                          valueText(*values[i]) + " by " + diagram[*reading.constantInto(index, i)].name();
             }
             findings.add("constant-stops", at(index), fixed + "; " + *violation,
-                         {.about = &node, .subject = first});
+                         {.about = &node, .subject = first ? node.inputName(*first) : "", .input = first});
             return;
         }
     }
@@ -151,7 +155,7 @@ private:
             if (!diagram.isFree(index, i)) continue;
             findings.add("input-unconnected", at(index),
                          node.inputName(i) + " is not connected, so that the node never runs",
-                         {.about = &node, .subject = node.inputName(i)});
+                         {.about = &node, .subject = node.inputName(i), .input = i});
         }
         if (isSilent(index)) reportSilenced(index);
         // Forwarded streams and variable outputs reach the application themselves.
@@ -196,7 +200,7 @@ private:
                          diagram[cause].name() +
                          (reading.canRun(cause) ? ", which never gives an output" : ", which never runs") +
                          others,
-                     {.about = &node, .subject = node.inputName(first->input)});
+                     {.about = &node, .subject = node.inputName(first->input), .input = first->input});
     }
 
     const CheckedDiagram& diagram;

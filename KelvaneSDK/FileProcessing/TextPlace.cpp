@@ -131,4 +131,17 @@ std::vector<TextPlace> placesOf(std::span<const std::size_t> risingOffsets, std:
     return places;
 }
 
+std::vector<TextPlace> placesInAnyOrder(std::span<const std::size_t> offsets, std::string_view text) {
+    std::vector<std::size_t> rising(offsets.begin(), offsets.end());
+    std::sort(rising.begin(), rising.end());
+    const auto inOrder = placesOf(rising, text);
+    std::vector<TextPlace> places;
+    places.reserve(offsets.size());
+    for (const auto offset : offsets) {
+        const auto found = std::lower_bound(rising.begin(), rising.end(), offset);
+        places.push_back(inOrder[static_cast<std::size_t>(found - rising.begin())]);
+    }
+    return places;
+}
+
 }  // namespace KelvaneSDK

@@ -35,5 +35,6 @@ std::vector<std::size_t> offsetsOf(std::span<const std::string> pointers, std::s
 
 /// The lines and columns of rising offsets.
 std::vector<TextPlace> placesOf(std::span<const std::size_t> risingOffsets, std::string_view text);
+std::vector<TextPlace> placesInAnyOrder(std::span<const std::size_t> offsets, std::string_view text);
 
 }  // namespace KelvaneSDK

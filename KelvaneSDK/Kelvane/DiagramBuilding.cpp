@@ -134,7 +134,7 @@ bool Kelvane::read(std::string_view text, bool replace) {
     bool isBuilt = false;
     performReading([&] {
         DecodeFailure failure;
-        const auto data = DiagramData::decode(text, &failure);
+        const auto data = readDiagram(text, *registry, &failure);
         if (data) {
             isBuilt = build(data->info, replace);
             return;

@@ -112,11 +112,11 @@ public:
     Kelvane(const Kelvane&) = delete;
     Kelvane& operator=(const Kelvane&) = delete;
 
-    /// Builds the diagram of a document, in place of the present one or, with `replace` false, beside it (its
-    /// nodes are then renumbered above the document's, and the document's subdiagrams are passed over). True
-    /// when the diagram was built, warnings or not; false when the text is no document or names an unknown
-    /// node type, and then the nodes created so far stay. Memory that runs out leaves an empty
-    /// diagram, or the present one where the text could not even be decoded.
+    /// Builds the diagram of a document, JSON or in the text form, in place of the present one or, with
+    /// `replace` false, beside it (its nodes are then renumbered above the document's, and the document's
+    /// subdiagrams are passed over). True when the diagram was built, warnings or not; false when the text is
+    /// no document or names an unknown node type, and then the nodes created so far stay. Memory that runs
+    /// out leaves an empty diagram, or the present one where the text could not even be decoded.
     ///
     /// The document is trusted: a connection that names an unknown id is retried for ever, and one that names
     /// an input that the node does not have stops. For a document from elsewhere there is load().

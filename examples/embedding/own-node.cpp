@@ -59,29 +59,16 @@ NodeFamily greenhouseFunctions() {
          stateful<Highest>("Highest", {{"x"}}, "the highest value so far"), entry<HysteresisFunction>()});
 }
 
-constexpr auto document = R"({
-    "nodes": [{"id": 1, "classString": "Input stream", "typeString": "Float"},
-              {"id": 2, "classString": "Constant", "typeString": "Float"},
-              {"id": 3, "classString": "Constant", "typeString": "Float"},
-              {"id": 4, "classString": "Function", "typeString": "Hysteresis"},
-              {"id": 5, "classString": "Variable output", "typeString": "Boolean"}],
-    "properties": [{"id": 1, "propertyString": "Description", "valueString": "temperature"},
-                   {"id": 2, "propertyString": "Description", "valueString": "on"},
-                   {"id": 2, "propertyString": "OutputValue", "valueString": "25"},
-                   {"id": 3, "propertyString": "Description", "valueString": "off"},
-                   {"id": 3, "propertyString": "OutputValue", "valueString": "20"},
-                   {"id": 5, "propertyString": "Description", "valueString": "fan"}],
-    "connections": [{"outputNodeId": 1, "inputNodeId": 4, "inputIndex": 0},
-                    {"outputNodeId": 2, "inputNodeId": 4, "inputIndex": 1},
-                    {"outputNodeId": 3, "inputNodeId": 4, "inputIndex": 2},
-                    {"outputNodeId": 4, "inputNodeId": 5, "inputIndex": 0}],
-    "positions": []})";
+constexpr auto diagram = R"(temperature: Float
+                            on = 25
+                            off = 20
+                            fan: Boolean = Hysteresis(temperature, on, off))";
 
 int main() {
     Kelvane engine;
     engine.setStopBehavior(StopBehavior::failCall);
     engine.registerNodes(greenhouseFunctions());
-    const auto loaded = engine.load(document, true, Severity::error);
+    const auto loaded = engine.load(diagram, true, Severity::error);
     for (const auto& finding : loaded.findings) std::cerr << findingText(finding) << "\n";
     if (!loaded.isBuilt) return 1;
 

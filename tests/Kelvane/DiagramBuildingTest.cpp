@@ -183,6 +183,9 @@ TEST(DiagramBuildingTest, LoadingChecksAndRefusesBySeverity) {
         {DiagramDocument::chain("Absolut").text(), Severity::fatal, {"unknown-type"}, false, {}},
         {"{}", Severity::fatal, {"undecodable"}, false, {}},
         {"[", Severity::fatal, {"undecodable"}, false, {}},
+        {"x: Float [not forwarded]\ny: Float = Absolute(x)", Severity::warning, {}, true, {}},
+        {"x: Float [not forwarded]\ny: Float = Absolute(x | #7)", Severity::fatal, {"undecodable"}, false, {}},
+        {"x: Float [not forwarded]\ny: Float = Absolute(x)\nz = Absolute(x)", Severity::warning, {"output-unused"}, false, {}},
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(row.text);

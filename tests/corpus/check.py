@@ -15,7 +15,8 @@ import recordings
 
 SECONDS = 60
 RECORDING_MODES = [[], ["--keep-going"]]
-UNBUILDABLE = "undecodable", "nested-too-deep", "unknown-class", "unknown-type"
+UNDECODABLE = "undecodable", "nested-too-deep"
+UNBUILDABLE = *UNDECODABLE, "unknown-class", "unknown-type"
 
 failures = []
 
@@ -31,7 +32,7 @@ def run(case, *arguments, input=None):
     except subprocess.TimeoutExpired:
         return "no end", "", ""
     output, messages = outcome.stdout.decode(errors="replace"), outcome.stderr.decode(errors="replace")
-    for line in (messages if "--json" in arguments or arguments[0] == "run" else output + messages).split("\n"):
+    for line in (messages if "--json" in arguments or arguments[0] in ("run", "fmt") else output + messages).split("\n"):
         if len(line) > 2500 or re.search("[\0-\x1f\x7f-\x9f\u2028-\u202e\u2066-\u2069\ufffd]", line):
             fail(case, arguments[0], "says", ascii(line))
     return outcome.returncode, output, messages
@@ -88,7 +89,7 @@ def checkFindings(case, findings):
 
 
 def checkRun(case, path, findings):
-    status, _, messages = run(case, "run", path, "--max-elements", 100000, input=case.recording)
+    status, output, messages = run(case, "run", path, "--max-elements", 100000, input=case.recording)
     errors = [found for found in findings if found["severity"] != "warning"]
     if status != (1 if errors or case.stops else 0) or case.stops not in messages:
         fail(case, "run ends with", status, messages)
@@ -100,6 +101,31 @@ def checkRun(case, path, findings):
         words = re.findall(r"[\w ]+", found["message"], re.ASCII)
         if len(found["message"]) < 300 and not all(word in messages for word in words):
             fail(case, "run does not report", found["code"])
+    if not any(found["code"] in UNDECODABLE for found in findings):
+        checkTextForm(case, path, (status, output), findings)
+
+
+def checkTextForm(case, path, outcome, findings):
+    """Whatever can be decoded can be written as text, with the same findings, and evaluates to the same."""
+    asText, asJson = path.with_suffix(".txt"), path.with_suffix(".again.json")
+    asText.write_text(run(case, "fmt", "--to", "text", path)[1])
+    status, document, messages = run(case, "fmt", "--to", "json", asText)
+    asJson.write_text(document)
+    for form in asText, asJson:
+        if status != 0 or run(case, "run", form, "--max-elements", 100000, input=case.recording)[:2] != outcome:
+            fail(case, "evaluates to something else behind the text form", asText.read_text()[:1000], messages)
+    found = json.loads(run(case, "check", "--json", asText)[1])["findings"]
+    summaries = [sorted((f["severity"], f["code"], f.get("nodeId", 0)) for f in some if f["code"] != "unknown-key") for some in (findings, found)]
+    if summaries[0] != summaries[1]:
+        fail(case, "has other findings as text", [f for f in summaries[0] if f not in summaries[1]], [f for f in summaries[1] if f not in summaries[0]])
+    lines = asText.read_text().split("\n")
+    for item in found:
+        line, rest = lines[item["line"] - 1], lines[item["line"] - 1].encode()[item["column"] - 1:].decode()
+        isNode = item["pointer"].startswith("/nodes") and not item.get("subject", "").startswith("input")
+        if isNode and not re.match(r'raw|[-_\d`#(\["]', rest) and not rest.startswith((item["label"], item["typeString"], "true", "false")):
+            fail(case, item["code"], item["message"], "is placed at", rest, "in", line)
+    if run(case, "fmt", "--to", "text", asJson)[1] != asText.read_text():
+        fail(case, "is another text the second time")
 
 
 def checkDocuments(folder, pool):

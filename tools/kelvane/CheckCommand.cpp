@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <span>
 
 #include "Commands.h"
 #include "Diagram.h"
@@ -180,9 +181,14 @@ private:
         }
         for (auto& found : checkDiagram(text)) add(path, std::move(found));
         if (!recording) return;
-        const auto data = DiagramData::decode(text);
+        const auto data = readDiagram(text);
         if (!data) return;
-        for (auto& found : Endpoints(data->info).compare(*recording)) add(path, std::move(found));
+        auto compared = Endpoints(data->info).compare(*recording);
+        // What is about the document as a whole comes last, and has no place.
+        const auto placed = std::stable_partition(
+            compared.begin(), compared.end(), [](const Finding& found) { return !found.pointer.empty(); });
+        placeFindings(std::span(compared.begin(), placed), text);
+        for (auto& found : compared) add(path, std::move(found));
     }
 
     void add(const std::string& path, Finding found) {

@@ -49,7 +49,7 @@ void addNumber(CLI::App& command, const std::string& name, Target& target, Numbe
 
 void addRun(CLI::App& app, RunOptions& options, int& status) {
     auto& command = addCommand(app, "run", "Replay a recording through a diagram", options, status, run);
-    command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
+    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
     command
         .add_option(
             "RECORDING", options.recordings,
@@ -92,7 +92,7 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
 
 void addCheck(CLI::App& app, CheckOptions& options, int& status) {
     auto& command = addCommand(app, "check", "Report what is wrong in diagrams", options, status, check);
-    command.add_option("DIAGRAM", options.diagrams, "The diagram documents")->type_name("");
+    command.add_option("DIAGRAM", options.diagrams, "The diagrams, as text or JSON")->type_name("");
     command.add_option("--recording", options.recording, "Compare the input streams with this recording's")
         ->type_name("RECORDING");
     command.add_flag("--json", options.asJson, "Write JSON");
@@ -103,14 +103,23 @@ void addCheck(CLI::App& app, CheckOptions& options, int& status) {
 void addInfo(CLI::App& app, InfoOptions& options, int& status) {
     auto& command = addCommand(app, "info", "List a diagram's streams, outputs, constants and functions",
                                options, status, info);
-    command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
+    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
     command.add_flag("--json", options.asJson, "Write JSON");
 }
 
 void addExport(CLI::App& app, ExportOptions& options, int& status) {
     auto& command = addCommand(app, "export", "Write a diagram as the engine understands it, renumbered",
                                options, status, exportDiagram);
-    command.add_option("DIAGRAM", options.diagram, "The diagram document")->required()->type_name("");
+    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+}
+
+void addFormat(CLI::App& app, FormatOptions& options, int& status) {
+    auto& command = addCommand(app, "fmt", "Write a diagram in good order, or in its other form", options,
+                               status, format);
+    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+    command.add_option("--to", options.form, "Write it as text, or as JSON")
+        ->type_name("text|json")
+        ->check(CLI::IsMember({"text", "json"}));
 }
 
 void addFunctions(CLI::App& app, FunctionsOptions& options, int& status) {
@@ -180,6 +189,8 @@ int runCommand(int argc, char** argv) {
     addInfo(app, infoOptions, status);
     ExportOptions exportOptions;
     addExport(app, exportOptions, status);
+    FormatOptions formatOptions;
+    addFormat(app, formatOptions, status);
     FunctionsOptions functionsOptions;
     addFunctions(app, functionsOptions, status);
     try {

@@ -60,6 +60,13 @@ struct ExportOptions {
 };
 int exportDiagram(const ExportOptions& options);
 
+struct FormatOptions {
+    std::string diagram;
+    /// "text" or "json"; empty: the form that the document has.
+    std::string form;
+};
+int format(const FormatOptions& options);
+
 struct FunctionsOptions {
     /// Empty: all functions.
     std::string name;

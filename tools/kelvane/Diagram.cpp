@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <span>
 #include <utility>
 
 #include "Files.h"
@@ -25,6 +26,14 @@ bool reportErrors(const std::string& name, const std::vector<Finding>& findings)
     return gravest != Severity::warning;
 }
 
+/// `walk.json:12:`
+std::string placeOf(const std::string& fileName, const Finding& finding) {
+    std::string place = fileName + ":";
+    if (finding.line > 0) place += std::to_string(finding.line) + ":";
+    if (finding.isInText) place += std::to_string(finding.column) + ":";
+    return place;
+}
+
 }  // namespace
 
 bool isError(std::string_view line) { return line.starts_with("ERROR: "); }
@@ -41,17 +50,25 @@ void LibraryMessages::take(std::string_view line) {
 
 int Diagram::exitStatus() const { return hasErrors ? ExitStatus::failed : ExitStatus::done; }
 
-Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
-    return loadDiagram(path, readWholeFile(path), messages);
+std::string Diagram::stopText(const StopReason& reason) const {
+    const auto data = reason.nodeId && isTextForm(text) ? readDiagram(text) : std::nullopt;
+    if (!data) return printable(reason.text);
+    const auto& nodes = data->info.nodes;
+    const auto node = std::find_if(nodes.begin(), nodes.end(),
+                                   [&](const auto& record) { return record.id == reason.nodeId; });
+    Finding place;
+    place.pointer = "/nodes/" + std::to_string(node - nodes.begin());
+    placeFindings(std::span(&place, 1), text);
+    return placeOf(name, place) + " " + printable(reason.text);
 }
 
-Diagram loadDiagram(const std::string& path, std::string_view text, LibraryMessages& messages) {
-    Diagram diagram{nameOf(path), std::make_unique<Kelvane>()};
+Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
+    Diagram diagram{nameOf(path), std::make_unique<Kelvane>(), false, readWholeFile(path)};
     diagram.engine->setStopBehavior(StopBehavior::failCall);
     // The findings come first, and what the builder prints of the same errors is left out.
     std::vector<std::string> lines;
     diagram.engine->setDiagnosticSink([&](std::string_view line) { lines.emplace_back(line); });
-    const auto loaded = diagram.engine->load(text, true);
+    const auto loaded = diagram.engine->load(diagram.text, true);
     diagram.engine->setDiagnosticSink({});
     diagram.hasErrors = reportErrors(diagram.name, loaded.findings);
     for (const auto& line : lines) {
@@ -61,23 +78,23 @@ Diagram loadDiagram(const std::string& path, std::string_view text, LibraryMessa
     if (!loaded.isBuilt) {
         const auto& failure = diagram.engine->failure();
         throw Failure{ExitStatus::failed, "kelvane: " + diagram.name + " cannot be built" +
-                                              (failure ? ": " + printable(failure->text) : "")};
+                                              (failure ? ": " + diagram.stopText(*failure) : "")};
     }
     return diagram;
 }
 
-std::unique_ptr<Kelvane> anotherEngine(std::string_view text) {
+std::unique_ptr<Kelvane> anotherEngine(const Diagram& diagram) {
     auto engine = std::make_unique<Kelvane>();
     engine->setStopBehavior(StopBehavior::failCall);
     engine->setDiagnosticSink([](std::string_view) {});
     // What was built once is not built only when there is no memory.
-    if (!engine->read(text, true)) throw std::bad_alloc();
+    if (!engine->read(diagram.text, true)) throw std::bad_alloc();
     return engine;
 }
 
 std::string findingLine(const std::string& fileName, const Finding& finding) {
-    return fileName + ":" + (finding.line > 0 ? std::to_string(finding.line) + ":" : "") + " " +
-           (finding.severity == Severity::warning ? "warning: " : "") + printable(findingText(finding));
+    return placeOf(fileName, finding) + " " + (finding.severity == Severity::warning ? "warning: " : "") +
+           printable(findingText(finding));
 }
 
 std::vector<std::string> labels(const Kelvane& engine, NodeCategory category) {

@@ -36,20 +36,22 @@ struct Diagram {
     std::unique_ptr<KelvaneSDK::Kelvane> engine;
     /// The document has errors, which have been reported; the engine does without what is wrong.
     bool hasErrors = false;
+    /// As it was read, in either form.
+    std::string text = {};
 
     int exitStatus() const;
+    /// Why the engine stopped, with the place of the node where the diagram is in the text form.
+    std::string stopText(const KelvaneSDK::StopReason& reason) const;
 };
 
-/// Reads, checks and builds a diagram ("-" is standard input), and reports the document's errors, once. A
-/// document with a fatal error, or one that cannot be built, is refused with a `Failure`.
+/// Reads, checks and builds a diagram of either form ("-" is standard input), and reports the document's
+/// errors, once. A document with a fatal error, or one that cannot be built, is refused with a `Failure`.
 Diagram loadDiagram(const std::string& path, LibraryMessages& messages);
-/// The same with the document's text, which was read from `path`.
-Diagram loadDiagram(const std::string& path, std::string_view text, LibraryMessages& messages);
 
 /// One more engine of a diagram that has been loaded. Reports nothing.
-std::unique_ptr<KelvaneSDK::Kelvane> anotherEngine(std::string_view text);
+std::unique_ptr<KelvaneSDK::Kelvane> anotherEngine(const Diagram& diagram);
 
-/// `walk.json:12: nodes[4]: ...`: a finding behind the name of its file.
+/// `walk.json:12: nodes[4]: ...`: a finding behind the name of its file; of a text, `walk.diagram:12:5: ...`.
 std::string findingLine(const std::string& fileName, const KelvaneSDK::Finding& finding);
 
 /// The labels of the nodes of a category, in document order.

@@ -58,8 +58,7 @@ public:
     explicit ManyRecordings(const RunOptions& chosen)
         : options(chosen),
           recordings(recordingsOf(options)),
-          text(readWholeFile(options.diagram)),
-          diagram(loadDiagram(options.diagram, text, messages)),
+          diagram(loadDiagram(options.diagram, messages)),
           output(options.output, inputPaths(options, recordings)),
           jobs(std::min<std::size_t>(static_cast<std::size_t>(options.jobs.value_or(1)), recordings.size())),
           turns(aheadPerJob * jobs) {
@@ -174,7 +173,7 @@ private:
         if (!listed.resultPath.empty()) file.emplace(listed.resultPath);
         bool hasErrors = false;
         // A reset would not do: the slots of outputs keep their values.
-        const auto engine = anotherEngine(text);
+        const auto engine = anotherEngine(diagram);
         applyOptions(*engine, options);
         engine->setDiagnosticSink([&](std::string_view line) {
             hasErrors |= isError(line);
@@ -185,7 +184,7 @@ private:
         replay.run();
         amount = replay.amount();
         if (interrupted()) return false;
-        const auto failure = replay.failure(diagram.name, name);
+        const auto failure = replay.failure(diagram, name);
         if (!failure.empty()) reportLine(failure);
         hasErrors |= !failure.empty();
         // What is not right is no newer than its recording, so that another run does it again.
@@ -208,7 +207,6 @@ private:
     const RunOptions& options;
     const std::vector<ListedRecording> recordings;
     LibraryMessages messages;
-    const std::string text;
     Diagram diagram;
     ResultOutput output;
     const std::size_t jobs;

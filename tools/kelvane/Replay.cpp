@@ -42,18 +42,18 @@ void Replay::evaluate(const KelvaneInput& batch) {
     done.updates += batch.updates.size();
     engine.evaluateInto(batch, result);
     if (engine.failure()) {
-        stopReason = engine.failure()->text;
+        stopReason = engine.failure();
     } else if (!appendJsonLines(results.text(), result)) {
-        stopReason = "out of memory";
+        stopReason = StopReason{"out of memory", {}};
     }
     done.outputValues += result.outputs.size();
 }
 
-std::string Replay::failure(const std::string& diagram, const std::string& recordingName) {
+std::string Replay::failure(const Diagram& diagram, const std::string& recordingName) {
     if (!stopReason) return recording.failure();
-    return "kelvane: " + diagram + " stopped in batch " + std::to_string(done.batches) +
+    return "kelvane: " + diagram.name + " stopped in batch " + std::to_string(done.batches) +
            (recordingName.empty() ? "" : " of " + recordingName) + " at timestamp " +
-           getValueString(result.timestamp) + ": " + printable(*stopReason);
+           getValueString(result.timestamp) + ": " + diagram.stopText(*stopReason);
 }
 
 void reportStatistics(const Amount& amount, std::chrono::steady_clock::time_point start) {

@@ -33,7 +33,7 @@ public:
     void run();
     /// Why not all was evaluated, or which lines were skipped; empty when nothing went wrong. `diagram` and
     /// `recordingName` are for a diagram that stopped; the latter may be empty.
-    std::string failure(const std::string& diagram, const std::string& recordingName = {});
+    std::string failure(const Diagram& diagram, const std::string& recordingName = {});
     const Amount& amount() const { return done; }
 
 private:
@@ -48,7 +48,7 @@ private:
     std::function<void(const std::string&)> reportSkipped;
     Amount done;
     KelvaneSDK::KelvaneOutput result;
-    std::optional<std::string> stopReason;
+    std::optional<KelvaneSDK::StopReason> stopReason;
 };
 
 /// Reports an amount and the time that it took.

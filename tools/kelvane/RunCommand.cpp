@@ -35,7 +35,7 @@ int runOne(const RunOptions& options) {
         output.endEarly();
     } else {
         output.finish();
-        const auto failure = replay.failure(diagram.name);
+        const auto failure = replay.failure(diagram);
         if (!failure.empty()) report(failure);
         const bool hasErrors = diagram.hasErrors || messages.hasErrors() || !failure.empty();
         status = hasErrors ? ExitStatus::failed : ExitStatus::done;

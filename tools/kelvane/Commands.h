@@ -67,6 +67,27 @@ struct FormatOptions {
 };
 int format(const FormatOptions& options);
 
+struct EditOptions {
+    std::string diagram;
+    /// Replaces the file, instead of writing to standard output.
+    bool isInPlace = false;
+    /// What the command is about first, and the rest of its arguments.
+    std::string name;
+    std::vector<std::string> list;
+};
+/// `list`: "LABEL=TEXT"
+int setConstants(const EditOptions& options);
+/// `name` becomes `list[0]`.
+int renameNode(const EditOptions& options);
+/// `name` is to feed the input `list[0]`.
+int connectNodes(const EditOptions& options);
+/// `name` no longer feeds the input `list[0]`; alone, it is an input that nothing feeds any more.
+int disconnectNodes(const EditOptions& options);
+/// `name` is a node class, `list` the labels of new nodes.
+int addNodes(const EditOptions& options);
+/// `list`: nodes
+int removeNodes(const EditOptions& options);
+
 struct FunctionsOptions {
     /// Empty: all functions.
     std::string name;

@@ -1,37 +1,18 @@
 #include <new>
 
 #include "Commands.h"
-#include "Diagram.h"
+#include "EitherForm.h"
 #include "Files.h"
+#include "KelvaneSDK/KelvaneSDK.h"
 #include "Messages.h"
 
 namespace kelvane {
 
 using namespace KelvaneSDK;
 
-namespace {
-
-/// The diagram that a text or a JSON document holds. Its faults are reported, and end the command.
-DiagramData readEitherForm(const std::string& name, std::string_view text) {
-    if (isTextForm(text)) {
-        auto reading = readText(text);
-        for (const auto& fault : reading.faults) {
-            report(name + ":" + std::to_string(fault.line) + ":" + std::to_string(fault.column) + ": " +
-                   printable(withHint(fault.what, fault.remedy)));
-        }
-        if (reading.data) return std::move(*reading.data);
-        throw Failure{ExitStatus::failed, "kelvane: " + name + " is no diagram"};
-    }
-    if (auto data = DiagramData::decode(text)) return std::move(*data);
-    for (const auto& finding : checkDiagram(text)) report(findingLine(name, finding));
-    throw Failure{ExitStatus::failed, "kelvane: " + name + " is no diagram"};
-}
-
-}  // namespace
-
 int format(const FormatOptions& options) {
     const std::string text = readWholeFile(options.diagram);
-    const auto data = readEitherForm(nameOf(options.diagram), text);
+    const DiagramData data{readEitherForm(nameOf(options.diagram), text)};
     const bool wasText = isTextForm(text);
     const bool becomesText = options.form.empty() ? wasText : options.form == "text";
     if (!becomesText) {

@@ -206,6 +206,103 @@ TEST(DiagramRewriting, AnyEditOfAnyDocument) {
     }
 }
 
+std::string rewrittenText(std::string_view text, Edit edit) {
+    const auto reading = readText(text);
+    EXPECT_TRUE(reading.data) << text;
+    return reading.data ? rewritten(text, reading.data->info, edit) : "";
+}
+
+TEST(DiagramRewriting, LinesOfTextAreEditedInPlace) {
+    const std::string_view heart =
+        "\xEF\xBB\xBF// Beats\r\n\r\necg:Float  // raw\r\nlimit = 2325 [red]\r\nabove   = Larger(ecg,limit)\r\n"
+        "beat = And( above, b = Toggled(above) ) // rising\r\ncount: Integer = _\r\nbox Beats {\r\n  above, beat\r\n}";
+    const struct {
+        const char* what;
+        Edit edit;
+        std::string_view found, changed;
+    } rows[] = {
+        {"a value", [](DiagramInfo& info) { info.properties.at(2).valueString = "-1e3"; }, "2325", "-1e3"},
+        {"a value in quotes", [](DiagramInfo& info) { info.properties.at(2).valueString = "0x1"; }, "2325", "\"0x1\""},
+        {"a label, wherever it is mentioned", [](DiagramInfo& info) { info.properties.at(0).valueString = "a 1/2"; },
+         "ecg:Float  // raw\r\nlimit = 2325 [red]\r\nabove   = Larger(ecg",
+         "`a 1/2`:Float  // raw\r\nlimit = 2325 [red]\r\nabove   = Larger(`a 1/2`"},
+        {"a label that another node has", [](DiagramInfo& info) { info.properties.at(1).valueString = "ecg"; },
+         "limit = 2325 [red]\r\nabove   = Larger(ecg,limit)", "ecg = 2325 [red]\r\nabove   = Larger(#1,#2)"},
+        {"a connection to an input without one",
+         [](DiagramInfo& info) {
+             info.connections.push_back({5, 6, 0});
+         },
+         "= _", "= beat"},
+        {"a connection more",
+         [](DiagramInfo& info) {
+             info.connections.push_back({3, 5, 1});
+         },
+         "Toggled(above)", "Toggled(above) | above"},
+        {"connections less, and the type that followed from them",
+         [](DiagramInfo& info) {
+             std::erase(info.connections, ConnectionInfo{2, 3, 1});
+         },
+         "2325 [red]\r\nabove   = Larger(ecg,limit)", "2325: Float [red]\r\nabove   = Larger(ecg,_)"},
+        {"a node more",
+         [](DiagramInfo& info) {
+             info.nodes.push_back({9, "Function", "Not", "Boolean"});
+             info.nodes.push_back({11, "Constant", "Vector", {}});
+             info.properties.push_back({9, "Color", "blue"});
+             info.connections.push_back({5, 9, 0});
+             info.positions.push_back({9, 0.5, -20});
+             info.containers->at(0).nodeIds.push_back(9);
+         },
+         "beat\r\n}", "beat, Not\r\n}\r\nNot = Not(beat): Boolean [Color = \"blue\", at (0.5, -20)]\r\nVector = _: Vector\r\n"},
+        {"a node less, with what it needs for itself",
+         [](DiagramInfo& info) {
+             std::erase_if(info.nodes, [](const auto& node) { return node.id == 4 || node.id == 5; });
+             std::erase_if(info.properties, [](const auto& property) { return property.id == 5; });
+             std::erase_if(info.connections, [](const auto& wire) { return wire.inputNodeId == 4 || wire.inputNodeId == 5; });
+             info.containers->at(0).nodeIds = {3};
+         },
+         "beat = And( above, b = Toggled(above) ) // rising\r\ncount: Integer = _\r\nbox Beats {\r\n  above, beat",
+         "// rising\r\ncount: Integer = _\r\nbox Beats {\r\n  above"},
+    };
+    for (const auto& [what, edit, found, changed] : rows) {
+        std::string expected(heart);
+        if (!found.empty()) expected.replace(expected.find(found), found.size(), changed);
+        EXPECT_EQ(rewrittenText(heart, edit), expected) << what;
+    }
+    const char* const room = "; `kelvane fmt --to json` makes a document of it, in which every edit has room";
+    const auto nested = [](DiagramInfo& info) { info.properties.push_back({4, "Description", "up"}); };
+    const auto color = [](DiagramInfo& info) { info.properties.push_back({3, "Color", "red"}); };
+    EXPECT_EQ(rewrittenText(heart, nested), std::string("the node #4 (\"Toggled\") stands within a call") + room);
+    EXPECT_EQ(rewrittenText(heart, color), std::string("the lines of the text have no room for this edit") + room);
+}
+
+TEST(DiagramRewriting, AnyEditOfAnyText) {
+    std::minstd_rand random(13);
+    int done = 0;
+    for (int round = 0; round < 1000 && !testing::Test::HasFailure(); ++round) {
+        std::vector<std::uint8_t> bytes(700);
+        for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random() >> 8);
+        Choices choices(bytes.data(), bytes.size());
+        const auto text = writeText({KelvaneFuzz::anyDiagram(choices, false)}).value_or("");
+        auto edited = readText(text).data->info;
+        if (choices.flag()) {
+            editOnce(choices, edited);
+        } else {
+            edited.connections.push_back({choices.oneOf(edited.nodes).id, choices.oneOf(edited.nodes).id, 0});
+            for (auto& property : edited.properties) {
+                if (property.propertyString == "Description" && choices.oneIn(8)) property.valueString = "n 7";
+            }
+        }
+        const auto result = rewriteDiagram(text, edited);
+        if (!result.text) continue;
+        ++done;
+        const auto read = readText(*result.text);
+        ASSERT_TRUE(read.data) << *result.text;
+        EXPECT_EQ(read.data->info.nodes.size(), edited.nodes.size());
+        EXPECT_EQ(read.data->info.connections.size(), edited.connections.size());
+    }
+    EXPECT_GT(done, 150);
+}
+
 }  // namespace
 
 }  // namespace KelvaneSDK

@@ -117,6 +117,11 @@ public:
 
     std::string rewritten(const DiagramInfo& old, const DiagramInfo& edited) {
         rewrite(rootSpan(text), old, edited);
+        while (!boxes.empty()) {
+            const Boxes next = boxes.back();
+            boxes.pop_back();
+            rewriteList(next.span, *next.old, *next.edited);
+        }
         return replaced(text, std::move(replacements));
     }
 
@@ -287,8 +292,16 @@ private:
         return result + lists.close + "]";
     }
 
+    void rewrite(TextSpan span, const std::vector<ContainerInfo>& old,
+                 const std::vector<ContainerInfo>& edited) {
+        boxes.push_back({span, &old, &edited});
+    }
     template <class T>
     void rewrite(TextSpan span, const std::vector<T>& old, const std::vector<T>& edited) {
+        rewriteList(span, old, edited);
+    }
+    template <class T>
+    void rewriteList(TextSpan span, const std::vector<T>& old, const std::vector<T>& edited) {
         if (old == edited) return;
         const auto elements = elementSpans(text, span);
         ObjectStyle itemStyle = recordStyle;
@@ -347,8 +360,15 @@ private:
         return result;
     }
 
+    /// Boxes nest as deep as documents do, so they wait here for their turn.
+    struct Boxes {
+        TextSpan span;
+        const std::vector<ContainerInfo>*old, *edited;
+    };
+
     std::string_view text;
     std::vector<Replacement> replacements;
+    std::vector<Boxes> boxes;
     ListStyle lists{"", ", ", ""};
     ObjectStyle recordStyle;
 };

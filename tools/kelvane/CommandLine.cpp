@@ -54,6 +54,10 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
         ->needs(outputFolder);
     addRepeatable(command, "--set", options.constants, "Give the constants of this label another value",
                   "LABEL=TEXT");
+    command
+        .add_option("--save", options.save,
+                    "Write the diagram with the constants of --set to FILE, after the run")
+        ->type_name("FILE");
     addRepeatable(command, "--hide", options.hidden, "Leave this label out of the results", "LABEL");
     command.add_flag("--no-inputs", options.withoutInputs, "Leave the input streams out of the results");
     command.add_flag("--keep-going", options.keepsGoing, "Report and skip invalid lines of the recording");

@@ -23,6 +23,8 @@ struct RunOptions {
     bool resumes = false;
     /// "LABEL=TEXT"
     std::vector<std::string> constants;
+    /// Where the diagram with these constants is written; empty: nowhere.
+    std::string save;
     std::vector<std::string> hidden;
     bool withoutInputs = false;
     /// Invalid lines of the recording are reported and skipped.

@@ -2,6 +2,7 @@
 
 import contextlib
 import difflib
+import json
 import os
 import resource
 import shlex
@@ -223,7 +224,7 @@ def edits(folder):
     for command, status, message in [
             ("set sum.json ofset=1", 2, 'sum.json: ofset=1: no constant is called "ofset"; did you mean "offset"?'),
             ("set sum.json offset=ten", 2, 'sum.json: offset=ten: "ten" does not read as Float'),
-            ("set sum.json offset=1,5", 1, "sum.json would have these errors after the edit"),
+            ("set sum.json offset=1,5", 1, "sum.json would have these faults after the edit"),
             ("rename sum.json summ y", 2, 'sum.json: no node is called "summ"; did you mean "sum"?'),
             ("connect sum.json sum Add.a", 2, 'sum.json: node 3 ("Float", "sum") is no function, constant or input stream'),
             ("connect sum.json x Ad.a", 2, 'sum.json: no function or variable output is called "Ad"; did you mean "Add"?'),
@@ -252,10 +253,36 @@ def edits(folder):
     before = file.read_text()
     status, output, messages = run("connect", "--in-place", file, "x", "no.0")
     expect("an edit that brings an error", (status, output, messages.splitlines()[-1], file.read_text() == before),
-           (1, "", f"kelvane: {file} would have these errors after the edit", True))
+           (1, "", f"kelvane: {file} would have these faults after the edit", True))
     tuned = folder / "tuned.json"
     expect("a run that saves", (run("run", "sum.json", "walk.jsonl", "--no-inputs", "--set", "offset=10.0", "--save", tuned), tuned.read_text()),
            ((0, walkSums, ""), documents["sum"].replace('"10"', '"10.0"')))
+
+
+def schemas():
+    """The checked-in schema is the tool's, and tells documents with faults of form from sound ones."""
+    schema = (DATA.parents[2] / "docs/diagram.schema.json").read_text()
+    row("schema", 0, schema)
+    try:
+        import jsonschema
+    except ImportError:
+        return print("python3-jsonschema is missing: no document was validated")
+    jsonschema.Draft202012Validator.check_schema(json.loads(schema))
+    validator = jsonschema.Draft202012Validator(json.loads(schema))
+    examples = list(DATA.parents[2].glob("examples/*/diagram.*"))
+    expect("examples", [path for path in examples if not validator.is_valid(json.loads(run("fmt", "--to", "json", path)[1]))], [])
+    sys.path.append(str(Path(__file__).parent / "corpus"))
+    from documents import cases
+    formCodes = "undecodable", "unknown-class", "unknown-type", "unknown-output-type", "boolean-text", "unknown-color"
+    wrong, counts = [], {True: len(examples), False: 0}
+    for case in cases:
+        isFaulty = any(finding.code in formCodes for finding in case.findings)
+        with contextlib.suppress(ValueError, RecursionError):
+            if len(case.text) < 100000 and not case.name.startswith("text:") and (isFaulty or not case.findings):
+                isValid = validator.is_valid(json.loads(case.text))
+                wrong += [case.name] * (isValid == isFaulty)
+                counts[isValid] += 1
+    expect("documents that the schema takes for what they are not", (wrong, min(counts.values()) > 20), ([], True))
 
 
 def files(folder):
@@ -379,7 +406,7 @@ def manyRecordings(folder):
 
 
 def main():
-    for part in runs, checks, lists, usage, streams:
+    for part in runs, checks, lists, usage, streams, schemas:
         part()
     for part in files, edits:
         with tempfile.TemporaryDirectory() as folder:

@@ -140,7 +140,8 @@ void addEdits(CLI::App& app, EditOptions& options, int& status) {
     name(command, "FROM", "The node's label, or #id");
     list(command, "TO.INPUT", "The other's label, or #id, and the input's name or number", 1)->required();
     command = add("disconnect", "Take a connection away", disconnectNodes);
-    name(command, "FROM", "The label, or #id, of the node that feeds the input; without it, all that do");
+    name(command, "FROM",
+         "The label, or #id, of the node that feeds the input; or the input alone, whatever feeds it");
     list(command, "TO.INPUT", "The label, or #id, of the other, and the input's name or number", 1);
     command = add("add", "Add nodes", addNodes);
     name(command, "CLASS", "A function's name, or \"Input stream Float\", \"Constant Vector\", ...");
@@ -219,6 +220,9 @@ int runCommand(int argc, char** argv) {
     addEdits(app, editOptions, status);
     FunctionsOptions functionsOptions;
     addFunctions(app, functionsOptions, status);
+    SchemaOptions schemaOptions;
+    addCommand(app, "schema", "Write the JSON Schema of diagram documents, for editors", schemaOptions,
+               status, schema);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& outcome) {

@@ -97,4 +97,8 @@ struct FunctionsOptions {
 };
 int functions(const FunctionsOptions& options);
 
+struct SchemaOptions {};
+/// Writes the JSON Schema of diagram documents.
+int schema(const SchemaOptions& options);
+
 }  // namespace kelvane

@@ -37,7 +37,7 @@ void refuseNewErrors(const std::string& fileName, const DiagramInfo& old, const 
         for (const auto& finding : findings) report(findingLine(fileName, finding));
     }
     if (hasNew)
-        throw Failure{ExitStatus::failed, "kelvane: " + fileName + " would have these errors after the edit"};
+        throw Failure{ExitStatus::failed, "kelvane: " + fileName + " would have these faults after the edit"};
 }
 
 int edit(const EditOptions& options, const std::function<void(DiagramEditor&)>& change) {

@@ -269,11 +269,13 @@ private:
         } else {
             spliceList(replacements, all, spans, wanted, {"", " | ", ""});
         }
-        for (std::size_t i = 0; i < argument.sources.size(); ++i) {
-            const bool stays =
-                std::any_of(wanted.begin(), wanted.end(), [&](const auto& item) { return item.old == i; });
+        std::vector<bool> stays(argument.sources.size());
+        for (const auto& item : wanted) {
+            if (item.old) stays[*item.old] = true;
+        }
+        for (std::size_t i = 0; i < stays.size(); ++i) {
             const auto& nested = argument.sources[i].nested;
-            if (!stays && nested) requireLine(nodes[*nested], nodes[*nested].record != nullptr);
+            if (!stays[i] && nested) requireLine(nodes[*nested], nodes[*nested].record != nullptr);
         }
     }
     std::optional<std::int64_t> idOf(const TextReference& reference) const {

@@ -240,10 +240,12 @@ void DiagramEditor::disconnect(const std::optional<std::string>& from, const std
     };
     std::optional<std::int64_t> source;
     if (from) {
+        std::set<std::int64_t> feeding;
+        for (const auto& other : info.connections) {
+            if (feeds(other)) feeding.insert(other.outputNodeId);
+        }
         source = only(*from, "node that feeds the " + shown(target), [&](const Node& node) {
-                     return std::any_of(
-                         info.connections.begin(), info.connections.end(),
-                         [&](const auto& other) { return feeds(other) && other.outputNodeId == node.id; });
+                     return feeding.contains(node.id);
                  }).id;
     }
     const auto count = std::erase_if(info.connections, [&](const ConnectionInfo& other) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "KelvaneSDK/DiagramData.h"
 #include "KelvaneSDK/Kelvane/NodeRegistry.h"
@@ -28,5 +30,18 @@ struct DiagramRewriting {
 /// depth of changed boxes. Memory that runs out is a failure, too. Any thread; prints nothing.
 DiagramRewriting rewriteDiagram(std::string_view text, const DiagramInfo& edited,
                                 const NodeRegistry& registry = NodeRegistry::library());
+
+/// A node that stands within the call, or behind the output, of another in the text form. It has no line of
+/// its own, and an edit removes it together with the other one.
+struct NestedNode {
+    std::int64_t id = 0, outerId = 0;
+
+    friend bool operator==(const NestedNode&, const NestedNode&) = default;
+};
+
+/// The nested nodes of a text, in its order; none of a JSON document, or of a text with faults. Any thread;
+/// throws std::bad_alloc.
+std::vector<NestedNode> nestedNodes(std::string_view text,
+                                    const NodeRegistry& registry = NodeRegistry::library());
 
 }  // namespace KelvaneSDK

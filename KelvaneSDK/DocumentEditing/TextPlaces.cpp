@@ -1,5 +1,8 @@
 #include "KelvaneSDK/DocumentEditing/TextPlaces.h"
 
+#include <algorithm>
+#include <optional>
+
 #include "KelvaneSDK/TextForm/TextTokens.h"
 
 namespace KelvaneSDK {
@@ -81,6 +84,29 @@ std::vector<TextSpan> sourceSpans(std::string_view text, const TextArgument& arg
         token = tokens.nextWord();
     }
     return {{token.offset, endOf(token)}};
+}
+
+std::vector<TextSpan> groupSpans(std::string_view text) {
+    std::vector<TextSpan> spans;
+    // Those that are open, as places in `spans`; absent for an order of connections.
+    std::vector<std::optional<std::size_t>> open;
+    TokensFrom tokens(text, 0);
+    TextToken first{Kind::newline};
+    for (auto token = tokens.next(); token.kind != Kind::end; token = tokens.next()) {
+        if (first.kind == Kind::newline || first.is('}')) first = token;
+        if (token.kind == Kind::newline) {
+            first = token;
+        } else if (token.is('{')) {
+            const bool isOrder = first.isWord("order");
+            open.push_back(isOrder ? std::nullopt : std::optional(spans.size()));
+            if (!isOrder) spans.push_back({first.offset, endOf(token)});
+            first = {Kind::newline};
+        } else if (token.is('}') && !open.empty()) {
+            if (open.back()) spans[*open.back()].end = endOf(token);
+            open.pop_back();
+        }
+    }
+    return spans;
 }
 
 TextSpan removalSpan(std::string_view text, TextSpan span) {

@@ -18,6 +18,8 @@ TextSpan expressionSpan(std::string_view text, std::size_t offset);
 TextSpan statementSpan(std::string_view text, std::size_t offset);
 /// What an argument says behind the name of its input.
 std::vector<TextSpan> sourceSpans(std::string_view text, const TextArgument& argument);
+/// The boxes and subdiagrams, from their first word to their closing brace, in the order in which they begin.
+std::vector<TextSpan> groupSpans(std::string_view text);
 /// A line without its last word, or with a member less; the line goes when nothing else stands on it.
 TextSpan removalSpan(std::string_view text, TextSpan span);
 

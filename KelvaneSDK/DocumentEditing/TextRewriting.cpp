@@ -39,6 +39,22 @@ struct RewrittenNode {
     }
 };
 
+template <class Visit>
+void forEachNested(const TextSyntax& syntax, Visit visit) {
+    for (std::size_t i = 0; i < syntax.nodes.size(); ++i) {
+        for (const auto& argument : syntax.nodes[i].arguments) {
+            for (const auto& source : argument.sources) {
+                if (source.nested) visit(*source.nested, i);
+            }
+        }
+    }
+}
+
+/// A text without the mark that some programs write before it.
+std::string_view withoutMark(std::string_view text) {
+    return text.starts_with(byteOrderMark) ? text.substr(byteOrderMark.size()) : text;
+}
+
 using GroupLists = std::vector<const std::vector<std::int64_t>*>;
 
 void collect(const std::optional<std::vector<ContainerInfo>>& boxes, GroupLists& lists) {
@@ -110,13 +126,7 @@ private:
             if (found == left.end() || found->second != &record) continue;
             add({nullptr, &record, record.id, {}, record.typeString, record.typeString});
         }
-        for (std::size_t i = 0; i < syntax.nodes.size(); ++i) {
-            for (const auto& argument : syntax.nodes[i].arguments) {
-                for (const auto& source : argument.sources) {
-                    if (source.nested) nodes[*source.nested].outer = i;
-                }
-            }
-        }
+        forEachNested(syntax, [&](std::size_t nested, std::size_t outer) { nodes[nested].outer = outer; });
         const auto readProperties = [&](const DiagramInfo& info, auto label, auto value) {
             for (const auto& property : info.properties) {
                 const auto found = byId.find(property.id);
@@ -289,13 +299,50 @@ private:
         if (edited.subdiagrams) {
             for (const auto& subdiagram : *edited.subdiagrams) subdiagrams.push_back(&subdiagram.nodeIds);
         }
-        std::size_t nextBox = 0, nextSubdiagram = 0;
-        for (const auto& group : syntax.groups) {
+        const auto isGone = emptiedGroups();
+        const auto spans = isGone.empty() ? std::vector<TextSpan>() : groupSpans(text);
+        std::size_t nextBox = 0, nextSubdiagram = 0, end = 0;
+        for (std::size_t i = 0; i < syntax.groups.size(); ++i) {
+            const auto& group = syntax.groups[i];
             auto& next = group.isBox ? nextBox : nextSubdiagram;
             const auto& lists = group.isBox ? boxes : subdiagrams;
-            if (next == lists.size()) throw NoRoom{"a box or subdiagram would be left empty"};
-            rewriteGroup(group, *lists[next++]);
+            if (!isGone.empty() && isGone[i]) {
+                // With those that stand in it.
+                if (spans.at(i).begin >= end) replacements.push_back({removalSpan(text, spans[i]), ""});
+                end = std::max(end, spans[i].end);
+            } else if (next == lists.size()) {
+                throw NoRoom{"a box or subdiagram goes whose nodes stay"};
+            } else {
+                rewriteGroup(group, *lists[next++]);
+            }
         }
+    }
+
+    /// Which groups lose all that they hold; empty where none does.
+    std::vector<bool> emptiedGroups() const {
+        const auto& groups = syntax.groups;
+        std::vector<bool> isGone(groups.size()), holdsSome(groups.size() + 1);
+        std::vector<std::size_t> outer(groups.size(), groups.size()), open;
+        for (std::size_t i = 0; i < groups.size(); ++i) {
+            open.resize(groups[i].depth);
+            if (!open.empty()) outer[i] = open.back();
+            open.push_back(i);
+        }
+        bool isAnyGone = false;
+        std::vector<bool> hadGroups(groups.size() + 1);
+        for (std::size_t i = groups.size(); i-- > 0;) {
+            const auto& members = groups[i].members;
+            const bool stays = std::any_of(members.begin(), members.end(), [&](const auto& reference) {
+                const auto index = member(reference);
+                return !index || nodes[*index].record != nullptr;
+            });
+            isGone[i] =
+                !groups[i].isEverything && !stays && !holdsSome[i] && (!members.empty() || hadGroups[i]);
+            isAnyGone = isAnyGone || isGone[i];
+            hadGroups[outer[i]] = true;
+            if (!isGone[i]) holdsSome[outer[i]] = true;
+        }
+        return isAnyGone ? isGone : std::vector<bool>();
     }
 
     void rewriteGroup(const TextGroup& group, const std::vector<std::int64_t>& ids) {
@@ -456,11 +503,12 @@ DiagramRewriting rewriteTextForm(std::string_view text, const DiagramInfo& edite
                                  const NodeRegistry& registry) {
     const auto old = readText(text, registry);
     if (!old.data) return {{}, "the text is no diagram: " + old.faults.front().what};
-    const auto mark = text.starts_with(byteOrderMark) ? byteOrderMark : std::string_view();
+    const auto content = withoutMark(text);
+    const auto mark = text.substr(0, text.size() - content.size());
     const auto wanted = withoutForm(edited);
     std::string reason = "the lines of the text have no room for this edit";
     try {
-        TextRewriter rewriter(text.substr(mark.size()), old.data->info, edited, registry);
+        TextRewriter rewriter(content, old.data->info, edited, registry);
         // Constants whose type followed from what they fed say it where something else would follow now. That
         // may change what others come to have; a few rounds settle nearly all.
         std::set<std::int64_t> typed;
@@ -483,6 +531,18 @@ DiagramRewriting rewriteTextForm(std::string_view text, const DiagramInfo& edite
     return {{},
             std::move(reason),
             "`kelvane fmt --to json` makes a document of it, in which every edit has room"};
+}
+
+std::vector<NestedNode> nestedNodes(std::string_view text, const NodeRegistry& registry) {
+    std::vector<NestedNode> nested;
+    if (!isTextForm(text)) return nested;
+    const auto reading = readText(text, registry);
+    if (!reading.data) return nested;
+    const auto& nodes = reading.data->info.nodes;
+    forEachNested(parseText(withoutMark(text), registry), [&](std::size_t inner, std::size_t outer) {
+        nested.push_back({nodes[inner].id, nodes[outer].id});
+    });
+    return nested;
 }
 
 }  // namespace KelvaneSDK

@@ -262,12 +262,21 @@ TEST(DiagramRewriting, LinesOfTextAreEditedInPlace) {
          },
          "beat = And( above, b = Toggled(above) ) // rising\r\ncount: Integer = _\r\nbox Beats {\r\n  above, beat",
          "// rising\r\ncount: Integer = _\r\nbox Beats {\r\n  above"},
+        {"a box that is left empty",
+         [](DiagramInfo& info) {
+             std::erase_if(info.nodes, [](const auto& node) { return node.id >= 3 && node.id <= 5; });
+             std::erase_if(info.properties, [](const auto& property) { return property.id == 3 || property.id == 5; });
+             info.connections.clear();
+             info.containers->clear();
+         },
+         heart.substr(heart.find(" [red]")), ": Float [red]\r\n// rising\r\ncount: Integer = _\r\n"},
     };
     for (const auto& [what, edit, found, changed] : rows) {
         std::string expected(heart);
         if (!found.empty()) expected.replace(expected.find(found), found.size(), changed);
         EXPECT_EQ(rewrittenText(heart, edit), expected) << what;
     }
+    EXPECT_EQ(nestedNodes(heart), (std::vector<NestedNode>{{4, 5}}));
     const char* const room = "; `kelvane fmt --to json` makes a document of it, in which every edit has room";
     const auto nested = [](DiagramInfo& info) { info.properties.push_back({4, "Description", "up"}); };
     const auto color = [](DiagramInfo& info) { info.properties.push_back({3, "Color", "red"}); };

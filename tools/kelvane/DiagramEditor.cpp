@@ -34,8 +34,8 @@ void removeFrom(std::vector<ContainerInfo>& boxes, std::int64_t id) {
 
 }  // namespace
 
-DiagramEditor::DiagramEditor(std::string fileName, DiagramInfo diagram)
-    : file(std::move(fileName)), info(std::move(diagram)) {
+DiagramEditor::DiagramEditor(std::string fileName, DiagramInfo diagram, std::vector<NestedNode> nestedNodes)
+    : file(std::move(fileName)), info(std::move(diagram)), nested(std::move(nestedNodes)) {
     readNodes();
 }
 
@@ -305,7 +305,19 @@ void DiagramEditor::add(const std::string& className, const std::vector<std::str
 }
 
 void DiagramEditor::remove(const std::string& name) {
-    const auto id = only(name, "node", [](const Node&) { return true; }).id;
+    std::vector<std::int64_t> ids{only(name, "node", [](const Node&) { return true; }).id};
+    while (!ids.empty()) {
+        const auto id = ids.back();
+        ids.pop_back();
+        removeRecords(id);
+        for (const auto& node : nested) {
+            if (node.outerId == id) ids.push_back(node.id);
+        }
+    }
+    readNodes();
+}
+
+void DiagramEditor::removeRecords(std::int64_t id) {
     std::erase_if(info.nodes, [&](const auto& node) { return node.id == id; });
     std::erase_if(info.properties, [&](const auto& property) { return property.id == id; });
     std::erase_if(info.connections, [&](const auto& connection) {
@@ -318,7 +330,6 @@ void DiagramEditor::remove(const std::string& name) {
             return std::erase(subdiagram.nodeIds, id) > 0 && subdiagram.nodeIds.empty();
         });
     }
-    readNodes();
 }
 
 }  // namespace kelvane

@@ -14,8 +14,9 @@ namespace kelvane {
 /// is reported.
 class DiagramEditor {
 public:
-    /// `fileName` as messages have it.
-    DiagramEditor(std::string fileName, KelvaneSDK::DiagramInfo diagram);
+    /// `fileName` as messages have it; `nestedNodes` are removed together with those that they stand in.
+    DiagramEditor(std::string fileName, KelvaneSDK::DiagramInfo diagram,
+                  std::vector<KelvaneSDK::NestedNode> nestedNodes);
 
     /// "LABEL=TEXT": gives the constants of this label another value.
     void set(const std::string& setting);
@@ -48,6 +49,7 @@ private:
     using Condition = std::function<bool(const Node&)>;
 
     void readNodes();
+    void removeRecords(std::int64_t id);
     [[noreturn]] void refuse(const std::string& reason, const std::string& hint = {}) const;
     void note(const std::string& what) const;
     /// All nodes that a label or #id names and that meet a condition.
@@ -66,6 +68,7 @@ private:
 
     std::string file;
     KelvaneSDK::DiagramInfo info;
+    std::vector<KelvaneSDK::NestedNode> nested;
     std::vector<Node> nodes;
 };
 

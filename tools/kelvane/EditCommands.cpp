@@ -60,7 +60,7 @@ int edit(const EditOptions& options, const std::function<void(DiagramEditor&)>& 
 std::string editedDocument(const std::string& fileName, const std::string& text,
                            const std::function<void(DiagramEditor&)>& change) {
     const auto old = readEitherForm(fileName, text);
-    DiagramEditor editor(fileName, old);
+    DiagramEditor editor(fileName, old, nestedNodes(text));
     change(editor);
     refuseNewErrors(fileName, old, editor.edited());
     auto result = rewriteDiagram(text, editor.edited());

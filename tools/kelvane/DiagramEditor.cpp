@@ -223,14 +223,23 @@ void DiagramEditor::connect(const std::string& from, const std::string& input) {
     const Node& source = only(from, "function, constant or input stream", givesValues);
     const Input target = inputNamed(input);
     const ConnectionInfo added{source.id, target.node->id, target.index};
-    for (const auto& other : info.connections) {
+    // Types pass along connections in their order, so it stands behind those that lead to its source and
+    // before those that lead on.
+    auto& list = info.connections;
+    std::size_t least = 0, most = list.size();
+    for (std::size_t i = list.size(); i-- > 0;) {
+        const auto& other = list[i];
         if (other == added) refuse(shown(source) + " feeds the " + shown(target) + " already");
-        if (other.inputNodeId == added.inputNodeId && other.inputIndex == added.inputIndex) {
+        const bool isSameInput =
+            other.inputNodeId == added.inputNodeId && other.inputIndex == added.inputIndex;
+        if (isSameInput) {
             note("the " + shown(target) + " is fed by node " + std::to_string(other.outputNodeId) +
                  " as well; the value that comes last counts");
         }
+        if (isSameInput || other.inputNodeId == added.outputNodeId) least = std::max(least, i + 1);
+        if (other.outputNodeId == added.inputNodeId) most = i;
     }
-    info.connections.push_back(added);
+    list.insert(list.begin() + static_cast<std::ptrdiff_t>(least <= most ? most : list.size()), added);
 }
 
 void DiagramEditor::disconnect(const std::optional<std::string>& from, const std::string& input) {

@@ -1,5 +1,5 @@
-// Any bytes as a document: decoding and checking survive them, and what decodes is written and read back
-// equal.
+// Any bytes as a document: decoding and checking survive them, and what decodes is edited, written and read
+// back equal.
 
 #include "support.h"
 
@@ -22,6 +22,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     longer.insert(longer.find('{') + 1, R"("?":[],)");
     const auto other = DiagramData::decode(longer);
     KelvaneFuzz::require(other && other->info == document->info, "both ways of decoding give the same");
+    auto edited = document->info;
+    edited.nodes.insert(edited.nodes.begin(), {7, "Function", "Add", "Float"});
+    if (!edited.connections.empty()) edited.connections.pop_back();
+    if (!edited.properties.empty()) edited.properties.front().valueString += "\n\u00e9";
+    edited.manualLines.emplace().push_back("note");
+    KelvaneFuzz::require(rewriteDiagram(text, edited).text.has_value(), "any document can be edited");
     const auto again = DiagramData::decode(document->encode());
     KelvaneFuzz::require(again && again->info == document->info, "a written document reads back equal");
     for (const auto& finding : findings) {

@@ -211,6 +211,20 @@ TEST_F(AllocationFaultsTest, ATextIsReadAndWrittenWholeOrNotAtAll) {
                       });
 }
 
+TEST_F(AllocationFaultsTest, AnEditGivesTheWholeTextOrNone) {
+    for (const std::string& text : {largeDocument().text(), writeText(largeDocument().data).value_or("")}) {
+        auto edited = text.starts_with('{') ? largeDocument().data.info : readText(text).data->info;
+        edited.properties.front().valueString = "another label of the first stream";
+        edited.connections.pop_back();
+        const auto edit = [&](int&) { return rewriteDiagram(text, edited).text; };
+        int none = 0;
+        const auto whole = edit(none);
+        ASSERT_TRUE(whole);
+        atEveryAllocation([] { return std::make_unique<int>(); }, edit,
+                          [&](int&, const std::optional<std::string>& result) { EXPECT_TRUE(!result || result == whole); });
+    }
+}
+
 TEST_F(AllocationFaultsTest, ACheckReturnsAllFindingsOrThatMemoryRanOut) {
     auto document = largeDocument();
     document.connect(document.function("Add"), document.function("Subtract"), 7);

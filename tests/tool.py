@@ -1,6 +1,8 @@
 """Runs the tool and compares its status, results and messages with what they should be: tool.py TOOL"""
 
 import contextlib
+import difflib
+import json
 import os
 import re
 import resource
@@ -190,6 +192,114 @@ def usage():
             expect(command, run(*command.split(), output=full), (1, "", "kelvane: cannot write standard output: No space left on device\n"))
 
 
+def changes(old, new):
+    """The lines that a diff shows."""
+    return [line for line in difflib.unified_diff(old.splitlines(), new.splitlines(), lineterm="", n=0) if not line.startswith(("---", "+++", "@@"))]
+
+
+def edits(folder):
+    """Edits change the lines that they are about, in either form, or are refused with a reason."""
+    texts = {name: run("fmt", "--to", "text", f"{name}.json")[1] for name in ("sum", "bad-constant")}
+    documents = {name: (DATA / f"{name}.json").read_text() for name in texts}
+    fed = 'note: the input "b" of node 2 ("Add") is fed by node 1 as well; the value that comes last counts'
+    feeds = 'note: the variable output #3 {} the input stream #0, by the label "{}"'
+    node, label = '    {{"id": {}, "classString": "{}", "typeString": "{}"}}', '    {{"id": {}, "propertyString": "{}", "valueString": "{}"}}'
+    link = '    {{"outputNodeId": {}, "inputNodeId": {}, "inputIndex": {}}}'
+    stream, offset, last = label.format(0, "Description", "x"), label.format(1, "OutputValue", "10"), label.format(3, "Description", "sum")
+    lastNode, lastLink = node.format(3, "Variable output", "Float"), link.format(2, 3, 0)
+    for command, lines, textLines, *notes in [
+            ("set offset=-1.50e1", [f"-{offset},", f"+{offset},".replace("10", "-1.50e1")], ["-offset = 10", "+offset = -1.50e1"]),
+            ("rename x 'two words'", [f"-{stream},", f"+{stream},".replace('"x"', '"two words"')],
+             ["-x #0: Float", "-sum: Float = Add(x, offset)", "+two words #0: Float", "+sum: Float = Add(two words, offset)"]),
+            ("rename sum x", [f"-{last}", f"+{last}".replace("sum", "x")], ["-sum: Float = Add(x, offset)", "+x: Float = Add(x, offset)"],
+             feeds.format("now feeds", "x")),
+            ("connect x Add.b", ["+" + link.format(0, 2, 1) + ","],
+             ["-sum: Float = Add(x, offset)", "+sum: Float = Add(x, offset | x)"], fed),
+            ("disconnect x '#2.0'", ["-" + link.format(0, 2, 0) + ","], ["-offset = 10", "-sum: Float = Add(x, offset)", "+offset = 10: Float",
+                                                                       "+sum: Float = Add(_, offset)"]),
+            ("add 'Moving averager' mean other", [f"-{lastNode}", f"+{lastNode},", "+" + node.format(4, "Function", "Moving averager") + ",",
+                                                  "+" + node.format(5, "Function", "Moving averager"), f"-{last}", f"+{last},",
+                                                  "+" + label.format(4, "Description", "mean") + ",", "+" + label.format(5, "Description", "other")],
+             ["+mean = Moving averager(_, _)", "+other = Moving averager(_, _)"]),
+            ("remove offset", ["-" + node.format(1, "Constant", "Float") + ",", "-" + label.format(1, "Description", "offset") + ",", f"-{offset},",
+                               "-" + link.format(1, 2, 1) + ","], ["-offset = 10", "-sum: Float = Add(x, offset)", "+sum: Float = Add(x, _)"])]:
+        words, said = shlex.split(command), lambda file: "".join(f"{file}: {line}\n" for line in notes)
+        status, output, messages = run(words[0], "sum.json", *words[1:])
+        expect(command, (status, changes(documents["sum"], output), messages), (0, lines, said("sum.json")))
+        status, output, messages = run(words[0], "-", *words[1:], input=texts["sum"])
+        found = [line for line in changes(texts["sum"], output) if "//" not in line]
+        expect(f"{command}, in text", (status, sorted(found), len(messages.splitlines())), (0, sorted(textLines), len(notes)))
+
+    for command, status, message in [
+            ("set sum.json ofset=1", 2, 'sum.json: ofset=1: no constant is called "ofset"; did you mean "offset"?'),
+            ("set sum.json offset=ten", 2, 'sum.json: offset=ten: "ten" does not read as Float'),
+            ("set sum.json offset=1,5", 1, "sum.json would have these faults after the edit"),
+            ("rename sum.json summ y", 2, 'sum.json: no node is called "summ"; did you mean "sum"?'),
+            ("connect sum.json sum Add.a", 2, 'sum.json: node 3 ("Float", "sum") is no function, constant or input stream'),
+            ("connect sum.json x Ad.a", 2, 'sum.json: no function or variable output is called "Ad"; did you mean "Add"?'),
+            ("connect sum.json x Add", 2, 'sum.json: node 2 ("Add") has the inputs "a", "b"; say which, as in TO.INPUT'),
+            ("connect sum.json x '#2.c'", 2, 'sum.json: node 2 ("Add") has no input "c"; did you mean "a"?'),
+            ("connect sum.json x Add.0", 2, 'sum.json: node 0 ("Float", "x") feeds the input "a" of node 2 ("Add") already'),
+            ("disconnect sum.json offset Add.a", 2, 'sum.json: node 1 ("Float", "offset") is no node that feeds the input "a" of node 2 ("Add")'),
+            ("add sum.json 'Input stream Flaot'", 2, 'sum.json: no node class is called "Input stream Flaot"; did you mean "Input stream Float"?'),
+            ("remove sum.json '#7'", 2, "sum.json: no node has the id 7"),
+            ("remove --in-place - x", 2, "standard input cannot be edited in place"),
+            ("run - --save x.json", 2, "--save: the diagram is standard input; `kelvane set -` writes it"),
+            ("run sum.json --save -", 2, "--save -: the results are written there"),
+            ("run sum.json --save ./walk.jsonl walk.jsonl", 2, "./walk.jsonl is the file that is read, and would be overwritten"),
+            ("set walk.jsonl a=1", 1, "walk.jsonl is no diagram")]:
+        found, output, messages = run(*shlex.split(command))
+        expect(command, (found, output, messages.splitlines()[-1:]), (status, "", [f"kelvane: {message}"]))
+    twice = run("add", "sum.json", "Add")[1]
+    row("remove - Add", 2, "", 'kelvane: standard input: 2 nodes are called "Add"; say which: #2, #4\n', twice)
+
+    file = folder / "sum.json"
+    file.write_text(documents["sum"])
+    file.chmod(0o640)
+    expect("an edit in place", (run("set", "--in-place", file, "offset=1e1"), file.read_text(), file.stat().st_mode & 0o777),
+           ((0, "", ""), documents["sum"].replace('"10"', '"1e1"'), 0o640))
+    run("add", "--in-place", file, "Not", "no")
+    before = file.read_text()
+    status, output, messages = run("connect", "--in-place", file, "x", "no.0")
+    expect("an edit that brings an error", (status, output, messages.splitlines()[-1], file.read_text() == before),
+           (1, "", f"kelvane: {file} would have these faults after the edit", True))
+    document, text = '{"nodes":[],"properties":[],"connections":[],"positions":[]}', ""
+    for command in ("add - 'Input stream Float' x", "add - 'Constant Integer' window", "add - 'Moving averager' mean", "add - 'Variable output Float' y",
+                    "connect - window mean.length", "connect - x mean.1", "connect - mean y", "set - window=5", "rename - '#2' `a`"):
+        document, text = (run(*shlex.split(command), input=form)[1] for form in (document, text))
+    expect("a diagram from nothing", (text, changes(run("fmt", "--to", "json", "-", input=text)[1], run("fmt", "--to", "json", "-", input=document)[1])),
+           ("x: Float\n`\\`a\\`` = 5: Integer\nmean = Moving averager(`\\`a\\``, x)\ny: Float = mean\n", []))
+    tuned = folder / "tuned.json"
+    expect("a run that saves", (run("run", "sum.json", "walk.jsonl", "--no-inputs", "--set", "offset=10.0", "--save", tuned), tuned.read_text()),
+           ((0, walkSums, ""), documents["sum"].replace('"10"', '"10.0"')))
+
+
+def schemas():
+    """The checked-in schema is the tool's, and tells documents with faults of form from sound ones."""
+    schema = (DATA.parents[2] / "docs/diagram.schema.json").read_text()
+    row("schema", 0, schema)
+    try:
+        import jsonschema
+    except ImportError:
+        return print("python3-jsonschema is missing: no document was validated")
+    jsonschema.Draft202012Validator.check_schema(json.loads(schema))
+    validator = jsonschema.Draft202012Validator(json.loads(schema))
+    examples = list(DATA.parents[2].glob("examples/*/diagram.*"))
+    expect("examples", [path for path in examples if not validator.is_valid(json.loads(run("fmt", "--to", "json", path)[1]))], [])
+    sys.path.append(str(Path(__file__).parent / "corpus"))
+    from documents import cases
+    formCodes = "undecodable", "unknown-class", "unknown-type", "unknown-output-type", "boolean-text", "unknown-color"
+    wrong, counts = [], {True: len(examples), False: 0}
+    for case in cases:
+        isFaulty = any(finding.code in formCodes for finding in case.findings)
+        with contextlib.suppress(ValueError, RecursionError):
+            if len(case.text) < 100000 and not case.name.startswith("text:") and (isFaulty or not case.findings):
+                isValid = validator.is_valid(json.loads(case.text))
+                wrong += [case.name] * (isValid == isFaulty)
+                counts[isValid] += 1
+    expect("documents that the schema takes for what they are not", (wrong, min(counts.values()) > 20), ([], True))
+
+
 def files(folder):
     """A file of results appears when it is complete, and whatever fails leaves what was there."""
     file, link, pipe, recording = folder / "real.jsonl", folder / "link.jsonl", folder / "pipe", folder / "walk.jsonl"
@@ -311,10 +421,11 @@ def manyRecordings(folder):
 
 
 def main():
-    for part in runs, checks, lists, usage, streams:
+    for part in runs, checks, lists, usage, streams, schemas:
         part()
-    with tempfile.TemporaryDirectory() as folder:
-        files(Path(folder))
+    for part in files, edits:
+        with tempfile.TemporaryDirectory() as folder:
+            part(Path(folder))
     with tempfile.TemporaryDirectory() as folder:
         manyRecordings(Path(folder))
     print(*failures, f"{len(failures)} failures", sep="\n")

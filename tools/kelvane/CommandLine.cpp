@@ -75,6 +75,10 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
         ->needs(outputFolder);
     addRepeatable(command, "--set", options.constants, "Give the constants of this label another value",
                   "LABEL=TEXT");
+    command
+        .add_option("--save", options.save,
+                    "Write the diagram with the constants of --set to FILE, after the run")
+        ->type_name("FILE");
     addRepeatable(command, "--hide", options.hidden, "Leave this label out of the results", "LABEL");
     command.add_flag("--no-inputs", options.withoutInputs, "Leave the input streams out of the results");
     command.add_flag("--keep-going", options.keepsGoing, "Report and skip invalid lines of the recording");
@@ -120,6 +124,44 @@ void addFormat(CLI::App& app, FormatOptions& options, int& status) {
     command.add_option("--to", options.form, "Write it as text, or as JSON")
         ->type_name("text|json")
         ->check(CLI::IsMember({"text", "json"}));
+}
+
+/// Adds the six commands that edit a diagram as it stands.
+void addEdits(CLI::App& app, EditOptions& options, int& status) {
+    const auto add = [&](const char* name, const char* description, int (*command)(const EditOptions&)) {
+        auto& added = addCommand(app, name, description, options, status, command);
+        added.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")
+            ->required()
+            ->type_name("");
+        added.add_flag("--in-place", options.isInPlace,
+                       "Replace the file, instead of writing to standard output");
+        return &added;
+    };
+    const auto name = [&](CLI::App* command, const char* role, const char* description) {
+        command->add_option(role, options.name, description)->required()->type_name("");
+    };
+    const auto list = [&](CLI::App* command, const char* role, const char* description, int most) {
+        auto* const option = command->add_option(role, options.list, description)->type_name("");
+        return option->expected(1, most);
+    };
+    constexpr int any = 1 << 20;
+    auto* command = add("set", "Give constants another value", setConstants);
+    list(command, "LABEL=TEXT", "The constants of this label, or #id, and their value", any)->required();
+    command = add("rename", "Give a node another label", renameNode);
+    name(command, "OLD", "The label, of one node or of streams and outputs that feed back, or #id");
+    list(command, "NEW", "The new label", 1)->required();
+    command = add("connect", "Let a node feed an input of another", connectNodes);
+    name(command, "FROM", "The node's label, or #id");
+    list(command, "TO.INPUT", "The other's label, or #id, and the input's name or number", 1)->required();
+    command = add("disconnect", "Take a connection away", disconnectNodes);
+    name(command, "FROM",
+         "The label, or #id, of the node that feeds the input; or the input alone, whatever feeds it");
+    list(command, "TO.INPUT", "The label, or #id, of the other, and the input's name or number", 1);
+    command = add("add", "Add nodes", addNodes);
+    name(command, "CLASS", "A function's name, or \"Input stream Float\", \"Constant Vector\", ...");
+    list(command, "LABEL", "A label for each new node", any);
+    command = add("remove", "Remove nodes, and what names them", removeNodes);
+    list(command, "NODE", "A node's label, or #id", any)->required();
 }
 
 void addFunctions(CLI::App& app, FunctionsOptions& options, int& status) {
@@ -191,8 +233,13 @@ int runCommand(int argc, char** argv) {
     addExport(app, exportOptions, status);
     FormatOptions formatOptions;
     addFormat(app, formatOptions, status);
+    EditOptions editOptions;
+    addEdits(app, editOptions, status);
     FunctionsOptions functionsOptions;
     addFunctions(app, functionsOptions, status);
+    SchemaOptions schemaOptions;
+    addCommand(app, "schema", "Write the JSON Schema of diagram documents, for editors", schemaOptions,
+               status, schema);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& outcome) {

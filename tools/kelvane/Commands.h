@@ -23,6 +23,8 @@ struct RunOptions {
     bool resumes = false;
     /// "LABEL=TEXT"
     std::vector<std::string> constants;
+    /// Where the diagram with these constants is written; empty: nowhere.
+    std::string save;
     std::vector<std::string> hidden;
     bool withoutInputs = false;
     /// Invalid lines of the recording are reported and skipped.
@@ -67,11 +69,36 @@ struct FormatOptions {
 };
 int format(const FormatOptions& options);
 
+struct EditOptions {
+    std::string diagram;
+    /// Replaces the file, instead of writing to standard output.
+    bool isInPlace = false;
+    /// What the command is about first, and the rest of its arguments.
+    std::string name;
+    std::vector<std::string> list;
+};
+/// `list`: "LABEL=TEXT"
+int setConstants(const EditOptions& options);
+/// `name` becomes `list[0]`.
+int renameNode(const EditOptions& options);
+/// `name` is to feed the input `list[0]`.
+int connectNodes(const EditOptions& options);
+/// `name` no longer feeds the input `list[0]`; alone, it is an input that nothing feeds any more.
+int disconnectNodes(const EditOptions& options);
+/// `name` is a node class, `list` the labels of new nodes.
+int addNodes(const EditOptions& options);
+/// `list`: nodes
+int removeNodes(const EditOptions& options);
+
 struct FunctionsOptions {
     /// Empty: all functions.
     std::string name;
     bool asJson = false;
 };
 int functions(const FunctionsOptions& options);
+
+struct SchemaOptions {};
+/// Writes the JSON Schema of diagram documents.
+int schema(const SchemaOptions& options);
 
 }  // namespace kelvane

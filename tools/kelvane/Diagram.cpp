@@ -83,6 +83,12 @@ Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
     return diagram;
 }
 
+DiagramData readUnchecked(const std::string& name, std::string_view text) {
+    if (auto data = readDiagram(text)) return std::move(*data);
+    for (const auto& finding : checkDiagram(text)) report(findingLine(name, finding));
+    throw Failure{ExitStatus::failed, "kelvane: " + name + " is no diagram"};
+}
+
 std::unique_ptr<Kelvane> anotherEngine(const Diagram& diagram) {
     auto engine = std::make_unique<Kelvane>();
     engine->setStopBehavior(StopBehavior::failCall);

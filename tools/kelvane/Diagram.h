@@ -48,6 +48,10 @@ struct Diagram {
 /// errors, once. A document with a fatal error, or one that cannot be built, is refused with a `Failure`.
 Diagram loadDiagram(const std::string& path, LibraryMessages& messages);
 
+/// The diagram of either form in a text, whatever may be found in it. A text that is none has its faults
+/// reported and is refused with a `Failure`.
+KelvaneSDK::DiagramData readUnchecked(const std::string& name, std::string_view text);
+
 /// One more engine of a diagram that has been loaded. Reports nothing.
 std::unique_ptr<KelvaneSDK::Kelvane> anotherEngine(const Diagram& diagram);
 

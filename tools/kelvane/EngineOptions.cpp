@@ -12,32 +12,12 @@ using namespace KelvaneSDK;
 
 namespace {
 
-/// Where the label of "LABEL=TEXT" ends: a label may contain "=" itself.
-std::size_t endOfLabel(std::string_view setting, const std::vector<std::string>& known) {
-    for (auto end = setting.find('='); end != std::string_view::npos; end = setting.find('=', end + 1)) {
-        if (std::find(known.begin(), known.end(), setting.substr(0, end)) != known.end()) return end;
-    }
-    return std::string_view::npos;
-}
-
 void setConstant(Kelvane& engine, const std::string& setting) {
     const std::string option = "--set " + setting;
-    const auto known = labels(engine, NodeCategory::Constant);
-    const auto end = endOfLabel(setting, known);
-    if (end == std::string::npos) {
-        const auto equals = setting.find('=');
-        if (equals == std::string::npos) refuseOption(option, "LABEL=TEXT was expected");
-        const auto label = setting.substr(0, equals);
-        refuseOption(option,
-                     withHint("no constant is called " + inQuotes(label), nearestNameHint(label, known)));
-    }
-    const auto label = setting.substr(0, end), text = setting.substr(end + 1);
+    const auto [label, text] = splitSetting(option, setting, labels(engine, NodeCategory::Constant));
     for (const auto& node : engine.nodeList(NodeCategory::Constant)) {
         if (node->label() != label) continue;
-        const auto value = valueFromText(node->outputValue()->valueClass(), text);
-        if (!value)
-            refuseOption(option, inQuotes(text) + " does not read as " + std::string(node->typeString));
-        engine.setConstant(label, *value);
+        engine.setConstant(label, constantValue(option, node->outputValue()->valueClass(), text));
     }
 }
 
@@ -63,6 +43,25 @@ void applyOptions(Kelvane& engine, const RunOptions& options) {
         {static_cast<std::size_t>(options.maxElements), options.maxBatchSeconds, &interrupted()});
     if (!options.withoutInputs) return;
     for (const auto& label : engine.getInputStreams()) engine.setInputStreamForwarding(label, false);
+}
+
+std::pair<std::string, std::string> splitSetting(const std::string& option, const std::string& setting,
+                                                 const std::vector<std::string>& known) {
+    for (auto end = setting.find('='); end != std::string::npos; end = setting.find('=', end + 1)) {
+        const auto label = setting.substr(0, end);
+        if (std::find(known.begin(), known.end(), label) != known.end())
+            return {label, setting.substr(end + 1)};
+    }
+    const auto equals = setting.find('=');
+    if (equals == std::string::npos) refuseOption(option, "LABEL=TEXT was expected");
+    const auto label = setting.substr(0, equals);
+    refuseOption(option, withHint("no constant is called " + inQuotes(label), nearestNameHint(label, known)));
+}
+
+Value constantValue(const std::string& option, ValueClass type, const std::string& text) {
+    auto value = valueFromText(type, text);
+    if (!value) refuseOption(option, inQuotes(text) + " does not read as " + std::string(typeString(type)));
+    return std::move(*value);
 }
 
 }  // namespace kelvane

@@ -1,7 +1,9 @@
 #include <array>
+#include <optional>
 
 #include "Commands.h"
 #include "Diagram.h"
+#include "EditedDocument.h"
 #include "EngineOptions.h"
 #include "Files.h"
 #include "Interruption.h"
@@ -44,11 +46,35 @@ int runOne(const RunOptions& options) {
     return status;
 }
 
+/// The text of the diagram with the constants of the run.
+std::string tunedDiagram(const RunOptions& options) {
+    if (options.save == "-" || options.save == options.output) {
+        throw Failure{ExitStatus::wrongUsage,
+                      "kelvane: --save " + printable(options.save) + ": the results are written there"};
+    }
+    if (options.diagram == "-") {
+        throw Failure{ExitStatus::wrongUsage,
+                      "kelvane: --save: the diagram is standard input; `kelvane set -` writes it"};
+    }
+    return editedDocument(nameOf(options.diagram), readWholeFile(options.diagram),
+                          [&](DiagramEditor& editor) {
+                              for (const auto& setting : options.constants) editor.set(setting);
+                          });
+}
+
 }  // namespace
 
 int run(const RunOptions& options) {
     if (!options.maxMemory.empty()) limitMemory(options.maxMemory);
-    return isForManyRecordings(options) ? runMany(options) : runOne(options);
+    const auto tuned = options.save.empty() ? std::string() : tunedDiagram(options);
+    std::optional<ResultOutput> saved;
+    if (!options.save.empty()) saved.emplace(options.save, options.recordings);
+    const int status = isForManyRecordings(options) ? runMany(options) : runOne(options);
+    if (saved && interruption() == 0) {
+        saved->text() = tuned;
+        saved->finish();
+    }
+    return status;
 }
 
 }  // namespace kelvane

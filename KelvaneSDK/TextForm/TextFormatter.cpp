@@ -20,9 +20,11 @@ bool isAnyOf(const TextToken& token, std::string_view symbols) {
 
 // Whether a space stands between two tokens of a line.
 bool isSpaced(const TextToken& before, const TextToken& token) {
-    if (isAnyOf(before, "([.") || isAnyOf(token, "),].:")) return false;
     // The input of an order: #7.2.
-    if (token.kind == Kind::number && token.text.starts_with('.') && !isAnyOf(before, "=,|")) return false;
+    const bool isInput = token.is('.') || (token.kind == Kind::number && token.text.starts_with('.') &&
+                                           !isAnyOf(before, "=,|"));
+    if (isInput) return before.kind == Kind::number;
+    if (isAnyOf(before, "([.") || isAnyOf(token, "),]:")) return false;
     if (token.is('(')) return before.isWord("at") || !before.isName();
     return true;
 }

@@ -181,9 +181,13 @@ TextToken TextLexer::listAt(std::size_t offset) {
     at = offset;
     std::string content, open;
     std::size_t i = at;
+    bool isBehindItem = false;
     do {
         const char c = i < text.size() ? text[i] : '\n';
         const std::size_t end = numberEnd(text, i);
+        const bool isSign = c == ',' || c == ' ' || (!open.empty() && c == open.back());
+        if (isBehindItem && !isSign) return fail(i, "a comma stands between the numbers of a list");
+        isBehindItem = c == ' ' ? isBehindItem : c != ',' && c != '(' && c != '[';
         if (c == '(' || c == '[') {
             open += c == '(' ? ')' : ']';
             content += c;

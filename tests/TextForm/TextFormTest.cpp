@@ -202,6 +202,7 @@ TEST(TextForm, FaultsSayWhereWhatAndWhatToDo) {
         {"x: Float [hidden]", "1:11: only a variable output can be hidden\n"},
         {"x: Float [blu]", "1:11: \"blu\" is no colour, nor \"hidden\" or \"not forwarded\"; did you mean \"blue\"?\n"},
         {"x = \"a", "1:5: the closing quote is missing in this line\n"},
+        {"x = (1 2, 3)", "1:5: a comma stands between the numbers of a list\n"},
         {"x = [1, 2]", "1:5: the type of this value is not clear; write it behind the value: [1, 2]: Float array\n"},
         {"7 up = 3\n~",
          "1:1: a name was expected, \"7\" was found; a line begins with the name of a stream, a node or an output\n"

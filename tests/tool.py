@@ -155,8 +155,6 @@ Basic
 
 def usage():
     for command, status, message in [
-            ("", 2, "a command was expected: run, check, info, export, functions"),
-            ("help", 2, 'no command is called "help"; there are run, check, info, export, functions'),
             ("rnu", 2, 'no command is called "rnu"; did you mean "run"?'),
             ("check --jsn sum.json", 2, 'no option is called "--jsn"; did you mean "--json"?'),
             ("check", 2, "DIAGRAM is required\nRun with --help for more information."),
@@ -185,6 +183,9 @@ def usage():
             ("run sum.json -o ''", 1, 'cannot write "": No such file or directory'),
             ("run sum.json -o none/out.jsonl", 1, "cannot write none/out.jsonl: No such file or directory")]:
         row(command, status, "", f"kelvane: {message}\n")
+    for command, message in ("", "a command was expected: run, check, "), ("help", 'no command is called "help"; there are run, check, '):
+        status, output, messages = run(*command.split())
+        expect(command, (status, output, messages[:len("kelvane: " + message)]), (2, "", "kelvane: " + message))
     if not os.environ.get("KELVANE_SANITIZE"):
         row("run sum.json walk.jsonl --max-memory 1", 1, "", "kelvane: out of memory\n")
     with open("/dev/full", "w") as full:

@@ -53,9 +53,8 @@ void NodeRegistry::add(const NodeFamily& family) {
     for (NodeClass nodeClass : family.classes) {
         const auto& declaration = nodeClass.declaration();
         if (declaration.isDeclared && declaration.inputs.size() > mostDeclaredInputs)
-            stopProgram("the node class \"" + std::string(declaration.name) + "\" declares " +
-                        std::to_string(declaration.inputs.size()) + " inputs; there may be at most " +
-                        std::to_string(mostDeclaredInputs));
+            stopProgram("the node class \"" + std::string(declaration.name) + "\" declares more than " +
+                        std::to_string(mostDeclaredInputs) + " inputs");
         const auto instance = nodeClass.make();
         if (instance->typeString.empty())
             stopProgram("a node class of the family \"" + std::string(family.title) +

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "KelvaneSDK/ArrayVariables.h"
+#include "KelvaneSDK/FastRows.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/ListOperations.h"
 
 namespace KelvaneSDK {

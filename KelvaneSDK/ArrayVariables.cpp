@@ -43,7 +43,7 @@ Value total(const TimestampedVariable& slot, Item start) {
 
 template <class Item, class Same = std::equal_to<Item>>
 std::optional<bool> equalLists(const TimestampedVariable& a, const TimestampedVariable& b, Same same = {}) {
-    if (!a.isComparable(b)) return std::nullopt;
+    if (!isComparable(a, b)) return std::nullopt;
     const auto left = itemsOf<Item>(a);
     const auto right = itemsOf<Item>(b);
     if (left.size() != right.size()) return std::nullopt;

@@ -1,5 +1,5 @@
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/Node.h"
+#include "KelvaneSDK/NodeState.h"
 #include "KelvaneSDK/ValueKinds.h"
 
 namespace KelvaneSDK {
@@ -23,7 +23,7 @@ class TypedConstantNode final : public ConstantNode {
 public:
     void createOutput() override {
         makeOutput(slotClass, true);
-        given().isConstant = true;
+        NodeState::of(*this).given.isConstant = true;
     }
 };
 

@@ -8,40 +8,50 @@
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
-// The records of a diagram document. Field names are the document's keys; nothing but types is checked.
+// The records of a diagram document, for applications that make or change documents themselves, and for
+// those that want what the engine does not keep. Field names are the document's keys; docs/diagram-format.md
+// describes them. Nothing but types is checked here: that is checkDiagram()'s part.
 
+/// A node.
 struct NodeInfo {
     /// By which the other records name the node; unique in a sound document.
     std::int64_t id = 0;
     /// "Function", "Constant", "Input stream" or "Variable output".
     std::string classString;
-    /// The function's name, or the type of the values.
+    /// The function's name, or the type of the values: "Add", "Float array".
     std::string typeString;
-    /// The type of values that a generic output has taken on.
+    /// The type of values that a generic output has taken on; absent or null where nothing fixes it yet.
     std::optional<std::string> outputType;
 
     friend bool operator==(const NodeInfo&, const NodeInfo&) = default;
 };
 
-/// A property of the node with this id, in its text form; applied in document order.
+/// A property of a node in its text form, as Node::setProperty() takes it; those of a node are applied in
+/// document order.
 struct PropertyInfo {
+    /// The node's.
     std::int64_t id = 0;
+    /// "Description" (the label), "OutputValue", "Color", "Forwarding", "Hidden".
     std::string propertyString;
+    /// The content, whatever its type, as text: "true", "1.5", "(1.0, 0.0, 0.0)".
     std::string valueString;
 
     friend bool operator==(const PropertyInfo&, const PropertyInfo&) = default;
 };
 
-/// The output of one node feeds input `inputIndex` (from 0) of another.
+/// The output of one node feeds an input of another. Connections are made in document order, which decides
+/// what generic slots take on, and in which order an output serves its readers.
 struct ConnectionInfo {
+    /// The node that gives, and the one that takes.
     std::int64_t outputNodeId = 0;
     std::int64_t inputNodeId = 0;
+    /// Which input of the latter, from 0.
     std::int64_t inputIndex = 0;
 
     friend bool operator==(const ConnectionInfo&, const ConnectionInfo&) = default;
 };
 
-/// Where a node stands on the canvas; y grows downwards.
+/// Where a node stands on the canvas, in the designer's units; y grows downwards. Evaluation does not ask.
 struct PositionInfo {
     std::int64_t id = 0;
     double x = 0, y = 0;
@@ -49,18 +59,22 @@ struct PositionInfo {
     friend bool operator==(const PositionInfo&, const PositionInfo&) = default;
 };
 
-/// A box on the canvas that groups nodes, with boxes nested in it.
+/// A box on the canvas that groups nodes, with boxes nested in it. Evaluation does not ask.
 struct ContainerInfo {
+    /// Where the box stands, as PositionInfo has it.
     double x = 0, y = 0;
+    /// What stands on it.
     std::string description;
+    /// The nodes in it, without those of nested boxes.
     std::vector<std::int64_t> nodeIds;
+    /// A BodyColor by name.
     std::optional<std::string> color;
     std::optional<std::vector<ContainerInfo>> containers;
 
     friend bool operator==(const ContainerInfo&, const ContainerInfo&) = default;
 };
 
-/// A named group of nodes.
+/// A named group of nodes, over and above the boxes.
 struct SubdiagramInfo {
     std::string description;
     std::vector<std::int64_t> nodeIds;
@@ -68,14 +82,16 @@ struct SubdiagramInfo {
     friend bool operator==(const SubdiagramInfo&, const SubdiagramInfo&) = default;
 };
 
-/// A whole document; the order of every list counts.
+/// A whole document; the order of every list counts. The first four are required in a document, where they
+/// may be empty.
 struct DiagramInfo {
     std::vector<NodeInfo> nodes;
     std::vector<PropertyInfo> properties;
     std::vector<ConnectionInfo> connections;
     std::vector<PositionInfo> positions;
+    /// The outermost boxes.
     std::optional<std::vector<ContainerInfo>> containers;
-    /// Free text that is kept with the diagram.
+    /// Free text that is kept with the diagram, line by line.
     std::optional<std::vector<std::string>> manualLines;
     std::optional<std::vector<SubdiagramInfo>> subdiagrams;
 
@@ -90,10 +106,20 @@ struct DecodeFailure {
     std::string reason;
 };
 
-/// JSON nesting beyond this many levels is refused; a container takes two levels.
+/// JSON nesting beyond this many levels is refused, so that no document exhausts the stack; a container takes
+/// two levels.
 inline constexpr std::size_t maximumDocumentDepth = 2048;
 
-/// A decoded document.
+/// A document, decoded or to be encoded. What decode() reads of it, encode() writes: unknown keys are lost.
+///
+///     DiagramData document;
+///     document.info.nodes = {{1, "Input stream", "Float"}, {2, "Variable output", "Float"}};
+///     document.info.properties = {{1, "Description", "x"}, {2, "Description", "y"}};
+///     document.info.connections = {{1, 2, 0}};
+///     engine.load(document.encode(), true);
+///
+///     DecodeFailure failure;
+///     if (!DiagramData::decode(text, &failure)) std::cerr << failure.pointer << ": " << failure.reason;
 struct DiagramData {
     DiagramInfo info;
 

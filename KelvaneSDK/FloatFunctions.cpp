@@ -4,9 +4,9 @@
 #include <limits>
 
 #include "KelvaneSDK/ElementArithmetic.h"
+#include "KelvaneSDK/FastRows.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/SampleWindow.h"
 #include "KelvaneSDK/TrapezoidRule.h"
 

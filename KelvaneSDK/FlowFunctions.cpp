@@ -1,6 +1,6 @@
 #include "KelvaneSDK/ElementArithmetic.h"
+#include "KelvaneSDK/FastRows.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionRows.h"
 
 namespace KelvaneSDK {
 
@@ -115,7 +115,7 @@ private:
         if (!inputs[0].hasNews() || !inputs[1].hasNews() || !inputs[2].hasNews() || !select.holds<bool>())
             return self.runByItsRule();
         const GivenValue& chosen = *inputs[select.value.unchecked<bool>() ? 1 : 2].source;
-        GivenValue& given = self.given();
+        GivenValue& given = NodeState::of(self).given;
         if (chosen.kind != given.kind || chosen.kind > static_cast<std::uint8_t>(ValueType::Boolean) ||
             given.special != 0) {
             return self.runByItsRule();

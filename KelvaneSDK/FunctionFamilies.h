@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
+#include "KelvaneSDK/FunctionNode.h"
 
 namespace KelvaneSDK {
 

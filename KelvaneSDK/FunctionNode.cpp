@@ -1,8 +1,12 @@
 #include "KelvaneSDK/FunctionNode.h"
 
+#include <algorithm>
 #include <array>
 
 #include "KelvaneSDK/ElementArithmetic.h"
+#include "KelvaneSDK/FunctionRows.h"
+#include "KelvaneSDK/SlotClasses.h"
+#include "KelvaneSDK/Step.h"
 
 namespace KelvaneSDK {
 
@@ -72,9 +76,26 @@ const Value& FunctionNode::value(std::size_t index) const {
     return *payload;
 }
 
+double FunctionNode::real(std::size_t index) const { return input(index).as<double>(); }
+std::int64_t FunctionNode::integer(std::size_t index) const { return input(index).as<std::int64_t>(); }
+bool FunctionNode::boolean(std::size_t index) const { return input(index).as<bool>(); }
+Vector FunctionNode::vector(std::size_t index) const { return input(index).as<Vector>(); }
+Orientation FunctionNode::orientation(std::size_t index) const { return input(index).as<Orientation>(); }
+
+std::span<const Sample> FunctionNode::samples(std::size_t index) const {
+    return input(index).items<Sample>(ValueType::Sequence);
+}
+
 std::string_view FunctionNode::text(std::size_t index) const {
     const auto characters = input(index).items<char>(ValueType::String);
     return {characters.data(), characters.size()};
+}
+
+void FunctionNode::finish(Value newOutput) {
+    auto& state = NodeState::of(*this);
+    state.checkElements(newOutput, *this);
+    state.consumeInputs();
+    state.give(std::move(newOutput), latestInputTimestamp());
 }
 
 void FunctionNode::finishOrClear(std::optional<Value> newOutput) {
@@ -110,8 +131,14 @@ void FunctionNode::stopOnViolation() const {
 }
 
 void FunctionNode::emit(Value newOutput) {
-    checkElements(newOutput);
-    give(std::move(newOutput), latestInputTimestamp());
+    auto& state = NodeState::of(*this);
+    state.checkElements(newOutput, *this);
+    state.give(std::move(newOutput), latestInputTimestamp());
+}
+
+void FunctionNode::consume(std::size_t index) {
+    auto& slot = *inputValues()[index];
+    slot.setUpdated(false);
 }
 
 std::int64_t FunctionNode::checkedAdd(std::int64_t a, std::int64_t b) const {
@@ -119,5 +146,34 @@ std::int64_t FunctionNode::checkedAdd(std::int64_t a, std::int64_t b) const {
     if (!sum) stop("an integer count overflows 64 bits");
     return *sum;
 }
+
+namespace Rows {
+
+bool RowBase::asksEachStep() const {
+    const auto& demands = declaration()->demands;
+    return std::any_of(demands.begin(), demands.end(),
+                       [](const Demand& demand) { return demand.isAskedEachStep; });
+}
+
+void RowBase::askDemands() const {
+    if (!declaration()->demands.empty()) stopOnViolation();
+}
+
+void RowBase::fallSilent(Silent silence) {
+    if (silence.effect == Silent::clearsOutput) output().clearValue();
+    if (silence.effect == Silent::consumesInput1) return consume(1);
+    endWithoutOutput(silence.reason);
+}
+
+void RowBase::declareSlot(Declaration& declaration, const RowSlot& slot, std::optional<ValueType> type) {
+    const auto slotClass = type ? classHolding(*type) : slot.genericType;
+    declaration.inputs.push_back({slot.label, slotClass, slot.meaning});
+}
+
+void RowBase::declareOutput(Declaration& declaration, ValueType type) {
+    declaration.output = classHolding(type);
+}
+
+}  // namespace Rows
 
 }  // namespace KelvaneSDK

@@ -1,51 +1,10 @@
 #pragma once
 
-#include "KelvaneSDK/Declaration.h"
-#include "KelvaneSDK/Node.h"
+#include "KelvaneSDK/NodeClass.h"
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
-class FunctionNode;
-
-/// What a node computes that gives a value, or stops, whenever every input has news and a value.
-/// The inputs are consumed before; `latest` is their latest timestamp.
-using Compute = void (*)(FunctionNode& node, const StepInput* inputs, double latest);
-
-/// A function node as the engine evaluates it: what it reads and writes, within reach.
-struct Step {
-    /// Runs the node if its inputs are ready for it. True when it ran.
-    using Run = bool (*)(Step& step);
-
-    Run run = nullptr;
-    /// Null for nodes that may fall silent.
-    Compute compute = nullptr;
-    FunctionNode* node = nullptr;
-    /// The node's input slots, every one of them connected.
-    StepInput* inputs = nullptr;
-    std::size_t inputCount = 0;
-
-    /// Lets a step of `count` inputs compute whenever they are ready.
-    template <std::size_t count, Compute newCompute>
-    void setCompute() {
-        compute = newCompute;
-        run = runWhenReady<count, newCompute>;
-    }
-
-private:
-    template <std::size_t count, Compute newCompute>
-    static bool runWhenReady(Step& step) {
-        StepInput* const inputs = step.inputs;
-        double latest = 0;
-        for (std::size_t i = 0; i < count; ++i) {
-            const GivenValue& source = *inputs[i].source;
-            if (!inputs[i].hasNews() || !source.hasValue()) return false;
-            if (latest <= source.timestamp) latest = source.timestamp;
-        }
-        for (std::size_t i = 0; i < count; ++i) inputs[i].consume();
-        newCompute(*step.node, inputs, latest);
-        return true;
-    }
-};
+struct [[gnu::visibility("hidden")]] Step;
 
 /// The base of every function class. A class says what it is in its `declaration()` and computes in
 /// process(), written with the helpers below; a class with state also overrides reset(). process() runs when
@@ -65,9 +24,15 @@ private:
 ///         std::int64_t count = 0;
 ///     };
 ///
+/// It becomes known to an engine with
+///
+///     engine.registerNodes(functionFamily("Counting", {entry<CounterFunction>()}));
+///
 /// Reading an input that holds no value, or a value of another type than asked for, stops the program.
+/// Nothing but std::bad_alloc may be thrown out of a node. docs/node-classes.md is the guide.
 class FunctionNode : public Node {
 public:
+    /// Makes the slots and takes the names, by the operations below; the label is the type string at first.
     void initialize() override;
     /// The slots, output and name of the declaration. A class without one overrides these.
     void createInputs() override;
@@ -80,69 +45,102 @@ public:
     /// Called before initialize(); the declaration must outlive the node.
     void declare(const Declaration& declaration) { declared = &declaration; }
 
-    /// Fills in how the engine runs the node, for the types that its slots have now.
-    virtual void prepare(Step& step) const;
-    /// Gives a value that was computed from inputs consumed before.
-    void emitComputed(const Value& newOutput, double latest) {
-        checkElements(newOutput);
-        give(newOutput, latest);
-    }
-
 protected:
-    /// An input slot, for the value operations.
+    // Reading the inputs, by their index from 0.
+
+    /// The slot itself, for the value operations and for what it says of its value.
     const TimestampedVariable& input(std::size_t index) const { return *inputValues()[index]; }
-    /// The output slot with the value of the previous step, for the value operations.
-    const TimestampedVariable& previousOutput() const { return *outputValue(); }
     /// The input's value, whatever its type.
     const Value& value(std::size_t index) const;
+    /// Whether the value is new since the last step. For classes that run when only some inputs are.
     bool isUpdated(std::size_t index) const { return input(index).updated(); }
     /// The timestamp of an input's value, in seconds.
     double timestamp(std::size_t index) const { return input(index).timestamp(); }
-
-    double real(std::size_t index) const { return input(index).as<double>(); }
-    std::int64_t integer(std::size_t index) const { return input(index).as<std::int64_t>(); }
-    bool boolean(std::size_t index) const { return input(index).as<bool>(); }
-    Vector vector(std::size_t index) const { return input(index).as<Vector>(); }
-    Orientation orientation(std::size_t index) const { return input(index).as<Orientation>(); }
+    /// The value of a Float, Integer, Boolean, Vector, Orientation or String slot. A text is read in place.
+    double real(std::size_t index) const;
+    std::int64_t integer(std::size_t index) const;
+    bool boolean(std::size_t index) const;
+    Vector vector(std::size_t index) const;
+    Orientation orientation(std::size_t index) const;
     std::string_view text(std::size_t index) const;
     /// The samples of a sequence, in place.
-    std::span<const Sample> samples(std::size_t index) const {
-        return input(index).items<Sample>(ValueType::Sequence);
-    }
+    std::span<const Sample> samples(std::size_t index) const;
     /// The elements of an array, in place: items<double>(1) of a Float array.
     template <class Item>
     std::span<const Item> items(std::size_t index) const {
         return input(index).items<Item>(PayloadType<List<Item>>::value);
     }
+    /// The output slot with the value of the previous step, for the value operations.
+    const TimestampedVariable& previousOutput() const { return *outputValue(); }
 
-    /// Ends the step with a new output: every input's `updated` flag is consumed, the output is stamped with
-    /// the latest input timestamp and forwarded. Takes a payload or a Value.
-    template <class T>
-    void finish(T newOutput) {
-        if constexpr (std::is_same_v<T, Value>) checkElements(newOutput);
-        consumeInputs();
-        give(std::move(newOutput), latestInputTimestamp());
-    }
+    // Ending a step. Each consumes the `updated` flag of every input.
+
+    /// Emits a new output, stamped with the latest input timestamp. Takes a Value or anything that makes one:
+    /// finish(1.5), finish(Vector{}), finish(List<double>(items)). Its type is not checked.
+    void finish(Value newOutput);
     /// The same for a result that may be absent: then the output loses its value, and nothing is emitted.
     void finishOrClear(std::optional<Value> newOutput);
     /// Ends the step by emitting the output as it stands once more, if it holds a value.
     void finishWithPreviousOutput() { completeStep(); }
-    /// Ends the step without output: consumes every input's `updated` flag and leaves the output untouched.
-    /// The reason is static text.
+    /// Ends the step without output and leaves the previous one untouched; what follows does not run. The
+    /// reason is static text.
     void endWithoutOutput(const char* reason = "");
+
+    // For classes that decide by themselves what they consume.
+
     /// Consumes one input's `updated` flag.
-    void consume(std::size_t index) { inputValues()[index]->consume(); }
+    void consume(std::size_t index);
     /// Emits an output now, stamped with the latest input timestamp, and leaves the inputs' flags to the
     /// class.
     void emit(Value newOutput);
 
-    /// Stops when the inputs' values break a demand of the declaration.
+    /// Stops when the inputs' values break a demand of the declaration, with the demand's own reason.
     void stopOnViolation() const;
-    /// a + b, where an overflow of 64 bits stops the program.
+    /// For counts and sums of integers: a + b, where an overflow of 64 bits stops the program.
     std::int64_t checkedAdd(std::int64_t a, std::int64_t b) const;
 
+    // For the library's classes: fills in how the engine runs the node, for the types of its slots.
+    virtual void prepare(Step& step) const;
+
 private:
+    friend class Evaluation;
     const Declaration* declared = nullptr;
 };
+
+/// A new node of a class with a declaration, ready for use.
+template <class NodeType>
+std::unique_ptr<Node> makeDeclared(const Declaration& declaration) {
+    auto node = std::make_unique<NodeType>();
+    node->declare(declaration);
+    node->initialize();
+    return node;
+}
+
+/// A class that declares itself: entry<CounterFunction>().
+template <class NodeType>
+NodeClass entry() requires requires {
+    NodeType::declaration();
+}
+{ return NodeClass::declared(NodeType::declaration(), makeDeclared<NodeType>); }
+
+/// A class that declares nothing: entry<MyFunction>("what it does"). The checker then assumes nothing about
+/// when it runs or emits, and the engine keeps to the plain way of running it.
+template <class NodeType>
+NodeClass entry(std::string_view description) {
+    constexpr bool resetsOnlySlots = std::is_same_v<decltype(&NodeType::reset), void (Node::*)()>;
+    constexpr bool runsByCommonRule =
+        std::is_same_v<decltype(&NodeType::allInputsUpdated), bool (Node::*)() const> &&
+        std::is_same_v<decltype(&NodeType::allInputsHaveValues), bool (Node::*)() const>;
+    return NodeClass::undeclared(description, !resetsOnlySlots, !runsByCommonRule, [](const Declaration&) {
+        std::unique_ptr<Node> node = std::make_unique<NodeType>();
+        node->initialize();
+        return node;
+    });
+}
+
+/// A family of function classes. The title is static text.
+inline NodeFamily functionFamily(std::string_view title, std::vector<NodeClass> classes) {
+    return {NodeCategory::Function, title, std::move(classes)};
+}
 
 }  // namespace KelvaneSDK

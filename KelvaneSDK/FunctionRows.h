@@ -25,33 +25,49 @@
 //     std::optional<Value>               the output; when absent, the output loses its value
 //     OrPrevious                         the output; when absent, the previous one is emitted again
 //
-// A row whose demands are asked each step may have a static meetsDemands() of the same parameters: true for
-// values of which that is certain, so that they are not asked.
+// So a row may say
+//
+//     pure("Ratio", {{"x"}, {"y"}},
+//          [](double x, double y) -> Maybe<double> {
+//              if (y == 0) return Silent{"y is 0"};
+//              return x / y;
+//          },
+//          "x / y").silent("when y is 0").keywords("quotient per")
+//     pure("Peak", {{"list"}},
+//          [](std::span<const double> list, const Node& node) {
+//              if (list.empty()) node.stop("an empty list has no peak");
+//              return *std::max_element(list.begin(), list.end());
+//          },
+//          "the largest element").demands({"the list has elements", {0}, isEmpty})
+//     pure("Rest", {{"value"}, {"trigger"}}, [](Anything value, bool) { return value.value; }, "...")
+//
+// Views and references are valid during the step only. A row runs when every input has a new value; its
+// demands are asked before each step. Inputs are read in their order, and the first that holds no value, or
+// one of another type, stops the program.
 
-#include <array>
 #include <tuple>
-#include <utility>
 
 #include "KelvaneSDK/FunctionNode.h"
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// No output in this step, and why (static text).
 struct Silent {
     enum Effect : std::uint8_t {
-        keepsOutput,     ///< the output stays as it was, and every input's flag is consumed
-        clearsOutput,    ///< the output loses its value as well
-        consumesInput1,  ///< the output stays, and only input 1's flag is consumed
+        /// The output stays as it was, and every input's flag is consumed.
+        keepsOutput,
+        /// The output loses its value as well.
+        clearsOutput,
+        /// The output stays, and only input 1's flag is consumed.
+        consumesInput1,
     };
     const char* reason;
     Effect effect = keepsOutput;
 };
 
-/// An output or its absence.
+/// An output or its absence: `return Silent{"y is 0"};` or `return x / y;`.
 template <class T>
 struct Maybe {
-    using type = T;
     Maybe(const T& output) : result(output) {}
     Maybe(T&& output) : result(std::move(output)) {}
     Maybe(Silent why) : silence(why) {}
@@ -60,7 +76,7 @@ struct Maybe {
     Silent silence{""};
 };
 
-/// An output; when absent, the previous one is emitted again.
+/// An output; when absent, the previous one is emitted again, with the timestamp of this step.
 struct OrPrevious {
     std::optional<Value> result;
 };
@@ -72,7 +88,8 @@ struct Timed {
     double timestamp;
 };
 
-/// A value that is passed on or noticed without being read.
+/// A value that is passed on or noticed without being read, whatever its type. A row that has such a
+/// parameter and results in a Value may pass the one on as the other.
 struct Anything {
     const Value& value;
     double timestamp;
@@ -80,12 +97,14 @@ struct Anything {
 
 /// A slot of a row. The type is for parameters that do not say it: const Value&, Anything and slots.
 struct RowSlot {
+    /// What the slot is called, and where that does not say it, what its values mean: static texts.
     const char* label;
     std::string_view meaning = {};
     ValueClass genericType = ValueClass::TimestampedVariable;
 };
 
-/// A slot that takes any scalar, or any list, and takes on the type of what is connected.
+/// A slot that takes any scalar, or any list, and takes on the type of what is connected. All such slots of a
+/// node take on one type; lists are of what is connected to the scalars.
 constexpr RowSlot scalar(const char* label, std::string_view meaning = {}) {
     return {label, meaning, ValueClass::ValueVariable};
 }
@@ -93,112 +112,31 @@ constexpr RowSlot array(const char* label, std::string_view meaning = {}) {
     return {label, meaning, ValueClass::ArrayVariable};
 }
 
+/// How rows become nodes. An application needs none of it by name.
 namespace Rows {
 
-// How a parameter is read: from a slot, where what does not fit stops, or, where it fits, from what was
-// given.
+// The type of the slot that a parameter is, where the parameter says it; the others are generic, as their
+// RowSlot says.
+template <class P>
+inline constexpr std::optional<ValueType> typeSaid = std::nullopt;
+template <Payload P>
+inline constexpr std::optional<ValueType> typeSaid<P> = PayloadType<P>::value;
 template <class T>
-struct Parameter;
+inline constexpr std::optional<ValueType> typeSaid<Timed<T>> = PayloadType<T>::value;
+template <class Item>
+inline constexpr std::optional<ValueType> typeSaid<std::span<const Item>> = PayloadType<List<Item>>::value;
+template <>
+inline constexpr std::optional<ValueType> typeSaid<std::span<const Sample>> = ValueType::Sequence;
+template <>
+inline constexpr std::optional<ValueType> typeSaid<std::string_view> = ValueType::String;
+template <class P>
+inline constexpr bool isSlot = !std::is_same_v<P, Node>;
 
-template <Payload T>
-requires(PayloadType<T>::value < ValueType::String) struct Parameter<T> {
-    static constexpr bool isSlot = true;
-    static constexpr ValueType type = PayloadType<T>::value;
-    static bool fits(const GivenValue& given) { return given.template holds<T>(); }
-    static T fitting(const GivenValue& given) { return given.value.template unchecked<T>(); }
-    static T read(const TimestampedVariable& slot) { return slot.as<T>(); }
-};
+// What a function object's result is to the declaration.
 template <class T>
-struct Parameter<Timed<T>> {
-    static constexpr bool isSlot = true;
-    static constexpr ValueType type = PayloadType<T>::value;
-    static bool fits(const GivenValue& given) { return given.template holds<T>(); }
-    static Timed<T> fitting(const GivenValue& given) {
-        return {Parameter<T>::fitting(given), given.timestamp};
-    }
-    static Timed<T> read(const TimestampedVariable& slot) { return {slot.as<T>(), slot.timestamp()}; }
-};
-
-// The kinds that are not worth a way of their own when they fit.
-template <class T, ValueType payload>
-struct Content {
-    static constexpr bool isSlot = true;
-    static constexpr ValueType type = payload;
-};
-template <>
-struct Parameter<std::span<const Sample>> : Content<Sample, ValueType::Sequence> {
-    static auto read(const TimestampedVariable& slot) { return slot.items<Sample>(type); }
-};
-template <>
-struct Parameter<std::span<const double>> : Content<double, ValueType::FloatArray> {
-    static auto read(const TimestampedVariable& slot) { return slot.items<double>(type); }
-};
-template <>
-struct Parameter<std::string_view> : Content<char, ValueType::String> {
-    static std::string_view read(const TimestampedVariable& slot) {
-        const auto bytes = slot.items<char>(type);
-        return {bytes.data(), bytes.size()};
-    }
-};
-
-// Slots whose class the row's slot says.
-struct Generic {
-    static constexpr bool isSlot = true;
-    static bool fits(const GivenValue& given) { return given.hasValue(); }
-};
-template <>
-struct Parameter<Value> : Generic {
-    static const Value& read(const TimestampedVariable& slot) { return slot.typedValue(); }
-};
-template <>
-struct Parameter<TimestampedVariable> : Generic {
-    static const TimestampedVariable& read(const TimestampedVariable& slot) { return slot; }
-};
-template <>
-struct Parameter<Anything> : Generic {
-    static Anything read(const TimestampedVariable& slot) {
-        const Value* held = slot.payload();
-        if (held == nullptr) slot.stop("input " + std::to_string(slot.index) + " holds no value");
-        return {*held, slot.timestamp()};
-    }
-    static Anything fitting(const GivenValue& given) { return {given.value, given.timestamp}; }
-};
-template <>
-struct Parameter<Node> {
-    static constexpr bool isSlot = false;
-};
-
+T outOf(const T&);
 template <class T>
-using ParameterOf = Parameter<std::remove_cvref_t<T>>;
-
-// What a result is to the declaration: its value class, or absent where the row's `output` says it.
-template <class T>
-struct Result {
-    using payload = T;
-};
-template <class T>
-struct Result<Maybe<T>> {
-    using payload = T;
-};
-
-template <class T>
-constexpr ValueClass valueClassOf(ValueType type) {
-    constexpr ValueClass classes[] = {ValueClass::FloatValue,
-                                      ValueClass::IntegerValue,
-                                      ValueClass::BooleanValue,
-                                      ValueClass::VectorValue,
-                                      ValueClass::OrientationValue,
-                                      ValueClass::StringValue,
-                                      ValueClass::SequenceValue,
-                                      ValueClass::FloatArrayVariable,
-                                      ValueClass::IntegerArrayVariable,
-                                      ValueClass::BooleanArrayVariable,
-                                      ValueClass::StringArrayVariable,
-                                      ValueClass::VectorArrayVariable,
-                                      ValueClass::OrientationArrayVariable,
-                                      ValueClass::SequenceArrayVariable};
-    return classes[static_cast<std::size_t>(type)];
-}
+T outOf(const Maybe<T>&);
 
 // The parameters and result of a function object's call operator.
 template <class T>
@@ -211,301 +149,161 @@ struct Signature<R (F::*)(P...) const> {
 template <class F, class R, class... P>
 struct Signature<R (F::*)(P...)> : Signature<R (F::*)(P...) const> {};
 
-struct NoTypedForm {};
+// What all rows share: their demands, the two ways of giving nothing, and each kind of result brought to the
+// helper of FunctionNode that ends the step with it. None of it is a template that grows with the rows.
+class RowBase : public FunctionNode {
+protected:
+    bool asksEachStep() const;
+    void askDemands() const;
+    void fallSilent(Silent silence);
+    static void declareSlot(Declaration& declaration, const RowSlot& slot, std::optional<ValueType> type);
+    static void declareOutput(Declaration& declaration, ValueType type);
 
-/// A node whose step is a call of `Function`, which also is its state. `Typed` does the same on payloads, for
-/// the types that it takes, where `Function` takes slots.
-template <class Function, class Typed = NoTypedForm>
-class RowNode final : public FunctionNode {
-    using Parameters = typename Signature<Function>::parameters;
-    using R = typename Signature<Function>::result;
-    static constexpr std::size_t count = std::tuple_size_v<Parameters>;
-    template <std::size_t parameter>
-    using At = Parameter<std::tuple_element_t<parameter, Parameters>>;
-
-    // The slot of each parameter, and how many there are.
-    static constexpr auto places = []<std::size_t... p>(std::index_sequence<p...>) {
-        std::array<std::size_t, count + 1> slots{};
-        std::size_t next = 0;
-        ((slots[p] = next, next += At<p>::isSlot ? 1 : 0), ...);
-        slots[count] = next;
-        return slots;
-    }
-    (std::make_index_sequence<count>());
-    static constexpr auto all = std::make_index_sequence<count>();
-
-public:
-    static constexpr std::size_t slotCount = places[count];
-
-    static void describeInto(Declaration& declaration, const RowSlot* slots) {
-        describe(declaration, slots, all);
-    }
-
-    void process() override {
-        checkDemands();
-        call(inputValues().data(), all);
-    }
-    void reset() override {
-        function = Function{};
-        FunctionNode::reset();
-    }
-    void prepare(Step& step) const override {
-        FunctionNode::prepare(step);
-        if constexpr (!std::is_same_v<Typed, NoTypedForm>) {
-            const ValueClass type = inputValues().back()->valueClass();
-            if (!supports(type, declaration()->operation)) return;
-            if (type == ValueClass::FloatValue) prepareTyped<double>(step, all);
-            if (type == ValueClass::IntegerValue) prepareTyped<std::int64_t>(step, all);
-            if (type == ValueClass::BooleanValue) prepareTyped<bool>(step, all);
-            if (type == ValueClass::VectorValue) prepareTyped<Vector>(step, all);
-            if (type == ValueClass::OrientationValue) prepareTyped<Orientation>(step, all);
+    // A parameter as input `i` has it.
+    template <class P>
+    decltype(auto) read(std::size_t i) const {
+        if constexpr (std::is_same_v<P, TimestampedVariable>) {
+            return input(i);
+        } else if constexpr (std::is_same_v<P, Value>) {
+            return input(i).typedValue();
+        } else if constexpr (std::is_same_v<P, Anything>) {
+            return Anything{value(i), timestamp(i)};
+        } else if constexpr (std::is_same_v<P, std::string_view>) {
+            return text(i);
+        } else if constexpr (std::is_same_v<P, std::span<const Sample>>) {
+            return samples(i);
+        } else if constexpr (requires { typename P::element_type; }) {
+            return items<std::remove_const_t<typename P::element_type>>(i);
+        } else if constexpr (requires(P timed) { timed.timestamp; }) {
+            return P{input(i).as<decltype(P::value)>(), timestamp(i)};
         } else {
-            prepareFitting(step, all);
+            return input(i).as<P>();
         }
-    }
-
-private:
-    template <std::size_t... p>
-    static void describe(Declaration& declaration, const RowSlot* slots, std::index_sequence<p...>) {
-        (describeSlot<p>(declaration, slots), ...);
-        using Out = typename Result<R>::payload;
-        if constexpr (std::is_same_v<Out, std::string>) {
-            declaration.output = ValueClass::StringValue;
-        } else if constexpr (Payload<Out>) {
-            declaration.output = valueClassOf<Out>(PayloadType<Out>::value);
-        }
-    }
-    template <std::size_t p>
-    static void describeSlot(Declaration& declaration, const RowSlot* slots) {
-        if constexpr (At<p>::isSlot) {
-            constexpr std::size_t place = places[p];
-            const RowSlot& slot = slots[place];
-            using P = std::tuple_element_t<p, Parameters>;
-            ValueClass type = slot.genericType;
-            if constexpr (!std::is_base_of_v<Generic, At<p>>) type = valueClassOf<P>(At<p>::type);
-            declaration.inputs.push_back({slot.label, type, slot.meaning});
-            if constexpr (std::is_same_v<P, Anything>) {
-                declaration.takesAnything.insert(place);
-                if constexpr (std::is_same_v<typename Result<R>::payload, Value>) {
-                    declaration.forwards.insert(place);
-                }
-            }
-        }
-    }
-
-    void checkDemands() const {
-        if (declaration()->asksEachStep()) stopOnViolation();
-    }
-
-    // Where every value is of its slot's type, as it nearly always is, it is read where it stands. All else
-    // is asked and reported by process().
-    template <class T, std::size_t... p>
-    static void prepareTyped(Step& step, std::index_sequence<p...>) {
-        // Not where an argument would be converted.
-        if constexpr (requires(ArgumentAt<p, T>... arguments) { Typed{}(arguments...); }) {
-            using Out = decltype(Typed{}(std::declval<ArgumentAt<p, T>>()...));
-            if constexpr (std::is_same_v<Out, T> || std::is_same_v<Out, bool> ||
-                          std::is_same_v<Out, std::optional<T>>) {
-                step.setCompute<slotCount, computeAs<T>>();
-            }
-        }
-    }
-    template <std::size_t p, class T>
-    using ArgumentAt =
-        std::conditional_t<std::is_same_v<std::tuple_element_t<p, Parameters>, TimestampedVariable>, T,
-                           std::tuple_element_t<p, Parameters>>;
-    template <class T>
-    static void computeAs(FunctionNode& node, const StepInput* inputs, double latest) {
-        computeTyped<T>(node, inputs, latest, all);
-    }
-    template <class T, std::size_t... p>
-    static void computeTyped(FunctionNode& node, const StepInput* inputs, double latest,
-                             std::index_sequence<p...>) {
-        if ((Parameter<ArgumentAt<p, T>>::fits(*inputs[p].source) && ...)) {
-            // An absent result is one that stops.
-            const auto result = Typed{}(Parameter<ArgumentAt<p, T>>::fitting(*inputs[p].source)...);
-            if constexpr (Payload<std::remove_cvref_t<decltype(result)>>) {
-                return emitPayload(node, result, latest);
-            } else if (result) {
-                return emitPayload(node, *result, latest);
-            }
-        }
-        node.process();
-    }
-
-    template <std::size_t... p>
-    void prepareFitting(Step& step, std::index_sequence<p...>) const {
-        using Out = typename Result<R>::payload;
-        if constexpr ((isScalar<p>() && ...) && (Payload<Out> || std::is_same_v<Out, Value>)) {
-            if constexpr (!std::is_same_v<R, Maybe<Out>>) {
-                if (declaration()->asksEachStep()) return;
-                if constexpr (slotCount > 0) step.setCompute<slotCount, compute>();
-            } else {
-                step.run = [](Step& ready) { return runFitting(ready, all); };
-            }
-        }
-    }
-    static void compute(FunctionNode& node, const StepInput* inputs, double latest) {
-        computeFitting(node, inputs, latest, all);
-    }
-    template <std::size_t... p>
-    static void computeFitting(FunctionNode& node, const StepInput* inputs, double latest,
-                               std::index_sequence<p...>) {
-        if (!(fitsAt<p>(inputs) && ...)) return node.process();
-        RowNode& self = static_cast<RowNode&>(node);
-        emitPayload(node, self.function(self.template fittingAt<p>(inputs)...), latest);
-    }
-    // A step that may fall silent consumes its inputs only after that is known.
-    template <std::size_t... p>
-    static bool runFitting(Step& step, std::index_sequence<p...>) {
-        double latest = 0;
-        for (std::size_t i = 0; i < slotCount; ++i) {
-            const GivenValue& source = *step.inputs[i].source;
-            if (!step.inputs[i].hasNews() || !source.hasValue()) return false;
-            if (latest <= source.timestamp) latest = source.timestamp;
-        }
-        RowNode& self = static_cast<RowNode&>(*step.node);
-        if (!(fitsAt<p>(step.inputs) && ...)) return self.process(), true;
-        if (!isCertain(self.template fittingAt<p>(step.inputs)...)) self.checkDemands();
-        const R result = self.function(self.template fittingAt<p>(step.inputs)...);
-        if (!result.result) return self.fallSilent(result.silence), true;
-        for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i].consume();
-        emitPayload(self, *result.result, latest);
-        return true;
-    }
-    // Whether the function says of such values, without a look at its demands, that they are met.
-    template <class... A>
-    static bool isCertain(const A&... arguments) {
-        if constexpr (requires { Function::meetsDemands(arguments...); }) {
-            return Function::meetsDemands(arguments...);
-        } else {
-            return false;
-        }
-    }
-    static void emitPayload(FunctionNode& node, const Value& result, double latest) {
-        node.emitComputed(result, latest);
-    }
-    template <Payload T>
-    static void emitPayload(FunctionNode& node, T result, double latest) {
-        if constexpr (PayloadType<T>::value < ValueType::String) {
-            GivenValue& given = node.given();
-            if (!given.template holds<T>() || given.special != 0) return emitAnew(node, result, latest);
-            given.value.replace(result);
-            given.publish(latest);
-        } else {
-            node.emitComputed(Value(std::move(result)), latest);
-        }
-    }
-    template <class T>
-    [[gnu::noinline]] static void emitAnew(FunctionNode& node, T result, double latest) {
-        node.emitComputed(Value(result), latest);
-    }
-    template <std::size_t p>
-    static constexpr bool isScalar() {
-        if constexpr (At<p>::isSlot) {
-            return requires(const GivenValue& given) { At<p>::fitting(given); };
-        } else {
-            return true;
-        }
-    }
-    template <std::size_t p>
-    static bool fitsAt(const StepInput* inputs) {
-        if constexpr (At<p>::isSlot) {
-            return At<p>::fits(*inputs[places[p]].source);
-        } else {
-            return true;
-        }
-    }
-    template <std::size_t p>
-    decltype(auto) fittingAt(const StepInput* inputs) const {
-        if constexpr (At<p>::isSlot) {
-            return At<p>::fitting(*inputs[places[p]].source);
-        } else {
-            return static_cast<const Node&>(*this);
-        }
-    }
-    template <std::size_t p>
-    decltype(auto) readAt(TimestampedVariable* const* slots) const {
-        if constexpr (At<p>::isSlot) {
-            return At<p>::read(*slots[places[p]]);
-        } else {
-            return static_cast<const Node&>(*this);
-        }
-    }
-    template <std::size_t... p>
-    void call(TimestampedVariable* const* slots, std::index_sequence<p...>) {
-        // Read in order, so that the first wrong input is the one that is named.
-        std::tuple<decltype(readAt<p>(slots))...> arguments{readAt<p>(slots)...};
-        deliver(std::apply(function, arguments));
-    }
-
-    void fallSilent(Silent silence) {
-        if (silence.effect == Silent::clearsOutput) output().clearValue();
-        if (silence.effect == Silent::consumesInput1) return consume(1);
-        endWithoutOutput(silence.reason);
     }
     void deliver(std::optional<Value> result) { finishOrClear(std::move(result)); }
     void deliver(OrPrevious result) {
-        if (!result.result) return finishWithPreviousOutput();
-        finish(*std::move(result.result));
+        result.result ? finish(*std::move(result.result)) : finishWithPreviousOutput();
     }
     template <class T>
     void deliver(Maybe<T> result) {
-        if (!result.result) return fallSilent(result.silence);
-        deliver(*std::move(result.result));
+        result.result ? deliver(*std::move(result.result)) : fallSilent(result.silence);
     }
     template <class T>
     void deliver(T result) {
         finish(Value(std::move(result)));
     }
-
-    [[no_unique_address]] Function function{};
 };
 
-template <class Function, class Typed = NoTypedForm>
+// A node whose step is a call of `Function`, which also is its state. `places` has the slot of each
+// parameter, since parameters that are no slots may stand among the others.
+template <class Function>
+class RowNode : public RowBase {
+protected:
+    using Parameters = typename Signature<Function>::parameters;
+    using R = typename Signature<Function>::result;
+    using Out = decltype(outOf(std::declval<R>()));
+    static constexpr std::size_t count = std::tuple_size_v<Parameters>;
+    static constexpr auto all = std::make_index_sequence<count>();
+    template <std::size_t parameter>
+    using At = std::tuple_element_t<parameter, Parameters>;
+    static constexpr auto places = []<std::size_t... p>(std::index_sequence<p...>) {
+        std::array<std::size_t, count + 1> slots{};
+        ((slots[p + 1] = slots[p] + (isSlot<At<p>> ? 1 : 0)), ...);
+        return slots;
+    }
+    (all);
+
+public:
+    static constexpr std::size_t slotCount = places[count];
+
+    static void describe(Declaration& declaration, const RowSlot* slots) {
+        describe(declaration, slots, all);
+        if constexpr (std::is_same_v<Out, std::string>) {
+            declaration.output = ValueClass::StringValue;
+        } else if constexpr (Payload<Out>) {
+            declareOutput(declaration, PayloadType<Out>::value);
+        }
+    }
+    void process() override {
+        askDemands();
+        call(all);
+    }
+    void reset() override {
+        function = Function{};
+        FunctionNode::reset();
+    }
+
+protected:
+    [[no_unique_address]] Function function{};
+
+private:
+    template <std::size_t... p>
+    static void describe(Declaration& declaration, const RowSlot* slots, std::index_sequence<p...>) {
+        (describeSlot<At<p>>(declaration, slots), ...);
+    }
+    template <class P>
+    static void describeSlot(Declaration& declaration, const RowSlot* slots) {
+        const std::size_t place = declaration.inputs.size();
+        if constexpr (isSlot<P>) declareSlot(declaration, slots[place], typeSaid<P>);
+        if constexpr (std::is_same_v<P, Anything>) {
+            declaration.takesAnything.insert(place);
+            if constexpr (std::is_same_v<Out, Value>) declaration.forwards.insert(place);
+        }
+    }
+    template <std::size_t p>
+    decltype(auto) argument() const {
+        if constexpr (isSlot<At<p>>) {
+            return this->template read<At<p>>(places[p]);
+        } else {
+            return static_cast<const Node&>(*this);
+        }
+    }
+    template <std::size_t... p>
+    void call(std::index_sequence<p...>) {
+        // Read in order, so that the first wrong input is the one that is named.
+        std::tuple<decltype(argument<p>())...> arguments{argument<p>()...};
+        deliver(std::apply(function, arguments));
+    }
+};
+
+// The node of a function. The library has a quicker one for its own, in which the function is called with
+// what the slots' feeders gave, without a look at the slots; what both do is the same.
+template <class Function>
+struct NodeOf {
+    using type = RowNode<Function>;
+};
+
+template <class Row>
 NodeClass row(std::string_view name, std::initializer_list<RowSlot> slots, std::string_view description,
               bool keepsState) {
     Declaration declaration{.name = name, .description = description, .keepsState = keepsState};
-    using Row = RowNode<Function, Typed>;
-    Row::describeInto(declaration, slots.begin());
-    return NodeClass::declared(std::move(declaration), [](const Declaration& ownDeclaration) {
-        auto node = std::make_unique<Row>();
-        node->declare(ownDeclaration);
-        node->initialize();
-        return std::unique_ptr<Node>(std::move(node));
-    });
+    Row::describe(declaration, slots.begin());
+    return NodeClass::declared(std::move(declaration), makeDeclared<Row>);
 }
 
 }  // namespace Rows
 
-/// A function of its inputs alone.
+/// A function of its inputs alone: `name` is the type string of documents, `description` one sentence in a
+/// diagram author's words, with units. There are as many slots as the function has parameters for them. The
+/// function object holds nothing; a lambda captures nothing.
 template <class Function>
 NodeClass pure(std::string_view name, std::initializer_list<RowSlot> slots, Function,
                std::string_view description) {
-    return Rows::row<Function>(name, slots, description, false);
+    return Rows::row<typename Rows::NodeOf<Function>::type>(name, slots, description, false);
 }
 
-/// A function with state: an object of `State` is called for every step, and made anew by a reset.
+/// A function with state: an object of `State` is called for every step, and made anew by a reset. Each node
+/// has its own; it need not be copied.
+///
+///     struct Highest {
+///         double operator()(double x) { return highest = std::max(highest, x); }
+///         double highest = -std::numeric_limits<double>::infinity();
+///     };
+///     stateful<Highest>("Highest", {{"x"}}, "the highest value so far")
 template <class State>
 NodeClass stateful(std::string_view name, std::initializer_list<RowSlot> slots,
                    std::string_view description) {
-    return Rows::row<State>(name, slots, description, true);
-}
-
-/// The value of Integer input `input` as text when it is below `least`, or absent: for a Demand's violation.
-template <std::size_t input, std::int64_t least>
-std::optional<std::string> belowLeast(std::span<const Value* const> values) {
-    const auto number = values[input]->get<std::int64_t>();
-    return number >= least ? std::nullopt : std::optional(std::to_string(*number));
-}
-
-/// A value operation of the slots. `Typed` computes the same on payloads of one scalar type, wherever the
-/// slots hold such; for a type that it does not take, and where it returns an absent result, the slots are
-/// asked.
-template <class Function, class Typed>
-NodeClass operation(SlotOperation which, std::string_view name, std::initializer_list<RowSlot> slots,
-                    Function, Typed, std::string_view description) {
-    return Rows::row<Function, Typed>(name, slots, description, false).applies(which);
+    return Rows::row<typename Rows::NodeOf<State>::type>(name, slots, description, true);
 }
 
 }  // namespace KelvaneSDK

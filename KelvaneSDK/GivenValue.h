@@ -4,7 +4,7 @@
 
 #include "KelvaneSDK/Value.h"
 
-namespace [[gnu::visibility("default")]] KelvaneSDK {
+namespace KelvaneSDK {
 
 /// What a node last gave to the slots that it feeds. It stands once, at the node; the slots read it there,
 /// and each remembers what it has consumed of it, so that giving a value costs the same however many slots it

@@ -2,6 +2,7 @@
 
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/FunctionFamilies.h"
+#include "KelvaneSDK/NodeState.h"
 #include "KelvaneSDK/ValueKinds.h"
 
 namespace KelvaneSDK {
@@ -32,7 +33,7 @@ std::vector<Property> InputStreamNode::getProperties() const {
 
 void InputStreamNode::setForwarding(bool forwarding) {
     isForwarding = forwarding;
-    noteVisibility();
+    NodeState::of(*this).noteVisibility();
 }
 
 void InputStreamNode::setValue(const Value& value, double timestamp) {
@@ -47,7 +48,7 @@ void InputStreamNode::take(const Value& value, double timestamp) {
         return printDiagnostic("ERROR: trying to set input stream '" +
                                std::string(descriptionString().value_or("")) + "' with wrong type!");
     }
-    give(value, timestamp);
+    NodeState::of(*this).give(value, timestamp);
 }
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include "KelvaneSDK/Node.h"
 
-namespace [[gnu::visibility("default")]] KelvaneSDK {
+namespace KelvaneSDK {
 
 /// The base of the input streams, where the application's values enter a diagram: no inputs, and an output of
 /// a fixed type that always holds a value.

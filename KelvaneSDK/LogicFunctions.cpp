@@ -1,5 +1,5 @@
+#include "KelvaneSDK/FastRows.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionRows.h"
 
 namespace KelvaneSDK {
 

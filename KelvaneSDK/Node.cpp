@@ -1,9 +1,12 @@
 #include "KelvaneSDK/Node.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
+#include "KelvaneSDK/NodeState.h"
+#include "KelvaneSDK/SlotClasses.h"
 
 namespace KelvaneSDK {
 
@@ -75,90 +78,104 @@ std::optional<BodyColor> bodyColorNamed(std::string_view name) {
     return std::nullopt;
 }
 
-Node::~Node() {
+Node::Node() {
+    static_assert(sizeof(NodeState) == stateSize && alignof(NodeState) == 8);
+    new (stateSpace) NodeState;
+}
+
+Node::~Node() { NodeState::of(*this).~NodeState(); }
+
+NodeState::~NodeState() {
     if (!ownsSlots) return;
     for (auto* input : inputSlots) delete input;
     delete outputSlot;
 }
 
 void Node::reset() {
-    takeShownInput();
-    for (auto* input : inputSlots) input->empty();
-    noteChange();
-    if (outputSlot != nullptr) {
-        outputSlot->checked = false;
-        outputSlot->setUpdated(false);
-        if (auto* handWritten = outputSlot->handWritten()) {
+    auto& own = NodeState::of(*this);
+    own.takeShownInput();
+    for (auto* input : own.inputSlots) input->empty();
+    own.noteChange();
+    if (own.outputSlot != nullptr) {
+        own.outputSlot->checked = false;
+        own.outputSlot->setUpdated(false);
+        if (auto* handWritten = own.outputSlot->handWritten()) {
             handWritten->timestamp = 0;
             return;
         }
     }
-    givenValue.outputState &= GivenValue::holdsValue;
+    own.given.outputState &= GivenValue::holdsValue;
 }
 
 std::optional<std::string_view> Node::outputType() const {
-    if (knownOutputType) return KelvaneSDK::typeString(*knownOutputType);
-    return extras != nullptr ? std::optional<std::string_view>(extras->unknownType) : std::nullopt;
+    auto& own = NodeState::of(*this);
+    if (own.knownOutputType) return KelvaneSDK::typeString(*own.knownOutputType);
+    return own.extras != nullptr ? std::optional<std::string_view>(own.extras->unknownType) : std::nullopt;
 }
 
 void Node::setOutputType(std::optional<std::string_view> typeName) {
-    knownOutputType = typeName ? concreteClassNamed(*typeName) : std::nullopt;
-    if (typeName && !knownOutputType) {
-        withExtras().unknownType = *typeName;
-    } else if (extras != nullptr) {
-        extras->unknownType.reset();
+    auto& own = NodeState::of(*this);
+    own.knownOutputType = typeName ? concreteClassNamed(*typeName) : std::nullopt;
+    if (typeName && !own.knownOutputType) {
+        own.withExtras().unknownType = *typeName;
+    } else if (own.extras != nullptr) {
+        own.extras->unknownType.reset();
     }
 }
 
 void Node::resolveOutputType() {
-    const auto slotClass = requiredOutputClass();
+    auto& own = NodeState::of(*this);
+    const auto slotClass = own.requiredOutputClass(*this);
     if (!isGeneric(slotClass)) {
         setOutputType(std::nullopt);
-        knownOutputType = slotClass;
+        own.knownOutputType = slotClass;
         return;
     }
     if (!outputType()) return printDiagnostic("ERROR: unexpected outputType == nil!");
-    if (!knownOutputType) return printDiagnostic("ERROR: setting output type!");
-    specializeGenericTypes(*knownOutputType);
+    if (!own.knownOutputType) return printDiagnostic("ERROR: setting output type!");
+    specializeGenericTypes(*own.knownOutputType);
 }
 
 void Node::specializeGenericTypes(ValueClass from) {
-    if (outputClass && isGeneric(*outputClass)) {
-        const auto generic = *outputClass;
-        replaceOutput(adopted(generic, from, *this), generic);
+    auto& own = NodeState::of(*this);
+    if (own.outputClass && isGeneric(*own.outputClass)) {
+        const auto generic = *own.outputClass;
+        own.replaceOutput(adopted(generic, from, *this), generic);
         resolveOutputType();
     }
-    for (std::size_t i = 0; i < inputSlots.size(); ++i) {
-        auto& input = inputSlots[i];
+    for (std::size_t i = 0; i < own.inputSlots.size(); ++i) {
+        auto& input = own.inputSlots[i];
         const auto generic = input.valueClass();
-        if (isGeneric(generic)) replaceInput(input, adopted(generic, from, *input.owner), generic);
+        if (isGeneric(generic)) own.replaceInput(*this, input, adopted(generic, from, *input.owner), generic);
     }
 }
 
 void Node::connectOutput(TimestampedVariable& input) {
+    auto& own = NodeState::of(*this);
     Node* const receiver = input.owner;
     if (receiver == nullptr) stop("the slot to connect to has no owner");
-    if (isGeneric(requiredOutputClass())) {
+    if (isGeneric(own.requiredOutputClass(*this))) {
         const Pin pin(input);
         specializeGenericTypes(input.valueClass());
     }
-    auto& connectedSlot = receiver->connectInput(input, *outputClass);
+    auto& connectedSlot = receiver->connectInput(input, *own.outputClass);
     connectedSlot.pinned = true;
-    connectedSlots.append(connectedSlot);
-    connectedSlot.feedFrom(givenValue);
-    noteChange();
+    own.connectedSlots.append(connectedSlot);
+    connectedSlot.feedFrom(own.given);
+    own.noteChange();
 }
 
 TimestampedVariable& Node::connectInput(TimestampedVariable& input, ValueClass from) {
+    auto& own = NodeState::of(*this);
     const auto generic = input.valueClass();
     if (!isGeneric(generic)) {
         input.connectable = false;
         return input;
     }
-    if (std::find(inputSlots.begin(), inputSlots.end(), &input) == inputSlots.end()) {
+    if (std::find(own.inputSlots.begin(), own.inputSlots.end(), &input) == own.inputSlots.end()) {
         stop("a generic slot to connect is not among its node's inputs");
     }
-    auto& specialized = replaceInput(input, adopted(generic, from, *input.owner), generic);
+    auto& specialized = own.replaceInput(*this, input, adopted(generic, from, *input.owner), generic);
     specialized.connectable = false;
     specialized.pinned = true;
     specializeGenericTypes(specialized.valueClass());
@@ -166,102 +183,128 @@ TimestampedVariable& Node::connectInput(TimestampedVariable& input, ValueClass f
 }
 
 void Node::disconnect(TimestampedVariable& input) {
-    connectedSlots.remove(input);
-    input.unfeed(givenValue);
-    noteChange();
+    auto& own = NodeState::of(*this);
+    own.connectedSlots.remove(input);
+    input.unfeed(own.given);
+    own.noteChange();
     input.connectable = true;
     if (input.owner == nullptr) stop("the slot to disconnect has no owner");
-    input.owner->revertIfNothingFixesTypes();
-    revertIfNothingFixesTypes();
-}
-
-void Node::revertIfNothingFixesTypes() {
-    bool anyTyped = false;
-    for (const auto* input : inputSlots) {
-        if (!input->isTyped) continue;
-        if (!input->connectable) return;
-        anyTyped = true;
-    }
-    if (!anyTyped) return;
-    if (outputSpecializedFrom && connectedSlots.size() != 0) return;
-    revertGenericTypes();
+    if (NodeState::of(*input.owner).isFixedByNothing()) input.owner->revertGenericTypes();
+    if (own.isFixedByNothing()) revertGenericTypes();
 }
 
 void Node::revertGenericTypes() {
-    if (outputSpecializedFrom) replaceOutput(*outputSpecializedFrom, std::nullopt);
-    for (std::size_t i = 0; i < inputSlots.size(); ++i) {
-        auto& input = inputSlots[i];
+    auto& own = NodeState::of(*this);
+    if (own.outputSpecializedFrom) own.replaceOutput(*own.outputSpecializedFrom, std::nullopt);
+    for (std::size_t i = 0; i < own.inputSlots.size(); ++i) {
+        auto& input = own.inputSlots[i];
         if (!input.isTyped) continue;
-        replaceInput(input, *input.isTyped, std::nullopt);
+        own.replaceInput(*this, input, *input.isTyped, std::nullopt);
         setOutputType(std::nullopt);
     }
 }
 
+// Generic slots have taken on types, and no connection keeps them.
+bool NodeState::isFixedByNothing() const {
+    bool anyTyped = false;
+    for (const auto* input : inputSlots) {
+        if (!input->isTyped) continue;
+        if (!input->connectable) return false;
+        anyTyped = true;
+    }
+    return anyTyped && !(outputSpecializedFrom && connectedSlots.size() != 0);
+}
+
 bool Node::allInputsUpdated() const {
-    return std::all_of(inputSlots.begin(), inputSlots.end(),
+    auto& own = NodeState::of(*this);
+    return std::all_of(own.inputSlots.begin(), own.inputSlots.end(),
                        [](const auto* input) { return input->updated(); });
 }
 
 bool Node::allInputsHaveValues() const {
-    return std::all_of(inputSlots.begin(), inputSlots.end(),
+    auto& own = NodeState::of(*this);
+    return std::all_of(own.inputSlots.begin(), own.inputSlots.end(),
                        [](const auto* input) { return input->hasValue(); });
 }
 
-void Node::takeHandWritten() {
+void NodeState::takeHandWritten() {
     auto* const written = outputSlot != nullptr ? outputSlot->handWritten() : nullptr;
     if (written == nullptr) return;
     if (written->hasValue()) {
-        givenValue.set(std::move(written->value));
+        given.set(std::move(written->value));
     } else {
-        givenValue.clear();
+        given.clear();
     }
-    givenValue.timestamp = written->timestamp;
-    givenValue.isConstant = written->isConstant;
-    givenValue.outputState = static_cast<std::uint8_t>(GivenValue::isStamped |
-                                                       (givenValue.hasValue() ? GivenValue::holdsValue : 0) |
-                                                       (outputSlot->updated() ? GivenValue::isUpdated : 0));
-    outputSlot->dropHandWritten(givenValue);
+    given.timestamp = written->timestamp;
+    given.isConstant = written->isConstant;
+    given.outputState =
+        static_cast<std::uint8_t>(GivenValue::isStamped | (given.hasValue() ? GivenValue::holdsValue : 0) |
+                                  (outputSlot->updated() ? GivenValue::isUpdated : 0));
+    outputSlot->dropHandWritten(given);
 }
 
 void Node::forwardOutput() {
-    takeHandWritten();
-    if (!output().hasValue()) givenValue.clear();
-    givenValue.timestamp = outputSlot->timestamp();
-    ++givenValue.stamp;
-    if (givenValue.special != 0) publishSpecially();
+    auto& own = NodeState::of(*this);
+    own.takeHandWritten();
+    if (!output().hasValue()) own.given.clear();
+    own.given.timestamp = own.outputSlot->timestamp();
+    ++own.given.stamp;
+    if (own.given.special != 0) own.publishSpecially();
 }
 
-void Node::publishSpecially() {
+void NodeState::publishSpecially() {
     if (auto* written = outputSlot != nullptr ? outputSlot->handWritten() : nullptr) {
         // The value given just now is the later one.
         written->clear();
-        outputSlot->dropHandWritten(givenValue);
+        outputSlot->dropHandWritten(given);
     }
-    if (givenValue.clock != &givenValue.stamp) {
+    if (given.clock != &given.stamp) {
         // A constant that gives its value within a batch has a clock of its own from now on.
-        givenValue.stamp = *givenValue.clock + 1;
-        givenValue.clock = &givenValue.stamp;
-        givenValue.special &= static_cast<std::uint8_t>(~GivenValue::hasSharedClock);
+        given.stamp = *given.clock + 1;
+        given.clock = &given.stamp;
+        given.special &= static_cast<std::uint8_t>(~GivenValue::hasSharedClock);
         noteChange();
     }
-    if ((givenValue.special & GivenValue::isCopied) == 0) return;
-    for (auto* slot : connectedSlots) slot->take(givenValue);
+    if ((given.special & GivenValue::isCopied) == 0) return;
+    for (auto* slot : connectedSlots) slot->take(given);
 }
 
-void Node::refreshGiven() {
+void NodeState::refreshGiven() {
     takeHandWritten();
-    if ((givenValue.special & GivenValue::isCopied) == 0) return;
-    for (auto* slot : connectedSlots) slot->take(givenValue);
+    if ((given.special & GivenValue::isCopied) == 0) return;
+    for (auto* slot : connectedSlots) slot->take(given);
 }
 
 void Node::shareClock(const std::uint64_t& batches) {
-    givenValue.clock = &batches;
-    givenValue.special |= GivenValue::hasSharedClock;
+    auto& own = NodeState::of(*this);
+    own.given.clock = &batches;
+    own.given.special |= GivenValue::hasSharedClock;
 }
 
+GivenValue& Node::given() const { return NodeState::of(*this).given; }
+
+void Node::refreshGiven() { NodeState::of(*this).refreshGiven(); }
+
+std::span<TimestampedVariable* const> Node::inputValues() const {
+    return std::as_const(NodeState::of(*this).inputSlots);
+}
+
+TimestampedVariable* Node::outputValue() const {
+    auto& own = NodeState::of(*this);
+    if (own.outputSlot == nullptr && own.outputClass) own.showOutput(const_cast<Node&>(*this));
+    return own.outputSlot;
+}
+
+std::span<TimestampedVariable* const> Node::connectedInputValues() const {
+    return std::as_const(NodeState::of(*this).connectedSlots);
+}
+
+void Node::consumeInputs() { NodeState::of(*this).consumeInputs(); }
+
 double Node::latestInputTimestamp() const {
+    auto& own = NodeState::of(*this);
     double latest = 0;
-    for (const auto* input : inputSlots) {
+    for (const auto* input : own.inputSlots) {
         const double timestamp = input->timestamp();
         if (latest <= timestamp) latest = timestamp;
     }
@@ -269,11 +312,12 @@ double Node::latestInputTimestamp() const {
 }
 
 void Node::completeStep() {
-    consumeInputs();
-    if (outputPayload() == nullptr) return;
-    takeHandWritten();
-    checkElements(givenValue.value);
-    publish(latestInputTimestamp());
+    auto& own = NodeState::of(*this);
+    own.consumeInputs();
+    if (own.outputPayload() == nullptr) return;
+    own.takeHandWritten();
+    checkElements(own.given.value);
+    own.publish(latestInputTimestamp());
 }
 
 void Node::setProperty(std::string_view propertyString, std::string_view valueString) {
@@ -300,41 +344,51 @@ std::string_view Node::label() const {
 }
 
 std::optional<std::string_view> Node::descriptionString() const {
-    switch (labelState) {
-        case LabelState::absent:
+    auto& own = NodeState::of(*this);
+    switch (own.labelState) {
+        case NodeState::LabelState::absent:
             return std::nullopt;
-        case LabelState::isTypeString:
+        case NodeState::LabelState::isTypeString:
             return typeString;
-        case LabelState::isOwn:
+        case NodeState::LabelState::isOwn:
             break;
     }
-    return extras->label;
+    return own.extras->label;
 }
 
 void Node::setDescriptionString(std::optional<std::string_view> newLabel) {
+    auto& own = NodeState::of(*this);
     const bool isOwn = newLabel && *newLabel != typeString;
-    if (isOwn) withExtras().label = *newLabel;
-    labelState = isOwn ? LabelState::isOwn : newLabel ? LabelState::isTypeString : LabelState::absent;
-    noteChange();
+    if (isOwn) own.withExtras().label = *newLabel;
+    own.labelState = isOwn      ? NodeState::LabelState::isOwn
+                     : newLabel ? NodeState::LabelState::isTypeString
+                                : NodeState::LabelState::absent;
+    own.noteChange();
 }
 
 TimestampedVariable& Node::output() const {
-    requiredOutputClass();
+    NodeState::of(*this).requiredOutputClass(*this);
     return *outputValue();
 }
 
-ValueClass Node::requiredOutputClass() const {
-    if (!outputClass) stop("the node has no output slot");
+ValueClass NodeState::requiredOutputClass(const Node& node) const {
+    if (!outputClass) node.stop("the node has no output slot");
     return *outputClass;
 }
 
-void Node::stopOverElements(std::size_t count) const {
+void Node::checkElements(std::size_t count) const {
+    const auto* diagram = NodeState::of(*this).diagram;
+    if (diagram == nullptr || count <= diagram->budget.maxElements()) return;
     stop("a list of " + std::to_string(count) + " elements is beyond the limit of " +
-         std::to_string(state->budget.maxElements()));
+         std::to_string(diagram->budget.maxElements()));
 }
 
-void Node::stopWhenOver() const {
-    const auto& budget = state->budget;
+void Node::checkElements(const Value& value) const { NodeState::of(*this).checkElements(value, *this); }
+
+void Node::checkTime() const {
+    const auto* diagram = NodeState::of(*this).diagram;
+    if (diagram == nullptr || !diagram->budget.isLimited()) return;
+    const auto& budget = diagram->budget;
     if (budget.isInterrupted()) stop("the batch was interrupted");
     if (!budget.isOutOfTime()) return;
     stop("the batch has taken longer than the limit of " + doubleText(budget.maxBatchSeconds()) + " seconds");
@@ -351,33 +405,35 @@ std::string Node::nameInMessages() const {
     return name + ")";
 }
 
-Node::Extras& Node::withExtras() {
+NodeState::Extras& NodeState::withExtras() {
     if (extras == nullptr) extras = std::make_unique<Extras>();
     return *extras;
 }
 
 TimestampedVariable& Node::appendInput(ValueClass slotClass, const char* label) {
+    auto& own = NodeState::of(*this);
     auto slot = makeSlot(slotClass);
     slot->owner = this;
     slot->label = label;
-    slot->index = static_cast<std::uint32_t>(inputSlots.size());
-    inputSlots.append(*slot);
+    slot->index = static_cast<std::uint32_t>(own.inputSlots.size());
+    own.inputSlots.append(*slot);
     return *slot.release();
 }
 
 void Node::makeOutput(ValueClass slotClass, bool withDefault) {
-    outputClass = slotClass;
+    auto& own = NodeState::of(*this);
+    own.outputClass = slotClass;
     if (!withDefault) return;
-    givenValue.set(defaultValue(*payloadType(slotClass)));
-    givenValue.outputState |= GivenValue::holdsValue;
+    own.given.set(defaultValue(*payloadType(slotClass)));
+    own.given.outputState |= GivenValue::holdsValue;
 }
 
-void Node::showOutput() {
+void NodeState::showOutput(Node& node) {
     takeShownInput();
     auto slot = makeSlot(*outputClass);
-    slot->owner = this;
+    slot->owner = &node;
     slot->isTyped = outputSpecializedFrom;
-    slot->showGiven(givenValue);
+    slot->showGiven(given);
     auto* const shown = slot.get();
     if (ownsSlots) {
         static_cast<void>(slot.release());
@@ -387,30 +443,30 @@ void Node::showOutput() {
     outputSlot = shown;
 }
 
-const Value* Node::outputPayload() const {
+const Value* NodeState::outputPayload() const {
     if (outputSlot != nullptr) return outputSlot->payload();
     if (showsInput) return inputSlots[0].payload();
-    const bool isHeld = givenValue.hasValue() && (givenValue.outputState & GivenValue::holdsValue) != 0;
-    return outputClass && isHeld ? &givenValue.value : nullptr;
+    const bool isHeld = given.hasValue() && (given.outputState & GivenValue::holdsValue) != 0;
+    return outputClass && isHeld ? &given.value : nullptr;
 }
 
-void Node::copyShownInput() {
+void NodeState::copyShownInput() {
     showsInput = false;
     const auto& input = inputSlots[0];
     if (const Value* const held = input.payload()) {
-        givenValue.set(*held);
-        givenValue.publish(0 <= input.timestamp() ? input.timestamp() : 0);
+        given.set(*held);
+        given.publish(0 <= input.timestamp() ? input.timestamp() : 0);
     }
     // So that the engine takes notice.
     noteHandWritten();
 }
 
-void Node::presentInputs(std::span<TimestampedVariable* const> slots) {
+void NodeState::presentInputs(std::span<TimestampedVariable* const> slots) {
     ownsSlots = false;
     inputSlots.assign(slots);
 }
 
-void Node::presentOutput(TimestampedVariable* slot) {
+void NodeState::presentOutput(TimestampedVariable* slot) {
     ownsSlots = false;
     outputSlot = slot;
     outputClass.reset();
@@ -420,8 +476,8 @@ void Node::presentOutput(TimestampedVariable* slot) {
     outputSpecializedFrom = slot->isTyped;
 }
 
-TimestampedVariable& Node::replaceInput(TimestampedVariable& old, ValueClass slotClass,
-                                        std::optional<ValueClass> specializedFrom) {
+TimestampedVariable& NodeState::replaceInput(Node& node, TimestampedVariable& old, ValueClass slotClass,
+                                             std::optional<ValueClass> specializedFrom) {
     const auto* const label = old.label;
     const auto index = old.index;
     TimestampedVariable* replacement = nullptr;
@@ -438,7 +494,7 @@ TimestampedVariable& Node::replaceInput(TimestampedVariable& old, ValueClass slo
     } else {
         replacement = &remakeSlot(old, slotClass);
     }
-    replacement->owner = this;
+    replacement->owner = &node;
     replacement->label = label;
     replacement->index = index;
     replacement->isTyped = specializedFrom;
@@ -446,7 +502,7 @@ TimestampedVariable& Node::replaceInput(TimestampedVariable& old, ValueClass slo
     return *replacement;
 }
 
-void Node::replaceOutput(ValueClass slotClass, std::optional<ValueClass> specializedFrom) {
+void NodeState::replaceOutput(ValueClass slotClass, std::optional<ValueClass> specializedFrom) {
     if (outputSlot != nullptr) {
         // A slot that something refers to stays as it is; another one is made when it is asked for.
         if (ownsSlots && outputSlot->pinned) {
@@ -459,7 +515,7 @@ void Node::replaceOutput(ValueClass slotClass, std::optional<ValueClass> special
     outputClass = slotClass;
     outputSpecializedFrom = specializedFrom;
     // The new output is empty; what the old one gave stays with the slots that it feeds.
-    givenValue.outputState = 0;
+    given.outputState = 0;
     noteChange();
 }
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 
+#include "KelvaneSDK/FastRows.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/QuaternionMath.h"
 
 namespace KelvaneSDK {

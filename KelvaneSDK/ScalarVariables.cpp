@@ -10,7 +10,7 @@ namespace {
 
 template <class T>
 std::optional<bool> exactlyEqual(const TimestampedVariable& a, const TimestampedVariable& b) {
-    if (!a.isComparable(b)) return std::nullopt;
+    if (!isComparable(a, b)) return std::nullopt;
     return a.as<T>() == b.as<T>();
 }
 
@@ -154,7 +154,7 @@ std::optional<Value> StringValue::add(const TimestampedVariable& other) const {
     return Value(as<String>() + other.as<String>());
 }
 std::optional<bool> StringValue::isEqual(const TimestampedVariable& other) const {
-    if (!isComparable(other)) return std::nullopt;
+    if (!isComparable(*this, other)) return std::nullopt;
     return compareTexts(as<String>(), other.as<String>()) == 0;
 }
 std::optional<bool> StringValue::isLarger(const TimestampedVariable& other) const {

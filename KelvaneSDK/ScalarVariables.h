@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KelvaneSDK/TimestampedVariable.h"
+#include "KelvaneSDK/SlotClasses.h"
 
 namespace KelvaneSDK {
 

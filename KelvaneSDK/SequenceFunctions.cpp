@@ -1,7 +1,7 @@
 #include <cmath>
 
+#include "KelvaneSDK/FastRows.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/SampleWindow.h"
 #include "KelvaneSDK/SequenceValue.h"
 #include "KelvaneSDK/TrapezoidRule.h"

@@ -90,7 +90,7 @@ std::optional<Value> SequenceValue::negate() const {
 }
 
 std::optional<bool> SequenceValue::isEqual(const TimestampedVariable& other) const {
-    if (!isComparable(other)) return std::nullopt;
+    if (!isComparable(*this, other)) return std::nullopt;
     const auto left = samplesOf(*this);
     const auto right = samplesOf(other);
     if (left.size() != right.size()) return std::nullopt;

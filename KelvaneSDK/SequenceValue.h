@@ -3,7 +3,7 @@
 #include <limits>
 #include <vector>
 
-#include "KelvaneSDK/TimestampedVariable.h"
+#include "KelvaneSDK/SlotClasses.h"
 
 namespace KelvaneSDK {
 

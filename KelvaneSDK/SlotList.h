@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <span>
 
-namespace [[gnu::visibility("default")]] KelvaneSDK {
+namespace KelvaneSDK {
 
 class TimestampedVariable;
 

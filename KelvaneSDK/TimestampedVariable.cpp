@@ -1,7 +1,8 @@
 #include "KelvaneSDK/TimestampedVariable.h"
 
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/Node.h"
+#include "KelvaneSDK/NodeState.h"
+#include "KelvaneSDK/SlotClasses.h"
 
 namespace KelvaneSDK {
 
@@ -10,12 +11,54 @@ TimestampedVariable::~TimestampedVariable() {
     if (ownsSource) delete source;
 }
 
+const Value* TimestampedVariable::payload() const {
+    if (source == nullptr || !source->hasValue()) return nullptr;
+    if (!ownsSource &&
+        !(isOutput ? (source->outputState & GivenValue::holdsValue) != 0 : *source->clock > emptiedAt)) {
+        return nullptr;
+    }
+    return &source->value;
+}
+
+std::optional<Value> TimestampedVariable::value() const {
+    const Value* held = payload();
+    return held != nullptr ? std::optional<Value>(*held) : std::nullopt;
+}
+
+double TimestampedVariable::timestamp() const {
+    if (source == nullptr) return 0;
+    if (ownsSource) return source->timestamp;
+    const bool isShown =
+        isOutput ? (source->outputState & GivenValue::isStamped) != 0 : *source->clock > emptiedAt;
+    return isShown ? source->timestamp : 0;
+}
+
+bool TimestampedVariable::updated() const {
+    if (source == nullptr) return false;
+    if (isOutput && !ownsSource) return (source->outputState & GivenValue::isUpdated) != 0;
+    return *source->clock > consumed();
+}
+
+bool TimestampedVariable::isConstant() const {
+    if (source == nullptr) return false;
+    return ownsSource || isOutput || *source->clock > emptiedAt ? source->isConstant : wasConstant;
+}
+
+std::uint64_t TimestampedVariable::consumed() const { return isBound ? bound->consumedSoFar() : consumedAt; }
+
+// An input that has got a value since it was consumed.
+void TimestampedVariable::consume() {
+    if (source != nullptr) setConsumed(*source->clock);
+}
+
+// Lets a compiled diagram keep count of what the slot, which something feeds, has consumed.
 void TimestampedVariable::bind(StepInput& input) {
     input = {source, source->clock, consumed(), this};
     bound = &input;
     isBound = true;
 }
 
+// Takes the count back.
 void TimestampedVariable::unbind() {
     consumedAt = consumed();
     isBound = false;
@@ -26,7 +69,7 @@ void TimestampedVariable::leaveGroup() {
     if (!isBound || !bound->isTogether()) return;
     bound->slot = nullptr;
     unbind();
-    if (owner != nullptr) owner->noteChange();
+    if (owner != nullptr) NodeState::of(*owner).noteChange();
 }
 
 void TimestampedVariable::setConsumed(std::uint64_t at) {
@@ -38,7 +81,7 @@ void TimestampedVariable::setConsumed(std::uint64_t at) {
 // The slot's own value, made of what it shows at first.
 GivenValue& TimestampedVariable::ownValue() {
     if (ownsSource) return *source;
-    if (owner != nullptr && !isOutput) owner->takeShownInput();
+    if (owner != nullptr && !isOutput) NodeState::of(*owner).takeShownInput();
     leaveGroup();
     auto own = std::make_unique<GivenValue>();
     if (const Value* held = payload()) own->set(*held);
@@ -58,7 +101,9 @@ GivenValue& TimestampedVariable::ownValue() {
         bound->clock = source->clock;
     }
     setConsumed(consumedOfOne);
-    if (owner != nullptr) isOutput ? owner->noteHandWritten() : owner->noteChange();
+    if (owner == nullptr) return *source;
+    const auto& node = NodeState::of(*owner);
+    isOutput ? node.noteHandWritten() : node.noteChange();
     return *source;
 }
 
@@ -106,6 +151,13 @@ void TimestampedVariable::setIsConstant(bool nowConstant) {
     }
 }
 
+// Makes this the output slot that shows what its node gives.
+void TimestampedVariable::showGiven(GivenValue& nodesValue) {
+    source = &nodesValue;
+    isOutput = true;
+}
+
+// Drops what was written by hand, so that the output shows what its node gives once more.
 void TimestampedVariable::dropHandWritten(GivenValue& nodesValue) {
     delete source;
     source = &nodesValue;
@@ -113,6 +165,7 @@ void TimestampedVariable::dropHandWritten(GivenValue& nodesValue) {
     ownsSource = false;
 }
 
+// Another node feeds this input: `feeder` is what it gives.
 void TimestampedVariable::feedFrom(GivenValue& feeder) {
     if (source == &feeder) return;
     if (source == nullptr) {
@@ -125,10 +178,22 @@ void TimestampedVariable::feedFrom(GivenValue& feeder) {
     feeder.special |= GivenValue::isCopied;
 }
 
+// A node no longer feeds this input, which keeps what it last got.
 void TimestampedVariable::unfeed(const GivenValue& feeder) {
     if (source == &feeder) ownValue();
 }
 
+// Takes over what a feeder gives, where the slot has a value of its own.
+void TimestampedVariable::take(const GivenValue& feeder) {
+    if (source == &feeder) return;
+    source->value = feeder.value;
+    source->kind = feeder.kind;
+    source->isConstant = feeder.isConstant;
+    source->timestamp = feeder.timestamp;
+    ++source->stamp;
+}
+
+// Forgets value, flags and timestamp of an input.
 void TimestampedVariable::empty() {
     checked = false;
     if (source == nullptr) return;
@@ -138,6 +203,12 @@ void TimestampedVariable::empty() {
     if (!ownsSource) return;
     source->clear();
     source->timestamp = 0;
+}
+
+const Value& TimestampedVariable::required(ValueType type) const {
+    const Value* held = payload();
+    if (held == nullptr || held->type() != type) stopOnPayload(type);
+    return *held;
 }
 
 const Value& TimestampedVariable::typedValue() const {
@@ -155,13 +226,9 @@ void TimestampedVariable::setValueFromString(std::string_view text) {
     if (auto parsed = valueFromText(valueClass(), text)) {
         setValue(std::move(*parsed));
     } else {
-        reportConversionError(text);
+        printDiagnostic("ERROR: converting " + std::string(text) + " to " + std::string(typeString()) +
+                        " failed!");
     }
-}
-
-void TimestampedVariable::reportConversionError(std::string_view text) const {
-    printDiagnostic("ERROR: converting " + std::string(text) + " to " + std::string(typeString()) +
-                    " failed!");
 }
 
 std::optional<Value> TimestampedVariable::add(const TimestampedVariable&) const { return std::nullopt; }

@@ -1,30 +1,95 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
-#include "KelvaneSDK/GivenValue.h"
 #include "KelvaneSDK/Value.h"
-#include "KelvaneSDK/ValueClass.h"
+
+// The engine's own, which a shared library does not export.
+namespace KelvaneSDK {
+class DiagramBuilder;
+class Evaluation;
+class NodeState;
+class StepGroups;
+struct GivenValue;
+struct StepInput;
+}  // namespace KelvaneSDK
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 class Node;
 
+/// The class of a value slot: what the slot can hold. The concrete classes hold values of exactly one type;
+/// the generic ones take on a concrete class when they are connected.
+enum class ValueClass : std::uint8_t {
+    /// Generic: any value. Functions read it with value().
+    TimestampedVariable,
+    /// Generic: any scalar, which here is everything but a list. value().
+    ValueVariable,
+    /// A double: FunctionNode::real(). Arithmetic and comparisons are IEEE 754.
+    FloatValue,
+    /// A 64-bit integer: integer(). What overflows, and a division by 0, stops; divisions truncate.
+    IntegerValue,
+    /// Three doubles: vector(). Arithmetic goes component by component.
+    VectorValue,
+    /// true or false: boolean(). negate() is the logical not.
+    BooleanValue,
+    /// A quaternion: orientation(). multiply() is the Hamilton product, divide() that by the inverse; the
+    /// other operations go component by component, and nothing normalises.
+    OrientationValue,
+    /// A time series: samples(). In arithmetic this slot's sequence gives the times, and the other one is
+    /// interpolated at them; the result covers the times that lie within the other one. A sample whose
+    /// divisor is zero is left out.
+    SequenceValue,
+    /// A text: text(). add() joins; the order is that of Unicode scalar values after canonical composition.
+    StringValue,
+    /// Generic: any list. value().
+    ArrayVariable,
+    /// Lists of the scalars above: items<double>(), items<std::int64_t>(), items<bool>(), items<String>(),
+    /// items<Vector>(), items<Orientation>(), items<Sequence>().
+    FloatArrayVariable,
+    IntegerArrayVariable,
+    BooleanArrayVariable,
+    StringArrayVariable,
+    VectorArrayVariable,
+    OrientationArrayVariable,
+    SequenceArrayVariable,
+};
+
+/// The short code that decides connections: "f", "[f]", "?", ...: slots of one code fit each other, and a
+/// generic slot fits what it can take on.
+std::string_view typeCode(ValueClass valueClass);
+/// The name in documents, output lists and messages: "Float", "Float array", "Generic value", ...
+std::string_view typeString(ValueClass valueClass);
+/// The class with this type string; absent for the generic classes' names and for any other text.
+std::optional<ValueClass> concreteClassNamed(std::string_view typeString);
+/// The payload type that slots of a concrete class hold; absent for the generic classes.
+std::optional<ValueType> payloadType(ValueClass valueClass);
+/// True for the three classes that take on another class when they are connected.
+bool isGeneric(ValueClass valueClass);
+/// True for the classes whose code stands in brackets: lists.
+bool isArray(ValueClass valueClass);
+
+/// The value of a class that a text says, or absent when it says none. Reads back whatever the class's
+/// stringValue() writes: brackets and spaces are passed over, numbers stand between commas, vectors,
+/// orientations and samples in groups of their width, the elements of a text array as they are. The empty
+/// text is the empty list. Any thread; prints nothing.
+std::optional<Value> valueFromText(ValueClass valueClass, std::string_view text);
+/// False for the classes without a text form, the generic ones and sequence arrays.
+bool readsText(ValueClass valueClass);
+
 /// A value slot: an input or output of a node. It holds at most one value, says when that value was produced
 /// and whether it is new, and offers the operations that let one function work for every type.
 ///
-/// The root class itself is the generic slot that takes any value. Slots are unsynchronised and belong to the
-/// thread that evaluates their diagram.
+/// A node makes its slots by their class. The root class itself is the generic slot that takes any value.
+/// Slots are unsynchronised and belong to the thread that evaluates their diagram.
 ///
 /// A slot that one node feeds reads that node's value where it stands. A slot that is written to by hand, or
-/// that several nodes feed, has a value of its own, into which its feeders write.
-///
-/// Operations read this slot as the left operand and the other slot as the right one, and change neither. An
-/// absent result means that the class does not support the operation. An operand without a value, or one
-/// whose payload is not of this slot's class, stops the program; isEqual() alone returns absent for two
-/// payloads of different types.
+/// that several nodes feed, has a value of its own, into which its feeders write. Both look the same here;
+/// the former costs less.
 class TimestampedVariable {
 public:
     static constexpr ValueClass slotClass = ValueClass::TimestampedVariable;
@@ -33,103 +98,85 @@ public:
     TimestampedVariable(const TimestampedVariable&) = delete;
     TimestampedVariable& operator=(const TimestampedVariable&) = delete;
 
+    /// What the slot holds. A generic slot of a diagram is replaced by one of a concrete class once something
+    /// is connected to it.
     virtual ValueClass valueClass() const { return slotClass; }
     std::string_view typeCode() const { return KelvaneSDK::typeCode(valueClass()); }
     std::string_view typeString() const { return KelvaneSDK::typeString(valueClass()); }
-    /// The class of an array of such values (concrete scalar classes) or of one element (concrete array
-    /// classes).
-    std::optional<ValueClass> arrayType() const { return arrayClass(valueClass()); }
-    std::optional<ValueClass> baseType() const { return elementClass(valueClass()); }
-    bool isGenericSlot() const { return isGeneric(valueClass()); }
 
+    /// Whether there is a value: something arrived since the last reset and was not cleared.
     bool hasValue() const { return payload() != nullptr; }
-    std::optional<Value> value() const {
-        const Value* held = payload();
-        return held != nullptr ? std::optional<Value>(*held) : std::nullopt;
-    }
+    /// The value, or absent. Shares the block of a list or text.
+    std::optional<Value> value() const;
     /// The value in place, or null; valid until the slot changes.
-    const Value* payload() const {
-        if (source == nullptr || !source->hasValue()) return nullptr;
-        if (!ownsSource &&
-            !(isOutput ? (source->outputState & GivenValue::holdsValue) != 0 : *source->clock > emptiedAt)) {
-            return nullptr;
-        }
-        return &source->value;
-    }
+    const Value* payload() const;
+    /// Replaces the value by hand, of whatever type: nothing is checked, and neither timestamp nor flags
+    /// change. What is written to an output goes on when its node forwards it.
     void setValue(Value newValue);
     void setValue(std::optional<Value> newValue) { newValue ? setValue(std::move(*newValue)) : clearValue(); }
-    void copyValue(const TimestampedVariable& from) { setValue(from.value()); }
+    /// Leaves the slot without a value; timestamp and flags stay.
     void clearValue();
 
-    /// When the value was produced: the timestamp of its batch, in seconds.
-    double timestamp() const {
-        if (source == nullptr) return 0;
-        if (ownsSource) return source->timestamp;
-        const bool isShown =
-            isOutput ? (source->outputState & GivenValue::isStamped) != 0 : *source->clock > emptiedAt;
-        return isShown ? source->timestamp : 0;
-    }
+    /// When the value was produced: the timestamp of its batch, in seconds; 0 before there was any.
+    double timestamp() const;
+    /// Like all that sets, by hand: the slot keeps a value of its own from then on, and an output that is
+    /// set goes on only when its node forwards it or, for a constant, with the next batch.
     void setTimestamp(double newTimestamp);
-    /// A new value arrived that the node has not consumed yet.
-    bool updated() const {
-        if (source == nullptr) return false;
-        if (isOutput && !ownsSource) return (source->outputState & GivenValue::isUpdated) != 0;
-        return *source->clock > consumed();
-    }
+    /// A new value arrived that the node has not consumed yet. The flag that decides when functions run.
+    bool updated() const;
     void setUpdated(bool updated);
-    /// The value came from a constant.
-    bool isConstant() const {
-        if (source == nullptr) return false;
-        return ownsSource || isOutput || *source->clock > emptiedAt ? source->isConstant : wasConstant;
-    }
+    /// The value came from a constant. No function asks; applications may show it.
+    bool isConstant() const;
     void setIsConstant(bool isConstant);
 
-    /// The value as shown to users; classes without a text form return "<NO STRING CONVERSION>".
+    /// The value as shown to users: "1.5", "(1.0, 2.0, 3.0)", "true,false"; doubles of a Float slot with six
+    /// significant digits. Classes without a text form return "<NO STRING CONVERSION>".
     virtual std::string stringValue() const;
-    /// Replaces the value by the one that `text` says, as valueFromText() reads it; a text that does not
-    /// parse is reported and changes nothing, and classes without a text form ignore it.
+    /// Replaces the value by the one that `text` says, as valueFromText() reads it. A text that does not
+    /// parse changes nothing and prints "ERROR: converting <text> to <typeString> failed!"; classes without
+    /// a text form ignore it.
     virtual void setValueFromString(std::string_view text);
-    /// Prints "ERROR: converting <text> to <typeString> failed!".
-    void reportConversionError(std::string_view text) const;
 
+    /// Operations read this slot as the left operand and the other slot as the right one, and change neither.
+    /// An absent result means that the class does not support the operation; see docs/node-classes.md for
+    /// what each class does. An operand without a value, or one whose payload is not of this slot's class,
+    /// stops the program, and so does an integer that overflows. Lists are combined element by element, up to
+    /// the shorter one.
     virtual std::optional<Value> add(const TimestampedVariable& other) const;
     virtual std::optional<Value> subtract(const TimestampedVariable& other) const;
     virtual std::optional<Value> multiply(const TimestampedVariable& other) const;
     virtual std::optional<Value> divide(const TimestampedVariable& other) const;
     virtual std::optional<Value> scale(double factor) const;
+    /// The arithmetic opposite, or logical not.
+    virtual std::optional<Value> negate() const;
+    /// Exact equality, of texts by canonical equivalence. Also absent, and no stop, for two payloads of
+    /// different types and for lists of different lengths.
     virtual std::optional<bool> isEqual(const TimestampedVariable& other) const;
+    /// Orders numbers, and texts by Unicode scalar values; NaN compares false with everything.
     virtual std::optional<bool> isLarger(const TimestampedVariable& other) const;
     virtual std::optional<bool> isSmaller(const TimestampedVariable& other) const;
     virtual std::optional<bool> isSmallerOrEqual(const TimestampedVariable& other) const;
     virtual std::optional<bool> isLargerOrEqual(const TimestampedVariable& other) const;
-    virtual std::optional<Value> negate() const;
 
-    /// False when both slots hold values of different types, for which isEqual() has no result.
-    bool isComparable(const TimestampedVariable& other) const {
-        const Value *a = payload(), *b = other.payload();
-        return a == nullptr || b == nullptr || a->type() == b->type();
+    /// The value as a payload: as<double>() of a Float slot. An absent value or another type stops the
+    /// program, with a reason that names the slot and its node.
+    template <class T>
+    T as() const {
+        return required(PayloadType<T>::value).template unchecked<T>();
     }
-
+    /// The elements of a list or sequence, or the bytes of a text, in place and valid until the slot changes;
+    /// an absent value or another type than `type` stops the program.
+    template <class Item>
+    std::span<const Item> items(ValueType type) const {
+        return required(type).template items<Item>();
+    }
+    /// The value, which must be of the type of the slot's class; for the generic classes any value. Stops
+    /// otherwise.
+    const Value& typedValue() const;
     /// Stops the program with a reason that names the node that owns this slot.
     [[noreturn]] void stop(std::string_view reason) const;
 
-    /// The value as a scalar payload; an absent value or another type stops the program.
-    template <class T>
-    T as() const {
-        const Value* held = payload();
-        if (held == nullptr || !held->holds<T>()) stopOnPayload(PayloadType<T>::value);
-        return held->unchecked<T>();
-    }
-    /// The elements of the list, sequence or text in place; an absent value or another type stops the
-    /// program.
-    template <class Item>
-    std::span<const Item> items(ValueType type) const {
-        const Value* held = payload();
-        if (held == nullptr || held->type() != type) stopOnPayload(type);
-        return held->items<Item>();
-    }
-    /// The value, which must be of the type of the slot's class; for the generic classes any value.
-    const Value& typedValue() const;
+    // Where the slot stands; its node and the engine set these.
 
     /// The node that owns the slot.
     Node* owner = nullptr;
@@ -137,71 +184,46 @@ public:
     const char* label = nullptr;
     /// The position among its node's inputs; 0 for an output.
     std::uint32_t index = 0;
-    /// The slot's upstream has been dealt with in this pass.
+    /// The slot's upstream has been dealt with in this pass over the diagram.
     bool checked : 1 = false;
     /// No connection feeds the slot.
     bool connectable : 1 = true;
-    /// Something besides the owner refers to the slot, so that it must outlive its replacement.
+
+    /// The engine's own: the slot must outlive its replacement.
     bool pinned : 1 = false;
     /// For a slot that was specialised: the generic class it came from.
     std::optional<ValueClass> isTyped;
 
-    // How the engine and the nodes move values.
-
-    /// What stands behind an input: the feeding node's given value, or the slot's own. Null before anything
-    /// fed it.
-    const GivenValue* given() const { return source; }
-    /// An input that has got a value since it was consumed.
-    void consume() {
-        if (source != nullptr) setConsumed(*source->clock);
-    }
-    /// Lets a compiled diagram keep count of what the slot, which something feeds, has consumed.
-    void bind(StepInput& input);
-    /// Takes the count back.
-    void unbind();
-    /// Where the count is kept, or null.
-    StepInput* boundInput() const { return isBound ? bound : nullptr; }
-    /// Makes this the output slot that shows what its node gives.
-    void showGiven(GivenValue& nodesValue) {
-        source = &nodesValue;
-        isOutput = true;
-    }
-    /// What was written to an output by hand since its node last gave something, or null.
-    GivenValue* handWritten() { return isOutput && ownsSource ? source : nullptr; }
-    /// Drops what was written by hand, so that the output shows what its node gives once more.
-    void dropHandWritten(GivenValue& nodesValue);
-    /// Another node feeds this input: `feeder` is what it gives.
-    void feedFrom(GivenValue& feeder);
-    /// A node no longer feeds this input, which keeps what it last got.
-    void unfeed(const GivenValue& feeder);
-    /// Takes over what a feeder gives, where the slot has a value of its own.
-    void take(const GivenValue& feeder) {
-        if (source == &feeder) return;
-        source->value = feeder.value;
-        source->kind = feeder.kind;
-        source->isConstant = feeder.isConstant;
-        source->timestamp = feeder.timestamp;
-        ++source->stamp;
-    }
-    /// Forgets value, flags and timestamp of an input.
-    void empty();
-
 protected:
-    /// Stores the default value of the slot's class when asked to.
+    // Stores the default value of the slot's class when asked to; for constructors.
     void fill(bool withDefault);
 
 private:
+    // How the engine and the nodes move values; TimestampedVariable.cpp says what each does.
+    friend class Evaluation;
+    friend class Node;
+    friend class NodeState;
+    friend class StepGroups;
+    const Value& required(ValueType type) const;
+    const GivenValue* given() const { return source; }
+    void consume();
+    void bind(StepInput& input);
+    void unbind();
+    StepInput* boundInput() const { return isBound ? bound : nullptr; }
+    void showGiven(GivenValue& nodesValue);
+    GivenValue* handWritten() { return isOutput && ownsSource ? source : nullptr; }
+    void dropHandWritten(GivenValue& nodesValue);
+    void feedFrom(GivenValue& feeder);
+    void unfeed(const GivenValue& feeder);
+    void take(const GivenValue& feeder);
+    void empty();
     [[noreturn]] void stopOnPayload(ValueType wanted) const;
     GivenValue& ownValue();
-
-    std::uint64_t consumed() const { return isBound ? bound->consumedSoFar() : consumedAt; }
+    std::uint64_t consumed() const;
     void setConsumed(std::uint64_t at);
     void leaveGroup();
 
-    bool ownsSource : 1 = false;
-    bool isOutput : 1 = false;
-    bool wasConstant : 1 = false;
-    bool isBound : 1 = false;
+    bool ownsSource : 1 = false, isOutput : 1 = false, wasConstant : 1 = false, isBound : 1 = false;
     GivenValue* source = nullptr;
     // By the source's clock; while the slot is bound, the count stands there.
     union {
@@ -209,13 +231,6 @@ private:
         StepInput* bound;
     };
     std::uint64_t emptiedAt = 0;
-};
-
-/// A generic scalar slot, whose type is not yet fixed.
-class ValueVariable : public TimestampedVariable {
-public:
-    static constexpr ValueClass slotClass = ValueClass::ValueVariable;
-    ValueClass valueClass() const override { return slotClass; }
 };
 
 }  // namespace KelvaneSDK

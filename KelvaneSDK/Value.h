@@ -1,19 +1,126 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
+#include <memory>
 #include <new>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 
-#include "KelvaneSDK/List.h"
-
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
-/// Three doubles; the unit is the application's.
+// The values that travel through a diagram: scalars (a double, a 64-bit integer, a truth, a vector, an
+// orientation, a text, a sequence of samples) and lists of these. All of them are cheap to copy.
+
+/// The storage behind every list: an immutable block that all copies share. For code that passes lists on
+/// without looking at their elements.
+struct ListStorage {
+    std::shared_ptr<const void> block;
+    std::size_t count = 0;
+};
+
+/// An immutable list with value semantics: copies share one block, so passing a list on copies no elements,
+/// and a list is never changed under somebody who reads it. A changed list is a new one, made of a span.
+/// Reading from several threads at once is safe, and so is letting copies go.
+///
+///     const List<double> weights{0.25, 0.5, 0.25};
+///     for (const double weight : weights) sum += weight;
+template <class T>
+class List {
+public:
+    /// What a List holds: double, std::int64_t, bool, a char of a text, or one of the types below.
+    using value_type = T;
+
+    /// The empty list, which allocates nothing.
+    List() = default;
+    List(std::initializer_list<T> items) : List(std::span<const T>(items.begin(), items.size())) {}
+    /// Copies the elements, in one allocation.
+    explicit List(std::span<const T> items);
+    /// Shares a block that holds elements of this type; that it does is not checked.
+    explicit List(ListStorage shared) : storage(std::move(shared)) {}
+
+    std::size_t size() const { return storage.count; }
+    bool empty() const { return storage.count == 0; }
+    /// The elements stand side by side, and stay where they are as long as some copy of the list lives.
+    const T* data() const { return static_cast<const T*>(storage.block.get()); }
+    const T* begin() const { return data(); }
+    const T* end() const { return data() + size(); }
+    /// `index` must be below size(), which is not checked.
+    const T& operator[](std::size_t index) const { return data()[index]; }
+    std::span<const T> items() const { return {data(), size()}; }
+    const ListStorage& shared() const { return storage; }
+
+    /// The same number of elements, which are equal one by one.
+    friend bool operator==(const List& a, const List& b) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end());
+    }
+
+private:
+    ListStorage storage;
+};
+
+/// Builds a list element by element, in one allocation when the capacity given is enough, and none for an
+/// empty list. For an application that makes long lists; a short one is made of its elements.
+///
+///     ListBuilder<double> squares(100);
+///     for (int i = 0; i < 100; ++i) squares.append(i * i);
+///     engine.set(*stream, squares.finish());
+template <class T>
+class ListBuilder {
+public:
+    /// Makes space for so many elements; more may come.
+    explicit ListBuilder(std::size_t expected = 0) { reserve(expected); }
+    ListBuilder(ListBuilder&&) noexcept = default;
+    ListBuilder& operator=(ListBuilder&&) noexcept = default;
+
+    std::size_t size() const { return count; }
+    /// What has been appended so far, to be changed in place, or looked back at; valid until the next append.
+    std::span<T> items() { return {block.get(), count}; }
+    /// Doubles the space where there is none left.
+    void append(const T& item) {
+        if (count == capacity) reserve(capacity < 4 ? 8 : 2 * capacity);
+        block[static_cast<std::ptrdiff_t>(count++)] = item;
+    }
+    void append(std::span<const T> items) {
+        if (capacity - count < items.size()) reserve(std::max(2 * capacity, count + items.size()));
+        std::copy(items.begin(), items.end(), block.get() + count);
+        count += items.size();
+    }
+    /// Hands the list over, copying nothing, and leaves the builder empty.
+    List<T> finish() {
+        capacity = 0;
+        return List<T>(ListStorage{std::move(block), std::exchange(count, 0)});
+    }
+
+private:
+    void reserve(std::size_t wanted) {
+        if (wanted <= capacity) return;
+        auto larger = std::make_shared_for_overwrite<T[]>(wanted);
+        if (count > 0) std::move(block.get(), block.get() + count, larger.get());
+        block = std::move(larger);
+        capacity = wanted;
+    }
+
+    std::shared_ptr<T[]> block;
+    std::size_t count = 0, capacity = 0;
+};
+
+template <class T>
+List<T>::List(std::span<const T> items) {
+    ListBuilder<T> builder(items.size());
+    builder.append(items);
+    *this = builder.finish();
+}
+
+/// Three doubles, of which the unit and the axes are the application's.
 struct Vector {
     double x = 0, y = 0, z = 0;
 
@@ -25,12 +132,12 @@ struct Vector {
     friend bool operator==(const Vector&, const Vector&) = default;
 };
 
-/// A quaternion with vector part (x, y, z) and real part w; a unit quaternion by convention, which nothing
-/// enforces.
+/// A rotation as a quaternion with vector part (x, y, z) and real part w, by default the one that turns
+/// nothing; a unit quaternion by convention, which nothing enforces.
 struct Orientation {
     double x = 0, y = 0, z = 0, w = 1;
 
-    /// "(x:0.0,y:0.0,z:0.0,w:1.0)".
+    /// "(x:0.0,y:0.0,z:0.0,w:1.0)", in the same form of numbers.
     std::string description() const;
     /// Reads any text that is four numbers after the characters " :xyzw()[]" are deleted; absent otherwise.
     static std::optional<Orientation> fromText(std::string_view text);
@@ -38,22 +145,26 @@ struct Orientation {
     friend bool operator==(const Orientation&, const Orientation&) = default;
 };
 
-/// One sample of a time series: `t` in seconds, `f` the value.
+/// One sample of a time series: `t` in seconds on the axis of the batches' timestamps, `f` the value.
 struct Sample {
     double t = 0, f = 0;
 
     friend bool operator==(const Sample&, const Sample&) = default;
 };
 
-/// An immutable text whose copies share their bytes; UTF-8 by convention.
+/// An immutable text whose copies share their bytes. UTF-8 by convention, which nothing enforces: other bytes
+/// pass through a diagram as they are. Compares byte by byte; String slots compare by canonical equivalence.
 class String {
 public:
     String() = default;
+    /// Each copies the bytes.
     String(std::string_view text) : chars(std::span<const char>(text.data(), text.size())) {}
     String(const char* text) : String(std::string_view(text)) {}
     String(const std::string& text) : String(std::string_view(text)) {}
+    /// Shares a block of chars.
     explicit String(ListStorage shared) : chars(std::move(shared)) {}
 
+    /// The bytes, as long as some copy of the text lives.
     std::string_view view() const { return {chars.data(), chars.size()}; }
     operator std::string_view() const { return view(); }
     const ListStorage& shared() const { return chars.shared(); }
@@ -69,15 +180,18 @@ private:
 /// converts with the constructor and samples(), which copy no samples.
 class Sequence {
 public:
+    /// A sequence without samples, on which most functions stay silent or stop.
     Sequence() = default;
     Sequence(std::initializer_list<Sample> samples) : list(samples) {}
     explicit Sequence(List<Sample> samples) : list(std::move(samples)) {}
+    /// Shares a block of samples.
     explicit Sequence(ListStorage shared) : list(std::move(shared)) {}
 
     const List<Sample>& samples() const { return list; }
     std::size_t size() const { return list.size(); }
     const ListStorage& shared() const { return list.shared(); }
 
+    /// Sample by sample, times included.
     friend bool operator==(const Sequence&, const Sequence&) = default;
 
 private:
@@ -87,13 +201,21 @@ private:
 /// The exact type of a payload. Those from String on share a block between copies; the others are held
 /// inline.
 enum class ValueType : std::uint8_t {
+    /// double, IEEE 754.
     Float,
+    /// std::int64_t; sums, products and the like that overflow stop the program.
     Integer,
+    /// bool.
     Boolean,
+    /// Vector.
     Vector,
+    /// Orientation.
     Orientation,
+    /// String.
     String,
+    /// Sequence: a time series.
     Sequence,
+    /// List<double>, List<std::int64_t>, List<bool>, and so on.
     FloatArray,
     IntegerArray,
     BooleanArray,
@@ -101,47 +223,46 @@ enum class ValueType : std::uint8_t {
     VectorArray,
     OrientationArray,
     SequenceArray,
-    SampleArray,  ///< a list of sample records, `List<Sample>`; no slot holds one
+    /// List<Sample>, a list of sample records, as recordings hold time series; no slot holds one.
+    SampleArray,
 };
 
 /// The name of a payload type in messages: "Float", "Integer array", ..., "Sample array".
 std::string_view valueTypeName(ValueType type);
 
-/// The payload type of a C++ type; defined for exactly the fifteen types that a Value can hold.
+/// The C++ types of payloads, in the order of ValueType.
+using AllPayloads = std::tuple<double, std::int64_t, bool, Vector, Orientation, String, Sequence,
+                               List<double>, List<std::int64_t>, List<bool>, List<String>, List<Vector>,
+                               List<Orientation>, List<Sequence>, List<Sample>>;
+/// The place of a type among them; their number for any other type.
 template <class T>
-struct PayloadType;
-#define KELVANE_PAYLOAD(cppType, tag)                      \
-    template <>                                            \
-    struct PayloadType<cppType> {                          \
-        static constexpr ValueType value = ValueType::tag; \
-    }
-KELVANE_PAYLOAD(double, Float);
-KELVANE_PAYLOAD(std::int64_t, Integer);
-KELVANE_PAYLOAD(bool, Boolean);
-KELVANE_PAYLOAD(Vector, Vector);
-KELVANE_PAYLOAD(Orientation, Orientation);
-KELVANE_PAYLOAD(String, String);
-KELVANE_PAYLOAD(Sequence, Sequence);
-KELVANE_PAYLOAD(List<double>, FloatArray);
-KELVANE_PAYLOAD(List<std::int64_t>, IntegerArray);
-KELVANE_PAYLOAD(List<bool>, BooleanArray);
-KELVANE_PAYLOAD(List<String>, StringArray);
-KELVANE_PAYLOAD(List<Vector>, VectorArray);
-KELVANE_PAYLOAD(List<Orientation>, OrientationArray);
-KELVANE_PAYLOAD(List<Sequence>, SequenceArray);
-KELVANE_PAYLOAD(List<Sample>, SampleArray);
-#undef KELVANE_PAYLOAD
-
+inline constexpr std::size_t payloadPlace = []<class... All>(std::type_identity<std::tuple<All...>>) {
+    std::size_t place = 0;
+    static_cast<void>(((std::is_same_v<T, All> || (++place, false)) || ...));
+    return place;
+}(std::type_identity<AllPayloads>{});
+/// One of the fifteen types that a Value can hold.
 template <class T>
-concept Payload = requires {
-    PayloadType<T>::value;
+concept Payload = payloadPlace<T> < std::tuple_size_v<AllPayloads>;
+/// The payload type of such a C++ type: PayloadType<double>::value is ValueType::Float.
+template <Payload T>
+struct PayloadType {
+    static constexpr auto value = static_cast<ValueType>(payloadPlace<T>);
 };
 
-/// One value of one of the payload types, with exact type equality: an integer is never a float. Copying a
-/// scalar is a few instructions; copying a text, list or sequence shares its block. Reading from several
-/// threads is safe.
+/// One value of one of the payload types, with exact type equality: an integer is never a float. It always
+/// holds one; "no value" is an absent std::optional, or a null pointer.
+///
+///     const Value length = 2.5, count = 3, name = "walk", path = List<Vector>{{0, 0, 0}, {1, 0, 0}};
+///     length.as<double>();           // 2.5; as<std::int64_t>() would stop the program
+///     count.get<double>();           // absent
+///     path.items<Vector>().size();   // 2
+///
+/// Copying a scalar is a few instructions; copying a text, list or sequence shares its block. Nothing but the
+/// making of lists and texts allocates. Reading from several threads is safe.
 class Value {
 public:
+    /// A value of the payload's type.
     template <Payload T>
     Value(T payload) noexcept : tag(PayloadType<T>::value) {
         if constexpr (isInline(PayloadType<T>::value)) {
@@ -150,15 +271,18 @@ public:
             new (bytes) ListStorage(payload.shared());
         }
     }
-    /// Any other integer type becomes an Integer.
+    /// Any other integer type that fits becomes an Integer; an unsigned 64-bit one does not compile.
     template <class T>
     requires(std::is_integral_v<T> && !std::is_same_v<T, bool> && !std::is_same_v<T, std::int64_t> &&
              (sizeof(T) < 8 || std::is_signed_v<T>)) Value(T integer)
     noexcept : Value(static_cast<std::int64_t>(integer)) {}
+    /// A String with a copy of the bytes.
     Value(std::string_view text) : Value(String(text)) {}
     Value(const char* text) : Value(String(text)) {}
     Value(const std::string& text) : Value(String(text)) {}
 
+    // Copies share the block of a list or text; what was moved from is an empty list or text, or the scalar
+    // that it was.
     Value(const Value& other) noexcept : tag(other.tag) {
         isScalar(tag) ? copyScalar(other) : copyOther(other);
     }
@@ -179,26 +303,28 @@ public:
         if (!isInline(tag)) dropShared();
     }
 
+    /// The exact type, which never changes but by assignment.
     ValueType type() const { return tag; }
 
+    /// Whether the value is of this type, exactly.
     template <Payload T>
     bool holds() const {
         return tag == PayloadType<T>::value;
     }
-    /// The payload, or absent when the value is of another type. Lists and texts share their block with this
-    /// value.
+    /// The payload, or absent when the value is of another type: for values of a type that is not known, such
+    /// as those of a diagram from elsewhere. Lists and texts share their block with this value.
     template <Payload T>
     std::optional<T> get() const {
         if (!holds<T>()) return std::nullopt;
         return unchecked<T>();
     }
-    /// The payload; a value of another type stops the program.
+    /// The payload; a value of another type stops the program: for values whose type the diagram decides.
     template <Payload T>
     T as() const {
         if (!holds<T>()) stopOnWrongType(PayloadType<T>::value);
         return unchecked<T>();
     }
-    /// The payload of a value that is known to be of this type.
+    /// The payload of a value that is known to be of this type; of another, the behaviour is undefined.
     template <Payload T>
     T unchecked() const {
         if constexpr (isInline(PayloadType<T>::value)) {
@@ -209,15 +335,17 @@ public:
             return T(storage());
         }
     }
-    /// Replaces the payload of an inline type by another of the same type.
+    /// Replaces the payload of a value that is known to be of this type, a number, truth, vector or
+    /// orientation.
     template <Payload T>
     requires(PayloadType<T>::value < ValueType::String) void replace(T payload) noexcept {
         std::memcpy(bytes, &payload, sizeof payload);
     }
-    /// The same by the payload of another value, of the same scalar type.
+    /// The same by the payload of another value, where both are floats, both integers or both booleans.
     void replaceScalar(const Value& other) noexcept { copyScalar(other); }
     /// The elements of a list or sequence (samples) or the bytes of a text, valid as long as this value is
-    /// unchanged; empty when the value is of another type.
+    /// unchanged; empty when the value is of another type. items<double>() of a list of floats,
+    /// items<Sample>() of a sequence or a list of sample records, items<char>() of a text.
     template <class Item>
     std::span<const Item> items() const {
         return holdsItems<Item>() ? itemsUnchecked<Item>() : std::span<const Item>();
@@ -225,7 +353,8 @@ public:
 
     /// How many elements, samples or bytes a list, sequence or text has; 0 for the other types.
     std::size_t elementCount() const { return isInline(tag) ? 0 : storage().count; }
-    /// The same with the bytes of the texts, or the samples of the sequences, that are elements of a list.
+    /// What EvaluationLimits::maxElements limits: the same with the bytes of the texts, or the samples of the
+    /// sequences, that are elements of a list.
     std::size_t contentCount() const;
 
     /// True when both are of the same type and equal: exact equality of numbers (so NaN differs from itself),
@@ -272,10 +401,17 @@ private:
     ValueType tag;
 };
 
-/// The text of any value as an application shows it, distinct from a slot's
-/// stringValue(). A Float is its shortest exact decimal ("2.0"), a text stands without quotes, a vector is
-/// "(x:1.0,y:2.0,z:3.0)", a sequence "[(t: 0.0, f: 1.0)]", a list of sample records "[(t:0.0,f:1.0)]", a list
-/// of floats "[1.0,2.0]", any other list "[a, b]" with texts in double quotes.
+/// The text of any value as an application shows it, distinct from a slot's stringValue(), which documents
+/// hold:
+///
+///     a Float                      2.0, the shortest decimal that reads back exactly; inf, nan
+///     an Integer, a Boolean        -3, true
+///     a String                     as it is, without quotes
+///     a Vector, an Orientation     (x:1.0,y:2.0,z:3.0), (x:0.0,y:0.0,z:0.0,w:1.0)
+///     a Sequence                   [(t: 0.0, f: 1.0)]
+///     a list of sample records     [(t:0.0,f:1.0)]
+///     a list of floats             [1.0,2.0]
+///     any other list               [a, b], texts in double quotes
 std::string getValueString(const Value& value);
 
 /// "[1.0,2.5,-3.0]", without spaces; "[]" for an empty list.

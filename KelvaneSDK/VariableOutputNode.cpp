@@ -2,6 +2,7 @@
 
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/FunctionFamilies.h"
+#include "KelvaneSDK/NodeState.h"
 #include "KelvaneSDK/ValueKinds.h"
 
 namespace KelvaneSDK {
@@ -40,12 +41,17 @@ std::vector<Property> VariableOutputNode::getProperties() const {
     return properties;
 }
 
+void VariableOutputNode::setHidden(bool hidden) {
+    isHidden = hidden;
+    NodeState::of(*this).noteVisibility();
+}
+
 void VariableOutputNode::passOn(ValueType admitted) {
     const Value* brought = input().payload();
     if (brought == nullptr) stop("a variable output was evaluated without a value");
     consumeInputs();
     if (brought->type() == admitted) {
-        give(*brought, latestInputTimestamp());
+        NodeState::of(*this).give(*brought, latestInputTimestamp());
     } else {
         output().clearValue();
     }

@@ -2,7 +2,7 @@
 
 #include "KelvaneSDK/Node.h"
 
-namespace [[gnu::visibility("default")]] KelvaneSDK {
+namespace KelvaneSDK {
 
 /// The base of the variable outputs, where values leave a diagram: one input of a fixed type, whose value the
 /// engine hands to the application under the node's label. The output cannot feed other nodes.
@@ -23,10 +23,7 @@ public:
     bool duplications = false;
     /// The output is evaluated but left out of the results.
     bool hidden() const { return isHidden; }
-    void setHidden(bool hidden) {
-        isHidden = hidden;
-        noteVisibility();
-    }
+    void setHidden(bool hidden);
     /// The type that process() passes on, or absent for a class with an evaluation step of its own.
     virtual std::optional<ValueType> plainType() const { return std::nullopt; }
 

@@ -3,6 +3,8 @@
 #include <limits>
 #include <map>
 
+#include "KelvaneSDK/SlotClasses.h"
+
 namespace KelvaneFuzz {
 
 using namespace KelvaneSDK;
@@ -157,7 +159,7 @@ private:
         auto output = node->outputValue() == nullptr ? std::nullopt
                                                      : specialized(node->outputValue()->valueClass(), type);
         const auto id = add(NodeCategory::Function, name);
-        if (output && (node->outputValue()->isGenericSlot() != choices.oneIn(32))) {
+        if (output && (isGeneric(node->outputValue()->valueClass()) != choices.oneIn(32))) {
             info.nodes.back().outputType = std::string(typeString(*output));
         }
         for (std::size_t input = 0; input < inputs.size(); ++input) {

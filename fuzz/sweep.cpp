@@ -69,7 +69,7 @@ TimestampedVariable* anyReaderOf(const Node& node, KelvaneFuzz::Choices& choices
     for (const auto* reader : nodesOf(engine)) {
         if (!mayCycle && *reader->id <= *node.id) continue;
         for (auto* slot : reader->inputValues()) {
-            if (slot->isGenericSlot() || slot->valueClass() == node.output().valueClass())
+            if (isGeneric(slot->valueClass()) || slot->valueClass() == node.output().valueClass())
                 slots.push_back(slot);
         }
     }

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "KelvaneSDK/FileProcessing/NumberText.h"
+#include "KelvaneSDK/SlotClasses.h"
 #include "support.h"
 
 using namespace KelvaneSDK;

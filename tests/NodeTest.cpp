@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "KelvaneSDK/FunctionNode.h"
+#include "KelvaneSDK/InputStreamNode.h"
 #include "KelvaneSDK/ScalarVariables.h"
 #include "support/DiagramDocument.h"
 #include "support/Stops.h"
@@ -57,7 +58,7 @@ TEST(NodeTest, GenericSlotsTakeOnTheTypeOfAConnectionAndFallBackWithIt) {
     for (const auto& adoption : adoptions) {
         SCOPED_TRACE(adoption.source);
         const auto source = stream(adoption.source);
-        const auto node = createNode<ProbeFunction>();
+        const auto node = entry<ProbeFunction>("").make();
         connect(*source, *node, adoption.input);
         EXPECT_EQ(codes(*node), adoption.codes);
         EXPECT_EQ(node->outputType(), adoption.outputType);
@@ -121,7 +122,7 @@ TEST(NodeTest, TheOutputTypeOfADocumentFixesAGenericOutput) {
 }
 
 TEST(NodeTest, ANodeMayFeedItself) {
-    const auto node = createNode<ProbeFunction>();
+    const auto node = entry<ProbeFunction>("").make();
     connect(*node, *node, 3);
     EXPECT_EQ(codes(*node), "f [f] f f -> [f]");
     node->outputValue()->setValue(Value(List<double>{1}));

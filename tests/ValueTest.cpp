@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "KelvaneSDK/ValueClass.h"
+#include "KelvaneSDK/SlotClasses.h"
 
 namespace KelvaneSDK::testing_support {
 

@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/NodeState.h"
 
 namespace KelvaneSDK {
 
@@ -43,7 +44,7 @@ void Container::updatePorts() {
 void Container::refreshPorts() {
     const Node& provider = updateOutputPort();
     updateInputPorts();
-    presentConnected(provider.connectedInputValues());
+    NodeState::of(*this).connectedSlots.assign(provider.connectedInputValues());
 }
 
 void Container::updateInputPorts() {
@@ -61,7 +62,7 @@ void Container::updateInputPorts() {
         return a->owner->position.y < b->owner->position.y;
     });
     for (auto* slot : ports) slot->pinned = true;
-    presentInputs(ports);
+    NodeState::of(*this).presentInputs(ports);
 }
 
 Node& Container::updateOutputPort() {
@@ -74,7 +75,7 @@ Node& Container::updateOutputPort() {
         });
         if (!fed.empty() && !feedsOutside) continue;
         if (node->outputValue() != nullptr) node->outputValue()->pinned = true;
-        presentOutput(node->outputValue());
+        NodeState::of(*this).presentOutput(node->outputValue());
         return *node;
     }
     stopProgram(

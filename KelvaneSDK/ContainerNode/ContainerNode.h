@@ -6,7 +6,7 @@
 #include "KelvaneSDK/DiagramData.h"
 #include "KelvaneSDK/Node.h"
 
-namespace [[gnu::visibility("default")]] KelvaneSDK {
+namespace KelvaneSDK {
 
 /// A box that groups nodes of a diagram and presents them as if they were one node: its inputs are the inner
 /// input slots that no inner node feeds, from top to bottom as drawn, and its output is the output of one

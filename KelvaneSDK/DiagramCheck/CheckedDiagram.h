@@ -7,10 +7,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "KelvaneSDK/Declaration.h"
 #include "KelvaneSDK/DiagramData.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
 #include "KelvaneSDK/Node.h"
+#include "KelvaneSDK/NodeClass.h"
 
 namespace KelvaneSDK {
 

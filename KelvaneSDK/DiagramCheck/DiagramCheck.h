@@ -8,26 +8,34 @@
 #include <vector>
 
 #include "KelvaneSDK/DiagramData.h"
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
+#include "KelvaneSDK/NodeClass.h"
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
+// What is wrong in a document, for applications that take diagrams from elsewhere, or that show authors what
+// they have drawn. Kelvane::load() does the same on the way to building.
+
+/// How grave a finding is; graver ones compare greater.
 enum class Severity : std::uint8_t {
-    warning,  ///< what the engine passes over in silence or with a WARNING line, and a careful author wants
-              ///< to know
-    error,    ///< the document is no diagram, the engine would print an ERROR line, lose a value, stop on a
-              ///< value that comes, or perhaps never end
-    fatal,    ///< building the diagram would stop or never end, or its evaluation never ends, for certain
+    /// What the engine passes over in silence or with a WARNING line, and a careful author wants to know.
+    warning,
+    /// The document is no diagram, the engine would print an ERROR line, lose a value, stop on a value that
+    /// comes, or perhaps never end.
+    error,
+    /// Building the diagram would stop or never end, or its evaluation never ends, for certain. Never hand
+    /// such a document to Kelvane::read().
+    fatal,
 };
 
 /// "warning", "error" or "fatal".
 std::string_view severityName(Severity severity);
 
-/// One thing that is wrong, or suspicious, in a diagram document. Long texts of the document stand in it
-/// without their end.
+/// One thing that is wrong, or suspicious, in a diagram document: where, what, and what to do. Texts of the
+/// document that are long stand in it without their end; they may hold any bytes, so print them with care.
 struct Finding {
     /// Stable and machine-readable, one of findingCodes(): "connection-unknown-id".
     std::string code = {};
+    /// How grave it is here; a kind of finding may be graver in one document than in another.
     Severity severity = Severity::error;
     /// The place as a JSON pointer (RFC 6901), "/connections/12", also for a diagram in the text form, which
     /// stands for such a document; empty for the document as a whole.
@@ -51,8 +59,9 @@ struct Finding {
     friend bool operator==(const Finding&, const Finding&) = default;
 };
 
-/// A kind of finding; static texts.
+/// A kind of finding; static texts, which docs/findings.md shows in a table.
 struct FindingCode {
+    /// By which programs know the kind; it stays the same when messages change.
     std::string_view code;
     /// The mildest and the gravest that such a finding can be.
     Severity least, most;
@@ -70,9 +79,15 @@ inline constexpr std::size_t mostFindings = 1000;
 /// Everything that is wrong or suspicious in a document of either form, in the order of the text, without an
 /// engine. A document without errors can be built, its evaluation ends in every batch, and stops on nothing
 /// but values; what only values decide is no finding. The nodes are made and connected, but no function is
-/// evaluated and no clock is read. Memory that runs out gives the one fatal finding "out-of-memory";
-/// std::bad_alloc is thrown only when there is none even for that. Any thread; prints nothing, never stops
-/// the program.
+/// evaluated and no clock is read; time and memory grow with the document only. Memory that runs out gives
+/// the one fatal finding "out-of-memory"; std::bad_alloc is thrown only when there is none even for that. Any
+/// thread; prints nothing, never stops the program.
+///
+///     for (const Finding& finding : checkDiagram(text))
+///         if (finding.severity >= Severity::error) std::cerr << findingText(finding) << "\n";
+///
+/// `registry` says which node classes there are: the engine's own, where the application has registered some
+/// (Kelvane::nodeTypes()).
 std::vector<Finding> checkDiagram(std::string_view text,
                                   const NodeRegistry& registry = NodeRegistry::library());
 

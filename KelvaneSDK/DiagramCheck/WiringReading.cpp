@@ -6,6 +6,13 @@ namespace KelvaneSDK {
 
 namespace {
 
+// Whether values of this class, though it has the operation, may be such that there is no result: lists of
+// different lengths are not compared.
+bool mayBeAbsent(ValueClass valueClass, SlotOperation operation) {
+    return operation == SlotOperation::isEqual &&
+           (isArray(valueClass) || valueClass == ValueClass::SequenceValue);
+}
+
 bool isSource(const CheckedNode& node) {
     return node.node == nullptr || node.is(NodeCategory::Constant) || node.is(NodeCategory::InputStream);
 }
@@ -72,7 +79,7 @@ bool WiringReading::mayEmit(NodeIndex node) const {
 bool WiringReading::emitsAlways(NodeIndex node) const {
     if (isSource(diagram[node])) return true;
     const auto* const declaration = diagram[node].declaration;
-    if (declaration == nullptr || !declaration->isDeclared || !declaration->alwaysEmits() ||
+    if (declaration == nullptr || !declaration->isDeclared || !declaration->silentWhen.empty() ||
         !declaration->demands.empty() || !supportsItsTypes(node)) {
         return false;
     }

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "KelvaneSDK/Kelvane/KelvaneRecords.h"
+#include "KelvaneSDK/Kelvane/LabelledValues.h"
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
@@ -88,8 +88,9 @@ private:
     std::unique_ptr<State> state;
 };
 
-/// Reads a whole recording. An invalid line prints "ERROR: invalid JSON at line <index>!" (counted from 0)
-/// and ends the reading, and so does memory that runs out; what stands before is returned. Any thread.
+/// Reads a whole recording, which fits in memory, at once: for files of an application's own. An invalid line
+/// prints "ERROR: invalid JSON at line <index>!" (counted from 0) and ends the reading, and so does memory
+/// that runs out; what stands before is returned. Any thread.
 std::vector<KelvaneInput> readKelvaneInputs(std::string_view from);
 
 /// Writes batches as a recording, one line per update, labels in ascending byte order, without a line break

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "KelvaneSDK/FileProcessing/JsonText.h"
 #include "KelvaneSDK/FileProcessing/PlainText.h"
 
 namespace KelvaneSDK {
@@ -91,47 +92,52 @@ void JsonText::putEscaped(std::string_view unquoted) {
     }
 }
 
+JsonWriter::JsonWriter(std::string& target, Layout layout)
+    : text(std::make_unique<JsonText>(target)), pretty(layout == Layout::pretty) {}
+
+JsonWriter::~JsonWriter() = default;
+
 void JsonWriter::key(std::string_view name) {
     begin();
-    text.string(name);
-    text.put(':');
-    if (pretty) text.put(' ');
+    text->string(name);
+    text->put(':');
+    if (pretty) text->put(' ');
     afterKey = true;
 }
 
 void JsonWriter::value(double number) {
     begin();
-    text.number(number);
+    text->number(number);
     end();
 }
 
 void JsonWriter::value(std::int64_t number) {
     begin();
-    text.number(number);
+    text->number(number);
     end();
 }
 
 void JsonWriter::value(bool truth) {
     begin();
-    text.boolean(truth);
+    text->boolean(truth);
     end();
 }
 
 void JsonWriter::value(std::string_view string) {
     begin();
-    text.string(string);
+    text->string(string);
     end();
 }
 
 void JsonWriter::null() {
     begin();
-    text.put("null");
+    text->put("null");
     end();
 }
 
 void JsonWriter::open(char bracket) {
     begin();
-    text.put(bracket);
+    text->put(bracket);
     ++depth;
     needsComma = false;
 }
@@ -139,14 +145,14 @@ void JsonWriter::open(char bracket) {
 void JsonWriter::close(char bracket) {
     --depth;
     if (needsComma) startLine();
-    text.put(bracket);
+    text->put(bracket);
     needsComma = true;
     end();
 }
 
 void JsonWriter::begin() {
     if (!afterKey) {
-        if (needsComma) text.put(',');
+        if (needsComma) text->put(',');
         if (depth > 0) startLine();
     }
     afterKey = false;
@@ -154,13 +160,13 @@ void JsonWriter::begin() {
 }
 
 void JsonWriter::end() {
-    if (depth == 0) text.flush();
+    if (depth == 0) text->flush();
 }
 
 void JsonWriter::startLine() {
     if (!pretty) return;
-    text.put('\n');
-    for (std::size_t i = 0; i < depth; ++i) text.put("  ");
+    text->put('\n');
+    for (std::size_t i = 0; i < depth; ++i) text->put("  ");
 }
 
 }  // namespace KelvaneSDK

@@ -1,90 +1,56 @@
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
-/// Appends the parts of JSON text to a string, by way of a buffer that flush() empties. Numbers are the
-/// shortest decimals that read back exactly; NaN and infinities, which JSON does not have, are written as
-/// null. Bytes of strings that are not UTF-8 become U+FFFD.
-class JsonText {
-public:
-    /// How much room any number takes at most.
-    static constexpr std::size_t longestNumber = 32;
-    /// Writes a number into so much room and returns its end.
-    static char* write(char* at, double number);
+class [[gnu::visibility("hidden")]] JsonText;
 
-    explicit JsonText(std::string& text) : target(text) {}
-    JsonText(const JsonText&) = delete;
-    JsonText& operator=(const JsonText&) = delete;
-
-    /// Appends what has been put since the last flush().
-    void flush() {
-        target.append(buffer, static_cast<std::size_t>(at - buffer));
-        at = buffer;
-    }
-
-    void put(char c) {
-        reserve(1);
-        *at++ = c;
-    }
-    /// Text as it stands.
-    void put(std::string_view text) {
-        if (text.size() > sizeof buffer) {
-            flush();
-            target += text;
-            return;
-        }
-        reserve(text.size());
-        at = std::copy(text.begin(), text.end(), at);
-    }
-    void number(double x) {
-        reserve(longestNumber);
-        at = write(at, x);
-    }
-    void number(std::int64_t n);
-    void boolean(bool truth) { put(truth ? std::string_view("true") : std::string_view("false")); }
-    void string(std::string_view unquoted);
-
-private:
-    void reserve(std::size_t size) {
-        if (size > static_cast<std::size_t>(buffer + sizeof buffer - at)) flush();
-    }
-    void putEscaped(std::string_view unquoted);
-
-    std::string& target;
-    char buffer[512];
-    char* at = buffer;
-};
-
-/// Appends JSON text (RFC 8259) to a string, with the commas and white space that its structure needs; the
-/// text is valid JSON whatever it is given. The caller opens and closes objects and arrays in pairs; the
-/// string has the whole text when all are closed.
+/// Appends JSON text (RFC 8259) to a string, with the commas and white space that its structure needs: for
+/// what an application reports about diagrams and results. The text is valid JSON whatever it is given:
+/// numbers are the shortest decimals that read back exactly, NaN and infinities, which JSON does not have,
+/// are null, and bytes of strings that are not UTF-8 become U+FFFD.
+///
+///     JsonWriter json(text);
+///     json.beginObject();
+///     json.member("mean", 71.2);
+///     json.endObject();
+///
+/// The caller opens and closes objects and arrays in pairs, and gives a key before each value of an object;
+/// neither is checked. The string has the whole text when all are closed, and is the writer's until then.
 class JsonWriter {
 public:
     enum class Layout {
-        compact,  ///< no white space
-        pretty,   ///< a member or element per line, indented by two spaces
+        /// No white space: for machines, and for a line each.
+        compact,
+        /// A member or element per line, indented by two spaces.
+        pretty,
     };
 
-    explicit JsonWriter(std::string& target, Layout layout = Layout::compact)
-        : text(target), pretty(layout == Layout::pretty) {}
+    /// Appends to what the string holds. It must outlive the writer.
+    explicit JsonWriter(std::string& target, Layout layout = Layout::compact);
+    ~JsonWriter();
 
+    /// An object or array as a whole, as an element, or after a key.
     void beginObject() { open('{'); }
     void endObject() { close('}'); }
     void beginArray() { open('['); }
     void endArray() { close(']'); }
+    /// The name of the next member of an object. That no name comes twice is up to the caller.
     void key(std::string_view name);
+    /// An element, the value after a key, or a text that is one value.
     void value(double number);
     void value(std::int64_t number);
     void value(bool truth);
     void value(std::string_view string);
     void value(const char* string) { value(std::string_view(string)); }
+    /// The word null, for what is absent.
     void null();
 
+    /// A key and its value, in one call; for a value that is an object or array, key() and then that.
     template <class T>
     void member(std::string_view name, const T& content) {
         key(name);
@@ -98,11 +64,9 @@ private:
     void end();
     void startLine();
 
-    JsonText text;
+    const std::unique_ptr<JsonText> text;
     std::size_t depth = 0;
-    bool pretty;
-    bool needsComma = false;
-    bool afterKey = false;
+    bool pretty, needsComma = false, afterKey = false;
 };
 
 }  // namespace KelvaneSDK

@@ -9,7 +9,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "KelvaneSDK/Kelvane/KelvaneRecords.h"
+#include "KelvaneSDK/Kelvane/LabelledValues.h"
 
 namespace KelvaneSDK {
 

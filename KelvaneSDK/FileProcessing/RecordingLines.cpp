@@ -2,7 +2,7 @@
 #include <array>
 
 #include "KelvaneSDK/FileProcessing/InputRecording.h"
-#include "KelvaneSDK/FileProcessing/JsonWriter.h"
+#include "KelvaneSDK/FileProcessing/JsonText.h"
 #include "KelvaneSDK/MemoryGuard.h"
 
 namespace KelvaneSDK {

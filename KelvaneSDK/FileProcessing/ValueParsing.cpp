@@ -1,6 +1,6 @@
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FileProcessing/ValueText.h"
-#include "KelvaneSDK/ValueClass.h"
+#include "KelvaneSDK/SlotClasses.h"
 
 namespace KelvaneSDK {
 

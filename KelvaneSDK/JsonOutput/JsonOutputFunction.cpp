@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "KelvaneSDK/Diagnostics.h"
+#include "KelvaneSDK/FastRows.h"
 #include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/JsonOutput/JsonOutputRecords.h"
 
 namespace KelvaneSDK {

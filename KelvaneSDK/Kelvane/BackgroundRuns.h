@@ -3,13 +3,12 @@
 #include <condition_variable>
 #include <mutex>
 
-#include "KelvaneSDK/Kelvane/Kelvane.h"
-
 namespace KelvaneSDK {
 
 /// What an engine and its background runs share: how many runs are pending, and whether the engine still
 /// exists.
-struct Kelvane::BackgroundRuns {
+class BackgroundRuns {
+public:
     void enter();
     void leave();
     /// Waits until no run is pending, then marks the engine as gone.

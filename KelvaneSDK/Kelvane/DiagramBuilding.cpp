@@ -8,7 +8,7 @@
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/DiagramCheck/Checks.h"
 #include "KelvaneSDK/ElementArithmetic.h"
-#include "KelvaneSDK/Kelvane/EngineOperation.h"
+#include "KelvaneSDK/Kelvane/EngineState.h"
 #include "KelvaneSDK/Kelvane/Evaluation.h"
 
 namespace KelvaneSDK {
@@ -87,7 +87,7 @@ private:
 /// Builds the nodes of one document into an engine.
 class DiagramBuilder {
 public:
-    DiagramBuilder(Kelvane& target, const DiagramInfo& document) : engine(target), info(document) {}
+    DiagramBuilder(EngineState& target, const DiagramInfo& document) : engine(target), info(document) {}
 
     /// Makes room for a document beside the present diagram: its nodes take the ids above the document's.
     void renumberAboveDocument();
@@ -115,14 +115,14 @@ private:
         }
     }
 
-    Kelvane& engine;
+    EngineState& engine;
     const DiagramInfo& info;
     std::vector<Node*> created;
     NodesById nodesById;
 };
 
 template <class Work>
-void Kelvane::performReading(const Work& work) {
+void EngineState::performReading(const Work& work) {
     if (perform(work)) return;
     // What a failed operation leaves is not worth keeping, but its reason is.
     const auto reason = std::move(failed);
@@ -132,11 +132,11 @@ void Kelvane::performReading(const Work& work) {
 
 bool Kelvane::read(std::string_view text, bool replace) {
     bool isBuilt = false;
-    performReading([&] {
+    engine->performReading([&] {
         DecodeFailure failure;
         const auto data = readDiagram(text, *registry, &failure);
         if (data) {
-            isBuilt = build(data->info, replace);
+            isBuilt = engine->build(data->info, replace);
             return;
         }
         if (failure.reason == outOfMemoryReason) printDiagnostic(outOfMemoryLine);
@@ -147,8 +147,8 @@ bool Kelvane::read(std::string_view text, bool replace) {
 
 LoadResult Kelvane::load(std::string_view text, bool replace, Severity refuseFrom) {
     LoadResult result;
-    performReading([&] {
-        auto document = decodeAndCheck(text, *registry);
+    engine->performReading([&] {
+        auto document = decodeAndCheck(text, *engine->registry);
         result.findings = std::move(document.findings);
         const bool isRefused =
             std::any_of(result.findings.begin(), result.findings.end(), [&](const Finding& finding) {
@@ -156,12 +156,12 @@ LoadResult Kelvane::load(std::string_view text, bool replace, Severity refuseFro
                 const bool endsBuilding = finding.code == "unknown-class" || finding.code == "unknown-type";
                 return endsBuilding || finding.severity >= refuseFrom;
             });
-        if (document.data && !isRefused) result.isBuilt = build(document.data->info, replace);
+        if (document.data && !isRefused) result.isBuilt = engine->build(document.data->info, replace);
     });
     return result;
 }
 
-bool Kelvane::build(const DiagramInfo& info, bool replace) {
+bool EngineState::build(const DiagramInfo& info, bool replace) {
     DiagramBuilder builder(*this, info);
     if (replace) {
         discardDiagram();
@@ -242,7 +242,7 @@ Node* DiagramBuilder::createNode(const NodeInfo& record) {
         printDiagnostic("ERROR: classString " + record.classString + " not found!");
         return nullptr;
     }
-    const auto* nodeClass = engine.nodeTypes().find(*category, record.typeString);
+    const auto* nodeClass = engine.registry->find(*category, record.typeString);
     if (nodeClass == nullptr) {
         printDiagnostic("ERROR: typeString " + record.typeString + " for classString " + record.classString +
                         " not found!");
@@ -318,7 +318,7 @@ std::unique_ptr<Container> DiagramBuilder::buildContainer(const ContainerInfo& r
 void DiagramBuilder::buildSubdiagrams(bool fromDocument) {
     if (fromDocument && info.subdiagrams) {
         for (const auto& record : *info.subdiagrams) {
-            Subdiagram subdiagram(record.description);
+            Subdiagram subdiagram{record.description, {}};
             for (const auto id : record.nodeIds) {
                 if (Node* const node = find(id)) {
                     subdiagram.nodes.push_back(node);
@@ -330,7 +330,7 @@ void DiagramBuilder::buildSubdiagrams(bool fromDocument) {
         }
     }
     if (!engine.subdiagrams.empty()) return;
-    Subdiagram everything("[0]");
+    Subdiagram everything{"[0]", {}};
     everything.nodes.reserve(created.size());
     forEachNode([&](Node& node) { everything.nodes.push_back(&node); });
     engine.subdiagrams.push_back(std::move(everything));
@@ -372,7 +372,7 @@ void DiagramBuilder::checkContainment() const {
 }
 
 void DiagramBuilder::checkConnections() const {
-    for (const auto& node : engine.nodeList(NodeCategory::Function)) {
+    for (const auto& node : engine.listOf(NodeCategory::Function)) {
         const auto inputs = node->inputValues();
         const bool hasFreeInput =
             std::any_of(inputs.begin(), inputs.end(), [](const auto* slot) { return slot->connectable; });

@@ -1,5 +1,5 @@
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/Kelvane/EngineOperation.h"
+#include "KelvaneSDK/Kelvane/EngineState.h"
 
 namespace KelvaneSDK {
 
@@ -27,17 +27,17 @@ void appendNode(DiagramInfo& info, const Node& node) {
 
 std::string Kelvane::createJSON() {
     std::string text;
-    perform([&] {
+    engine->perform([&] {
         std::int64_t next = 0;
-        for (const auto& list : nodeLists) {
+        for (const auto& list : engine->nodeLists) {
             for (const auto& node : list) node->id = next++;
         }
-        text = DiagramData{describe()}.encode();
+        text = DiagramData{engine->describe()}.encode();
     });
     return text;
 }
 
-DiagramInfo Kelvane::describe() const {
+DiagramInfo EngineState::describe() const {
     DiagramInfo info;
     info.containers.emplace();
     for (const auto& container : containers) info.containers->push_back(container->getContainerInfo());

@@ -274,7 +274,7 @@ void Evaluation::collectOutputs() {
         }
         output->input.consume();
         if (!output->showsInput) {
-            GivenValue& given = output->node->given();
+            GivenValue& given = NodeState::of(*output->node).given;
             given.value.replaceScalar(brought.value);
             given.publish(0 <= brought.timestamp ? brought.timestamp : 0);
         }
@@ -287,16 +287,16 @@ void Evaluation::collectOutputs() {
 
 void Evaluation::collectSpecially(Output& output) {
     if (output.isAsked && !output.node->allInputsUpdated()) return;
-    VariableOutputNode& node = *output.node;
+    NodeState& node = NodeState::of(*output.node);
     node.takeShownInput();
-    node.process();
+    output.node->process();
     const Value* value = node.outputPayload();
-    const GivenValue& given = node.given();
+    const GivenValue& given = node.given;
     // The next one may need no more than another value in the same place.
     const bool isPlain = output.isOnlyOne && !output.isAsked && value == &given.value && given.special == 0 &&
                          value->type() <= ValueType::Boolean;
     output.plainKind = isPlain ? given.kind : Output::notPlain;
-    output.showsInput = isPlain && output.isLasting && !node.hasOutputSlot();
+    output.showsInput = isPlain && output.isLasting && node.outputSlot == nullptr;
     if (output.showsInput) {
         node.showInput();
         value = &output.input.source->value;

@@ -11,8 +11,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "KelvaneSDK/FunctionNode.h"
-#include "KelvaneSDK/Kelvane/Kelvane.h"
+#include "KelvaneSDK/DiagramState.h"
+#include "KelvaneSDK/Kelvane/DiagramNodes.h"
+#include "KelvaneSDK/Kelvane/LabelledValues.h"
 #include "KelvaneSDK/Kelvane/SettledOrder.h"
 #include "KelvaneSDK/Kelvane/StepGroups.h"
 

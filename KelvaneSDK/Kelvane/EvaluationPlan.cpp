@@ -64,7 +64,7 @@ Evaluation::~Evaluation() {
     for (auto& output : outputs) {
         if (output.input.slot == nullptr) continue;
         output.input.slot->unbind();
-        output.node->takeShownInput();
+        NodeState::of(*output.node).takeShownInput();
     }
 }
 

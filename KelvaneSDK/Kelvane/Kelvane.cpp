@@ -3,34 +3,55 @@
 #include <utility>
 
 #include "KelvaneSDK/Kelvane/BackgroundRuns.h"
-#include "KelvaneSDK/Kelvane/EngineOperation.h"
+#include "KelvaneSDK/Kelvane/EngineState.h"
 #include "KelvaneSDK/Kelvane/Evaluation.h"
+#include "KelvaneSDK/NodeState.h"
 
 namespace KelvaneSDK {
 
-Kelvane::Kelvane(std::weak_ptr<VariableOutputUpdatesReceiver> variableOutputUpdatesReceiver,
-                 std::shared_ptr<MainQueue> queue)
-    : updatesReceiver(std::move(variableOutputUpdatesReceiver)),
-      mainQueue(queue ? std::move(queue) : DrainedMainQueue::standard()),
-      // Not owned: the library's registry outlives every engine.
-      registry(std::shared_ptr<const NodeRegistry>(), &NodeRegistry::library()),
+// The library's registry is not owned: it outlives every engine.
+EngineState::EngineState()
+    : registry(std::shared_ptr<const NodeRegistry>(), &NodeRegistry::library()),
       backgroundRuns(std::make_shared<BackgroundRuns>()) {
-    subdiagrams.emplace_back("[0]");
+    subdiagrams.push_back({"[0]", {}});
 }
 
-Kelvane::~Kelvane() { backgroundRuns->waitAndClose(); }
+EngineState::~EngineState() = default;
+
+Kelvane::Kelvane(std::weak_ptr<VariableOutputUpdatesReceiver> variableOutputUpdatesReceiver,
+                 std::shared_ptr<MainQueue> mainQueue)
+    : engine(std::make_unique<EngineState>()) {
+    engine->updatesReceiver = std::move(variableOutputUpdatesReceiver);
+    engine->mainQueue = mainQueue ? std::move(mainQueue) : DrainedMainQueue::standard();
+}
+
+Kelvane::~Kelvane() { engine->backgroundRuns->waitAndClose(); }
+
+void Kelvane::setDiagnosticSink(DiagnosticSink sink) { engine->diagnosticSink = std::move(sink); }
+void Kelvane::setStopBehavior(StopBehavior behavior) { engine->stopBehavior = behavior; }
+const std::optional<StopReason>& Kelvane::failure() const { return engine->failed; }
+void Kelvane::setLimits(const EvaluationLimits& limits) { engine->state.budget.setLimits(limits); }
+
+const NodeRegistry& Kelvane::nodeTypes() const { return *engine->registry; }
+std::span<const std::unique_ptr<Node>> Kelvane::nodeList(NodeCategory category) const {
+    return engine->listOf(category);
+}
+std::span<Node* const> Kelvane::getFunctionNodes() const { return engine->nodes.functions; }
+const std::optional<std::vector<Node*>>& Kelvane::getAddedNodes() const { return engine->addedNodes; }
+std::span<Subdiagram> Kelvane::getSubdiagrams() { return engine->subdiagrams; }
+std::int64_t Kelvane::getFramesSkipped() const { return engine->framesSkipped; }
 
 void Kelvane::registerNodes(const NodeFamily& family) {
-    perform([&] {
-        auto extended = std::make_shared<NodeRegistry>(*registry);
+    engine->perform([&] {
+        auto extended = std::make_shared<NodeRegistry>(*engine->registry);
         extended->add(family);
-        registry = std::move(extended);
+        engine->registry = std::move(extended);
     });
 }
 
-Node* Kelvane::addNode(NodeCategory category, std::unique_ptr<Node> node) {
+Node* EngineState::addNode(NodeCategory category, std::unique_ptr<Node> node) {
     Node* const added = node.get();
-    added->join(state);
+    NodeState::of(*added).join(state);
     listOf(category).push_back(std::move(node));
     switch (category) {
         case NodeCategory::Constant:
@@ -53,14 +74,14 @@ Node* Kelvane::addNode(NodeCategory category, std::unique_ptr<Node> node) {
 }
 
 // Settling starts anew.
-void Kelvane::orderAsInDocument() {
+void EngineState::orderAsInDocument() {
     ++state.changes;
     nodes.functions.clear();
-    nodes.functions.reserve(nodeList(NodeCategory::Function).size());
-    for (const auto& node : nodeList(NodeCategory::Function)) nodes.functions.push_back(node.get());
+    nodes.functions.reserve(listOf(NodeCategory::Function).size());
+    for (const auto& node : listOf(NodeCategory::Function)) nodes.functions.push_back(node.get());
 }
 
-void Kelvane::discardDiagram() {
+void EngineState::discardDiagram() {
     evaluation.reset();
     handleLabels.clear();
     handles.clear();
@@ -76,28 +97,28 @@ void Kelvane::discardDiagram() {
 }
 
 void Kelvane::reset() {
-    const bool hadFailed = failed.has_value();
-    failed.reset();
-    perform([&] {
-        for (const auto& list : nodeLists) {
+    const bool hadFailed = engine->failed.has_value();
+    engine->failed.reset();
+    engine->perform([&] {
+        for (const auto& list : engine->nodeLists) {
             for (const auto& node : list) node->reset();
         }
-        if (hadFailed) orderAsInDocument();
+        if (hadFailed) engine->orderAsInDocument();
     });
 }
 
 std::vector<std::string> Kelvane::getInputStreams() const {
     std::vector<std::string> labels;
-    const bool isWhole = perform([&] {
-        for (const auto* stream : nodes.streams) labels.emplace_back(stream->label());
+    const bool isWhole = engine->perform([&] {
+        for (const auto* stream : engine->nodes.streams) labels.emplace_back(stream->label());
     });
     return isWhole ? std::move(labels) : decltype(labels)();
 }
 
 std::vector<VariableOutputDescription> Kelvane::getVariableOutputs() const {
     std::vector<VariableOutputDescription> outputs;
-    const bool isWhole = perform([&] {
-        for (const auto* output : nodes.outputs)
+    const bool isWhole = engine->perform([&] {
+        for (const auto* output : engine->nodes.outputs)
             outputs.push_back({std::string(output->label()), std::string(output->typeString)});
     });
     return isWhole ? std::move(outputs) : decltype(outputs)();
@@ -105,14 +126,14 @@ std::vector<VariableOutputDescription> Kelvane::getVariableOutputs() const {
 
 std::vector<std::string> Kelvane::getManualLines() const {
     std::vector<std::string> lines;
-    const bool isWhole = perform([&] { lines = manualLines; });
+    const bool isWhole = engine->perform([&] { lines = engine->manualLines; });
     return isWhole ? std::move(lines) : decltype(lines)();
 }
 
 std::vector<ConstantDescription> Kelvane::getConstants() const {
     std::vector<ConstantDescription> constants;
-    const bool isWhole = perform([&] {
-        for (const auto* node : nodes.constants) {
+    const bool isWhole = engine->perform([&] {
+        for (const auto* node : engine->nodes.constants) {
             const auto value = node->output().value();
             if (!value) node->stop("the constant has no value");
             constants.push_back({std::string(node->label()), *value});
@@ -122,8 +143,8 @@ std::vector<ConstantDescription> Kelvane::getConstants() const {
 }
 
 void Kelvane::setConstant(std::string_view label, const Value& newValue) {
-    perform([&] {
-        for (const auto* node : nodes.constants) {
+    engine->perform([&] {
+        for (const auto* node : engine->nodes.constants) {
             if (node->label() != label) continue;
             auto& output = node->output();
             if (!output.hasValue()) node->stop("the constant has no value");
@@ -133,16 +154,16 @@ void Kelvane::setConstant(std::string_view label, const Value& newValue) {
 }
 
 void Kelvane::setVariableOutputHidden(std::string_view label, bool hidden) {
-    perform([&] {
-        for (auto* output : nodes.outputs) {
+    engine->perform([&] {
+        for (auto* output : engine->nodes.outputs) {
             if (output->label() == label) output->setHidden(hidden);
         }
     });
 }
 
 void Kelvane::setInputStreamForwarding(std::string_view label, bool forwarding) {
-    perform([&] {
-        for (auto* stream : nodes.streams) {
+    engine->perform([&] {
+        for (auto* stream : engine->nodes.streams) {
             if (stream->label() == label) stream->setForwarding(forwarding);
         }
     });

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <array>
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -8,28 +9,72 @@
 #include <string_view>
 #include <vector>
 
-#include "KelvaneSDK/ContainerNode/ContainerNode.h"
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
-#include "KelvaneSDK/DiagramData.h"
-#include "KelvaneSDK/InputStreamNode.h"
-#include "KelvaneSDK/Kelvane/KelvaneRecords.h"
-#include "KelvaneSDK/Kelvane/MainQueue.h"
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
-#include "KelvaneSDK/Node.h"
-#include "KelvaneSDK/VariableOutputNode.h"
+#include "KelvaneSDK/Kelvane/LabelledValues.h"
+#include "KelvaneSDK/NodeClass.h"
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
-/// A variable output as an application lists it.
+/// Takes an engine's results. The application implements it; the engine holds it weakly.
+class VariableOutputUpdatesReceiver {
+public:
+    virtual ~VariableOutputUpdatesReceiver() = default;
+    /// One batch's results, on the thread that called Kelvane::updateInputStreams() and before that returns.
+    /// It may give the engine its next batch. A skipped batch gives an empty output.
+    virtual void newVariableOutputUpdates(const KelvaneOutput& output) = 0;
+    /// Every non-empty result of one Kelvane::processAllUpdates(), in the order of the batches, on the thread
+    /// that runs the main queue.
+    virtual void allUpdatesProcessed(const std::vector<KelvaneOutput>& outputs) = 0;
+};
+
+/// Where an engine posts the results of a background run: the application's main thread. An application with
+/// an event loop of its own implements this and hands it to its engines.
+class MainQueue {
+public:
+    virtual ~MainQueue() = default;
+    /// Takes a task to be run later on the main thread, in the order of posting. Called from any thread; must
+    /// not run the task itself. A task holds what it needs; it may be dropped unrun.
+    virtual void post(std::function<void()> task) = 0;
+};
+
+/// A main queue for an application without an event loop, which drains it by calls from its main thread.
+///
+///     engine.processAllUpdates(readKelvaneInputs(text));
+///     DrainedMainQueue::standard()->runNext(std::chrono::steady_clock::now() + 10s);   // delivers the
+///     results
+///
+/// post() may be called from any thread at any time, the others from one thread at a time.
+class DrainedMainQueue final : public MainQueue {
+public:
+    DrainedMainQueue();
+    ~DrainedMainQueue() override;
+    /// The queue that engines use which were given none.
+    static const std::shared_ptr<DrainedMainQueue>& standard();
+
+    void post(std::function<void()> task) override;
+    /// Runs the next task, if there is one. Returns whether it did.
+    bool runOnce();
+    /// Runs tasks, also those posted meanwhile, until there is none. Returns how many.
+    std::size_t runUntilEmpty();
+    /// Waits for a task until the deadline and runs it. Returns whether it did.
+    bool runNext(std::chrono::steady_clock::time_point deadline);
+
+private:
+    class Tasks;
+    const std::unique_ptr<Tasks> tasks;
+};
+
+/// A variable output as an application lists it: its label, and the type of its values as documents name it
+/// ("Float", "Vector array").
 struct VariableOutputDescription {
-    std::string label;
-    std::string typeString;
+    std::string label, typeString;
 
     friend bool operator==(const VariableOutputDescription&, const VariableOutputDescription&) = default;
 };
 
-/// A constant as an application lists it.
+/// A constant as an application lists it. The value is the present one, by Kelvane::setConstant() or from the
+/// document.
 struct ConstantDescription {
     std::string label;
     Value value;
@@ -37,25 +82,23 @@ struct ConstantDescription {
     friend bool operator==(const ConstantDescription&, const ConstantDescription&) = default;
 };
 
-/// A named group of nodes, without behaviour of its own. The engine owns the nodes; `description` is the
-/// application's to change.
-class Subdiagram {
-public:
-    explicit Subdiagram(std::string name, std::vector<Node*> members = {})
-        : description(std::move(name)), nodes(std::move(members)) {}
-
+/// A named group of nodes, without behaviour of its own; a diagram without any has one with all its nodes,
+/// "[0]". The engine owns the nodes; `description` is the application's to change, and createJSON() writes
+/// it.
+struct Subdiagram {
     std::string description;
     std::vector<Node*> nodes;
 };
 
-/// Names the input streams of a label, without the text of the label. Good until the diagram is replaced.
+/// Names the input streams of a label, without the text of the label. Good until the diagram is replaced:
+/// after that, setting a value by it does nothing, or names another label of the new diagram.
 class InputStreamHandle {
     friend class Kelvane;
     explicit InputStreamHandle(std::uint32_t place) : index(place) {}
     std::uint32_t index;
 };
 
-/// Names the variable outputs of a label. Good until the diagram is replaced.
+/// Names the variable outputs of a label in the same way, and for as long.
 class VariableOutputHandle {
     friend class Kelvane;
     explicit VariableOutputHandle(std::uint32_t place) : index(place) {}
@@ -66,32 +109,19 @@ class VariableOutputHandle {
 struct LoadResult {
     /// Everything that is wrong or suspicious in the document, as checkDiagram() returns it.
     std::vector<Finding> findings;
-    /// The diagram was built.
+    /// The diagram was built, in spite of findings milder than those to be refused.
     bool isBuilt = false;
 };
 
-class [[gnu::visibility("hidden")]] Evaluation;
-
-/// The nodes of an engine, as its evaluation needs them.
-struct DiagramNodes {
-    std::vector<Node*> constants;
-    std::vector<InputStreamNode*> streams;
-    /// In the order of evaluation, which settles.
-    std::vector<Node*> functions;
-    std::vector<VariableOutputNode*> outputs;
-};
-
-/// What an application sets by a handle, as its evaluation needs it.
-struct alignas(64) HandleEntry {
-    Value value = 0.0;
-    /// The round of evaluateSet() for which the value is set.
-    std::uint64_t setFor = 0;
-    /// Where the label stands in the present evaluation.
-    std::uint32_t place = 0;
-};
+struct [[gnu::visibility("hidden")]] EngineState;
 
 /// The diagram engine: one object per diagram. Load a document with load() or read(), then hand it batches of
 /// input values; the results go to the receiver, or are returned.
+///
+///     Kelvane engine;
+///     if (!engine.load(text, true, Severity::error).isBuilt) return;
+///     const auto result = engine.evaluate({0.01, {{"acceleration", Vector{3, 0, 4}}}});
+///     const Value& magnitude = result.outputs.at("magnitude");
 ///
 /// Not synchronised: call an engine from one thread at a time, and not at all between processAllUpdates() and
 /// the delivery of its results. Different engines are independent.
@@ -112,6 +142,8 @@ public:
     Kelvane(const Kelvane&) = delete;
     Kelvane& operator=(const Kelvane&) = delete;
 
+    // Documents.
+
     /// Builds the diagram of a document, JSON or in the text form, in place of the present one or, with
     /// `replace` false, beside it (its nodes are then renumbered above the document's, and the document's
     /// subdiagrams are passed over). True when the diagram was built, warnings or not; false when the text is
@@ -126,29 +158,46 @@ public:
     /// decoded once. A document that is refused, or is none, leaves the present diagram as it is and prints
     /// nothing: the findings say why.
     LoadResult load(std::string_view text, bool replace, Severity refuseFrom = Severity::fatal);
-
-    /// Takes the engine's diagnostics from now on, instead of the common sink; an empty function gives them
-    /// back to that one. Called on the thread that runs the operation.
-    void setDiagnosticSink(DiagnosticSink sink) { diagnosticSink = std::move(sink); }
-    /// What a stop does; the program ends at first.
-    void setStopBehavior(StopBehavior behavior) { stopBehavior = behavior; }
-    /// Why an operation failed: the reason of a stop, or that memory ran out. The engine then gives empty
-    /// results until it is reset or reads another diagram, which also clears this.
-    const std::optional<StopReason>& failure() const { return failed; }
-
-    /// The labels of the input streams, in document order.
-    virtual std::vector<std::string> getInputStreams() const;
-    virtual std::vector<VariableOutputDescription> getVariableOutputs() const;
-    /// The free-text lines of the document.
-    virtual std::vector<std::string> getManualLines() const;
     /// The diagram as a document. Renumbers the nodes from 0: constants, input streams, functions, variable
     /// outputs, each in list order. A filled integer-array constant, which has no text form, stops the
     /// program.
     virtual std::string createJSON();
+
+    // What the engine does when something is wrong.
+
+    /// Takes the engine's diagnostics from now on, instead of the common sink; an empty function gives them
+    /// back to that one. Called on the thread that runs the operation.
+    void setDiagnosticSink(DiagnosticSink sink);
+    /// What a stop does from now on; at first it ends the program.
+    void setStopBehavior(StopBehavior behavior);
+    /// Why an operation failed: the reason of a stop, or that memory ran out. The engine then gives empty
+    /// results until it is reset or reads another diagram, which also clears this.
+    const std::optional<StopReason>& failure() const;
+    /// Limits what evaluation may use up, from the next batch on; none at first.
+    void setLimits(const EvaluationLimits& limits);
+
+    // What a diagram offers.
+
+    /// The labels of the input streams, in document order; one that several streams bear stands as often.
+    virtual std::vector<std::string> getInputStreams() const;
+    /// The variable outputs, hidden ones included, in document order.
+    virtual std::vector<VariableOutputDescription> getVariableOutputs() const;
+    /// The free-text lines of the document.
+    virtual std::vector<std::string> getManualLines() const;
+    /// The constants with their present values, in document order.
     virtual std::vector<ConstantDescription> getConstants() const;
     /// Gives every constant with this label a new value, effective from the next batch on; constants of
-    /// another type stay as they are.
+    /// another type, and a label that no constant bears, are passed over in silence.
     virtual void setConstant(std::string_view label, const Value& newValue);
+    /// Leaves the variable outputs with this label out of the results, or takes them in again. They are
+    /// evaluated all the same.
+    virtual void setVariableOutputHidden(std::string_view label, bool hidden);
+    /// Takes the values of the input streams with this label into the results, or leaves them out.
+    virtual void setInputStreamForwarding(std::string_view label, bool forwarding);
+
+    // Evaluation with labels. An update without a value for a stream leaves that stream as it is; functions
+    // run when their inputs have news, in the order that their connections ask for, and constants are news in
+    // every batch. Outputs whose labels name input streams are fed back within the batch.
 
     /// Evaluates one batch on the calling thread and delivers at most one output to the receiver; an empty
     /// result is not delivered. A batch that follows the previous one (by timestamps) sooner than that one
@@ -156,24 +205,30 @@ public:
     /// engine drops batches instead of queueing them; the batch after a skipped one is always evaluated.
     /// Values of a wrong type are reported and ignored, and so, silently, are labels without an input stream.
     virtual void updateInputStreams(const KelvaneInput& input);
-    /// Returns every node to the state before any input arrived. Constants, flags and the timing stay.
-    virtual void reset();
-    /// Leaves the variable outputs with this label out of the results, or takes them in again.
-    virtual void setVariableOutputHidden(std::string_view label, bool hidden);
-    /// Takes the values of the input streams with this label into the results, or leaves them out.
-    virtual void setInputStreamForwarding(std::string_view label, bool forwarding);
+    /// Batches skipped since timestamps last stopped increasing.
+    std::int64_t getFramesSkipped() const;
     /// Evaluates a whole list of batches on the shared background worker, without skipping, and posts one
     /// call of allUpdatesProcessed() with every non-empty result to the main queue. Returns at once. A
     /// receiver that is gone when the results arrive stops the program. When memory runs out, the results of
     /// the batches before are posted, or nothing where there is no memory for that either.
     virtual void processAllUpdates(std::vector<KelvaneInput> diagramInputs);
-
     /// Evaluates one batch on the calling thread, without the clock and without the receiver: never skips,
-    /// and returns the result, which may be empty. The body that both entry points share.
+    /// and returns the result, which may be empty. The body that both entry points above share.
     KelvaneOutput evaluate(const KelvaneInput& input);
     /// The same into a result of the caller's. One that is filled again and again, like an input that is
     /// reused, makes batches of scalars that allocate nothing.
     void evaluateInto(const KelvaneInput& input, KelvaneOutput& output);
+    /// Returns every node to the state before any input arrived. Constants, flags and the timing stay. After
+    /// a failure the engine evaluates again.
+    virtual void reset();
+
+    // Evaluation with handles: the fastest way, for an application that gives the same labels every time.
+    //
+    //     const auto in = engine.inputStream("x");
+    //     const auto out = engine.variableOutput("y");
+    //     engine.set(*in, 1.5);
+    //     engine.evaluateSet(0.01);
+    //     if (const Value* y = engine.result(*out)) use(y->as<double>());
 
     /// A handle on the input streams, or the variable outputs, of a label; absent when there are none.
     std::optional<InputStreamHandle> inputStream(std::string_view label);
@@ -181,84 +236,34 @@ public:
     /// Gives a value to the streams of a handle, in the batch that evaluateSet() evaluates next. The value
     /// that is set last counts.
     void set(InputStreamHandle streams, const Value& value);
-    /// Evaluates the values set since the last time as one batch, like evaluate() but without any text.
+    /// Evaluates the values set since the last time as one batch at `timestamp` (seconds), like evaluate()
+    /// but without any text.
     void evaluateSet(double timestamp);
     /// What the latest batch gave for a label, hidden or not; null when it gave nothing. Valid until the next
     /// operation.
     const Value* result(VariableOutputHandle outputs) const;
 
-    /// Limits what evaluation may use up, from the next batch on; none at first.
-    void setLimits(const EvaluationLimits& limits) { state.budget.setLimits(limits); }
+    // Node classes and nodes.
 
     /// Makes an application's own node classes known to this engine, in the same way as the library's. A
-    /// class under a name that is taken replaces the earlier one for documents read from now on. Classes of
-    /// the categories "Input stream" and "Variable output" must derive from InputStreamNode and
-    /// VariableOutputNode.
+    /// class under a name that is taken replaces the earlier one for documents read from now on; nodes that
+    /// exist stay what they are.
     void registerNodes(const NodeFamily& family);
-
-    const NodeRegistry& nodeTypes() const { return *registry; }
+    /// The classes that documents can name in this engine. Valid until registerNodes() is called.
+    const NodeRegistry& nodeTypes() const;
     /// The nodes of a category, in document order; owned by the engine until the diagram is replaced.
-    std::span<const std::unique_ptr<Node>> nodeList(NodeCategory category) const {
-        return nodeLists[static_cast<std::size_t>(category)];
-    }
-    std::span<const std::unique_ptr<Container>> getContainers() const { return containers; }
-    std::span<Subdiagram> getSubdiagrams() { return subdiagrams; }
-    /// The function nodes in evaluation order, which evaluation settles.
-    std::span<Node* const> getFunctionNodes() const { return nodes.functions; }
+    std::span<const std::unique_ptr<Node>> nodeList(NodeCategory category) const;
+    /// The function nodes in evaluation order, which evaluation settles; before the first batch, in that of
+    /// the document.
+    std::span<Node* const> getFunctionNodes() const;
     /// The nodes made by the last appending read(), in document order; absent after a replacing one.
-    const std::optional<std::vector<Node*>>& getAddedNodes() const { return addedNodes; }
-    /// Batches skipped since timestamps last stopped increasing.
-    std::int64_t getFramesSkipped() const { return framesSkipped; }
+    const std::optional<std::vector<Node*>>& getAddedNodes() const;
+    /// The groups of the document, in its order. An appending read() leaves them as they are.
+    std::span<Subdiagram> getSubdiagrams();
 
 private:
-    friend class DiagramBuilder;
-    struct BackgroundRuns;
-
-    std::vector<std::unique_ptr<Node>>& listOf(NodeCategory category) {
-        return nodeLists[static_cast<std::size_t>(category)];
-    }
-    template <class Work>
-    bool perform(const Work& work) const;
-    template <class Work>
-    void performReading(const Work& work);
-    bool build(const DiagramInfo& info, bool replace);
-    Node* addNode(NodeCategory category, std::unique_ptr<Node> node);
-    void orderAsInDocument();
-    DiagramInfo describe() const;
-    void discardDiagram();
-
-    Evaluation& plan();
-    Evaluation& compile();
-    void processInBackground(const std::vector<KelvaneInput>& inputs);
-    std::uint32_t handleOn(std::string_view label);
-
-    DiagramState state;
-    DiagnosticSink diagnosticSink;
-    StopBehavior stopBehavior = StopBehavior::endProgram;
-    mutable std::optional<StopReason> failed;
-    std::weak_ptr<VariableOutputUpdatesReceiver> updatesReceiver;
-    std::shared_ptr<MainQueue> mainQueue;
-    std::shared_ptr<const NodeRegistry> registry;
-    std::array<std::vector<std::unique_ptr<Node>>, allNodeCategories.size()> nodeLists;
-    // The same nodes as in the lists, with their type.
-    DiagramNodes nodes;
-    std::vector<std::unique_ptr<Container>> containers;
-    std::vector<std::string> manualLines;
-    std::vector<Subdiagram> subdiagrams;
-    std::unique_ptr<Evaluation> evaluation;
-    KelvaneOutput diagramOutput;
-    // The labels that handles were given for.
-    std::vector<std::string> handleLabels;
-    std::vector<HandleEntry> handles;
-    // Those that are set for the next round stand first; it has space for all.
-    std::vector<std::uint32_t> handlesSet;
-    std::size_t handlesSetCount = 0;
-    std::uint64_t handleRound = 1;
-    double previousTimestamp = 0;
-    double lastProcessTime = 0;
-    std::int64_t framesSkipped = 0;
-    std::optional<std::vector<Node*>> addedNodes;
-    std::shared_ptr<BackgroundRuns> backgroundRuns;
+    friend struct EngineState;
+    const std::unique_ptr<EngineState> engine;
 };
 
 }  // namespace KelvaneSDK

@@ -12,7 +12,12 @@
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
-/// Values by label, in ascending byte order of the labels: a sorted array with the interface of a map.
+/// Values by label, in ascending byte order of the labels: a sorted array with the interface of a map, since
+/// a batch has few labels, and mostly the same as the one before.
+///
+///     LabelledValues updates{{"temperature", 21.5}, {"open", false}};
+///     updates["temperature"] = 22.0;
+///     for (const auto& [label, value] : updates) std::cout << label << getValueString(value);
 ///
 /// The labels' bytes have one shared owner per object, so that copying it copies no label. Labels that are
 /// inserted are copied into storage of its own; a producer whose labels live elsewhere, such as an engine,
@@ -22,7 +27,7 @@ namespace [[gnu::visibility("default")]] KelvaneSDK {
 /// are while entries are inserted, unless others were erased before. Reading from several threads is safe.
 class LabelledValues {
 public:
-    /// A label and its value. The label must not be changed.
+    /// A label and its value. The value may be changed in place, the label must not.
     struct Entry {
         std::string_view first;
         Value second;
@@ -36,10 +41,12 @@ public:
     using iterator = std::vector<Entry>::iterator;
     using const_iterator = std::vector<Entry>::const_iterator;
 
+    /// Without entries; allocates nothing.
     LabelledValues() = default;
-    /// Of entries of one label the first counts.
+    /// Sorts and copies the labels; of entries of one label the first counts.
     LabelledValues(std::initializer_list<Entry> list);
 
+    /// The entries in the order of their labels.
     iterator begin() { return entries.begin(); }
     iterator end() { return entries.end(); }
     const_iterator begin() const { return entries.begin(); }
@@ -47,17 +54,21 @@ public:
     std::size_t size() const { return entries.size(); }
     bool empty() const { return entries.empty(); }
 
+    /// The label's entry, or end(). Looks at log2(size()) labels.
     iterator find(std::string_view label);
     const_iterator find(std::string_view label) const;
+    /// Whether the label has an entry.
     bool contains(std::string_view label) const { return find(label) != end(); }
     /// The label's value; a label that is not there stops the program.
     Value& at(std::string_view label);
     const Value& at(std::string_view label) const;
-    /// The label's value; a new label holds the Float 0.
+    /// The label's value; a new label holds the Float 0. What the whole is made of new labels, one by one,
+    /// is quickest in ascending order.
     Value& operator[](std::string_view label) { return try_emplace(label, 0.0).first->second; }
 
     /// Inserts an entry unless the label is there; the label's entry, and whether it is new.
     std::pair<iterator, bool> try_emplace(std::string_view label, Value value);
+    /// The same, by the name that maps have for it.
     std::pair<iterator, bool> emplace(std::string_view label, Value value) {
         return try_emplace(label, std::move(value));
     }
@@ -67,7 +78,10 @@ public:
     std::size_t erase(std::string_view label);
     /// Removes every entry and keeps the space for as many.
     void clear();
+    /// Makes space for so many entries.
     void reserve(std::size_t count) { entries.reserve(count); }
+
+    // For producers: an engine, a reader of recordings, an application with labels of its own.
 
     /// Begins anew with labels that live elsewhere: removes every entry, keeps the space for as many, and
     /// holds `owner` until the labels change hands again. Costs nothing when the owner stays the same.
@@ -89,6 +103,7 @@ public:
     void setLabelSet(std::uint64_t number) { set = number; }
     static std::uint64_t newLabelSet();
 
+    /// The same labels with equal values, as Value compares them.
     friend bool operator==(const LabelledValues& a, const LabelledValues& b) {
         return a.entries == b.entries;
     }
@@ -105,6 +120,27 @@ private:
     // What `labels` holds when it is of this class's making. Copies of this object share it and do not write.
     Storage* own = nullptr;
     std::uint64_t set = 0;
+};
+
+/// One batch of input updates, as live feeds make them and recordings hold them: at `timestamp` each labelled
+/// input stream takes a new value.
+struct KelvaneInput {
+    /// In seconds, on the application's own time axis; the batches of a recording usually rise.
+    double timestamp = 0;
+    /// By the labels of input streams. Labels that no stream bears are passed over.
+    LabelledValues updates;
+
+    friend bool operator==(const KelvaneInput&, const KelvaneInput&) = default;
+};
+
+/// The results of one batch. What had no result in it is not there.
+struct KelvaneOutput {
+    /// The batch's.
+    double timestamp = 0;
+    /// By the labels of variable outputs, and of the input streams that forward their values.
+    LabelledValues outputs;
+
+    friend bool operator==(const KelvaneOutput&, const KelvaneOutput&) = default;
 };
 
 }  // namespace KelvaneSDK

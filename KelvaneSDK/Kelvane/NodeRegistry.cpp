@@ -1,4 +1,4 @@
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
+#include "KelvaneSDK/NodeClass.h"
 
 #include <utility>
 
@@ -39,6 +39,18 @@ NodeClass NodeClass::undeclared(std::string_view description, bool keepsState, b
                     makeNode);
 }
 
+std::unique_ptr<Node> NodeClass::make() const { return maker(*facts); }
+
+NodeClass NodeClass::demands(Demand demand) && {
+    facts->demands.push_back(demand);
+    return std::move(*this);
+}
+
+NodeClass NodeClass::also(void (*change)(Declaration&)) && {
+    change(*facts);
+    return std::move(*this);
+}
+
 void NodeClass::complete(const Node& node) {
     if (facts->isDeclared || !facts->inputs.empty()) return;
     for (const auto* slot : node.inputValues()) {
@@ -66,6 +78,10 @@ void NodeRegistry::add(const NodeFamily& family) {
         if (isNew) continue;
         replaced.push_back(std::exchange(place->second, std::move(nodeClass)));
     }
+}
+
+const NodeRegistry::Classes& NodeRegistry::classes(NodeCategory category) const {
+    return byCategory[static_cast<std::size_t>(category)];
 }
 
 const NodeClass* NodeRegistry::find(NodeCategory category, std::string_view typeString) const {

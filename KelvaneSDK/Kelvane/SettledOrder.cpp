@@ -4,6 +4,8 @@
 #include <functional>
 #include <queue>
 
+#include "KelvaneSDK/NodeState.h"
+
 namespace KelvaneSDK {
 
 namespace {
@@ -15,7 +17,7 @@ public:
         starts.reserve(nodes.functions.size() + 1);
         std::uint32_t next = 0;
         for (std::size_t i = 0; i < nodes.functions.size(); ++i) {
-            nodes.functions[i]->place = static_cast<std::uint32_t>(i);
+            NodeState::placeOf(*nodes.functions[i]) = static_cast<std::uint32_t>(i);
             starts.push_back(next);
             next += static_cast<std::uint32_t>(nodes.functions[i]->inputValues().size());
         }
@@ -29,12 +31,13 @@ public:
     template <class Visit>
     void forEachFedBy(const Node& node, Visit visit) const {
         for (const auto* slot : node.connectedInputValues()) {
-            const Node* owner = slot->owner;
+            Node* const owner = slot->owner;
+            const std::uint32_t place = NodeState::placeOf(*owner);
             // Slots of other nodes, and slots that their node has replaced since, are passed over.
-            if (owner->place >= nodes.functions.size() || nodes.functions[owner->place] != owner) continue;
+            if (place >= nodes.functions.size() || nodes.functions[place] != owner) continue;
             if (slot->index >= owner->inputValues().size() || owner->inputValues()[slot->index] != slot)
                 continue;
-            visit(owner->place, starts[owner->place] + slot->index);
+            visit(place, starts[place] + slot->index);
         }
     }
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "KelvaneSDK/FunctionNode.h"
-#include "KelvaneSDK/Kelvane/Kelvane.h"
+#include "KelvaneSDK/Kelvane/DiagramNodes.h"
+#include "KelvaneSDK/Step.h"
 
 namespace KelvaneSDK {
 

@@ -4,9 +4,8 @@
 #include <utility>
 
 #include "KelvaneSDK/ElementArithmetic.h"
-#include "KelvaneSDK/Kelvane/EngineOperation.h"
+#include "KelvaneSDK/Kelvane/EngineState.h"
 #include "KelvaneSDK/Kelvane/Evaluation.h"
-#include "KelvaneSDK/Kelvane/Kelvane.h"
 
 namespace KelvaneSDK {
 
@@ -19,11 +18,11 @@ double wallClock() {
 }  // namespace
 
 // The present evaluation of the diagram, compiled anew after changes.
-inline Evaluation& Kelvane::plan() {
+inline Evaluation& EngineState::plan() {
     return evaluation && !evaluation->isOutOfDate() ? *evaluation : compile();
 }
 
-Evaluation& Kelvane::compile() {
+Evaluation& EngineState::compile() {
     evaluation.reset();
     evaluation = std::make_unique<Evaluation>(nodes, state);
     for (std::size_t i = 0; i < handles.size(); ++i) handles[i].place = evaluation->labelOf(handleLabels[i]);
@@ -33,33 +32,33 @@ Evaluation& Kelvane::compile() {
 void Kelvane::updateInputStreams(const KelvaneInput& input) {
     const double start = wallClock();
     double interval = std::numeric_limits<double>::max();
-    if (input.timestamp <= previousTimestamp) {
-        framesSkipped = 0;
+    if (input.timestamp <= engine->previousTimestamp) {
+        engine->framesSkipped = 0;
     } else {
-        interval = input.timestamp - previousTimestamp;
+        interval = input.timestamp - engine->previousTimestamp;
     }
-    previousTimestamp = input.timestamp;
+    engine->previousTimestamp = input.timestamp;
 
-    if (interval < lastProcessTime) {
-        lastProcessTime = 0;
-        const bool isCounted = perform([&] {
-            const auto skipped = checkedSum(framesSkipped, 1);
+    if (interval < engine->lastProcessTime) {
+        engine->lastProcessTime = 0;
+        const bool isCounted = engine->perform([&] {
+            const auto skipped = checkedSum(engine->framesSkipped, 1);
             if (!skipped) stopProgram("the count of skipped batches overflows 64 bits");
-            framesSkipped = *skipped;
+            engine->framesSkipped = *skipped;
         });
         if (!isCounted) return;
-        if (const auto receiver = updatesReceiver.lock())
+        if (const auto receiver = engine->updatesReceiver.lock())
             receiver->newVariableOutputUpdates({input.timestamp, {}});
         return;
     }
 
-    evaluateInto(input, diagramOutput);
-    lastProcessTime = wallClock() - start;
-    if (diagramOutput.outputs.empty()) return;
+    evaluateInto(input, engine->diagramOutput);
+    engine->lastProcessTime = wallClock() - start;
+    if (engine->diagramOutput.outputs.empty()) return;
     // Moved out, so that a receiver may give the engine its next batch while it still reads this result.
-    KelvaneOutput output = std::move(diagramOutput);
-    if (const auto receiver = updatesReceiver.lock()) receiver->newVariableOutputUpdates(output);
-    diagramOutput = std::move(output);
+    KelvaneOutput output = std::move(engine->diagramOutput);
+    if (const auto receiver = engine->updatesReceiver.lock()) receiver->newVariableOutputUpdates(output);
+    engine->diagramOutput = std::move(output);
 }
 
 KelvaneOutput Kelvane::evaluate(const KelvaneInput& input) {
@@ -70,18 +69,18 @@ KelvaneOutput Kelvane::evaluate(const KelvaneInput& input) {
 
 void Kelvane::evaluateInto(const KelvaneInput& input, KelvaneOutput& output) {
     output.timestamp = input.timestamp;
-    const bool isFilled = !failed && perform([&] {
-        state.budget.beginBatch();
-        plan().evaluate(input.timestamp, input.updates, output.outputs);
+    const bool isFilled = !engine->failed && engine->perform([&] {
+        engine->state.budget.beginBatch();
+        engine->plan().evaluate(input.timestamp, input.updates, output.outputs);
     });
     if (isFilled) return;
     output.outputs.clear();
-    evaluation.reset();
+    engine->evaluation.reset();
 }
 
 // ---------------------------------------------------------------- by handles
 
-std::uint32_t Kelvane::handleOn(std::string_view label) {
+std::uint32_t EngineState::handleOn(std::string_view label) {
     const auto known = std::find(handleLabels.begin(), handleLabels.end(), label);
     const auto index = static_cast<std::uint32_t>(known - handleLabels.begin());
     if (index < handles.size()) return index;
@@ -95,9 +94,9 @@ std::uint32_t Kelvane::handleOn(std::string_view label) {
 
 std::optional<InputStreamHandle> Kelvane::inputStream(std::string_view label) {
     std::optional<InputStreamHandle> handle;
-    perform([&] {
-        for (const auto* stream : nodes.streams) {
-            if (stream->label() == label) handle = InputStreamHandle(handleOn(label));
+    engine->perform([&] {
+        for (const auto* stream : engine->nodes.streams) {
+            if (stream->label() == label) handle = InputStreamHandle(engine->handleOn(label));
             if (handle) return;
         }
     });
@@ -106,9 +105,9 @@ std::optional<InputStreamHandle> Kelvane::inputStream(std::string_view label) {
 
 std::optional<VariableOutputHandle> Kelvane::variableOutput(std::string_view label) {
     std::optional<VariableOutputHandle> handle;
-    perform([&] {
-        for (const auto* output : nodes.outputs) {
-            if (output->label() == label) handle = VariableOutputHandle(handleOn(label));
+    engine->perform([&] {
+        for (const auto* output : engine->nodes.outputs) {
+            if (output->label() == label) handle = VariableOutputHandle(engine->handleOn(label));
             if (handle) return;
         }
     });
@@ -117,26 +116,27 @@ std::optional<VariableOutputHandle> Kelvane::variableOutput(std::string_view lab
 
 void Kelvane::set(InputStreamHandle streams, const Value& value) {
     // Of a diagram that was replaced.
-    if (streams.index >= handles.size()) return;
-    HandleEntry& handle = handles[streams.index];
+    if (streams.index >= engine->handles.size()) return;
+    HandleEntry& handle = engine->handles[streams.index];
     handle.value = value;
-    if (std::exchange(handle.setFor, handleRound) != handleRound)
-        handlesSet[handlesSetCount++] = streams.index;
+    if (std::exchange(handle.setFor, engine->handleRound) != engine->handleRound)
+        engine->handlesSet[engine->handlesSetCount++] = streams.index;
 }
 
 void Kelvane::evaluateSet(double timestamp) {
-    const bool isEvaluated = !failed && perform([&] {
-        state.budget.beginBatch();
-        plan().evaluate(timestamp, handles, {handlesSet.data(), handlesSetCount});
+    const bool isEvaluated = !engine->failed && engine->perform([&] {
+        engine->state.budget.beginBatch();
+        engine->plan().evaluate(timestamp, engine->handles,
+                                {engine->handlesSet.data(), engine->handlesSetCount});
     });
-    handlesSetCount = 0;
-    ++handleRound;
-    if (!isEvaluated) evaluation.reset();
+    engine->handlesSetCount = 0;
+    ++engine->handleRound;
+    if (!isEvaluated) engine->evaluation.reset();
 }
 
 const Value* Kelvane::result(VariableOutputHandle outputs) const {
-    if (!evaluation || outputs.index >= handles.size()) return nullptr;
-    return evaluation->result(handles[outputs.index].place);
+    if (!engine->evaluation || outputs.index >= engine->handles.size()) return nullptr;
+    return engine->evaluation->result(engine->handles[outputs.index].place);
 }
 
 }  // namespace KelvaneSDK

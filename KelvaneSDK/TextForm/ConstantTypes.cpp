@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <numeric>
 
+#include "KelvaneSDK/SlotClasses.h"
+
 namespace KelvaneSDK {
 
 namespace {

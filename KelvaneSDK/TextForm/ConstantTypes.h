@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "KelvaneSDK/Declaration.h"
+#include "KelvaneSDK/NodeClass.h"
 
 namespace KelvaneSDK {
 

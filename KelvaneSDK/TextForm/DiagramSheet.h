@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "KelvaneSDK/DiagramData.h"
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
+#include "KelvaneSDK/NodeClass.h"
 #include "KelvaneSDK/TextForm/ConnectionOrder.h"
 
 namespace KelvaneSDK {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "KelvaneSDK/Kelvane/EngineState.h"
 #include "support/DiagramDocument.h"
 #include "support/Stops.h"
 
@@ -66,7 +67,7 @@ TEST(DiagramBuildingTest, ChecksReportInOrder) {
     const Node& twiceTold = *engine.nodeList(NodeCategory::Function)[0];
     EXPECT_EQ(twiceTold.label(), "last");
     EXPECT_EQ(twiceTold.position.y, 9);
-    const Container& box = *engine.getContainers()[0];
+    const Container& box = *EngineState::of(engine).containers[0];
     EXPECT_EQ(idsOf(box.nodes), Ids{2});
     EXPECT_EQ(box.color, BodyColor::cyan);
     EXPECT_EQ(box.containers[0]->color, std::nullopt);

@@ -5,7 +5,7 @@
 #include <string>
 #include <tuple>
 
-#include "KelvaneSDK/Kelvane/KelvaneRecords.h"
+#include "KelvaneSDK/Kelvane/LabelledValues.h"
 
 namespace KelvaneSDK::testing_support {
 

@@ -1,9 +1,10 @@
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
+#include "KelvaneSDK/NodeClass.h"
 
 #include <gtest/gtest.h>
 
-#include "KelvaneSDK/FunctionNode.h"
 #include "KelvaneSDK/FunctionRows.h"
+#include "KelvaneSDK/InputStreamNode.h"
+#include "KelvaneSDK/VariableOutputNode.h"
 #include "support/DiagramDocument.h"
 #include "support/Stops.h"
 

@@ -3,7 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "KelvaneSDK/InputStreamNode.h"
 #include "KelvaneSDK/KelvaneSDK.h"
+#include "KelvaneSDK/VariableOutputNode.h"
 
 namespace KelvaneSDK::testing_support {
 

@@ -25,15 +25,21 @@ struct Summary {
     std::map<std::string, std::int64_t> functionCounts;
 };
 
+/// Whether the node has the property with this text.
+bool hasProperty(const Node& node, const Property& property) {
+    const auto properties = node.getProperties();
+    return std::find(properties.begin(), properties.end(), property) != properties.end();
+}
+
 Summary summaryOf(const Kelvane& engine) {
     Summary summary;
     for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
-        const bool forwards = static_cast<const InputStreamNode&>(*node).forwarding();
+        const bool forwards = hasProperty(*node, {"Forwarding", "true"});
         summary.inputStreams.push_back(
             {std::string(node->label()), std::string(node->typeString), forwards ? "" : "not forwarded"});
     }
     for (const auto& node : engine.nodeList(NodeCategory::VariableOutput)) {
-        const bool isHidden = static_cast<const VariableOutputNode&>(*node).hidden();
+        const bool isHidden = hasProperty(*node, {"Hidden", "true"});
         summary.variableOutputs.push_back(
             {std::string(node->label()), std::string(node->typeString), isHidden ? "hidden" : ""});
     }

@@ -1,4 +1,4 @@
-#include "KelvaneSDK/Declaration.h"
+#include "KelvaneSDK/NodeClass.h"
 
 #include <array>
 

@@ -1,4 +1,4 @@
-#include "KelvaneSDK/ValueClass.h"
+#include "KelvaneSDK/SlotClasses.h"
 
 #include <array>
 
@@ -107,6 +107,10 @@ std::optional<ValueClass> adoptedClass(ValueClass generic, ValueClass from) {
     if (generic == ValueClass::ArrayVariable && !isArray(from)) return arrayClass(from);
     if (generic == ValueClass::ValueVariable && isArray(from)) return elementClass(from);
     return from;
+}
+
+ValueClass classHolding(ValueType type) {
+    return *concreteClassWhere([&](const Row& each) { return each.payload == type; });
 }
 
 Value defaultValue(ValueType type) {

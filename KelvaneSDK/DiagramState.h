@@ -1,26 +1,13 @@
 #pragma once
 
-#include <atomic>
+// Internal: what the nodes of one diagram share with their engine.
+
 #include <chrono>
-#include <cstddef>
 #include <cstdint>
-#include <limits>
 
-namespace [[gnu::visibility("default")]] KelvaneSDK {
+#include "KelvaneSDK/Diagnostics.h"
 
-/// What the evaluation of a diagram may use up. Beyond a limit the evaluation stops, with a reason that names
-/// the node, so that a diagram of unknown origin cannot exhaust memory or time. Without limits nothing is
-/// checked.
-struct EvaluationLimits {
-    /// The elements of any list that a function makes or keeps: array elements, samples, bytes of a text; in
-    /// a list of texts or sequences theirs count as well.
-    std::size_t maxElements = std::numeric_limits<std::size_t>::max();
-    /// The wall-clock seconds that the evaluation of one batch may take.
-    double maxBatchSeconds = std::numeric_limits<double>::infinity();
-    /// Where not null, stops the batch in progress soon after another thread, or a signal handler, has set
-    /// it. Must outlive the engine.
-    const std::atomic<bool>* interrupted = nullptr;
-};
+namespace KelvaneSDK {
 
 /// The limits of an engine together with the time used by the batch in progress.
 class EvaluationBudget {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "KelvaneSDK/DiagramData.h"
-#include "KelvaneSDK/Kelvane/NodeRegistry.h"
+#include "KelvaneSDK/NodeClass.h"
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 

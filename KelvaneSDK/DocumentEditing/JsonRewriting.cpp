@@ -4,7 +4,7 @@
 
 #include "KelvaneSDK/DocumentEditing/JsonSpans.h"
 #include "KelvaneSDK/DocumentEditing/Rewriters.h"
-#include "KelvaneSDK/FileProcessing/JsonWriter.h"
+#include "KelvaneSDK/FileProcessing/JsonText.h"
 
 namespace KelvaneSDK {
 

@@ -6,7 +6,7 @@
 
 #include "KelvaneSDK/DocumentEditing/Rewriters.h"
 #include "KelvaneSDK/DocumentEditing/TextPlaces.h"
-#include "KelvaneSDK/FileProcessing/JsonWriter.h"
+#include "KelvaneSDK/FileProcessing/JsonText.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
 #include "KelvaneSDK/TextForm/TextForm.h"
 #include "KelvaneSDK/TextForm/TextTokens.h"

@@ -134,7 +134,7 @@ bool Kelvane::read(std::string_view text, bool replace) {
     bool isBuilt = false;
     engine->performReading([&] {
         DecodeFailure failure;
-        const auto data = readDiagram(text, *registry, &failure);
+        const auto data = readDiagram(text, *engine->registry, &failure);
         if (data) {
             isBuilt = engine->build(data->info, replace);
             return;

@@ -68,14 +68,15 @@ KelvaneOutput Kelvane::evaluate(const KelvaneInput& input) {
 }
 
 void Kelvane::evaluateInto(const KelvaneInput& input, KelvaneOutput& output) {
+    EngineState& own = *engine;
     output.timestamp = input.timestamp;
-    const bool isFilled = !engine->failed && engine->perform([&] {
-        engine->state.budget.beginBatch();
-        engine->plan().evaluate(input.timestamp, input.updates, output.outputs);
+    const bool isFilled = !own.failed && own.perform([&] {
+        own.state.budget.beginBatch();
+        own.plan().evaluate(input.timestamp, input.updates, output.outputs);
     });
     if (isFilled) return;
     output.outputs.clear();
-    engine->evaluation.reset();
+    own.evaluation.reset();
 }
 
 // ---------------------------------------------------------------- by handles
@@ -115,28 +116,30 @@ std::optional<VariableOutputHandle> Kelvane::variableOutput(std::string_view lab
 }
 
 void Kelvane::set(InputStreamHandle streams, const Value& value) {
+    EngineState& own = *engine;
     // Of a diagram that was replaced.
-    if (streams.index >= engine->handles.size()) return;
-    HandleEntry& handle = engine->handles[streams.index];
+    if (streams.index >= own.handles.size()) return;
+    HandleEntry& handle = own.handles[streams.index];
     handle.value = value;
-    if (std::exchange(handle.setFor, engine->handleRound) != engine->handleRound)
-        engine->handlesSet[engine->handlesSetCount++] = streams.index;
+    if (std::exchange(handle.setFor, own.handleRound) != own.handleRound)
+        own.handlesSet[own.handlesSetCount++] = streams.index;
 }
 
 void Kelvane::evaluateSet(double timestamp) {
-    const bool isEvaluated = !engine->failed && engine->perform([&] {
-        engine->state.budget.beginBatch();
-        engine->plan().evaluate(timestamp, engine->handles,
-                                {engine->handlesSet.data(), engine->handlesSetCount});
+    EngineState& own = *engine;
+    const bool isEvaluated = !own.failed && own.perform([&] {
+        own.state.budget.beginBatch();
+        own.plan().evaluate(timestamp, own.handles, {own.handlesSet.data(), own.handlesSetCount});
     });
-    engine->handlesSetCount = 0;
-    ++engine->handleRound;
-    if (!isEvaluated) engine->evaluation.reset();
+    own.handlesSetCount = 0;
+    ++own.handleRound;
+    if (!isEvaluated) own.evaluation.reset();
 }
 
 const Value* Kelvane::result(VariableOutputHandle outputs) const {
-    if (!engine->evaluation || outputs.index >= engine->handles.size()) return nullptr;
-    return engine->evaluation->result(engine->handles[outputs.index].place);
+    EngineState& own = *engine;
+    if (!own.evaluation || outputs.index >= own.handles.size()) return nullptr;
+    return own.evaluation->result(own.handles[outputs.index].place);
 }
 
 }  // namespace KelvaneSDK

@@ -264,12 +264,12 @@ def edits(folder):
     status, output, messages = run("connect", "--in-place", file, "x", "no.0")
     expect("an edit that brings an error", (status, output, messages.splitlines()[-1], file.read_text() == before),
            (1, "", f"kelvane: {file} would have these faults after the edit", True))
-    document, text = '{"nodes":[],"properties":[],"connections":[],"positions":[]}', ""
+    document, text = '{"nodes":[],"properties":[],"connections":[],"positions":[],"manualLines":["new"]}', "// new\n"
     for command in ("add - 'Input stream Float' x", "add - 'Constant Integer' window", "add - 'Moving averager' mean", "add - 'Variable output Float' y",
                     "connect - window mean.length", "connect - x mean.1", "connect - mean y", "set - window=5", "rename - '#2' `a`"):
         document, text = (run(*shlex.split(command), input=form)[1] for form in (document, text))
     expect("a diagram from nothing", (text, changes(run("fmt", "--to", "json", "-", input=text)[1], run("fmt", "--to", "json", "-", input=document)[1])),
-           ("x: Float\n`\\`a\\`` = 5: Integer\nmean = Moving averager(`\\`a\\``, x)\ny: Float = mean\n", []))
+           ("// new\nx: Float\n`\\`a\\`` = 5: Integer\nmean = Moving averager(`\\`a\\``, x)\ny: Float = mean\n", []))
     tuned = folder / "tuned.json"
     expect("a run that saves", (run("run", "sum.json", "walk.jsonl", "--no-inputs", "--set", "offset=10.0", "--save", tuned), tuned.read_text()),
            ((0, walkSums, ""), documents["sum"].replace('"10"', '"10.0"')))

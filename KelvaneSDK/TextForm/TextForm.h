@@ -81,8 +81,8 @@ TextReading readText(std::string_view text, const NodeRegistry& registry = NodeR
 std::optional<std::string> writeText(const DiagramData& data,
                                      const NodeRegistry& registry = NodeRegistry::library());
 
-/// A text of the text form with regular spacing. Order, line breaks and comments stay. Absent when memory ran
-/// out, or when the text has a fault of spelling.
+/// A text in good order: regular spacing, and lines of at most 120 columns where brackets allow. Line breaks
+/// and comments stay. Absent when memory ran out, or when the text has a fault of spelling.
 std::optional<std::string> formatText(std::string_view text);
 
 }  // namespace KelvaneSDK

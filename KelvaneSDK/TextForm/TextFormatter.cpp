@@ -1,4 +1,7 @@
 #include <algorithm>
+#include <span>
+#include <string>
+#include <vector>
 
 #include "KelvaneSDK/MemoryGuard.h"
 #include "KelvaneSDK/TextForm/TextForm.h"

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "KelvaneSDK/DiagramCheck/FindingList.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"

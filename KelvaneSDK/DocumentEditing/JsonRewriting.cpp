@@ -4,65 +4,17 @@
 
 #include "KelvaneSDK/DocumentEditing/JsonSpans.h"
 #include "KelvaneSDK/DocumentEditing/Rewriters.h"
+#include "KelvaneSDK/DocumentFields.h"
 #include "KelvaneSDK/FileProcessing/JsonText.h"
 
 namespace KelvaneSDK {
 
 namespace {
 
-template <class Record, class T>
-struct Field {
-    std::string_view key;
-    T Record::*member;
-};
-template <class Record, class T>
-Field(std::string_view, T Record::*) -> Field<Record, T>;
-
-// The keys of each record, as they are written where no neighbour shows an order.
-constexpr auto fields(const DiagramInfo*) {
-    return std::tuple(
-        Field{"nodes", &DiagramInfo::nodes}, Field{"properties", &DiagramInfo::properties},
-        Field{"connections", &DiagramInfo::connections}, Field{"positions", &DiagramInfo::positions},
-        Field{"containers", &DiagramInfo::containers}, Field{"manualLines", &DiagramInfo::manualLines},
-        Field{"subdiagrams", &DiagramInfo::subdiagrams});
-}
-constexpr auto fields(const NodeInfo*) {
-    return std::tuple(Field{"id", &NodeInfo::id}, Field{"classString", &NodeInfo::classString},
-                      Field{"typeString", &NodeInfo::typeString}, Field{"outputType", &NodeInfo::outputType});
-}
-constexpr auto fields(const PropertyInfo*) {
-    return std::tuple(Field{"id", &PropertyInfo::id}, Field{"propertyString", &PropertyInfo::propertyString},
-                      Field{"valueString", &PropertyInfo::valueString});
-}
-constexpr auto fields(const ConnectionInfo*) {
-    return std::tuple(Field{"outputNodeId", &ConnectionInfo::outputNodeId},
-                      Field{"inputNodeId", &ConnectionInfo::inputNodeId},
-                      Field{"inputIndex", &ConnectionInfo::inputIndex});
-}
-constexpr auto fields(const PositionInfo*) {
-    return std::tuple(Field{"id", &PositionInfo::id}, Field{"x", &PositionInfo::x},
-                      Field{"y", &PositionInfo::y});
-}
-constexpr auto fields(const ContainerInfo*) {
-    return std::tuple(Field{"x", &ContainerInfo::x}, Field{"y", &ContainerInfo::y},
-                      Field{"description", &ContainerInfo::description},
-                      Field{"nodeIds", &ContainerInfo::nodeIds}, Field{"color", &ContainerInfo::color},
-                      Field{"containers", &ContainerInfo::containers});
-}
-constexpr auto fields(const SubdiagramInfo*) {
-    return std::tuple(Field{"description", &SubdiagramInfo::description},
-                      Field{"nodeIds", &SubdiagramInfo::nodeIds});
-}
-
-template <class Record>
-concept IsRecord = requires(const Record* record) {
-    fields(record);
-};
-
+/// Calls visit(field) for every field of a record, with its key and member.
 template <class Record, class Visit>
 void forEachField(Visit visit) {
-    std::apply([&](const auto&... field) { (visit(field), ...); },
-               fields(static_cast<const Record*>(nullptr)));
+    std::apply([&](const auto&... field) { (visit(field), ...); }, documentFields<Record>);
 }
 
 /// What makes a record the same one, changed or not; empty for those that are known by their place only.
@@ -184,7 +136,7 @@ private:
     // New values, written on one line but for the members of a record.
     template <class T>
     std::string written(const T& value, const ObjectStyle& style) const {
-        if constexpr (IsRecord<T>) {
+        if constexpr (DocumentRecord<T>) {
             std::vector<std::pair<std::string_view, std::string>> parts;
             forEachField<T>([&](const auto& field) {
                 const auto& content = value.*field.member;
@@ -228,7 +180,7 @@ private:
     template <class T>
     void rewrite(TextSpan span, const T& old, const T& edited) {
         if (old == edited) return;
-        if constexpr (IsRecord<T>) {
+        if constexpr (DocumentRecord<T>) {
             rewriteMembers(span, old, edited);
         } else {
             replacements.push_back({span, scalarText(edited)});
@@ -305,7 +257,7 @@ private:
         if (old == edited) return;
         const auto elements = elementSpans(text, span);
         ObjectStyle itemStyle = recordStyle;
-        if constexpr (IsRecord<T>) {
+        if constexpr (DocumentRecord<T>) {
             if (!elements.empty()) itemStyle = styleOf(elements.back(), memberSpans(text, elements.back()));
         }
         std::vector<SplicedItem> wanted;
@@ -320,7 +272,7 @@ private:
         }
         const ListStyle plain{"", ", ", ""};
         spliceList(replacements, innerSpan(span), elements, wanted,
-                   styleOf(span, elements, IsRecord<T> ? lists : plain));
+                   styleOf(span, elements, DocumentRecord<T> ? lists : plain));
     }
 
     /// Which old item each of the edited ones is, in rising order.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "KelvaneSDK/ElementArithmetic.h"
 #include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/SlotClasses.h"
 #include "KelvaneSDK/Step.h"
@@ -139,12 +138,6 @@ void FunctionNode::emit(Value newOutput) {
 void FunctionNode::consume(std::size_t index) {
     auto& slot = *inputValues()[index];
     slot.setUpdated(false);
-}
-
-std::int64_t FunctionNode::checkedAdd(std::int64_t a, std::int64_t b) const {
-    const auto sum = checkedSum(a, b);
-    if (!sum) stop("an integer count overflows 64 bits");
-    return *sum;
 }
 
 namespace Rows {

@@ -96,8 +96,6 @@ protected:
 
     /// Stops when the inputs' values break a demand of the declaration, with the demand's own reason.
     void stopOnViolation() const;
-    /// For counts and sums of integers: a + b, where an overflow of 64 bits stops the program.
-    std::int64_t checkedAdd(std::int64_t a, std::int64_t b) const;
 
     // For the library's classes: fills in how the engine runs the node, for the types of its slots.
     virtual void prepare(Step& step) const;

@@ -88,6 +88,8 @@ def runs():
 
 def checks():
     row("info misspelt.json", 1, "", f"{misspelt}kelvane: misspelt.json cannot be built\n")
+    row("run walk.jsonl sum.json", 1, "", "walk.jsonl:2: the document: not JSON: something follows the end of the document\n"
+        "kelvane: walk.jsonl cannot be built: it looks like a recording; the diagram comes first\n")
     row("check sum.json unknown-id.json none.json bad-constant.json", 1,
         f"{unknownId}{badConstant}3 diagrams checked: 2 errors, 0 warnings\n", "kelvane: cannot read none.json: No such file or directory\n")
     row("check misspelt.json --recording walk.jsonl", 1, misspelt + """\

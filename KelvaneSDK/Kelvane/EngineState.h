@@ -45,6 +45,8 @@ struct EngineState {
     Evaluation& plan();
     Evaluation& compile();
     std::uint32_t handleOn(std::string_view label);
+    template <class NodeType>
+    std::optional<std::uint32_t> handleOn(std::string_view label, const std::vector<NodeType*>& bearers);
 
     DiagramState state;
     DiagnosticSink diagnosticSink;

@@ -10,10 +10,6 @@ namespace KelvaneSDK {
 
 namespace {
 
-void setBit(std::vector<std::uint64_t>& bits, std::size_t index) {
-    bits[index / 64] |= std::uint64_t{1} << index % 64;
-}
-
 /// Calls visit(index) for every bit that is set in the words from `begin` to before `end`.
 template <class Visit>
 inline void forEachBit(const std::uint64_t* bits, std::size_t begin, std::size_t end, Visit visit) {

@@ -182,6 +182,7 @@ private:
     static constexpr std::size_t blockSize = 64;
     std::size_t groupWords = 0, firstOutputBlock = 0;
     using Bits = std::vector<std::uint64_t>;
+    static void setBit(Bits& bits, std::size_t index) { bits[index / 64] |= std::uint64_t{1} << index % 64; }
     Bits everywhere, always, touched, carried;
     /// Labels that neither a hidden output nor a stream that does not forward bears.
     Bits shownLabels;

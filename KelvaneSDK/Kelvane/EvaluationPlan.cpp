@@ -8,10 +8,6 @@ namespace KelvaneSDK {
 
 namespace {
 
-void setBit(std::vector<std::uint64_t>& bits, std::size_t index) {
-    bits[index / 64] |= std::uint64_t{1} << index % 64;
-}
-
 const GivenValue nothing;
 const std::uint64_t noTime = 0, latestTime = 1;
 const StepInput neverNews{&nothing, &noTime, 0, nullptr}, alwaysNews{&nothing, &latestTime, 0, nullptr};
@@ -228,7 +224,7 @@ public:
     Reach(const Evaluation& evaluation, std::size_t targets)
         : owner(evaluation), seenBy(targets), effortLeft(8 * targets) {}
 
-    /// The blocks, or absent when the effort is spent. `isRoot`: the node's own block counts.
+    /// The blocks, or absent when the effort is spent. `withRoot`: the node's own block counts.
     std::optional<std::vector<std::uint32_t>> from(const Node& root, bool withRoot) {
         ++round;
         blocks.clear();

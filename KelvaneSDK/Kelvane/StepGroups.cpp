@@ -11,10 +11,10 @@ namespace {
 class Clocks {
 public:
     using Clock = std::uint32_t;
-    /// The constants', which strikes once at the beginning of every batch.
+    /// The constants', which ticks once at the beginning of every batch.
     static constexpr Clock constant = 0;
 
-    /// A clock of its own. `isOnce`: it strikes at most once in a batch.
+    /// A clock of its own. `isOnce`: it ticks at most once in a batch.
     Clock own(bool isOnce) {
         all.push_back({{}, isOnce});
         return static_cast<Clock>(all.size() - 1);
@@ -38,7 +38,7 @@ public:
     bool isOnce(Clock clock) const { return all[clock].isOnce; }
 
 private:
-    // What waits for a clock and for one that itself waits for it runs whenever the latter strikes.
+    // What waits for a clock and for one that itself waits for it runs whenever the latter ticks.
     void dropImplied(std::vector<Clock>& parts) const {
         const std::vector<Clock> before = parts;
         std::erase_if(parts, [&](Clock part) {

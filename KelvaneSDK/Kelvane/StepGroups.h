@@ -30,7 +30,7 @@ struct StepGroup {
 /// Two outputs have the same clock when they are always given anew in the same passes: what computes from
 /// nothing but values of one clock has that clock too, and what waits for values of several clocks has a
 /// clock of its own that all nodes share which wait for the same ones. Constants do not count where a clock
-/// strikes at most once in a batch, for they are new in every batch.
+/// ticks at most once in a batch, for they are new in every batch.
 class StepGroups {
 public:
     /// Groups the steps; inputs that are consumed with their group count there from now on. `batches` is the

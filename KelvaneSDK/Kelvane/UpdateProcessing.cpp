@@ -79,7 +79,18 @@ void Kelvane::evaluateInto(const KelvaneInput& input, KelvaneOutput& output) {
     own.evaluation.reset();
 }
 
-// ---------------------------------------------------------------- by handles
+// A handle on the label, if one of the nodes bears it.
+template <class NodeType>
+std::optional<std::uint32_t> EngineState::handleOn(std::string_view label,
+                                                   const std::vector<NodeType*>& bearers) {
+    std::optional<std::uint32_t> index;
+    perform([&] {
+        const bool isBorne = std::any_of(bearers.begin(), bearers.end(),
+                                         [&](const auto* node) { return node->label() == label; });
+        if (isBorne) index = handleOn(label);
+    });
+    return index;
+}
 
 std::uint32_t EngineState::handleOn(std::string_view label) {
     const auto known = std::find(handleLabels.begin(), handleLabels.end(), label);
@@ -94,25 +105,13 @@ std::uint32_t EngineState::handleOn(std::string_view label) {
 }
 
 std::optional<InputStreamHandle> Kelvane::inputStream(std::string_view label) {
-    std::optional<InputStreamHandle> handle;
-    engine->perform([&] {
-        for (const auto* stream : engine->nodes.streams) {
-            if (stream->label() == label) handle = InputStreamHandle(engine->handleOn(label));
-            if (handle) return;
-        }
-    });
-    return handle;
+    const auto index = engine->handleOn(label, engine->nodes.streams);
+    return index ? std::optional(InputStreamHandle(*index)) : std::nullopt;
 }
 
 std::optional<VariableOutputHandle> Kelvane::variableOutput(std::string_view label) {
-    std::optional<VariableOutputHandle> handle;
-    engine->perform([&] {
-        for (const auto* output : engine->nodes.outputs) {
-            if (output->label() == label) handle = VariableOutputHandle(engine->handleOn(label));
-            if (handle) return;
-        }
-    });
-    return handle;
+    const auto index = engine->handleOn(label, engine->nodes.outputs);
+    return index ? std::optional(VariableOutputHandle(*index)) : std::nullopt;
 }
 
 void Kelvane::set(InputStreamHandle streams, const Value& value) {

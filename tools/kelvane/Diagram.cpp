@@ -38,6 +38,15 @@ std::string placeOf(const std::string& fileName, const Finding& finding) {
 
 bool isError(std::string_view line) { return line.starts_with("ERROR: "); }
 
+namespace {
+
+bool isLikelyRecording(std::string_view text) {
+    return !isTextForm(text) &&
+           text.substr(0, text.find('\n')).find("\"timestamp\"") != std::string_view::npos;
+}
+
+}  // namespace
+
 LibraryMessages::LibraryMessages()
     : previous(setDiagnosticSink([this](std::string_view line) { take(line); })) {}
 
@@ -77,8 +86,9 @@ Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
     diagram.hasErrors |= messages.hasErrors();
     if (!loaded.isBuilt) {
         const auto& failure = diagram.engine->failure();
-        throw Failure{ExitStatus::failed, "kelvane: " + diagram.name + " cannot be built" +
-                                              (failure ? ": " + diagram.stopText(*failure) : "")};
+        std::string why = failure ? ": " + diagram.stopText(*failure) : "";
+        if (isLikelyRecording(diagram.text)) why = ": it looks like a recording; the diagram comes first";
+        throw Failure{ExitStatus::failed, "kelvane: " + diagram.name + " cannot be built" + why};
     }
     return diagram;
 }

@@ -14,7 +14,9 @@ struct Buffer {
     static bool meetsDemands(std::int64_t length, Anything, const Node&) { return length >= leastLength; }
     Maybe<Value> operator()(std::int64_t length, Anything latest, const Node& node) {
         append(latest.value);
-        node.checkElements(count);
+        // Asked in every step, so not by a call where nothing is limited.
+        const auto* diagram = NodeState::of(node).diagram;
+        if (diagram != nullptr && diagram->budget.limitsElements()) node.checkElements(count);
         if (length >= static_cast<std::int64_t>(count)) return Silent{"the buffer is filling"};
         while (static_cast<std::int64_t>(count) > length + 1) dropFirst();
         if (count == 0) return Silent{"the buffer is empty", Silent::clearsOutput};

@@ -84,7 +84,7 @@ private:
         Item item{token.kind == Kind::name ? token.text : std::string(source), 0, isSpaced(before, token),
                   open.size(), mayBreak && !isAnyOf(token, ")]}")};
         item.isComment = token.kind == Kind::comment;
-        if (item.isComment && item.text.ends_with('\r')) item.text.pop_back();
+        while (item.isComment && item.text.ends_with('\r')) item.text.pop_back();
         item.width = width(item.text);
         const bool opens = isAnyOf(token, "([{");
         if (opens) open.push_back(token.is('{') || (!beginsList(lastWord, token) && !isInList()));

@@ -97,7 +97,7 @@ TextToken TextLexer::next() {
     if (text.substr(at, 2) == "//") {
         const std::size_t end = std::min(text.find('\n', at), text.size());
         auto content = text.substr(at + 2, end - at - 2);
-        if (content.ends_with('\r')) content.remove_suffix(1);
+        while (content.ends_with('\r')) content.remove_suffix(1);
         return make(Kind::comment, end, std::string(content));
     }
     if (c == '#') {

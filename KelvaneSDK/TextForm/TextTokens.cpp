@@ -120,7 +120,7 @@ TextToken TextLexer::name() {
     std::size_t end = wordEnd(text, at, true);
     std::string words(text.substr(at, end - at));
     for (;;) {
-        const std::size_t begin = text.find_first_not_of(' ', end);
+        const std::size_t begin = text.find_first_not_of(" \t\r", end);
         if (begin == std::string_view::npos || begin == end) break;
         const std::size_t nextEnd = wordEnd(text, begin, false);
         if (nextEnd == begin) break;

@@ -208,6 +208,7 @@ TEST(TextForm, FaultsSayWhereWhatAndWhatToDo) {
         {"x: Float [blu]", "1:11: \"blu\" is no colour, nor \"hidden\" or \"not forwarded\"; did you mean \"blue\"?\n"},
         {"x = \"a", "1:5: the closing quote is missing in this line\n"},
         {"x = (1 2, 3)", "1:5: a comma stands between the numbers of a list\n"},
+        {"raw position(1, 0, 1e999)", "1:1: a coordinate is beyond all numbers\n"},
         {"x = [1, 2]", "1:5: the type of this value is not clear; write it behind the value: [1, 2]: Float array\n"},
         {"7 up = 3\n~",
          "1:1: a name was expected, \"7\" was found; a line begins with the name of a stream, a node or an output\n"

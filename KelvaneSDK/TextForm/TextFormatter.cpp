@@ -84,12 +84,13 @@ private:
         Item item{token.kind == Kind::name ? token.text : std::string(source), 0, isSpaced(before, token),
                   open.size(), mayBreak && !isAnyOf(token, ")]}")};
         item.isComment = token.kind == Kind::comment;
-        if (item.isComment && item.text.ends_with('\r')) item.text.pop_back();
+        while (item.isComment && item.text.ends_with('\r')) item.text.pop_back();
         item.width = width(item.text);
         const bool opens = isAnyOf(token, "([{");
-        if (opens) open.push_back(token.is('{') || (!beginsList(before, token) && !isInList()));
+        if (opens) open.push_back(token.is('{') || (!beginsList(lastWord, token) && !isInList()));
         mayBreak = (opens || token.is(',')) && !open.empty() && !isInList() && open.size() <= deepestBreak;
         line.push_back(std::move(item));
+        if (token.kind != Kind::comment) lastWord = token;
     }
     bool isInList() const { return !open.empty() && !open.back(); }
 
@@ -151,6 +152,8 @@ private:
     TextLexer lexer;
     std::string result;
     TextToken before{Kind::newline};
+    /// The last token that is no comment and no line break.
+    TextToken lastWord;
     std::vector<Item> line;
     /// The open brackets, true for those in which lines may be broken.
     std::vector<bool> open;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "KelvaneSDK/DiagramCheck/FindingList.h"
@@ -135,7 +136,8 @@ private:
             x = parseDouble(std::string_view(token.text).substr(1, comma - 1));
             y = parseDouble(std::string_view(token.text).substr(comma + 2, token.text.size() - comma - 3));
         }
-        if (!x || !y) failExpected("a place", "write: at (200, 80)");
+        if (!x || !y || !std::isfinite(*x) || !std::isfinite(*y))
+            failExpected("a place", "write: at (200, 80)");
         advance();
         return PlacedRecord<PositionInfo>{offset, {0, *x, *y}};
     }
@@ -303,7 +305,11 @@ private:
             return words == name && std::equal(kinds.begin(), kinds.end(), shape.begin(), shape.end(), fits);
         };
         const auto id = [&](std::size_t index) { return integer(texts[index], offset); };
-        const auto real = [&](std::size_t index) { return parseDouble(texts[index]).value_or(0); };
+        const auto real = [&](std::size_t index) {
+            const double value = parseDouble(texts[index]).value_or(0);
+            if (!std::isfinite(value)) failAt(offset, "a coordinate is beyond all numbers");
+            return value;
+        };
         if (has("raw node", "ntt") || has("raw node", "nttt")) {
             TextNode node{offset};
             node.id = id(0);

@@ -97,7 +97,7 @@ TextToken TextLexer::next() {
     if (text.substr(at, 2) == "//") {
         const std::size_t end = std::min(text.find('\n', at), text.size());
         auto content = text.substr(at + 2, end - at - 2);
-        if (content.ends_with('\r')) content.remove_suffix(1);
+        while (content.ends_with('\r')) content.remove_suffix(1);
         return make(Kind::comment, end, std::string(content));
     }
     if (c == '#') {
@@ -120,7 +120,7 @@ TextToken TextLexer::name() {
     std::size_t end = wordEnd(text, at, true);
     std::string words(text.substr(at, end - at));
     for (;;) {
-        const std::size_t begin = text.find_first_not_of(' ', end);
+        const std::size_t begin = text.find_first_not_of(" \t\r", end);
         if (begin == std::string_view::npos || begin == end) break;
         const std::size_t nextEnd = wordEnd(text, begin, false);
         if (nextEnd == begin) break;

@@ -261,6 +261,7 @@ private:
                     ")\n";
         }
         for (const auto* position : sheet.rawPositions) {
+            if (!std::isfinite(position->x) || !std::isfinite(position->y)) continue;
             text += "raw position(" + std::to_string(position->id) + ", " + coordinate(position->x) + ", " +
                     coordinate(position->y) + ")\n";
         }

@@ -111,6 +111,11 @@ TEST(TextForm, TextsMeanDiagrams) {
          "1 Float a OutputValue=1; 2 Add@Float b; 3 Integer array c; 4 Float array d OutputValue=[1, 2] : 1>2.0 1>2.1"},
         {"inputs by name, unconnected, and fed twice", "s: Integer\na = Trim(array = _, last index = s | 2, first index = s)",
          "1 Integer s; 2 Integer OutputValue=2; 3 Trim a : 1>3.0 1>3.1 2>3.1"},
+        {"a long list, at the beginning of a line",
+         "a = Maximum(\n[1000001, 1000002, 1000003, 1000004, 1000005, 1000006, 1000007, 1000008, 1000009, 1000010, 1000011, 1000012, 1000013, "
+         "1000014, 1000015, 1000016]: Float array)",
+         "1 Float array OutputValue=[1000001, 1000002, 1000003, 1000004, 1000005, 1000006, 1000007, 1000008, 1000009, 1000010, 1000011, 1000012, "
+         "1000013, 1000014, 1000015, 1000016]; 2 Maximum a : 1>2.0"},
         {"feedback by a label; spacing and line ends", "full:Boolean\r\n`full` : Boolean=Not (\n full\n) [hidden,red]\n",
          "1 Boolean full; 2 Not; 3 Boolean full Hidden=true Color=red : 1>2.0 2>3.0"},
         {"names of any characters, and ids", "`1/2 \\\"\\u{e9}` #-7: Float\nGröße 2 #3 = Negate(#-7)\n#9: Float = Größe  2",
@@ -203,6 +208,7 @@ TEST(TextForm, FaultsSayWhereWhatAndWhatToDo) {
         {"x: Float [blu]", "1:11: \"blu\" is no colour, nor \"hidden\" or \"not forwarded\"; did you mean \"blue\"?\n"},
         {"x = \"a", "1:5: the closing quote is missing in this line\n"},
         {"x = (1 2, 3)", "1:5: a comma stands between the numbers of a list\n"},
+        {"raw position(1, 0, 1e999)", "1:1: a coordinate is beyond all numbers\n"},
         {"x = [1, 2]", "1:5: the type of this value is not clear; write it behind the value: [1, 2]: Float array\n"},
         {"7 up = 3\n~",
          "1:1: a name was expected, \"7\" was found; a line begins with the name of a stream, a node or an output\n"

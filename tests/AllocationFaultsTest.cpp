@@ -103,7 +103,9 @@ Outputs resultsOfSound() {
 TEST_F(AllocationFaultsTest, ADiagramIsReadWholeOrNotAtAll) {
     const auto expected = resultsOfSound();
     const auto document = largeDocument();
-    for (const auto& [text, replace] : {std::pair(document.text(), true), {document.text(), false}, {*writeText(document.data), true}}) {
+    for (const auto& each : {std::pair(document.text(), true), {document.text(), false}, {*writeText(document.data), true}}) {
+        const std::string& text = each.first;
+        const bool replace = each.second;
         atEveryAllocation([] { return std::make_unique<Loaded>(); }, [&](Loaded& engine) { return engine.read(text, replace); },
                           [&](Loaded& engine, bool succeeded) {
                               EXPECT_EQ(succeeded, errorLines == 0);

@@ -62,8 +62,9 @@ public:
     static Declaration declaration() {
         return {.name = "Pass updated",
                 .inputs = {{"a"}, {"b"}},
-                .description = "whichever input has a new value; a when both have",
-                .keywords = "merge either",
+                .description =
+                    "whichever input has a new value; a when both have. A constant is new in every batch",
+                .keywords = "merge either initial first feedback",
                 .readiness = Readiness::anyInput,
                 .forwards = {0, 1},
                 .takesAnything = {0, 1}};
@@ -76,14 +77,15 @@ public:
 class TriggerFunction final : public FunctionNode {
 public:
     static Declaration declaration() {
-        return {
-            .name = "Trigger",
-            .inputs = {{"trigger", Type::BooleanValue}, {"value"}},
-            .description = "the latest value, each time the trigger becomes true or stays true by an update",
-            .keywords = "sample hold latch",
-            .readiness = Readiness::trueTrigger,
-            .forwards = {1},
-            .takesAnything = {1}};
+        return {.name = "Trigger",
+                .inputs = {{"trigger", Type::BooleanValue}, {"value"}},
+                .description =
+                    "the latest value, however old, at every update of the trigger that is true; nothing "
+                    "before the first value",
+                .keywords = "sample hold latch memory previous",
+                .readiness = Readiness::trueTrigger,
+                .forwards = {1},
+                .takesAnything = {1}};
     }
     bool allInputsUpdated() const override { return input(0).hasValue() && boolean(0) && isUpdated(0); }
     void process() override { finish(value(1)); }
@@ -177,7 +179,7 @@ NodeFamily flowFunctions() {
                 .keywords("filter if when"),
             stateful<UpdateCounter>("Update counter", {{"value"}},
                                     "how many values have arrived since the last reset")
-                .keywords("count number"),
+                .keywords("count number first"),
             entry<TriggerFunction>(),
             entry<SwitchFunction>(),
         });

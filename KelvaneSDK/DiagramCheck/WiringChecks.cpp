@@ -48,7 +48,9 @@ private:
             node.declaration != nullptr && node.declaration->takesAnything.contains(wire.input);
         std::string hint;
         if (!isPassedOn && convertsTo(slotClass, foreignType))
-            hint = "put a node " + quoted(wanted) + " between them, which converts the values";
+            hint = source.category == NodeCategory::Constant
+                       ? "give the constant the type " + quoted(wanted)
+                       : "put a node " + quoted(wanted) + " between them, which converts the values";
         findings.add("type-mismatch", {Section::connections, wire.connection},
                      slot + " is of type " + quoted(wanted) + ", but " + source.name() +
                          " brings values of type " + quoted(found),

@@ -358,6 +358,7 @@ for name, nodes, wires, *expected in [
         ("behind a gate that opens to a text", "<String; =String|text; Equal; <Integer; Gate; Sine; >Float", "1-3 2-3.1 3-5 4-5.1 5-6 6-7",
          error("type-mismatch", "c4", 6, '"Integer"')),
         ("Float into Integer", "<Float; Float; >Float", "1-2 2-3", error("type-mismatch", "c0", 2, 'put a node "Integer"')),
+        ("an Integer constant into Float", "=Integer|3; Sine; >Float", "1-2 2-3", error("type-mismatch", "c0", 2, 'give the constant the type "Float"')),
         ("Vector into Float", "<Vector; Sine; >Float", "1-2 2-3", error("type-mismatch", "c0", 2, None))]:
     case("type: " + name, diagram(nodes, wires), *expected)
 for name, nodes, wires, severity, place, *culprit in [

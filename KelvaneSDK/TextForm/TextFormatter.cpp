@@ -24,8 +24,8 @@ bool isAnyOf(const TextToken& token, std::string_view symbols) {
 // Whether a space stands between two tokens of a line.
 bool isSpaced(const TextToken& before, const TextToken& token) {
     // The input of an order: #7.2.
-    const bool isInput = token.is('.') || (token.kind == Kind::number && token.text.starts_with('.') &&
-                                           !isAnyOf(before, "=,|"));
+    const bool hasDot = token.is('.') || (token.kind == Kind::number && token.text.starts_with('.'));
+    const bool isInput = hasDot && !isAnyOf(before, "=,|");
     if (isInput) return before.kind == Kind::number;
     if (isAnyOf(before, "([.") || isAnyOf(token, "),]:")) return false;
     if (token.is('(')) return before.isWord("at") || !before.isName();

@@ -32,6 +32,13 @@ bool isSpaced(const TextToken& before, const TextToken& token) {
     return true;
 }
 
+// A dot stands between a node and its input; anywhere else it might come to belong to a number.
+bool isMisplacedDot(const TextToken& before, const TextToken& token) {
+    if (token.is('.')) return !before.isName() && before.kind != Kind::id;
+    if (!before.is('.') || token.isName()) return false;
+    return token.kind != Kind::number || token.text.find_first_not_of("0123456789") != std::string::npos;
+}
+
 // A value, which stands on one line.
 bool beginsList(const TextToken& before, const TextToken& bracket) {
     return bracket.is('(') ? before.isWord("at") || !before.isName() : isAnyOf(before, "=([,|");
@@ -49,7 +56,7 @@ public:
     /// Absent when the text has a fault of spelling.
     std::optional<std::string> run() {
         for (auto token = lexer.next(); token.kind != Kind::end; token = lexer.next()) {
-            if (token.kind == Kind::fault) return std::nullopt;
+            if (token.kind == Kind::fault || isMisplacedDot(before, token)) return std::nullopt;
             if (token.kind == Kind::newline) {
                 endLine();
             } else {

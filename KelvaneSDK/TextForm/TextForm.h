@@ -82,7 +82,9 @@ std::optional<std::string> writeText(const DiagramData& data,
                                      const NodeRegistry& registry = NodeRegistry::library());
 
 /// A text in good order: regular spacing, and lines of at most 120 columns where brackets allow. Line breaks
-/// and comments stay. Absent when memory ran out, or when the text has a fault of spelling.
-std::optional<std::string> formatText(std::string_view text);
+/// and comments stay. Absent when memory ran out, or when the text holds no diagram. Any thread; prints
+/// nothing.
+std::optional<std::string> formatText(std::string_view text,
+                                      const NodeRegistry& registry = NodeRegistry::library());
 
 }  // namespace KelvaneSDK

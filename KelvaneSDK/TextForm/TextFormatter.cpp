@@ -24,19 +24,12 @@ bool isAnyOf(const TextToken& token, std::string_view symbols) {
 // Whether a space stands between two tokens of a line.
 bool isSpaced(const TextToken& before, const TextToken& token) {
     // The input of an order: #7.2.
-    const bool hasDot = token.is('.') || (token.kind == Kind::number && token.text.starts_with('.'));
-    const bool isInput = hasDot && !isAnyOf(before, "=,|");
+    const bool isInput = token.is('.') || (token.kind == Kind::number && token.text.starts_with('.') &&
+                                           !isAnyOf(before, "=,|"));
     if (isInput) return before.kind == Kind::number;
     if (isAnyOf(before, "([.") || isAnyOf(token, "),]:")) return false;
     if (token.is('(')) return before.isWord("at") || !before.isName();
     return true;
-}
-
-// A dot stands between a node and its input; anywhere else it might come to belong to a number.
-bool isMisplacedDot(const TextToken& before, const TextToken& token) {
-    if (token.is('.')) return !before.isName() && before.kind != Kind::id;
-    if (!before.is('.') || token.isName()) return false;
-    return token.kind != Kind::number || token.text.find_first_not_of("0123456789") != std::string::npos;
 }
 
 // A value, which stands on one line.
@@ -53,10 +46,8 @@ class Formatter {
 public:
     explicit Formatter(std::string_view source) : text(source), lexer(source) {}
 
-    /// Absent when the text has a fault of spelling.
-    std::optional<std::string> run() {
+    std::string run() {
         for (auto token = lexer.next(); token.kind != Kind::end; token = lexer.next()) {
-            if (token.kind == Kind::fault || isMisplacedDot(before, token)) return std::nullopt;
             if (token.kind == Kind::newline) {
                 endLine();
             } else {
@@ -170,8 +161,13 @@ private:
 
 }  // namespace
 
-std::optional<std::string> formatText(std::string_view text) {
-    return withinMemory([&] { return Formatter(text).run(); }).value_or(std::nullopt);
+std::string inGoodOrder(std::string_view text) { return Formatter(text).run(); }
+
+std::optional<std::string> formatText(std::string_view text, const NodeRegistry& registry) {
+    const auto format = [&] {
+        return readText(text, registry).data ? std::optional(inGoodOrder(text)) : std::nullopt;
+    };
+    return withinMemory(format).value_or(std::nullopt);
 }
 
 }  // namespace KelvaneSDK

@@ -51,6 +51,8 @@ private:
     std::size_t at;
 };
 
+/// A text that holds a diagram, in good order: formatText() without the check that it does.
+std::string inGoodOrder(std::string_view text);
 /// A name as the text form writes it: bare where it can be, or in back quotes.
 std::string nameText(std::string_view name);
 /// Any text in quotes; what cannot be seen as an escape.

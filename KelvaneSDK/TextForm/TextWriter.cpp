@@ -305,8 +305,7 @@ private:
 
 std::optional<std::string> writeText(const DiagramData& data, const NodeRegistry& registry) {
     // Long lines are broken as they are in any text.
-    return withinMemory([&] { return formatText(Writer(data.info, registry).write()); })
-        .value_or(std::nullopt);
+    return withinMemory([&] { return inGoodOrder(Writer(data.info, registry).write()); });
 }
 
 }  // namespace KelvaneSDK

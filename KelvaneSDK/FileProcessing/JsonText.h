@@ -7,6 +7,8 @@
 
 namespace KelvaneSDK {
 
+bool isUtf8(std::string_view text);
+
 /// Appends the parts of JSON text to a string, by way of a buffer that flush() empties. Numbers are the
 /// shortest decimals that read back exactly; NaN and infinities, which JSON does not have, are written as
 /// null. Bytes of strings that are not UTF-8 become U+FFFD.

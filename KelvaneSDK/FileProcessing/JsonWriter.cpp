@@ -12,6 +12,8 @@
 
 namespace KelvaneSDK {
 
+bool isUtf8(std::string_view text) { return simdjson::validate_utf8(text.data(), text.size()); }
+
 namespace {
 
 constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
@@ -23,7 +25,7 @@ std::size_t sequenceLength(std::string_view text) {
     const auto lead = static_cast<unsigned char>(text.front());
     const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
     if (length > text.size()) return 0;
-    return simdjson::validate_utf8(text.data(), length) ? length : 0;
+    return isUtf8(text.substr(0, length)) ? length : 0;
 }
 
 // The escape of a character that JSON strings do not hold as it is.
@@ -74,11 +76,11 @@ void JsonText::string(std::string_view unquoted) {
 }
 
 void JsonText::putEscaped(std::string_view unquoted) {
-    const bool isUtf8 = simdjson::validate_utf8(unquoted.data(), unquoted.size());
+    const bool isSound = isUtf8(unquoted);
     while (!unquoted.empty()) {
         std::array<char, 6> space;
         std::size_t length = plainLength(unquoted);
-        while (isUtf8 && length < unquoted.size() && !isAscii(unquoted[length])) {
+        while (isSound && length < unquoted.size() && !isAscii(unquoted[length])) {
             length += 1 + plainLength(unquoted.substr(length + 1));
         }
         if (length == 0 && !isAscii(unquoted.front())) length = sequenceLength(unquoted);

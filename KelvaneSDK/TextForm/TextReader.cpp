@@ -1,11 +1,10 @@
-#include <simdjson.h>
-
 #include <algorithm>
 #include <limits>
 #include <map>
 #include <unordered_map>
 
 #include "KelvaneSDK/DiagramCheck/FindingList.h"
+#include "KelvaneSDK/FileProcessing/JsonText.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
 #include "KelvaneSDK/MemoryGuard.h"
@@ -384,13 +383,13 @@ std::size_t faultyLine(std::string_view text) {
     std::size_t begin = 0;
     for (;;) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());
-        if (end == text.size() || !simdjson::validate_utf8(text.data() + begin, end - begin)) return begin;
+        if (end == text.size() || !isUtf8(text.substr(begin, end - begin))) return begin;
         begin = end + 1;
     }
 }
 
 TextReading read(std::string_view text, const NodeRegistry& registry) {
-    if (!simdjson::validate_utf8(text.data(), text.size())) {
+    if (!isUtf8(text)) {
         return {
             {}, {}, placed({{faultyLine(text), "this line is not UTF-8", "save the text as UTF-8"}}, text)};
     }

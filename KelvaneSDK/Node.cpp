@@ -275,16 +275,6 @@ void NodeState::refreshGiven() {
     for (auto* slot : connectedSlots) slot->take(given);
 }
 
-void Node::shareClock(const std::uint64_t& batches) {
-    auto& own = NodeState::of(*this);
-    own.given.clock = &batches;
-    own.given.special |= GivenValue::hasSharedClock;
-}
-
-GivenValue& Node::given() const { return NodeState::of(*this).given; }
-
-void Node::refreshGiven() { NodeState::of(*this).refreshGiven(); }
-
 std::span<TimestampedVariable* const> Node::inputValues() const {
     return std::as_const(NodeState::of(*this).inputSlots);
 }

@@ -230,9 +230,6 @@ private:
     friend class NodeState;
     friend class StepGroups;
     friend class TimestampedVariable;
-    GivenValue& given() const;
-    void refreshGiven();
-    void shareClock(const std::uint64_t& batches);
 };
 
 }  // namespace KelvaneSDK

@@ -76,6 +76,11 @@ public:
     /// Brings what was written to the output by hand, and what slots keep copies of, up to date without
     /// counting it as given: the engine does so for constants, which share its clock.
     void refreshGiven();
+    /// Lets the output share the clock of the engine's batches.
+    void shareClock(const std::uint64_t& batches) {
+        given.clock = &batches;
+        given.special |= GivenValue::hasSharedClock;
+    }
 
     ValueClass requiredOutputClass(const Node& node) const;
     void showOutput(Node& node);

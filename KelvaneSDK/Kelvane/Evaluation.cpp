@@ -60,14 +60,14 @@ void Evaluation::beginSpecially() {
 // Constants are new in every batch, by the count of batches that is their clock.
 void Evaluation::refreshConstants() {
     if (std::exchange(seenHandWritten, state.handWritten) == state.handWritten) {
-        for (auto* node : copiedConstants) node->refreshGiven();
+        for (auto* node : copiedConstants) NodeState::of(*node).refreshGiven();
         return;
     }
     bool mayTimeOtherwise = false;
     for (auto* node : nodes.constants) {
-        const GivenValue& given = node->given();
+        const GivenValue& given = NodeState::of(*node).given;
         const auto before = std::pair(given.hasValue(), given.timestamp);
-        node->refreshGiven();
+        NodeState::of(*node).refreshGiven();
         mayTimeOtherwise |= before != std::pair(given.hasValue(), given.timestamp);
     }
     for (auto& output : outputs) output.plainKind = Output::notPlain;

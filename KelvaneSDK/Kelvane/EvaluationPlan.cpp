@@ -33,8 +33,9 @@ bool askInVain(Step& step) {
 Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
     // By way of the other constructor, so that the destructor takes back what is bound when memory runs out.
     : Evaluation(Empty{diagramNodes, diagramState}) {
-    for (const auto* node : nodes.constants) state.batches = std::max(state.batches, node->given().stamp);
-    for (auto* node : nodes.constants) node->shareClock(state.batches);
+    for (const auto* node : nodes.constants)
+        state.batches = std::max(state.batches, NodeState::of(*node).given.stamp);
+    for (auto* node : nodes.constants) NodeState::of(*node).shareClock(state.batches);
     compileLabels();
     outputs.reserve(nodes.outputs.size());
     for (auto* node : nodes.outputs) {
@@ -47,10 +48,10 @@ Evaluation::Evaluation(DiagramNodes& diagramNodes, DiagramState& diagramState)
     }
     findShownLabels();
     for (auto* node : nodes.constants) {
-        if ((node->given().special & GivenValue::isCopied) != 0) copiedConstants.push_back(node);
+        if ((NodeState::of(*node).given.special & GivenValue::isCopied) != 0) copiedConstants.push_back(node);
     }
     settle(SweepPass::first);
-    for (auto* node : nodes.constants) node->refreshGiven();
+    for (auto* node : nodes.constants) NodeState::of(*node).refreshGiven();
     seenHandWritten = state.handWritten;
     changes = state.changes;
 }
@@ -94,7 +95,7 @@ void Evaluation::compileLabels() {
     shownLabels.resize(writtenLabels.size());
     collectedLabels.resize(writtenLabels.size());
     for (auto* node : nodes.streams) {
-        streams.push_back({node, &node->given(), labelOf(node->label()), {}, false});
+        streams.push_back({node, &NodeState::of(*node).given, labelOf(node->label()), {}, false});
         ++labels[streams.back().label].lastStream;
     }
     std::uint32_t next = 0;
@@ -186,7 +187,7 @@ void Evaluation::compileSteps(SweepPass pass) {
             if (place < steps.size() || place - steps.size() >= outputs.size()) continue;
             Output& output = outputs[place - steps.size()];
             output.isLasting = output.input.slot == slot && step.compute != nullptr &&
-                               output.input.source == &step.node->given();
+                               output.input.source == &NodeState::of(*step.node).given;
         }
     }
     if (mayRunAgain || furtherPassesSettleAnew) {

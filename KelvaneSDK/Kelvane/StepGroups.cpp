@@ -93,12 +93,12 @@ private:
                 const bool isStepInput = std::less_equal<>()(inputs.data(), input) &&
                                          std::less<>()(input, inputs.data() + inputs.size());
                 // A slot that something else writes to, too, has a value of its own.
-                if (isStepInput && input->source == &node.given())
+                if (isStepInput && input->source == &NodeState::of(node).given)
                     feeders[static_cast<std::size_t>(input - inputs.data())] = feeder;
             }
         };
         for (auto* node : nodes.constants) {
-            const GivenValue& given = node->given();
+            const GivenValue& given = NodeState::of(*node).given;
             const bool isPlain = given.clock == &batches && given.hasValue() && !(given.timestamp > 0);
             if (isPlain) feeds(*node, constant);
         }

@@ -55,13 +55,19 @@ void DiagramSheet::readNodes(const NodeRegistry& registry) {
     }
 }
 
+// The node with an id, if it is written in a line or call; null for raw records.
+SheetNode* DiagramSheet::writable(std::int64_t id) {
+    const auto found = byId.find(id);
+    const bool isWritable = found != byId.end() && nodes[found->second].nodeClass != nullptr;
+    return isWritable ? &nodes[found->second] : nullptr;
+}
+
 void DiagramSheet::readProperties() {
     for (const auto& property : document.properties) {
-        const auto found = byId.find(property.id);
-        if (found == byId.end() || nodes[found->second].nodeClass == nullptr) {
-            rawProperties.push_back(&property);
+        if (auto* const node = writable(property.id)) {
+            node->properties.push_back(&property);
         } else {
-            nodes[found->second].properties.push_back(&property);
+            rawProperties.push_back(&property);
         }
     }
     for (auto& node : nodes) {
@@ -89,11 +95,10 @@ void DiagramSheet::readProperties() {
 
 void DiagramSheet::readPositions() {
     for (const auto& position : document.positions) {
-        const auto found = byId.find(position.id);
-        if (found == byId.end() || nodes[found->second].nodeClass == nullptr) {
-            rawPositions.push_back(&position);
+        if (auto* const node = writable(position.id)) {
+            node->position = &position;
         } else {
-            nodes[found->second].position = &position;
+            rawPositions.push_back(&position);
         }
     }
 }

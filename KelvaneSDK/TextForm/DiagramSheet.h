@@ -68,6 +68,7 @@ struct DiagramSheet {
 
 private:
     void readNodes(const NodeRegistry& registry);
+    SheetNode* writable(std::int64_t id);
     void readProperties();
     void readPositions();
     void readConnections();

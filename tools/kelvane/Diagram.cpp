@@ -26,6 +26,11 @@ bool reportErrors(const std::string& name, const std::vector<Finding>& findings)
     return gravest != Severity::warning;
 }
 
+bool isLikelyRecording(std::string_view text) {
+    return !isTextForm(text) &&
+           text.substr(0, text.find('\n')).find("\"timestamp\"") != std::string_view::npos;
+}
+
 /// `walk.json:12:`
 std::string placeOf(const std::string& fileName, const Finding& finding) {
     std::string place = fileName + ":";
@@ -37,15 +42,6 @@ std::string placeOf(const std::string& fileName, const Finding& finding) {
 }  // namespace
 
 bool isError(std::string_view line) { return line.starts_with("ERROR: "); }
-
-namespace {
-
-bool isLikelyRecording(std::string_view text) {
-    return !isTextForm(text) &&
-           text.substr(0, text.find('\n')).find("\"timestamp\"") != std::string_view::npos;
-}
-
-}  // namespace
 
 LibraryMessages::LibraryMessages()
     : previous(setDiagnosticSink([this](std::string_view line) { take(line); })) {}

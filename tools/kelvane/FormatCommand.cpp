@@ -1,4 +1,5 @@
 #include <new>
+#include <optional>
 
 #include "Commands.h"
 #include "Diagram.h"
@@ -12,15 +13,14 @@ using namespace KelvaneSDK;
 
 int format(const FormatOptions& options) {
     const std::string text = readWholeFile(options.diagram);
-    const DiagramData data = readUnchecked(nameOf(options.diagram), text);
     const bool wasText = isTextForm(text);
     const bool becomesText = options.form.empty() ? wasText : options.form == "text";
-    if (!becomesText) {
-        writeToStandardOutput(data.encode());
-        return ExitStatus::done;
-    }
     // What is text already keeps its line breaks and the places of its comments.
-    auto result = wasText ? formatText(text) : writeText(data);
+    std::optional<std::string> result = wasText && becomesText ? formatText(text) : std::nullopt;
+    if (!result) {
+        const DiagramData data = readUnchecked(nameOf(options.diagram), text);
+        result = becomesText ? writeText(data) : data.encode();
+    }
     if (!result) throw std::bad_alloc();
     writeToStandardOutput(std::move(*result));
     return ExitStatus::done;

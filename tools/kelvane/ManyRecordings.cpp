@@ -166,9 +166,7 @@ private:
         const auto name = nameOf(listed.path);
         const auto reportLine = [&](const std::string& line) { texts.report(line); };
         const auto status = statusOf(listed.path);
-        ReadAhead recording(
-            listed.path,
-            options.keepsGoing ? Recording::InvalidLine::isSkipped : Recording::InvalidLine::ends, false);
+        ReadAhead recording(listed.path, options.keepsGoing, false);
         std::optional<ResultOutput> file;
         if (!listed.resultPath.empty()) file.emplace(listed.resultPath);
         bool hasErrors = false;

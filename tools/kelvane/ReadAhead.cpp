@@ -6,8 +6,8 @@
 
 namespace kelvane {
 
-ReadAhead::ReadAhead(const std::string& path, Recording::InvalidLine invalidLine, bool isThreaded)
-    : recording(path, invalidLine,
+ReadAhead::ReadAhead(const std::string& path, bool skipsInvalidLines, bool isThreaded)
+    : recording(path, skipsInvalidLines ? Recording::InvalidLine::isSkipped : Recording::InvalidLine::ends,
                 [this](const std::string& line) { filling->messages.emplace_back(filling->count, line); }) {
     if (!isThreaded || std::thread::hardware_concurrency() < 2) return;
     try {

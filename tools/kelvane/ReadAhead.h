@@ -26,7 +26,7 @@ public:
     };
 
     /// Without a thread when `isThreaded` is false or there can be none.
-    ReadAhead(const std::string& path, Recording::InvalidLine invalidLine, bool isThreaded);
+    ReadAhead(const std::string& path, bool skipsInvalidLines, bool isThreaded);
     /// Interrupts everything unless the recording has ended.
     ~ReadAhead();
     ReadAhead(const ReadAhead&) = delete;

@@ -26,8 +26,7 @@ int runOne(const RunOptions& options) {
     }
     LibraryMessages messages;
     const auto diagram = loadDiagram(options.diagram, messages);
-    ReadAhead recording(
-        path, options.keepsGoing ? Recording::InvalidLine::isSkipped : Recording::InvalidLine::ends, true);
+    ReadAhead recording(path, options.keepsGoing, true);
     ResultOutput output(options.output, std::array{options.diagram, path});
     applyOptions(*diagram.engine, options);
     Replay replay(*diagram.engine, recording, output, report);

@@ -7,7 +7,7 @@
 #include "KelvaneSDK/FileProcessing/JsonReader.h"
 #include "KelvaneSDK/FileProcessing/JsonWriter.h"
 #include "KelvaneSDK/FileProcessing/QuickDocumentReader.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/MemoryGuard.h"
 
 namespace KelvaneSDK {
 

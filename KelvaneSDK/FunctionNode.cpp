@@ -4,8 +4,8 @@
 #include <array>
 
 #include "KelvaneSDK/FunctionRows.h"
-#include "KelvaneSDK/SlotClasses.h"
-#include "KelvaneSDK/Step.h"
+#include "KelvaneSDK/Nodes/Step.h"
+#include "KelvaneSDK/Values/SlotClasses.h"
 
 namespace KelvaneSDK {
 

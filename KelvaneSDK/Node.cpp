@@ -5,8 +5,8 @@
 
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
-#include "KelvaneSDK/NodeState.h"
-#include "KelvaneSDK/SlotClasses.h"
+#include "KelvaneSDK/Nodes/NodeState.h"
+#include "KelvaneSDK/Values/SlotClasses.h"
 
 namespace KelvaneSDK {
 

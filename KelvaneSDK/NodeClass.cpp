@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "KelvaneSDK/ArrayVariables.h"
+#include "KelvaneSDK/Values/ArrayVariables.h"
 
 namespace KelvaneSDK {
 

@@ -1,8 +1,8 @@
 #include "KelvaneSDK/TimestampedVariable.h"
 
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/NodeState.h"
-#include "KelvaneSDK/SlotClasses.h"
+#include "KelvaneSDK/Nodes/NodeState.h"
+#include "KelvaneSDK/Values/SlotClasses.h"
 
 namespace KelvaneSDK {
 

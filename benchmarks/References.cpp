@@ -3,7 +3,7 @@
 #include <deque>
 #include <functional>
 
-#include "KelvaneSDK/ElementArithmetic.h"
+#include "KelvaneSDK/Functions/ElementArithmetic.h"
 
 namespace KelvaneBenchmarks {
 

@@ -3,7 +3,7 @@
 #include <limits>
 #include <map>
 
-#include "KelvaneSDK/SlotClasses.h"
+#include "KelvaneSDK/Values/SlotClasses.h"
 
 namespace KelvaneFuzz {
 

@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "KelvaneSDK/FileProcessing/NumberText.h"
-#include "KelvaneSDK/SlotClasses.h"
+#include "KelvaneSDK/Values/SlotClasses.h"
 #include "support.h"
 
 using namespace KelvaneSDK;

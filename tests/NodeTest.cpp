@@ -5,8 +5,8 @@
 #include <limits>
 
 #include "KelvaneSDK/FunctionNode.h"
-#include "KelvaneSDK/InputStreamNode.h"
-#include "KelvaneSDK/ScalarVariables.h"
+#include "KelvaneSDK/Nodes/InputStreamNode.h"
+#include "KelvaneSDK/Values/ScalarVariables.h"
 #include "support/DiagramDocument.h"
 #include "support/Stops.h"
 

@@ -1,4 +1,4 @@
-#include "KelvaneSDK/QuaternionMath.h"
+#include "KelvaneSDK/Functions/QuaternionMath.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "KelvaneSDK/ElementArithmetic.h"
+#include "KelvaneSDK/Functions/ElementArithmetic.h"
 
 namespace KelvaneSDK {
 

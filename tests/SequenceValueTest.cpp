@@ -1,4 +1,4 @@
-#include "KelvaneSDK/SequenceValue.h"
+#include "KelvaneSDK/Values/SequenceValue.h"
 
 #include <gtest/gtest.h>
 

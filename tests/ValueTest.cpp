@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "KelvaneSDK/SlotClasses.h"
+#include "KelvaneSDK/Values/SlotClasses.h"
 
 namespace KelvaneSDK::testing_support {
 

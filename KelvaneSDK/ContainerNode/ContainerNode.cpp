@@ -5,7 +5,7 @@
 #include <unordered_set>
 
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/NodeState.h"
+#include "KelvaneSDK/Nodes/NodeState.h"
 
 namespace KelvaneSDK {
 

@@ -3,7 +3,7 @@
 
 #include "KelvaneSDK/DiagramCheck/Checks.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/MemoryGuard.h"
 
 namespace KelvaneSDK {
 

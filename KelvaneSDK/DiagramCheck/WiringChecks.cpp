@@ -2,7 +2,7 @@
 #include <bit>
 
 #include "KelvaneSDK/DiagramCheck/Checks.h"
-#include "KelvaneSDK/InputStreamNode.h"
+#include "KelvaneSDK/Nodes/InputStreamNode.h"
 
 namespace KelvaneSDK {
 

@@ -1,7 +1,7 @@
 #include "KelvaneSDK/DocumentEditing/DiagramRewriting.h"
 
 #include "KelvaneSDK/DocumentEditing/Rewriters.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/MemoryGuard.h"
 #include "KelvaneSDK/TextForm/TextForm.h"
 
 namespace KelvaneSDK {

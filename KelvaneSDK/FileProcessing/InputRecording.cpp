@@ -6,7 +6,7 @@
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/FileProcessing/RecordingBatch.h"
 #include "KelvaneSDK/FileProcessing/RecordingLine.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/MemoryGuard.h"
 
 namespace KelvaneSDK {
 

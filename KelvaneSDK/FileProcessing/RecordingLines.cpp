@@ -3,7 +3,7 @@
 
 #include "KelvaneSDK/FileProcessing/InputRecording.h"
 #include "KelvaneSDK/FileProcessing/JsonText.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/MemoryGuard.h"
 
 namespace KelvaneSDK {
 

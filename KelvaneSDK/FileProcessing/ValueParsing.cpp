@@ -1,6 +1,6 @@
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FileProcessing/ValueText.h"
-#include "KelvaneSDK/SlotClasses.h"
+#include "KelvaneSDK/Values/SlotClasses.h"
 
 namespace KelvaneSDK {
 

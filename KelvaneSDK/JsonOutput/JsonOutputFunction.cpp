@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/FastRows.h"
-#include "KelvaneSDK/FunctionFamilies.h"
+#include "KelvaneSDK/Functions/FastRows.h"
+#include "KelvaneSDK/Functions/FunctionFamilies.h"
 #include "KelvaneSDK/JsonOutput/JsonOutputRecords.h"
 
 namespace KelvaneSDK {

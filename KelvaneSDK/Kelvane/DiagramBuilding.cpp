@@ -7,7 +7,7 @@
 
 #include "KelvaneSDK/Diagnostics.h"
 #include "KelvaneSDK/DiagramCheck/Checks.h"
-#include "KelvaneSDK/ElementArithmetic.h"
+#include "KelvaneSDK/Functions/ElementArithmetic.h"
 #include "KelvaneSDK/Kelvane/EngineState.h"
 #include "KelvaneSDK/Kelvane/Evaluation.h"
 

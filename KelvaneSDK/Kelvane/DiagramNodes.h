@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "KelvaneSDK/InputStreamNode.h"
-#include "KelvaneSDK/VariableOutputNode.h"
+#include "KelvaneSDK/Nodes/InputStreamNode.h"
+#include "KelvaneSDK/Nodes/VariableOutputNode.h"
 
 namespace KelvaneSDK {
 

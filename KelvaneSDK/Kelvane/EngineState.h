@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "KelvaneSDK/ContainerNode/ContainerNode.h"
-#include "KelvaneSDK/DiagramState.h"
 #include "KelvaneSDK/Kelvane/DiagramNodes.h"
 #include "KelvaneSDK/Kelvane/Kelvane.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/MemoryGuard.h"
+#include "KelvaneSDK/Nodes/DiagramState.h"
 #include "KelvaneSDK/Operation.h"
 
 namespace KelvaneSDK {

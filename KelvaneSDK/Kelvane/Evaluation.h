@@ -11,11 +11,11 @@
 #include <unordered_map>
 #include <vector>
 
-#include "KelvaneSDK/DiagramState.h"
 #include "KelvaneSDK/Kelvane/DiagramNodes.h"
 #include "KelvaneSDK/Kelvane/LabelledValues.h"
 #include "KelvaneSDK/Kelvane/SettledOrder.h"
 #include "KelvaneSDK/Kelvane/StepGroups.h"
+#include "KelvaneSDK/Nodes/DiagramState.h"
 
 namespace KelvaneSDK {
 

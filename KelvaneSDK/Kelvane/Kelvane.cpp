@@ -5,7 +5,7 @@
 #include "KelvaneSDK/Kelvane/BackgroundRuns.h"
 #include "KelvaneSDK/Kelvane/EngineState.h"
 #include "KelvaneSDK/Kelvane/Evaluation.h"
-#include "KelvaneSDK/NodeState.h"
+#include "KelvaneSDK/Nodes/NodeState.h"
 
 namespace KelvaneSDK {
 

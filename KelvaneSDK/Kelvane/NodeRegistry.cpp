@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/FunctionFamilies.h"
+#include "KelvaneSDK/Functions/FunctionFamilies.h"
 
 namespace KelvaneSDK {
 

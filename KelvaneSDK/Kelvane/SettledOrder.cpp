@@ -4,7 +4,7 @@
 #include <functional>
 #include <queue>
 
-#include "KelvaneSDK/NodeState.h"
+#include "KelvaneSDK/Nodes/NodeState.h"
 
 namespace KelvaneSDK {
 

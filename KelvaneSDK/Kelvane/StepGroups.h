@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "KelvaneSDK/Kelvane/DiagramNodes.h"
-#include "KelvaneSDK/Step.h"
+#include "KelvaneSDK/Nodes/Step.h"
 
 namespace KelvaneSDK {
 

@@ -3,7 +3,7 @@
 #include <limits>
 #include <utility>
 
-#include "KelvaneSDK/ElementArithmetic.h"
+#include "KelvaneSDK/Functions/ElementArithmetic.h"
 #include "KelvaneSDK/Kelvane/EngineState.h"
 #include "KelvaneSDK/Kelvane/Evaluation.h"
 

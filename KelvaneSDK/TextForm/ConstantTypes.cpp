@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "KelvaneSDK/SlotClasses.h"
+#include "KelvaneSDK/Values/SlotClasses.h"
 
 namespace KelvaneSDK {
 

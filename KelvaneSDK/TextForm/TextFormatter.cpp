@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/MemoryGuard.h"
 #include "KelvaneSDK/TextForm/TextForm.h"
 #include "KelvaneSDK/TextForm/TextTokens.h"
 

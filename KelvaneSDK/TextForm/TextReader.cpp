@@ -7,7 +7,7 @@
 #include "KelvaneSDK/FileProcessing/JsonText.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/MemoryGuard.h"
 #include "KelvaneSDK/TextForm/ConstantTypes.h"
 #include "KelvaneSDK/TextForm/TextForm.h"
 #include "KelvaneSDK/TextForm/TextSyntax.h"

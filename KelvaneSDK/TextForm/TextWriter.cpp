@@ -2,7 +2,7 @@
 #include <cmath>
 
 #include "KelvaneSDK/FileProcessing/NumberText.h"
-#include "KelvaneSDK/MemoryGuard.h"
+#include "KelvaneSDK/Kelvane/MemoryGuard.h"
 #include "KelvaneSDK/TextForm/DiagramSheet.h"
 #include "KelvaneSDK/TextForm/TextForm.h"
 #include "KelvaneSDK/TextForm/TextTokens.h"

@@ -1,5 +1,5 @@
 #include "KelvaneSDK/ContainerNode/ContainerNode.h"
-#include "KelvaneSDK/ScalarVariables.h"
+#include "KelvaneSDK/Values/ScalarVariables.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "KelvaneSDK/VariableOutputNode.h"
+#include "KelvaneSDK/Nodes/VariableOutputNode.h"
 #include "support/DiagramDocument.h"
 #include "support/Stops.h"
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "KelvaneSDK/FunctionRows.h"
-#include "KelvaneSDK/InputStreamNode.h"
-#include "KelvaneSDK/VariableOutputNode.h"
+#include "KelvaneSDK/Nodes/InputStreamNode.h"
+#include "KelvaneSDK/Nodes/VariableOutputNode.h"
 #include "support/DiagramDocument.h"
 #include "support/Stops.h"
 

@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "KelvaneSDK/InputStreamNode.h"
 #include "KelvaneSDK/KelvaneSDK.h"
-#include "KelvaneSDK/VariableOutputNode.h"
+#include "KelvaneSDK/Nodes/InputStreamNode.h"
+#include "KelvaneSDK/Nodes/VariableOutputNode.h"
 
 namespace KelvaneSDK::testing_support {
 

@@ -1,9 +1,9 @@
-#include "KelvaneSDK/VariableOutputNode.h"
+#include "KelvaneSDK/Nodes/VariableOutputNode.h"
 
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/NodeState.h"
-#include "KelvaneSDK/ValueKinds.h"
+#include "KelvaneSDK/Functions/FunctionFamilies.h"
+#include "KelvaneSDK/Nodes/NodeState.h"
+#include "KelvaneSDK/Values/ValueKinds.h"
 
 namespace KelvaneSDK {
 

@@ -3,7 +3,7 @@
 // Internal: a function node as a compiled diagram evaluates it.
 
 #include "KelvaneSDK/FunctionNode.h"
-#include "KelvaneSDK/NodeState.h"
+#include "KelvaneSDK/Nodes/NodeState.h"
 
 namespace KelvaneSDK {
 

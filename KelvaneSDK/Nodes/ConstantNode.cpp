@@ -1,6 +1,6 @@
-#include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/NodeState.h"
-#include "KelvaneSDK/ValueKinds.h"
+#include "KelvaneSDK/Functions/FunctionFamilies.h"
+#include "KelvaneSDK/Nodes/NodeState.h"
+#include "KelvaneSDK/Values/ValueKinds.h"
 
 namespace KelvaneSDK {
 

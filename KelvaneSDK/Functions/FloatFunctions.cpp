@@ -3,12 +3,12 @@
 #include <deque>
 #include <limits>
 
-#include "KelvaneSDK/ElementArithmetic.h"
-#include "KelvaneSDK/FastRows.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
-#include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/SampleWindow.h"
-#include "KelvaneSDK/TrapezoidRule.h"
+#include "KelvaneSDK/Functions/ElementArithmetic.h"
+#include "KelvaneSDK/Functions/FastRows.h"
+#include "KelvaneSDK/Functions/FunctionFamilies.h"
+#include "KelvaneSDK/Functions/SampleWindow.h"
+#include "KelvaneSDK/Functions/TrapezoidRule.h"
 
 namespace KelvaneSDK {
 

@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
-#include "KelvaneSDK/DiagramState.h"
-#include "KelvaneSDK/GivenValue.h"
 #include "KelvaneSDK/Node.h"
-#include "KelvaneSDK/SlotList.h"
+#include "KelvaneSDK/Nodes/DiagramState.h"
+#include "KelvaneSDK/Values/GivenValue.h"
+#include "KelvaneSDK/Values/SlotList.h"
 
 namespace KelvaneSDK {
 

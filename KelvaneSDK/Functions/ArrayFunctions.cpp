@@ -4,10 +4,10 @@
 #include <numeric>
 #include <vector>
 
-#include "KelvaneSDK/ArrayVariables.h"
-#include "KelvaneSDK/FastRows.h"
-#include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/ListOperations.h"
+#include "KelvaneSDK/Functions/FastRows.h"
+#include "KelvaneSDK/Functions/FunctionFamilies.h"
+#include "KelvaneSDK/Functions/ListOperations.h"
+#include "KelvaneSDK/Values/ArrayVariables.h"
 
 namespace KelvaneSDK {
 

@@ -1,8 +1,8 @@
 #include <algorithm>
 
-#include "KelvaneSDK/FastRows.h"
-#include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/QuaternionMath.h"
+#include "KelvaneSDK/Functions/FastRows.h"
+#include "KelvaneSDK/Functions/FunctionFamilies.h"
+#include "KelvaneSDK/Functions/QuaternionMath.h"
 
 namespace KelvaneSDK {
 

@@ -1,10 +1,10 @@
 #include <cmath>
 
-#include "KelvaneSDK/FastRows.h"
-#include "KelvaneSDK/FunctionFamilies.h"
-#include "KelvaneSDK/SampleWindow.h"
-#include "KelvaneSDK/SequenceValue.h"
-#include "KelvaneSDK/TrapezoidRule.h"
+#include "KelvaneSDK/Functions/FastRows.h"
+#include "KelvaneSDK/Functions/FunctionFamilies.h"
+#include "KelvaneSDK/Functions/SampleWindow.h"
+#include "KelvaneSDK/Functions/TrapezoidRule.h"
+#include "KelvaneSDK/Values/SequenceValue.h"
 
 namespace KelvaneSDK {
 

@@ -4,7 +4,7 @@
 // slot's type.
 
 #include "KelvaneSDK/FunctionRows.h"
-#include "KelvaneSDK/Step.h"
+#include "KelvaneSDK/Nodes/Step.h"
 
 namespace KelvaneSDK {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KelvaneSDK/SlotClasses.h"
+#include "KelvaneSDK/Values/SlotClasses.h"
 
 namespace KelvaneSDK {
 

@@ -1,8 +1,8 @@
-#include "KelvaneSDK/QuaternionMath.h"
+#include "KelvaneSDK/Functions/QuaternionMath.h"
 
 #include <cmath>
 
-#include "KelvaneSDK/ElementArithmetic.h"
+#include "KelvaneSDK/Functions/ElementArithmetic.h"
 
 namespace KelvaneSDK {
 

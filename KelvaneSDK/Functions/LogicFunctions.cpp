@@ -1,5 +1,5 @@
-#include "KelvaneSDK/FastRows.h"
-#include "KelvaneSDK/FunctionFamilies.h"
+#include "KelvaneSDK/Functions/FastRows.h"
+#include "KelvaneSDK/Functions/FunctionFamilies.h"
 
 namespace KelvaneSDK {
 

@@ -1,10 +1,10 @@
-#include "KelvaneSDK/SlotClasses.h"
+#include "KelvaneSDK/Values/SlotClasses.h"
 
 #include <array>
 
-#include "KelvaneSDK/ArrayVariables.h"
-#include "KelvaneSDK/ScalarVariables.h"
-#include "KelvaneSDK/SequenceValue.h"
+#include "KelvaneSDK/Values/ArrayVariables.h"
+#include "KelvaneSDK/Values/ScalarVariables.h"
+#include "KelvaneSDK/Values/SequenceValue.h"
 
 namespace KelvaneSDK {
 

@@ -1,8 +1,8 @@
-#include "KelvaneSDK/ScalarVariables.h"
+#include "KelvaneSDK/Values/ScalarVariables.h"
 
-#include "KelvaneSDK/ElementArithmetic.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FileProcessing/ValueText.h"
+#include "KelvaneSDK/Functions/ElementArithmetic.h"
 
 namespace KelvaneSDK {
 

@@ -1,8 +1,8 @@
 #include <functional>
 
-#include "KelvaneSDK/ElementArithmetic.h"
-#include "KelvaneSDK/FastRows.h"
-#include "KelvaneSDK/FunctionFamilies.h"
+#include "KelvaneSDK/Functions/ElementArithmetic.h"
+#include "KelvaneSDK/Functions/FastRows.h"
+#include "KelvaneSDK/Functions/FunctionFamilies.h"
 
 namespace KelvaneSDK {
 

@@ -5,7 +5,7 @@
 
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/Node.h"
-#include "KelvaneSDK/SequenceValue.h"
+#include "KelvaneSDK/Values/SequenceValue.h"
 
 namespace KelvaneSDK {
 

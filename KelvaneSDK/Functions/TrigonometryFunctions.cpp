@@ -1,8 +1,8 @@
 #include <cmath>
 #include <numbers>
 
-#include "KelvaneSDK/FastRows.h"
-#include "KelvaneSDK/FunctionFamilies.h"
+#include "KelvaneSDK/Functions/FastRows.h"
+#include "KelvaneSDK/Functions/FunctionFamilies.h"
 
 namespace KelvaneSDK {
 

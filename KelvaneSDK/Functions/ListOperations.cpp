@@ -1,4 +1,4 @@
-#include "KelvaneSDK/ListOperations.h"
+#include "KelvaneSDK/Functions/ListOperations.h"
 
 #include <initializer_list>
 #include <string>

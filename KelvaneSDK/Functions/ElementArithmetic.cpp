@@ -1,4 +1,4 @@
-#include "KelvaneSDK/ElementArithmetic.h"
+#include "KelvaneSDK/Functions/ElementArithmetic.h"
 
 #include <utf8proc.h>
 

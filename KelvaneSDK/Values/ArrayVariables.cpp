@@ -1,12 +1,12 @@
-#include "KelvaneSDK/ArrayVariables.h"
+#include "KelvaneSDK/Values/ArrayVariables.h"
 
 #include <algorithm>
 #include <functional>
 
 #include "KelvaneSDK/Diagnostics.h"
-#include "KelvaneSDK/ElementArithmetic.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FileProcessing/ValueText.h"
+#include "KelvaneSDK/Functions/ElementArithmetic.h"
 
 namespace KelvaneSDK {
 

@@ -3,7 +3,7 @@
 #include <limits>
 #include <vector>
 
-#include "KelvaneSDK/SlotClasses.h"
+#include "KelvaneSDK/Values/SlotClasses.h"
 
 namespace KelvaneSDK {
 

@@ -100,10 +100,13 @@ void FunctionNode::finish(Value newOutput) {
 void FunctionNode::finishOrClear(std::optional<Value> newOutput) {
     if (newOutput) return finish(*std::move(newOutput));
     output().clearValue();
-    consumeInputs();
+    endWithoutOutput("there is no result for such values");
 }
 
-void FunctionNode::endWithoutOutput(const char*) { consumeInputs(); }
+void FunctionNode::endWithoutOutput(const char* reason) {
+    NodeState::of(*this).noteSilence(reason);
+    consumeInputs();
+}
 
 void FunctionNode::stopOnViolation() const {
     std::array<const Value*, mostDeclaredInputs> values{};
@@ -154,8 +157,9 @@ void RowBase::askDemands() const {
 
 void RowBase::fallSilent(Silent silence) {
     if (silence.effect == Silent::clearsOutput) output().clearValue();
-    if (silence.effect == Silent::consumesInput1) return consume(1);
-    endWithoutOutput(silence.reason);
+    if (silence.effect != Silent::consumesInput1) return endWithoutOutput(silence.reason);
+    NodeState::of(*this).noteSilence(silence.reason);
+    consume(1);
 }
 
 void RowBase::declareSlot(Declaration& declaration, const RowSlot& slot, std::optional<ValueType> type) {

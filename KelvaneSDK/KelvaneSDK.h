@@ -4,6 +4,7 @@
 //
 //     Kelvane/Kelvane.h                 the engine: load a diagram, evaluate batches, take results
 //     Kelvane/LabelledValues.h          what goes into the engine, and what comes out of it
+//     Observation/RunTally.h            what nodes do in each batch, and why they stay silent
 //     Value.h                           the values themselves
 //     Diagnostics.h                     messages, stops, and limits for diagrams from elsewhere
 //     DiagramCheck/DiagramCheck.h       what is wrong in a document, without an engine
@@ -27,4 +28,5 @@
 #include "KelvaneSDK/FileProcessing/JsonWriter.h"
 #include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/Kelvane/Kelvane.h"
+#include "KelvaneSDK/Observation/RunTally.h"
 #include "KelvaneSDK/TextForm/TextForm.h"

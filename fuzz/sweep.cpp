@@ -150,6 +150,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     require(idsOf(engine.getFunctionNodes()) == idsOf(plain.order), "the order is the document's at first");
     // To look at an output makes a difference to the engine.
     const bool looksLate = size % 2 == 0;
+    EvaluationObserver observer;
+    if (size % 3 == 0) engine.observe(&observer);
     for (int round = choices.between(1, 4); round > 0; --round) {
         for (const auto& batch : KelvaneFuzz::anyBatches(choices, engine)) {
             KelvaneOutput output, plainOutput;

@@ -58,6 +58,7 @@ x1, x2, wrong = update(1), update(2), update(2, '"floatValue":"1"')
 walkSums = update(0.5, '"floatValue":11', "sum") + update(1, '"floatValue":12.5', "sum")
 walkResults = (update(0.5, '"floatValue":11', "sum") + update(0.5) + update(1, '"floatValue":12.5', "sum") + update(1, '"floatValue":2.5'))
 firstResult = update(1, '"floatValue":11', "sum") + x1
+unread = 'kelvane: warning: no input stream reads the recording\'s "speed"\n'
 invalid = '2:40: "floatValue" is a string; a number was expected (ERROR: invalid JSON at line 1!)'
 badConstant = 'bad-constant.json:11: properties[2]: node 1 ("Float", "offset"): "ten" is no value of type "Float"; expected a number\n'
 unknownId = "unknown-id.json:12: connections[1]: no node has the outputNodeId 7; the connection would be retried without end\n"
@@ -65,10 +66,10 @@ misspelt = 'misspelt.json:4: nodes[1]: node 1 ("Moving avrager"): no function is
 
 
 def runs():
-    row("run sum.json walk.jsonl", 0, walkResults)
+    row("run sum.json walk.jsonl", 0, walkResults, unread)
     row("run sum.json -", 0, walkResults, input=walkResults)
-    row("run sum.json walk.jsonl --no-inputs", 0, walkSums)
-    row("run sum.json walk.jsonl --hide x --hide sum", 0)
+    row("run sum.json walk.jsonl --no-inputs -q", 0, walkSums)
+    row("run sum.json walk.jsonl --hide x --hide sum --quiet", 0)
     row("run sum.json --hide x --set offset=-1e1 --set offset=10", 0, walkSums, input=walkResults)
     row("run sum.json broken.jsonl", 1, firstResult, f"broken.jsonl:{invalid}; 2 more lines were not read\n")
     row("run sum.json", 1, firstResult, f"standard input:{invalid}; the rest was not read\n", x1 + wrong + x2)
@@ -76,10 +77,12 @@ def runs():
         f"broken.jsonl:{invalid}\nbroken.jsonl:4:21: the recording ends within this line (ERROR: invalid JSON at line 3!)\n"
         "broken.jsonl: 2 invalid lines were skipped\n")
     wrongType = "ERROR: trying to set input stream 'x' with wrong type!\n"
-    row("run sum.json --no-inputs", 1, "", 2 * wrongType, update(1, '"integerValue":1') + update(2, '"booleanValue":true'))
+    row("run sum.json --no-inputs", 1, "", 2 * wrongType + 'kelvane: warning: the input stream "x" refused 2 values of another type, the first at t = 1.0\n'
+        'kelvane: warning: the variable output "sum" gave no value; `kelvane why sum.json RECORDING` says why\n', update(1, '"integerValue":1') + update(2, '"booleanValue":true'))
     row("run escape.kelvane", 1, update(1, '"floatValue":0', "red\\u001b[31m"),
-        "ERROR: trying to set input stream 'red\\x1b[31m' with wrong type!\n", update(1, '"integerValue":1', "red\\u001b[31m"))
-    row("run bad-constant.json walk.jsonl --no-inputs --set offset=10", 1, walkSums, badConstant)
+        "ERROR: trying to set input stream 'red\\x1b[31m' with wrong type!\n"
+        'kelvane: warning: the input stream "red\\x1b[31m" refused 1 value of another type, the first at t = 1.0\n', update(1, '"integerValue":1', "red\\u001b[31m"))
+    row("run bad-constant.json walk.jsonl --no-inputs --set offset=10", 1, walkSums, badConstant + unread)
     row("run unknown-id.json", 1, "", f"{unknownId}kelvane: unknown-id.json cannot be evaluated\n")
     status, output, messages = run("run", "sum.json", "--keep-going", input="\n" * 250)
     expect("many invalid lines", (status, output, messages.count("\n"), messages.splitlines()[-1]),
@@ -145,7 +148,7 @@ Basic
     row("info -", 0, info, input=exported[1])
     text = run("fmt", "--to", "text", "sum.json")
     row("fmt -", *text, input=text[1].replace(", ", " ,  "))
-    row("run - walk.jsonl", 0, walkResults, input=run("fmt", "--to", "json", "-", input=text[1])[1])
+    row("run - walk.jsonl", 0, walkResults, unread, input=run("fmt", "--to", "json", "-", input=text[1])[1])
     row("check -", 1, 'standard input:2:10: "y" (Float): input 0 ("value") is of type "Float", but Not at 2:10 brings values of type "Boolean"\n'
         "1 diagram checked: 1 error, 0 warnings\n", input="x: Boolean\ny: Float=Not(x)")
     row("run - walk.jsonl", *run("run", "sum.json", "walk.jsonl"), input=text[1])
@@ -185,7 +188,7 @@ def usage():
             ("run sum.json -o ''", 1, 'cannot write "": No such file or directory'),
             ("run sum.json -o none/out.jsonl", 1, "cannot write none/out.jsonl: No such file or directory")]:
         row(command, status, "", f"kelvane: {message}\n")
-    for command, message in ("", "a command was expected: run, check, "), ("help", 'no command is called "help"; there are run, check, '):
+    for command, message in ("", "a command was expected: run, why, "), ("help", 'no command is called "help"; there are run, why, '):
         status, output, messages = run(*command.split())
         expect(command, (status, output, messages[:len("kelvane: " + message)]), (2, "", "kelvane: " + message))
     if not os.environ.get("KELVANE_SANITIZE"):
@@ -273,7 +276,7 @@ def edits(folder):
     expect("a diagram from nothing", (text, changes(run("fmt", "--to", "json", "-", input=text)[1], run("fmt", "--to", "json", "-", input=document)[1])),
            ("// new\nx: Float\n`\\`a\\`` = 5: Integer\nmean = Moving averager(`\\`a\\``, x)\ny: Float = mean\n", []))
     tuned = folder / "tuned.json"
-    expect("a run that saves", (run("run", "sum.json", "walk.jsonl", "--no-inputs", "--set", "offset=10.0", "--save", tuned), tuned.read_text()),
+    expect("a run that saves", (run("run", "sum.json", "walk.jsonl", "--no-inputs", "--quiet", "--set", "offset=10.0", "--save", tuned), tuned.read_text()),
            ((0, walkSums, ""), documents["sum"].replace('"10"', '"10.0"')))
 
 
@@ -373,7 +376,10 @@ def manyRecordings(folder):
     walk.write_text(walkResults)
     listed.write_text(f"{folder}\n\nnone.jsonl\n")
     amounts = [f"{long}: 20000 batches, 20000 updates, 40000 output values\n", f"{broken}:{invalid}\n{broken}: 2 batches, 1 update, 2 output values; failed\n",
-               f"{integer}: ERROR: trying to set input stream 'x' with wrong type!\n{integer}: 2 batches, 1 update, 1 output value; failed\n",
+               f"{integer}: ERROR: trying to set input stream 'x' with wrong type!\n"
+               f'{integer}: warning: the input stream "x" refused 1 value of another type, the first at t = 1.0\n'
+               f'{integer}: warning: the variable output "sum" gave no value; `kelvane why sum.json {integer}` says why\n'
+               f"{integer}: 2 batches, 1 update, 1 output value; failed\n",
                f"{walk}: 3 batches, 4 updates, 4 output values\n"]
     failed = "kelvane: 2 of 4 recordings failed\n"
     alone = [run("run", "sum.json", path)[1] for path in (long, broken, integer, walk)]

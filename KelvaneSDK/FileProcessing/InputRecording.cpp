@@ -41,8 +41,14 @@ public:
     std::string_view piece;
     /// The batch that is lent.
     KelvaneInput lent;
+    RecordingLosses losses;
 
 private:
+    void noteReplaced() {
+        if (losses.replaced++ > 0) return;
+        losses.firstReplacedTime = update.timestamp;
+        losses.firstReplacedName = update.name;
+    }
     void failOutOfMemory() { failed = {lineIndex, 1, outOfMemoryReason, false}; }
 
     void add(std::string_view text) {
@@ -68,7 +74,7 @@ private:
                 isBegun = false;
                 collected.begin(update.timestamp);
             }
-            collected.takeSpare(update.name);
+            if (!collected.takeSpare(update.name)) noteReplaced();
             isBegun = true;
             if (isComplete) return;
         }
@@ -166,6 +172,7 @@ void RecordingReader::finish() { state->finish(); }
 const KelvaneInput* RecordingReader::next() { return next(state->lent) ? &state->lent : nullptr; }
 bool RecordingReader::next(KelvaneInput& batch) { return state->next(batch); }
 const std::optional<RecordingFailure>& RecordingReader::failure() const { return state->failed; }
+const RecordingLosses& RecordingReader::losses() const { return state->losses; }
 std::string_view RecordingReader::unread() const { return state->piece; }
 
 std::vector<KelvaneInput> readKelvaneInputs(std::string_view from) {

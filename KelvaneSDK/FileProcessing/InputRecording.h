@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -26,6 +27,15 @@ struct RecordingFailure {
 
     /// The library's own line for it: "ERROR: invalid JSON at line <index>!", or "ERROR: out of memory!".
     std::string diagnostic() const;
+};
+
+/// What a recording holds and its batches do not.
+struct RecordingLosses {
+    /// Updates that a later one of the same name and time replaced; the first such name, and its time in
+    /// seconds.
+    std::uint64_t replaced = 0;
+    std::string firstReplacedName;
+    double firstReplacedTime = 0;
 };
 
 /// Reads a recording of input batches from pieces of text as they arrive, in memory that does not grow with
@@ -79,6 +89,8 @@ public:
     bool next(KelvaneInput& batch);
     /// The line that ended the reading, if one did.
     const std::optional<RecordingFailure>& failure() const;
+    /// What was lost so far.
+    const RecordingLosses& losses() const;
     /// What comes after the line that ended the reading in the piece that it stands in.
     std::string_view unread() const;
 

@@ -53,7 +53,7 @@ std::size_t StreamNames::add(std::string_view text) {
     return index;
 }
 
-void RecordingBatch::takeSpare(std::string_view name) {
+bool RecordingBatch::takeSpare(std::string_view name) {
     // Ever new names must not fill the memory.
     constexpr std::size_t mostUnused = 4096;
     if (count == 0 && names.size() > mostUnused + 2 * previousCount) names.forget();
@@ -61,11 +61,12 @@ void RecordingBatch::takeSpare(std::string_view name) {
     auto& known = names[index];
     if (known.batch == number) {
         values[known.position] = std::move(values[count]);
-        return;
+        return false;
     }
     places.push_back({known.beginning, index, count});
     known.batch = number;
     known.position = count++;
+    return true;
 }
 
 void RecordingBatch::moveTo(KelvaneInput& input) {

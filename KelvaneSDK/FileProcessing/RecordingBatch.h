@@ -53,8 +53,8 @@ public:
         if (count == values.size()) values.emplace_back(0.0);
         return values[count];
     }
-    /// Adds the spare value under a name, or replaces that of the same name.
-    void takeSpare(std::string_view name);
+    /// Adds the spare value under a name, or replaces that of the same name: then false.
+    bool takeSpare(std::string_view name);
     /// Hands the updates over, sorted, and leaves the batch empty but for the spare value. Nothing happens
     /// when memory runs out.
     void moveTo(KelvaneInput& input);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "KelvaneSDK/Kelvane/LabelText.h"
+#include "KelvaneSDK/Observation/EvaluationObserver.h"
 
 namespace KelvaneSDK {
 
@@ -52,6 +53,8 @@ inline bool Evaluation::begin(double batchTimestamp) {
 
 void Evaluation::beginSpecially() {
     work = 0;
+    isFurtherPass = false;
+    if (state.observer != nullptr) state.observer->batchBegan(timestamp);
     if (seenHandWritten != state.handWritten || !copiedConstants.empty()) refreshConstants();
     if (walksAll) return;
     for (std::size_t i = 0; i < touched.size(); ++i) touched[i] = always[i] | std::exchange(carried[i], 0);
@@ -118,16 +121,20 @@ void Evaluation::touch(const Stream& stream) {
 }
 
 [[gnu::always_inline]] inline void Evaluation::run(bool isPlainBatch) {
-    if (isPlainBatch && heldBack.empty()) {
-        run(groups.data(), groups.end());
-        collect(outputs.data(), outputs.data() + outputs.size());
-    } else {
-        pass();
-    }
+    if (!isPlainBatch || !heldBack.empty()) return runSpecially();
+    run(groups.data(), groups.end());
+    collect(outputs.data(), outputs.data() + outputs.size());
     if (!fedBackLabels.empty()) runFurtherPasses();
 }
 
+void Evaluation::runSpecially() {
+    pass();
+    if (!fedBackLabels.empty()) runFurtherPasses();
+    if (state.observer != nullptr) state.observer->batchEnded();
+}
+
 void Evaluation::runFurtherPasses() {
+    isFurtherPass = true;
     while (!fedBackLabels.empty() && feedBack()) {
         pass();
         // What it left half fed may be completed by the constants of the next batch.
@@ -151,7 +158,11 @@ void Evaluation::feedHeldBack() {
               [](const Feed& a, const Feed& b) { return a.stream < b.stream; });
     for (const auto& [place, value] : heldBack) {
         const Stream& stream = streams[place];
+        const auto taken = stream.given->stamp;
         stream.node->take(*value, timestamp);
+        if (state.observer != nullptr)
+            state.observer->streamUpdated(
+                {*stream.node, *value, stream.given->stamp != taken, isFurtherPass});
         setWritten(labels[stream.label], stream.label, stream.node->outputValue()->payload());
         if (!walksAll) touch(stream);
     }
@@ -177,7 +188,7 @@ bool Evaluation::runGroups() {
     bool anyRan = false;
     const auto runBlock = [&](StepGroup* first, const StepGroup* end) {
         if (isLimited && first != end) countWork(*first->steps->node);
-        anyRan |= run(first, end);
+        anyRan |= state.observer == nullptr ? run(first, end) : runObserved(first, end);
     };
     if (walksAll) {
         runBlock(groups.data(), groups.end());
@@ -197,6 +208,32 @@ bool Evaluation::runGroups() {
         anyRan |= group->triggerCount == 0 ? group->steps->run(*group->steps) : run(*group, batch);
     }
     return anyRan;
+}
+
+// Every step stands alone where it is observed.
+bool Evaluation::runObserved(const StepGroup* group, const StepGroup* end) {
+    bool anyRan = false;
+    for (; group != end; ++group) anyRan |= runObserved(*group->steps);
+    return anyRan;
+}
+
+bool Evaluation::runObserved(Step& step) {
+    using Clock = EvaluationObserver::Clock;
+    const bool takesTimes = state.observer->takesTimes();
+    const NodeState& node = NodeState::of(*step.node);
+    const auto given = node.given.stamp;
+    state.silence = "";
+    EvaluationObserver::NodeRun ran{*step.node};
+    if (takesTimes) ran.begin = Clock::now();
+    if (!step.run(step)) return false;
+    if (takesTimes) ran.end = Clock::now();
+    if (node.given.stamp != given) {
+        ran.emitted = node.outputPayload();
+    } else {
+        ran.silence = state.silence;
+    }
+    state.observer->nodeRan(ran);
+    return true;
 }
 
 inline bool Evaluation::run(StepGroup& group, std::uint64_t batch) {
@@ -290,13 +327,14 @@ void Evaluation::collectSpecially(Output& output) {
     const GivenValue& given = node.given;
     // The next one may need no more than another value in the same place.
     const bool isPlain = output.isOnlyOne && !output.isAsked && value == &given.value && given.special == 0 &&
-                         value->type() <= ValueType::Boolean;
+                         value->type() <= ValueType::Boolean && state.observer == nullptr;
     output.plainKind = isPlain ? given.kind : Output::notPlain;
     output.showsInput = isPlain && output.isLasting && node.outputSlot == nullptr;
     if (output.showsInput) {
         node.showInput();
         value = &output.input.source->value;
     }
+    if (state.observer != nullptr) state.observer->outputWritten(*output.node, value);
     setWritten(labels[output.label], output.label, value);
     if (labels[output.label].isFedBack) noteFedBack(output.label);
 }

@@ -119,13 +119,16 @@ private:
     void touch(const Stream& stream);
     void run(bool isPlainBatch);
     [[gnu::noinline]] void runFurtherPasses();
-    [[gnu::noinline]] void pass();
+    [[gnu::noinline]] void runSpecially();
+    void pass();
     bool feedBack();
     void feedHeldBack();
     void endHeldBack();
     void sweep();
     bool runGroups();
     bool run(StepGroup* group, const StepGroup* end);
+    bool runObserved(const StepGroup* group, const StepGroup* end);
+    bool runObserved(Step& step);
     static bool run(StepGroup& group, std::uint64_t batch);
     [[gnu::noinline]] static void computeEach(const StepGroup& group);
     static double latestOf(const Step& step);
@@ -196,6 +199,8 @@ private:
     double timestamp = 0;
     std::size_t work = 0;
     bool isLimited = false;
+    /// What is fed comes from variable outputs.
+    bool isFurtherPass = false;
     /// What was fed that takes more than setting a value.
     std::vector<Feed> heldBack;
     Bits writtenLabels;

@@ -134,7 +134,8 @@ void Evaluation::settle(SweepPass pass) {
     compileReach();
     for (auto& label : labels) {
         label.isFedBack = label.firstStream < label.lastStream || furtherPassesSettleAnew || hasUnknownNodes;
-        const bool hasOne = label.lastStream - label.firstStream == 1 && !hasUnknownNodes;
+        const bool hasOne =
+            label.lastStream - label.firstStream == 1 && !hasUnknownNodes && state.observer == nullptr;
         label.onlyGiven = hasOne ? streams[streamsByLabel[label.firstStream]].given : nullptr;
     }
     std::vector<std::uint32_t> bearers(labels.size());
@@ -190,7 +191,7 @@ void Evaluation::compileSteps(SweepPass pass) {
                                output.input.source == &NodeState::of(*step.node).given;
         }
     }
-    if (mayRunAgain || furtherPassesSettleAnew) {
+    if (mayRunAgain || furtherPassesSettleAnew || state.observer != nullptr) {
         groups.keepApart(steps);
     } else {
         groups.form(nodes, steps, stepInputs, state.batches, pass == SweepPass::further);
@@ -284,7 +285,7 @@ void Evaluation::compileReach() {
     constexpr std::size_t worthwhile = 8;
     walksAll = hasUnknownNodes || groupBlocks + outputBlocks < worthwhile || !findReach();
     if (walksAll) always = everywhere;
-    walksOnce = walksAll && !mayRunAgain && copiedConstants.empty();
+    walksOnce = walksAll && !mayRunAgain && copiedConstants.empty() && state.observer == nullptr;
 }
 
 // False when that would take too long.

@@ -32,6 +32,12 @@ void Kelvane::setStopBehavior(StopBehavior behavior) { engine->stopBehavior = be
 const std::optional<StopReason>& Kelvane::failure() const { return engine->failed; }
 void Kelvane::setLimits(const EvaluationLimits& limits) { engine->state.budget.setLimits(limits); }
 
+void Kelvane::observe(EvaluationObserver* observer) {
+    engine->state.observer = observer;
+    // What is compiled for an observer reports to one.
+    ++engine->state.changes;
+}
+
 const NodeRegistry& Kelvane::nodeTypes() const { return *engine->registry; }
 std::span<const std::unique_ptr<Node>> Kelvane::nodeList(NodeCategory category) const {
     return engine->listOf(category);

@@ -13,6 +13,7 @@
 #include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 #include "KelvaneSDK/Kelvane/LabelledValues.h"
 #include "KelvaneSDK/NodeClass.h"
+#include "KelvaneSDK/Observation/EvaluationObserver.h"
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
@@ -175,6 +176,9 @@ public:
     const std::optional<StopReason>& failure() const;
     /// Limits what evaluation may use up, from the next batch on; none at first.
     void setLimits(const EvaluationLimits& limits);
+    /// Lets an observer see what becomes of each batch from the next one on, until null takes its place. It
+    /// must outlive that.
+    void observe(EvaluationObserver* observer);
 
     // What a diagram offers.
 

@@ -9,6 +9,8 @@
 
 namespace KelvaneSDK {
 
+class EvaluationObserver;
+
 /// The limits of an engine together with the time used by the batch in progress.
 class EvaluationBudget {
 public:
@@ -52,6 +54,10 @@ struct DiagramState {
     std::uint64_t handWritten = 0;
     /// Counts evaluated batches; the clock of every constant.
     std::uint64_t batches = 0;
+    /// Who watches the evaluation, or null.
+    EvaluationObserver* observer = nullptr;
+    /// Why the function that ran last gave nothing, where it said so.
+    const char* silence = "";
 };
 
 }  // namespace KelvaneSDK

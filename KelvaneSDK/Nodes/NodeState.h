@@ -40,6 +40,10 @@ public:
     void noteHandWritten() const {
         if (diagram != nullptr) ++diagram->handWritten;
     }
+    /// Says why this step gives nothing, for who asks.
+    void noteSilence(const char* reason) const {
+        if (diagram != nullptr) diagram->silence = reason;
+    }
     void checkElements(const Value& value, const Node& node) const {
         if (diagram != nullptr && diagram->budget.limitsElements()) node.checkElements(value.contentCount());
     }

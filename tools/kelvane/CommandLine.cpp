@@ -91,7 +91,41 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
             "--max-memory", options.maxMemory,
             "End the run when it needs more memory than SIZE, such as 500M or 4G (half of the machine's)")
         ->type_name("SIZE");
+    addRepeatable(command, "--init", options.initial,
+                  "Give the input stream of this label a value once, in the first batch", "LABEL=TEXT");
+    addRepeatable(command, "--tap", options.taps, "Add the values of a node, by label or #id, to the results",
+                  "NODE");
+    command.add_flag("--profile", options.withProfile, "Report the time that functions and nodes take");
+    command
+        .add_option("--profile-json", options.profile,
+                    "Write the time that functions and nodes take to FILE, as JSON")
+        ->type_name("FILE");
+    command
+        .add_option("--trace", options.trace, "Write every run to FILE, as trace events that browsers show")
+        ->type_name("FILE");
+    command.add_flag("-q,--quiet", options.isQuiet, "Do not warn of what stayed silent and what was lost");
     command.add_flag("--stats", options.withStatistics, "Report how much was done, on standard error");
+}
+
+void addWhy(CLI::App& app, WhyOptions& options, int& status) {
+    auto& command =
+        addCommand(app, "why", "Say why nodes of a diagram stay silent in a recording", options, status, why);
+    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+    command.add_option("RECORDING", options.recording, "The recording; - or none is standard input")
+        ->type_name("");
+    command
+        .add_option("NODE", options.node,
+                    "A node's label, or #id; all that give less than they could without it")
+        ->type_name("");
+    command
+        .add_option("--at", options.at,
+                    "Show the last batch up to this time, in seconds: who ran, and on what")
+        ->type_name("T");
+    addRepeatable(command, "--set", options.constants, "Give the constants of this label another value",
+                  "LABEL=TEXT");
+    addRepeatable(command, "--init", options.initial,
+                  "Give the input stream of this label a value once, in the first batch", "LABEL=TEXT");
+    command.add_flag("--json", options.asJson, "Write JSON");
 }
 
 void addCheck(CLI::App& app, CheckOptions& options, int& status) {
@@ -225,6 +259,8 @@ int runCommand(int argc, char** argv) {
     int status = ExitStatus::done;
     RunOptions runOptions;
     addRun(app, runOptions, status);
+    WhyOptions whyOptions;
+    addWhy(app, whyOptions, status);
     CheckOptions checkOptions;
     addCheck(app, checkOptions, status);
     InfoOptions infoOptions;

@@ -23,6 +23,8 @@ struct RunOptions {
     bool resumes = false;
     /// "LABEL=TEXT"
     std::vector<std::string> constants;
+    /// "LABEL=TEXT", for input streams: fed once, in the first batch.
+    std::vector<std::string> initial;
     /// Where the diagram with these constants is written; empty: nowhere.
     std::string save;
     std::vector<std::string> hidden;
@@ -30,6 +32,15 @@ struct RunOptions {
     /// Invalid lines of the recording are reported and skipped.
     bool keepsGoing = false;
     bool withStatistics = false;
+    /// Without the warnings at the end.
+    bool isQuiet = false;
+    /// Nodes whose values are added to the results: a label, or "#id".
+    std::vector<std::string> taps;
+    /// Reports the time that nodes take; and the file that has it as JSON, if there is one.
+    bool withProfile = false;
+    std::string profile;
+    /// The file of trace events; empty: none.
+    std::string trace;
     /// What an evaluation may use up before the run ends.
     std::int64_t maxElements = 10'000'000;
     double maxBatchSeconds = 10;
@@ -38,6 +49,19 @@ struct RunOptions {
 };
 /// Writes, beside the results, what went wrong, and for several recordings a line for each.
 int run(const RunOptions& options);
+
+struct WhyOptions {
+    std::string diagram, recording;
+    /// A label, or "#id"; empty: all that are silent.
+    std::string node;
+    /// The time of the one batch to be shown, in seconds.
+    std::optional<double> at;
+    bool asJson = false;
+    /// As those of a run.
+    std::vector<std::string> constants, initial;
+};
+/// Writes why nodes stay silent.
+int why(const WhyOptions& options);
 
 struct CheckOptions {
     std::vector<std::string> diagrams;

@@ -50,6 +50,7 @@ LibraryMessages::~LibraryMessages() { setDiagnosticSink(std::move(previous)); }
 
 void LibraryMessages::take(std::string_view line) {
     errors |= isError(line);
+    if (listener) listener(line);
     report(printable(line));
 }
 

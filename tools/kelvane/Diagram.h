@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,10 +20,13 @@ public:
     LibraryMessages& operator=(const LibraryMessages&) = delete;
 
     bool hasErrors() const { return errors; }
+    /// Somebody else to be told of each line from now on; must stay as long.
+    void alsoTell(std::function<void(std::string_view)> other) { listener = std::move(other); }
     void take(std::string_view line);
 
 private:
     KelvaneSDK::DiagnosticSink previous;
+    std::function<void(std::string_view)> listener;
     bool errors = false;
 };
 

@@ -45,8 +45,30 @@ void applyOptions(Kelvane& engine, const RunOptions& options) {
     for (const auto& label : engine.getInputStreams()) engine.setInputStreamForwarding(label, false);
 }
 
+InitialValues initialValues(const Kelvane& engine, const std::vector<std::string>& settings) {
+    InitialValues initial;
+    for (const auto& setting : settings) {
+        const std::string option = "--init " + setting;
+        const auto [label, text] =
+            splitSetting(option, setting, labels(engine, NodeCategory::InputStream), "input stream");
+        for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
+            if (node->label() != label) continue;
+            const auto type = concreteClassNamed(node->typeString);
+            initial.values.emplace_back(label, constantValue(option, *type, text));
+            break;
+        }
+    }
+    return initial;
+}
+
+void InitialValues::addTo(KelvaneInput& batch) {
+    for (auto& [label, value] : values) batch.updates.try_emplace(label, std::move(value));
+    values.clear();
+}
+
 std::pair<std::string, std::string> splitSetting(const std::string& option, const std::string& setting,
-                                                 const std::vector<std::string>& known) {
+                                                 const std::vector<std::string>& known,
+                                                 std::string_view noun) {
     for (auto end = setting.find('='); end != std::string::npos; end = setting.find('=', end + 1)) {
         const auto label = setting.substr(0, end);
         if (std::find(known.begin(), known.end(), label) != known.end())
@@ -55,7 +77,8 @@ std::pair<std::string, std::string> splitSetting(const std::string& option, cons
     const auto equals = setting.find('=');
     if (equals == std::string::npos) refuseOption(option, "LABEL=TEXT was expected");
     const auto label = setting.substr(0, equals);
-    refuseOption(option, withHint("no constant is called " + inQuotes(label), nearestNameHint(label, known)));
+    refuseOption(option, withHint("no " + std::string(noun) + " is called " + inQuotes(label),
+                                  nearestNameHint(label, known)));
 }
 
 Value constantValue(const std::string& option, ValueClass type, const std::string& text) {

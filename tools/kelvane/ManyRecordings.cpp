@@ -173,17 +173,19 @@ private:
         // A reset would not do: the slots of outputs keep their values.
         const auto engine = anotherEngine(diagram);
         applyOptions(*engine, options);
+        Replay replay(*engine, options, recording, file ? static_cast<PendingText&>(*file) : texts.results,
+                      reportLine);
         engine->setDiagnosticSink([&](std::string_view line) {
             hasErrors |= isError(line);
+            replay.takeLine(line);
             texts.report(name + ": " + printable(line));
         });
-        Replay replay(*engine, recording, file ? static_cast<PendingText&>(*file) : texts.results,
-                      reportLine);
         replay.run();
         amount = replay.amount();
         if (interrupted()) return false;
         const auto failure = replay.failure(diagram, name);
         if (!failure.empty()) reportLine(failure);
+        replay.writeWarnings(diagram, listed.path, name + ": ");
         hasErrors |= !failure.empty();
         // What is not right is no newer than its recording, so that another run does it again.
         if (file) file->finish(hasErrors && status ? std::optional(status->st_mtim) : std::nullopt);

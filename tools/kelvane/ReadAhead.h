@@ -36,6 +36,7 @@ public:
     const Piece* next();
     /// As Recording::failure(), after the end.
     std::string failure();
+    const KelvaneSDK::RecordingLosses& losses() const { return recording.losses(); }
 
 private:
     bool read(Piece& piece);

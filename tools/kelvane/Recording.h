@@ -28,6 +28,7 @@ public:
     /// What is wrong in the line that ended the reading, with file, line, column and how many lines were not
     /// read, or how many lines were skipped; empty when all has been read.
     std::string failure();
+    const KelvaneSDK::RecordingLosses& losses() const { return reader.losses(); }
 
 private:
     static constexpr std::size_t pieceSize = 256 * 1024;

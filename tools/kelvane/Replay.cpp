@@ -22,6 +22,18 @@ std::string Amount::text() const {
            counted(outputValues, "output value");
 }
 
+Replay::Replay(Kelvane& chosenEngine, const RunOptions& chosen, ReadAhead& input, PendingText& output,
+               std::function<void(const std::string&)> messages)
+    : engine(chosenEngine),
+      options(chosen),
+      recording(input),
+      results(output),
+      reportLine(std::move(messages)),
+      warnings(chosenEngine),
+      initial(initialValues(chosenEngine, chosen.initial)) {
+    if (RunObserver::isNeeded(options)) observer.emplace(engine, options);
+}
+
 void Replay::run() {
     while (!stopReason && !interrupted()) {
         const auto* const piece = recording.next();
@@ -29,8 +41,14 @@ void Replay::run() {
         auto message = piece->messages.begin();
         for (std::size_t i = 0; i <= piece->count && !stopReason && !interrupted(); ++i) {
             for (; message != piece->messages.end() && message->first == i; ++message)
-                reportSkipped(message->second);
-            if (i < piece->count) evaluate(piece->batches[i]);
+                reportLine(message->second);
+            if (i < piece->count && initial.empty()) {
+                evaluate(piece->batches[i]);
+            } else if (i < piece->count) {
+                auto first = piece->batches[i];
+                initial.addTo(first);
+                evaluate(first);
+            }
             if (results.text().size() > mostPending) results.flush();
         }
         results.flush();
@@ -40,7 +58,10 @@ void Replay::run() {
 void Replay::evaluate(const KelvaneInput& batch) {
     ++done.batches;
     done.updates += batch.updates.size();
+    warnings.take(batch);
     engine.evaluateInto(batch, result);
+    if (observer) observer->addTaps(result);
+    warnings.take(result);
     if (engine.failure()) {
         stopReason = engine.failure();
     } else if (!appendJsonLines(results.text(), result)) {
@@ -49,8 +70,22 @@ void Replay::evaluate(const KelvaneInput& batch) {
     done.outputValues += result.outputs.size();
 }
 
+void Replay::writeWarnings(const Diagram& diagram, const std::string& recordingPath,
+                           const std::string& place) {
+    if (observer) observer->finish(diagram);
+    if (options.isQuiet || stopReason || (done.updates == 0 && hasFailed)) return;
+    warnings.take(recording.losses());
+    const std::string why =
+        "kelvane why " + diagram.name + " " + (recordingPath == "-" ? "RECORDING" : nameOf(recordingPath));
+    warnings.write([&](const std::string& line) { reportLine(place + line); }, why);
+}
+
 std::string Replay::failure(const Diagram& diagram, const std::string& recordingName) {
-    if (!stopReason) return recording.failure();
+    if (!stopReason) {
+        auto failure = recording.failure();
+        hasFailed = !failure.empty();
+        return failure;
+    }
     return "kelvane: " + diagram.name + " stopped in batch " + std::to_string(done.batches) +
            (recordingName.empty() ? "" : " of " + recordingName) + " at timestamp " +
            getValueString(result.timestamp) + ": " + diagram.stopText(*stopReason);

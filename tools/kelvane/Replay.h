@@ -6,8 +6,11 @@
 #include <string>
 
 #include "Diagram.h"
+#include "EngineOptions.h"
 #include "Files.h"
 #include "ReadAhead.h"
+#include "RunObserver.h"
+#include "RunWarnings.h"
 
 namespace kelvane {
 
@@ -25,16 +28,20 @@ struct Amount {
 class Replay {
 public:
     /// `messages` takes the reports of skipped lines.
-    Replay(KelvaneSDK::Kelvane& chosenEngine, ReadAhead& input, PendingText& output,
-           std::function<void(const std::string&)> messages)
-        : engine(chosenEngine), recording(input), results(output), reportSkipped(std::move(messages)) {}
+    Replay(KelvaneSDK::Kelvane& chosenEngine, const RunOptions& options, ReadAhead& input,
+           PendingText& output, std::function<void(const std::string&)> messages);
 
+    /// To be told what the library prints meanwhile.
+    void takeLine(std::string_view line) { warnings.take(line); }
     /// Evaluates until the recording ends, the diagram stops or all is interrupted.
     void run();
     /// Why not all was evaluated, or which lines were skipped; empty when nothing went wrong. `diagram` and
     /// `recordingName` are for a diagram that stopped; the latter may be empty.
     std::string failure(const Diagram& diagram, const std::string& recordingName = {});
     const Amount& amount() const { return done; }
+    /// After failure(): what the options asked to see, and what stayed silent or was lost, unless the options
+    /// keep it back. `place` goes before each line.
+    void writeWarnings(const Diagram& diagram, const std::string& recordingPath, const std::string& place);
 
 private:
     // Results may be many times as long as the piece of the recording that they come from.
@@ -43,12 +50,17 @@ private:
     void evaluate(const KelvaneSDK::KelvaneInput& batch);
 
     KelvaneSDK::Kelvane& engine;
+    const RunOptions& options;
     ReadAhead& recording;
     PendingText& results;
-    std::function<void(const std::string&)> reportSkipped;
+    std::function<void(const std::string&)> reportLine;
+    RunWarnings warnings;
+    std::optional<RunObserver> observer;
+    InitialValues initial;
     Amount done;
     KelvaneSDK::KelvaneOutput result;
     std::optional<KelvaneSDK::StopReason> stopReason;
+    bool hasFailed = false;
 };
 
 /// Reports an amount and the time that it took.

@@ -29,7 +29,8 @@ int runOne(const RunOptions& options) {
     ReadAhead recording(path, options.keepsGoing, true);
     ResultOutput output(options.output, std::array{options.diagram, path});
     applyOptions(*diagram.engine, options);
-    Replay replay(*diagram.engine, recording, output, report);
+    Replay replay(*diagram.engine, options, recording, output, report);
+    messages.alsoTell([&](std::string_view line) { replay.takeLine(line); });
     replay.run();
     int status = 128 + interruption();
     if (interruption() != 0) {
@@ -40,6 +41,7 @@ int runOne(const RunOptions& options) {
         if (!failure.empty()) report(failure);
         const bool hasErrors = diagram.hasErrors || messages.hasErrors() || !failure.empty();
         status = hasErrors ? ExitStatus::failed : ExitStatus::done;
+        replay.writeWarnings(diagram, path, "kelvane: ");
     }
     if (options.withStatistics) reportStatistics(replay.amount(), start);
     return status;

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "KelvaneSDK/Kelvane/Kelvane.h"
+
+namespace [[gnu::visibility("default")]] KelvaneSDK {
+
+/// What became of one node in all batches so far. Times are those of batches, in seconds.
+struct NodeTally {
+    /// How often a function ran, and how often the node gave a value: for a stream, the updates that it took,
+    /// for an output, those that it wrote.
+    std::uint64_t runs = 0, emissions = 0;
+    std::optional<double> firstEmission, lastEmission;
+    /// Of a Boolean's emissions, those that were true.
+    std::uint64_t trues = 0;
+    /// The emissions that held "not a number" anywhere in them, and since when; `beganNotNumber` says that no
+    /// input held one when it came first.
+    std::uint64_t notNumbers = 0;
+    std::optional<double> firstNotNumber;
+    bool beganNotNumber = false;
+    /// What a stream or an output dropped because it was of another type, and since when.
+    std::uint64_t refused = 0;
+    std::optional<double> firstRefused;
+    ValueType refusedType = ValueType::Float;
+    /// Of a stream's emissions, those that variable outputs of its label fed.
+    std::uint64_t fedBack = 0;
+    /// The runs that gave nothing, by what the function said of them, in order of appearance.
+    struct Silence {
+        std::string_view reason;
+        std::uint64_t count = 0;
+        double first = 0, last = 0;
+    };
+    std::vector<Silence> silences;
+    /// Since when it ran in vain, without having given a value after that.
+    std::optional<double> silentSince;
+    /// The time that its runs took, where the tally measures it.
+    EvaluationObserver::Clock::duration time{};
+
+    std::uint64_t silentRuns() const { return runs - emissions; }
+};
+
+/// Counts what becomes of each node. An application that wonders why an output stays silent lets an engine be
+/// observed by one, and asks whySilent() afterwards.
+///
+///     RunTally tally;
+///     engine.observe(&tally);
+///     for (const auto& batch : batches) engine.evaluate(batch);
+///     engine.observe(nullptr);
+///     for (const auto& cause : whySilent(engine, tally, node)) std::cout << cause.text << "\n";
+///
+/// Good until the diagram is replaced.
+class RunTally : public EvaluationObserver {
+public:
+    /// With `measuresTime`, the clock is read at every run.
+    explicit RunTally(bool measuresTime = false) : isTiming(measuresTime) {}
+
+    const NodeTally& of(const Node& node) const;
+    std::uint64_t batches() const { return batchCount; }
+    /// The timestamps of the first and the latest batch.
+    double firstTime() const { return begin; }
+    double latestTime() const { return now; }
+
+    void batchBegan(double timestamp) override;
+    void streamUpdated(const StreamUpdate& update) override;
+    void nodeRan(const NodeRun& run) override;
+    void outputWritten(const Node& output, const Value* value) override;
+    bool takesTimes() const override { return isTiming; }
+
+private:
+    void noteEmission(NodeTally& tally, const Node& node, const Value& value) const;
+
+    const bool isTiming;
+    std::unordered_map<const Node*, NodeTally> tallies;
+    std::uint64_t batchCount = 0;
+    double begin = 0, now = 0;
+};
+
+/// A link in the chain from a node that stays silent to the root of it.
+struct SilenceCause {
+    /// Whom it is about; a node of the diagram.
+    const Node* node;
+    /// What kind it is, for programs. The last of a chain is one of "never-updated", "refused-type",
+    /// "unconnected", "rates-differ", "no-first-value", "never-true", "silent", "dropped-type", "own-rule"
+    /// and "speaks" (it is not silent at all); those before it say "waits".
+    std::string_view code;
+    /// What happened, without the name of the node, and what to do; the latter may be empty.
+    std::string text, remedy;
+};
+
+/// Why a node gave nothing, or less than its inputs would let it: from the node to the root of it, one link
+/// at least. `node` is one of the engine's, and the tally has seen its batches.
+std::vector<SilenceCause> whySilent(const Kelvane& engine, const RunTally& tally, const Node& node);
+
+/// The variable outputs and functions that gave nothing, or less often than their inputs would let them, in
+/// document order, outputs first.
+std::vector<const Node*> quietNodes(const Kelvane& engine, const RunTally& tally);
+
+/// How a message names a node that it is not about: its label, or its class and id where it has no label of
+/// its own.
+std::string shortName(const Node& node);
+
+}  // namespace KelvaneSDK

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <map>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "Diagram.h"
+#include "KelvaneSDK/KelvaneSDK.h"
+
+namespace kelvane {
+
+/// The nodes of an engine that a name on the command line stands for: a label, which several may bear, or
+/// "#id". Refuses a name that stands for none; `option` is what it was given as.
+std::vector<const KelvaneSDK::Node*> nodesNamed(const KelvaneSDK::Kelvane& engine, const std::string& option,
+                                                const std::string& name);
+
+/// Where the nodes of a diagram stand in its document.
+class NodePlaces {
+public:
+    explicit NodePlaces(const Diagram& diagram);
+
+    /// `walk.kelvane:12:5: "steps" (Update counter)`
+    std::string nameOf(const KelvaneSDK::Node& node) const;
+    /// The line, from 1; 0 where it is not known.
+    std::size_t lineOf(const KelvaneSDK::Node& node) const;
+
+private:
+    std::string fileName;
+    bool isText;
+    std::map<std::int64_t, std::pair<std::size_t, std::size_t>> places;
+};
+
+}  // namespace kelvane

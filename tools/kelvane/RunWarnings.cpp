@@ -1,0 +1,194 @@
+#include "RunWarnings.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "Messages.h"
+
+namespace kelvane {
+
+using namespace KelvaneSDK;
+
+namespace {
+
+constexpr std::size_t mostOfAKind = 10;
+
+std::string at(double time) { return "at t = " + getValueString(time); }
+
+bool isNaN(const Value& value) {
+    if (const auto number = value.get<double>()) return std::isnan(*number);
+    if (const auto vector = value.get<Vector>())
+        return std::isnan(vector->x) || std::isnan(vector->y) || std::isnan(vector->z);
+    const auto rotation = value.get<Orientation>();
+    return rotation && (std::isnan(rotation->x) || std::isnan(rotation->y) || std::isnan(rotation->z) ||
+                        std::isnan(rotation->w));
+}
+
+/// A line each, the later ones of too many in one.
+void writeEach(const std::function<void(const std::string&)>& reportLine,
+               const std::vector<std::string>& lines, std::string_view noun) {
+    const std::size_t shown = lines.size() > mostOfAKind + 1 ? mostOfAKind : lines.size();
+    for (std::size_t i = 0; i < shown; ++i) reportLine("warning: " + lines[i]);
+    if (shown < lines.size())
+        reportLine("warning: and " + std::to_string(lines.size() - shown) + " more " + std::string(noun));
+}
+
+}  // namespace
+
+RunWarnings::RunWarnings(const Kelvane& chosenEngine) : engine(chosenEngine) {
+    for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
+        const std::string label(node->label());
+        refusals["ERROR: trying to set input stream '" + label + "' with wrong type!"] = {label, {}};
+    }
+}
+
+void RunWarnings::take(const KelvaneInput& batch) {
+    if (batch.timestamp < now) {
+        if (backward.count++ == 0) backward.from = now, backward.to = batch.timestamp;
+    }
+    now = batch.timestamp;
+    updates += batch.updates.size();
+    if (guesses.size() < batch.updates.size()) guesses.resize(batch.updates.size());
+    auto* guess = guesses.data();
+    for (const auto& update : batch.updates) {
+        if (guess->count == nullptr || guess->name != update.first) {
+            guess->count = countOf(update);
+            guess->name = update.first;
+        }
+        ++guess++->count->count;
+    }
+}
+
+RunWarnings::Count* RunWarnings::countOf(const LabelledValues::Entry& update) {
+    auto known = names.find(update.first);
+    if (known == names.end()) {
+        const std::string name(names.size() < mostNames ? update.first : std::string_view());
+        known = names.try_emplace(name).first;
+        known->second.type = update.second.type();
+    }
+    return &known->second;
+}
+
+void RunWarnings::take(const KelvaneOutput& result) {
+    const auto& outputs = result.outputs;
+    const bool isKnown = outputs.labelSet() != 0 && outputs.labelSet() == resultSet;
+    for (const auto& [label, value] : outputs) {
+        if (!isKnown && !cameOut.contains(label)) cameOut.emplace(label);
+        if (value.type() > ValueType::Orientation || !isNaN(value)) continue;
+        auto found = notNumbers.find(label);
+        if (found == notNumbers.end()) found = notNumbers.try_emplace(std::string(label)).first;
+        found->second.add(result.timestamp);
+    }
+    resultSet = outputs.labelSet();
+}
+
+void RunWarnings::take(std::string_view line) {
+    if (const auto refusal = refusals.find(line); refusal != refusals.end()) refusal->second.second.add(now);
+}
+
+// The streams that no update named, but for those that variable outputs feed.
+std::vector<std::string> RunWarnings::silentStreams() const {
+    std::vector<std::string> lines;
+    std::vector<std::string> fed;
+    for (const auto& output : engine.getVariableOutputs()) fed.push_back(output.label);
+    for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
+        const std::string label(node->label());
+        if (names.contains(label) || std::find(fed.begin(), fed.end(), label) != fed.end()) continue;
+        lines.push_back(withHint("no update names the input stream " + inQuotes(label) + " (" +
+                                     std::string(node->typeString) + ")",
+                                 nearestTo(*node)));
+    }
+    return lines;
+}
+
+// Of the names that no stream reads, the nearest one, or else the only one of the stream's type.
+std::string RunWarnings::nearestTo(const Node& stream) const {
+    std::vector<std::string> unread, ofType;
+    const auto streams = engine.getInputStreams();
+    for (const auto& [name, count] : names) {
+        if (name.empty() || std::find(streams.begin(), streams.end(), name) != streams.end()) continue;
+        unread.push_back(name);
+        if (typeString(count.type) == stream.typeString) ofType.push_back(name);
+    }
+    const auto hint = nearestNameHint(stream.label(), unread);
+    if (!hint.empty() || ofType.size() != 1) return hint;
+    return "the recording has " + inQuotes(ofType.front()) + " of that type";
+}
+
+std::vector<std::string> RunWarnings::silentOutputs() const {
+    std::vector<std::string> labels, left;
+    for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
+        const auto properties = node->getProperties();
+        if (std::find(properties.begin(), properties.end(), Property{"Forwarding", "false"}) !=
+            properties.end())
+            left.emplace_back(node->label());
+    }
+    for (const auto& node : engine.nodeList(NodeCategory::VariableOutput)) {
+        const std::string label(node->label());
+        const auto properties = node->getProperties();
+        const bool isHidden =
+            std::find(properties.begin(), properties.end(), Property{"Hidden", "true"}) != properties.end() ||
+            std::find(left.begin(), left.end(), label) != left.end();
+        if (isHidden || cameOut.contains(label)) continue;
+        if (std::find(labels.begin(), labels.end(), label) == labels.end()) labels.push_back(label);
+    }
+    return labels;
+}
+
+void RunWarnings::write(const std::function<void(const std::string&)>& reportLine,
+                        const std::string& command) const {
+    if (updates == 0) {
+        reportLine("warning: the recording has no updates");
+        return;
+    }
+    std::vector<std::string> lines;
+    for (const auto& [line, refusal] : refusals) {
+        const auto& [label, count] = refusal;
+        if (count.count == 0) continue;
+        lines.push_back("the input stream " + inQuotes(label) + " refused " + counted(count.count, "value") +
+                        " of another type, the first " + at(count.first));
+    }
+    writeEach(reportLine, lines, "input streams refused values");
+    writeEach(reportLine, silentStreams(), "input streams that no update names");
+    lines.clear();
+    for (const auto& label : silentOutputs())
+        lines.push_back("the variable output " + inQuotes(label) + " gave no value; `" + command +
+                        "` says why");
+    writeEach(reportLine, lines, "variable outputs gave no value");
+    if (losses.replaced > 0) {
+        reportLine("warning: " + counted(losses.replaced, "update") +
+                   (losses.replaced == 1 ? " was" : " were") +
+                   " replaced by a later one of the same name and time, the first of " +
+                   inQuotes(losses.firstReplacedName) + " " + at(losses.firstReplacedTime));
+    }
+    if (backward.count > 0) {
+        reportLine("warning: the time goes back " +
+                   (backward.count == 1 ? std::string("once") : std::to_string(backward.count) + " times") +
+                   ", first from t = " + getValueString(backward.from) + " to " +
+                   getValueString(backward.to));
+    }
+    lines.clear();
+    for (const auto& [label, count] : notNumbers)
+        lines.push_back(inQuotes(label) + " was not a number " +
+                        (count.count == 1 ? std::string("once") : std::to_string(count.count) + " times") +
+                        ", first " + at(count.first));
+    writeEach(reportLine, lines, "results that were not numbers");
+    lines.clear();
+    const auto streams = engine.getInputStreams();
+    std::set<std::string> fed;
+    for (const auto& output : engine.getVariableOutputs()) fed.insert(output.label);
+    for (const auto& [name, count] : names) {
+        // Results of an earlier run may well be there.
+        if (!name.empty() && !fed.contains(name) &&
+            std::find(streams.begin(), streams.end(), name) == streams.end())
+            lines.push_back(inQuotes(name));
+    }
+    if (lines.empty()) return;
+    const bool isMany = lines.size() > 4;
+    const auto more = lines.size() - 3;
+    if (isMany) lines.resize(3);
+    reportLine("warning: no input stream reads the recording's " + joined(lines) +
+               (isMany ? " and " + std::to_string(more) + " more" : ""));
+}
+
+}  // namespace kelvane

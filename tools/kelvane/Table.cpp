@@ -1,0 +1,42 @@
+#include "Table.h"
+
+#include <algorithm>
+
+#include "Messages.h"
+
+namespace kelvane {
+
+std::size_t shownWidth(std::string_view text) {
+    return static_cast<std::size_t>(std::count_if(
+        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xc0) != 0x80; }));
+}
+
+void Table::add(std::vector<std::string> cells) {
+    for (auto& cell : cells) cell = printable(cell);
+    rows.push_back(std::move(cells));
+}
+
+std::string Table::text() const {
+    std::vector<std::string> titles;
+    for (const auto& column : columns) titles.emplace_back(column.title);
+    std::vector<std::size_t> widths;
+    for (const auto& title : titles) widths.push_back(shownWidth(title));
+    for (const auto& row : rows) {
+        for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], shownWidth(row[i]));
+    }
+    std::string result;
+    const auto append = [&](const std::vector<std::string>& row) {
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            const std::string blanks(widths[i] - shownWidth(row[i]), ' ');
+            if (i > 0) result += "  ";
+            result += columns[i].isRight ? blanks + row[i] : row[i] + blanks;
+        }
+        result.erase(result.find_last_not_of(' ') + 1);
+        result += '\n';
+    };
+    append(titles);
+    for (const auto& row : rows) append(row);
+    return result;
+}
+
+}  // namespace kelvane

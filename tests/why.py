@@ -91,6 +91,12 @@ def main():
             if root and root["text"].split(",")[0] not in why(folder, diagram, streams)[0]:
                 failed += 1
                 print(f"{title}: is not told to people")
+    root = Path(__file__).parents[1]
+    page = (root / "docs/silence.md").read_text()
+    for diagram in sorted(root.glob("examples/recipes/*/diagram.kelvane")):
+        if "".join(f"    {line}\n" for line in diagram.read_text().splitlines()) not in page:
+            failed += 1
+            print(f"docs/silence.md has another text than {diagram.parent.name}")
     print(f"{len(CASES)} cases, {failed} failures")
     sys.exit(failed > 0)
 

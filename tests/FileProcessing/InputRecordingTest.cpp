@@ -95,6 +95,9 @@ TEST(RecordingReader, SkipsInvalidLines) {
 4:101: the line is longer than the limit of 100 bytes
 6:2: not JSON: the text ends too early: the name of a member was expected
 )");
+    EXPECT_EQ(reader.losses().replaced, 0U);
+    reader.append(a);
+    EXPECT_EQ(reader.next(), nullptr) << "after the end";
 }
 
 TEST(CreateJsonLines, WritesALinePerUpdate) {

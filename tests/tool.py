@@ -13,6 +13,7 @@ import subprocess
 import sys
 import tempfile
 import time
+import xml.etree.ElementTree
 from pathlib import Path
 
 TOOL, DATA = Path(sys.argv[1]).absolute(), Path(__file__).parent / "data/tool"
@@ -193,6 +194,85 @@ def usage():
     with open("/dev/full", "w") as full:
         for command in "run sum.json walk.jsonl", "check sum.json", "info sum.json", "functions", "--help":
             expect(command, run(*command.split(), output=full), (1, "", "kelvane: cannot write standard output: No space left on device\n"))
+
+
+def comparisons(folder):
+    """Two results that differ are told apart by label and time, and what is wrong in one is said."""
+    a, b = folder / "a", folder / "b"
+    a.write_text(x1 + update(1, '"floatValue":0.5', "y") + x2)
+    b.write_text(update("1e0", '"floatValue":1.25') + update(2, '"floatValue":1.0') + x2)
+    row(f"diff {a} {a}", 0, "3 equal values\n")
+    row(f"diff - {a} --abs 0.25", 1, f"""\
+at 1.0, "y": nothing in standard input, 0.5 in {a}
+at 2.0, "x": 1 in standard input, nothing in {a}
+2 differences
+  "y": 0 equal, 1 only in {a}; the first difference at 1.0
+  "x": 2 equal, 1 only in standard input; the first difference at 2.0
+""", input=b.read_text())
+    row(f"diff {b} {a} --rel 0.1 --list 1", 1, f"""\
+at 1.0, "x": 1.25 in {b}, 1 in {a}
+3 differences
+  "x": 1 equal, 1 differing by at most 0.25, 1 only in {b}; the first difference at 1.0
+  "y": 0 equal, 1 only in {a}; the first difference at 1.0
+""")
+    row(f"diff - {a}", 1, "0 equal values\n", "standard input:1: \"name\" is missing; a string was expected\n", '{"timestamp":0}')
+    row("diff - -", 2, "", "kelvane: the two results cannot both be standard input\n")
+
+
+def cases(folder):
+    """A case says where its first wrong value came from, and can be blessed, skipped, or refused with a reason."""
+    def case(name, **files):
+        (folder / name).mkdir(parents=True)
+        for file, text in files.items():
+            (folder / name / file.replace("_", ".")).write_text(text)
+        return folder / name
+    diagram = "x: Float\nrate: Float [not forwarded]\nsum: Float = Add(Subtract(x, 1), rate)\n"
+    recording = x1 + update(1, '"floatValue":2', "rate") + update(2, '"floatValue":3')
+    sums = update(1, '"floatValue":2', "sum")
+    right = case("a/right", diagram_kelvane=diagram, recording_jsonl=recording, expected_jsonl=sums, options="# c\n\n--no-inputs\n")
+    wrong = case("b", diagram_kelvane=diagram, recording_jsonl=recording, options="--hide x\n--abs 0.5\n",
+                 expected_jsonl=sums + update(2, '"floatValue":5', "sum"))
+    skipped = case("c", diagram_json=(DATA / "sum.json").read_text(), options="--recording none/walk.jsonl")
+    broken = case("d", diagram_kelvane=diagram, recording_jsonl=x1 + "{", expected_jsonl=x1)
+    refused = case("e", diagram_kelvane=diagram, recording_jsonl=x1, expected_jsonl=x1, options="--no-inputs\n--sett a=1")
+    without = case("f", diagram_kelvane=diagram, recording_jsonl=recording)
+    origin = """at 2.0, "sum": 5 in expected.jsonl, nothing in the results
+    "sum" comes from node 5 ("Add", "Add")
+      a = 2.0, new, waits for the other inputs, from node 4 ("Subtract", "Subtract")
+        a = 3.0, new, from node 1 ("Float", "x")
+        b = 1.0, from node 3 ("Float", "Float")
+      b = 2.0, of 1.0, from node 2 ("Float", "rate")
+  1 difference
+    "sum": 1 equal, 1 only in expected.jsonl; the first difference at 2.0
+"""
+    report = f"""\
+{right}: as expected
+{wrong}: NOT as expected
+  {origin}{skipped}: skipped: the recording none/walk.jsonl is not here, nor in a folder above
+{broken}: NOT as expected
+  {broken}/recording.jsonl:2:2: the recording ends within this line (ERROR: invalid JSON at line 1!)
+{refused}: NOT as expected
+  {refused}/options:2: no option of a case is called "--sett"; did you mean "--set"?
+{without}: NOT as expected
+  expected.jsonl is missing; kelvane test --bless writes it
+6 cases: 1 as expected, 4 failed, 1 skipped
+"""
+    for jobs in "1", "3":
+        row(f"test {folder} -j {jobs}", 1, report)
+    status, output, messages = run("test", "--tap", "--junit", folder / "junit.xml", right, wrong, skipped)
+    lines = output.splitlines()
+    expect("TAP", (status, lines[:5], lines[-1]), (1, ["TAP version 13", "1..3", f"ok 1 - {right}", f"not ok 2 - {wrong}", "# " + origin.splitlines()[0]],
+                                                   f"ok 3 - {skipped} # SKIP the recording none/walk.jsonl is not here, nor in a folder above"))
+    suite = xml.etree.ElementTree.parse(folder / "junit.xml").getroot()
+    expect("JUnit", (suite.attrib, [[child.attrib["message"] for child in case] for case in suite]),
+           ({"name": "kelvane", "tests": "3", "failures": "1", "skipped": "1"}, [[], [origin.splitlines()[0]], [lines[-1].split("SKIP ")[1]]]))
+    row(f"test --bless {right} {wrong} {without} {broken}", 1, f"{right}: as expected\n{wrong}: blessed: expected.jsonl was written\n"
+        f"{without}: blessed: expected.jsonl was written\n{report[report.index(str(broken)):report.index(str(refused))]}"
+        "4 cases: 1 as expected, 1 failed, 2 blessed\n")
+    expect("what was blessed", [(case / "expected.jsonl").read_text() for case in (right, wrong, without, broken)],
+           [sums, sums, sums + x1 + update(2, '"floatValue":3'), x1])
+    row(f"test {folder / 'none'}", 1, "", f"kelvane: cannot read {folder / 'none'}: No such file or directory\n")
+    row("test .", 1, "", "kelvane: there are no cases in . (folders with diagram.kelvane or diagram.json, and recording.jsonl)\n")
 
 
 def changes(old, new):
@@ -426,7 +506,7 @@ def manyRecordings(folder):
 def main():
     for part in runs, checks, lists, usage, streams, schemas:
         part()
-    for part in files, edits:
+    for part in files, edits, comparisons, cases:
         with tempfile.TemporaryDirectory() as folder:
             part(Path(folder))
     with tempfile.TemporaryDirectory() as folder:

@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <new>
 #include <sstream>
@@ -47,8 +48,8 @@ void addNumber(CLI::App& command, const std::string& name, Target& target, Numbe
         ->capture_default_str();
 }
 
-void addRun(CLI::App& app, RunOptions& options, int& status) {
-    auto& command = addCommand(app, "run", "Replay a recording through a diagram", options, status, run);
+CLI::App& addRun(CLI::App& app, RunOptions& options, int& status, int (*action)(const RunOptions&) = run) {
+    auto& command = addCommand(app, "run", "Replay a recording through a diagram", options, status, action);
     command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
     command
         .add_option(
@@ -92,6 +93,41 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
             "End the run when it needs more memory than SIZE, such as 500M or 4G (half of the machine's)")
         ->type_name("SIZE");
     command.add_flag("--stats", options.withStatistics, "Report how much was done, on standard error");
+    return command;
+}
+
+void addTolerance(CLI::App& command, ToleranceOptions& options) {
+    addNumber(command, "--abs", options.absolute, 0.0, "Take numbers for equal that are at most X apart",
+              "X");
+    addNumber(command, "--rel", options.relative, 0.0,
+              "Take numbers for equal that are at most Y times the larger one apart", "Y");
+}
+
+void addDiff(CLI::App& app, DiffOptions& options, int& status) {
+    auto& command = addCommand(app, "diff", "Compare two results", options, status, diff);
+    command.add_option("A", options.first, "Results, as run writes them; - is standard input")
+        ->required()
+        ->type_name("");
+    command.add_option("B", options.second, "Other results")->required()->type_name("");
+    addTolerance(command, options.tolerance);
+    addNumber(command, "--list", options.mostListed, std::int64_t{0}, "List the first N differences (10)",
+              "N");
+}
+
+void addTest(CLI::App& app, TestOptions& options, int& status) {
+    auto& command = addCommand(app, "test", "Run cases and compare their results with the expected ones",
+                               options, status, test);
+    command
+        .add_option("DIR", options.folders,
+                    "Cases, or folders to be searched for some (.): folders with a diagram "
+                    "(diagram.kelvane, diagram.json), recording.jsonl, expected.jsonl, and options of run, "
+                    "one a line, in a file \"options\"")
+        ->type_name("");
+    command.add_flag("--bless", options.blesses,
+                     "Write the results to expected.jsonl where they are not as expected");
+    command.add_flag("--tap", options.asTap, "Report in the Test Anything Protocol");
+    command.add_option("--junit", options.junit, "Report in JUnit's XML, too, to FILE")->type_name("FILE");
+    addNumber(command, "-j,--jobs", options.jobs, std::int64_t{1}, "Run N cases at a time", "N");
 }
 
 void addCheck(CLI::App& app, CheckOptions& options, int& status) {
@@ -227,6 +263,10 @@ int runCommand(int argc, char** argv) {
     addRun(app, runOptions, status);
     CheckOptions checkOptions;
     addCheck(app, checkOptions, status);
+    DiffOptions diffOptions;
+    addDiff(app, diffOptions, status);
+    TestOptions testOptions;
+    addTest(app, testOptions, status);
     InfoOptions infoOptions;
     addInfo(app, infoOptions, status);
     ExportOptions exportOptions;
@@ -249,6 +289,44 @@ int runCommand(int argc, char** argv) {
 }
 
 }  // namespace
+
+CaseOptions readCaseOptions(const std::string& fileName, std::string_view text) {
+    CaseOptions options;
+    int status = ExitStatus::done;
+    CLI::App app;
+    auto& command = addRun(app, options.run, status, [](const RunOptions&) { return int{ExitStatus::done}; });
+    addTolerance(command, options.tolerance);
+    command.add_option("--recording", options.recording);
+    auto names = optionNames(command);
+    // What a run writes, and how, is the command's own affair.
+    for (const std::string_view name :
+         {"--help", "--output", "--out-dir", "--jobs", "--resume", "--save", "--stats"})
+        std::erase(names, name);
+    // The last word first, as the parser takes them.
+    std::vector<std::string> words;
+    std::istringstream lines{std::string(text)};
+    std::string line;
+    for (std::size_t number = 1; std::getline(lines, line); ++number) {
+        line.erase(line.find_last_not_of(" \t\r") + 1);
+        if (line.empty() || line.starts_with('#')) continue;
+        const auto name = line.substr(0, line.find(' '));
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
+            throw Failure{ExitStatus::failed, fileName + ":" + std::to_string(number) + ": " +
+                                                  withHint("no option of a case is called " + inQuotes(name),
+                                                           nearestNameHint(name, names))};
+        }
+        // Behind an equals sign, a text may begin with a dash.
+        if (name.size() < line.size()) line[name.size()] = '=';
+        words.insert(words.begin(), line);
+    }
+    words.insert(words.end(), {"diagram", "run"});
+    try {
+        app.parse(words);
+    } catch (const CLI::ParseError& error) {
+        throw Failure{ExitStatus::failed, fileName + ": " + printable(error.what())};
+    }
+    return options;
+}
 
 int runTool(int argc, char** argv) {
     try {

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace KelvaneSDK {
 

@@ -1,6 +1,7 @@
 #include "Comparison.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "Messages.h"

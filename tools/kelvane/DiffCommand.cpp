@@ -1,7 +1,5 @@
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <utility>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "Commands.h"

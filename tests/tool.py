@@ -82,6 +82,12 @@ def runs():
         "ERROR: trying to set input stream 'red\\x1b[31m' with wrong type!\n", update(1, '"integerValue":1', "red\\u001b[31m"))
     row("run bad-constant.json walk.jsonl --no-inputs --set offset=10", 1, walkSums, badConstant)
     row("run unknown-id.json", 1, "", f"{unknownId}kelvane: unknown-id.json cannot be evaluated\n")
+    unlabelled = "x: Float\ny: Float = Add(x, Add(5.0, 5.0))\n"
+    row("run - walk.jsonl --no-inputs --set '#2=-5.0'", 0, update(0.5, name="y") + update(1, '"floatValue":2.5', "y"), input=unlabelled)
+    row("set - '#3=4.0'", 0, unlabelled.replace("5.0))", "4.0))"), input=unlabelled)
+    for command in "run - walk.jsonl --set Float=7", "set - Float=7":
+        row(command, 2, "", f"kelvane: {'--set' if 'run' in command else 'standard input:'} Float=7: no constant is called \"Float\"; "
+            "constants without a label go by their id, as in #2=TEXT\n", input=unlabelled)
     status, output, messages = run("run", "sum.json", "--keep-going", input="\n" * 250)
     expect("many invalid lines", (status, output, messages.count("\n"), messages.splitlines()[-1]),
            (1, "", 101, "standard input: 250 invalid lines were skipped; the first 100 are reported above"))
@@ -165,6 +171,7 @@ def usage():
             ("functions 'Vector lenght'", 2, 'no function is called or described by "Vector lenght"; did you mean "Vector length"?'),
             ("functions gait", 2, 'no function is called or described by "gait"; without a word, all are listed'),
             ("run sum.json --set ofset=1", 2, '--set ofset=1: no constant is called "ofset"; did you mean "offset"?'),
+            ("help rnu", 2, 'help rnu: no command is called "rnu"; did you mean "run"?'),
             ("run sum.json --set offset", 2, "--set offset: LABEL=TEXT was expected"),
             ("run sum.json --set 'offset=a\nb\udcff'", 2, '--set offset=a\\nb\\xff: "a\\nb\\xff" does not read as Float'),
             ("run sum.json --hide Sum", 2, '--hide Sum: no variable output or input stream is called "Sum"; did you mean "sum"?'),
@@ -186,7 +193,11 @@ def usage():
             ("run sum.json -o ''", 1, 'cannot write "": No such file or directory'),
             ("run sum.json -o none/out.jsonl", 1, "cannot write none/out.jsonl: No such file or directory")]:
         row(command, status, "", f"kelvane: {message}\n")
-    for command, message in ("", "a command was expected: run, check, "), ("help", 'no command is called "help"; there are run, check, '):
+    for name in re.findall(r"^  (\w+) ", run("help")[1].partition("Subcommands:\n")[2], re.M):
+        status, output, messages = run(name, "--help")
+        expect(f"{name} --help", (status, messages, f"Usage: kelvane {name} " in output, f"Examples:\n  kelvane {name}" in output), (0, "", True, True))
+        expect(f"help {name}", run("help", name), (0, output, ""))
+    for command, message in ("", "a command was expected: run, check, "), ("go", 'no command is called "go"; there are run, check, '):
         status, output, messages = run(*command.split())
         expect(command, (status, output, messages[:len("kelvane: " + message)]), (2, "", "kelvane: " + message))
     if not os.environ.get("KELVANE_SANITIZE"):
@@ -233,7 +244,7 @@ def cases(folder):
     wrong = case("b", diagram_kelvane=diagram, recording_jsonl=recording, options="--hide x\n--abs 0.5\n",
                  expected_jsonl=sums + update(2, '"floatValue":5', "sum"))
     skipped = case("c", diagram_json=(DATA / "sum.json").read_text(), options="--recording none/walk.jsonl")
-    broken = case("d", diagram_kelvane=diagram, recording_jsonl=x1 + "{", expected_jsonl=x1)
+    broken = case("d", diagram_kelvane="x: Float\ny: Float = Absolut(x)\n", recording_jsonl=x1, expected_jsonl=x1)
     refused = case("e", diagram_kelvane=diagram, recording_jsonl=x1, expected_jsonl=x1, options="--no-inputs\n--sett a=1")
     without = case("f", diagram_kelvane=diagram, recording_jsonl=recording)
     origin = """at 2.0, "sum": 5 in expected.jsonl, nothing in the results
@@ -250,7 +261,8 @@ def cases(folder):
 {wrong}: NOT as expected
   {origin}{skipped}: skipped: the recording none/walk.jsonl is not here, nor in a folder above
 {broken}: NOT as expected
-  {broken}/recording.jsonl:2:2: the recording ends within this line (ERROR: invalid JSON at line 1!)
+  {broken}/diagram.kelvane:2:12: no function is called "Absolut"; did you mean "Absolute"?
+  kelvane: {broken}/diagram.kelvane cannot be built
 {refused}: NOT as expected
   {refused}/options:2: no option of a case is called "--sett"; did you mean "--set"?
 {without}: NOT as expected

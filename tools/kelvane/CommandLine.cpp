@@ -2,9 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <new>
 #include <sstream>
+#include <utility>
 
 #include "Commands.h"
 #include "Files.h"
@@ -74,8 +76,8 @@ CLI::App& addRun(CLI::App& app, RunOptions& options, int& status, int (*action)(
         .add_flag("--resume", options.resumes,
                   "Skip recordings whose results are newer than themselves and the diagram")
         ->needs(outputFolder);
-    addRepeatable(command, "--set", options.constants, "Give the constants of this label another value",
-                  "LABEL=TEXT");
+    addRepeatable(command, "--set", options.constants,
+                  "Give the constants of this label, or #id, another value", "LABEL=TEXT");
     command
         .add_option("--save", options.save,
                     "Write the diagram with the constants of --set to FILE, after the run")
@@ -221,6 +223,75 @@ std::vector<std::string> optionNames(const CLI::App& app) {
     return names;
 }
 
+/// Null for a name that no command has.
+CLI::App* commandNamed(CLI::App& app, const std::string& name) {
+    for (auto* const command : app.get_subcommands({})) {
+        if (command->get_name() == name) return command;
+    }
+    return nullptr;
+}
+
+/// Shows what the tool, or a command of it, takes.
+void addHelp(CLI::App& app, std::string& name) {
+    auto& command = *app.add_subcommand("help", "Show what a command takes, and examples");
+    command.add_option("COMMAND", name, "The command; all are listed without one")->type_name("");
+    command.final_callback([&app, &name] {
+        if (name.empty()) {
+            writeToStandardOutput(
+                app.get_formatter()->make_help(&app, "kelvane", CLI::AppFormatMode::Normal));
+        } else if (const auto* const named = commandNamed(app, name)) {
+            writeToStandardOutput(named->help("kelvane"));
+        } else {
+            refuseOption("help " + name, withHint("no command is called " + inQuotes(name),
+                                                  nearestNameHint(name, commandNames(app))));
+        }
+    });
+}
+
+/// What the help of a command ends with.
+void addExamples(CLI::App& app) {
+    constexpr std::array<std::pair<const char*, const char*>, 16> examples{{
+        {"run",
+         "  kelvane run heart.kelvane ecg.jsonl\n"
+         "  kelvane run heart.kelvane ecg.jsonl --no-inputs --set limit=120 -o beats.jsonl\n"
+         "  kelvane run heart.kelvane recordings/ -j 8 --out-dir results --resume"},
+        {"check",
+         "  kelvane check heart.kelvane --recording ecg.jsonl\n"
+         "  kelvane check diagrams/*.json --strict"},
+        {"diff",
+         "  kelvane diff before.jsonl after.jsonl\n"
+         "  kelvane run heart.kelvane ecg.jsonl | kelvane diff before.jsonl - --abs 1e-9"},
+        {"test",
+         "  kelvane test examples\n"
+         "  kelvane test --bless examples/smoothing\n"
+         "  kelvane test -j 4 --tap --junit report.xml"},
+        {"info", "  kelvane info heart.kelvane"},
+        {"export", "  kelvane export heart.kelvane >heart.json"},
+        {"fmt",
+         "  kelvane fmt heart.kelvane\n"
+         "  kelvane fmt --to text heart.json >heart.kelvane"},
+        {"set", "  kelvane set --in-place heart.kelvane limit=120 '#7=0.5'"},
+        {"rename", "  kelvane rename --in-place heart.kelvane limit 'highest rate'"},
+        {"connect", "  kelvane connect --in-place heart.kelvane ecg Larger.a"},
+        {"disconnect",
+         "  kelvane disconnect --in-place heart.kelvane ecg Larger.a\n"
+         "  kelvane disconnect --in-place heart.kelvane Larger.a"},
+        {"add", "  kelvane add --in-place heart.kelvane 'Moving averager' mean"},
+        {"remove", "  kelvane remove --in-place heart.kelvane mean '#7'"},
+        {"functions",
+         "  kelvane functions\n"
+         "  kelvane functions 'Moving averager'\n"
+         "  kelvane functions delay"},
+        {"schema", "  kelvane schema >diagram.schema.json"},
+        {"help", "  kelvane help run"},
+    }};
+    app.footer("kelvane help COMMAND shows what a command takes, and examples.");
+    for (const auto& [name, lines] : examples) {
+        if (auto* const command = commandNamed(app, name))
+            command->footer(std::string("Examples:\n") + lines);
+    }
+}
+
 /// Writes help and version, and reports wrong usage.
 void endOnParseOutcome(const CLI::App& app, const CLI::ParseError& outcome) {
     std::ostringstream text, errors;
@@ -280,6 +351,9 @@ int runCommand(int argc, char** argv) {
     SchemaOptions schemaOptions;
     addCommand(app, "schema", "Write the JSON Schema of diagram documents, for editors", schemaOptions,
                status, schema);
+    std::string helpedCommand;
+    addHelp(app, helpedCommand);
+    addExamples(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& outcome) {

@@ -70,6 +70,18 @@ class TestCase {
 public:
     explicit TestCase(const path& ownFolder) : folder(ownFolder) {}
 
+    CaseOutcome outcome(bool blesses) {
+        try {
+            return run(blesses);
+        } catch (const Failure& failure) {
+            errors.push_back(failure.message);
+        } catch (const std::bad_alloc&) {
+            errors.emplace_back("out of memory");
+        }
+        return {CaseOutcome::Kind::failed, errors};
+    }
+
+private:
     CaseOutcome run(bool blesses) {
         diagramPath = firstOf(folder, diagramNames).value_or(folder).string();
         if (const auto file = folder / optionsName; isThere(file))
@@ -93,7 +105,6 @@ public:
         return {CaseOutcome::Kind::failed, findings};
     }
 
-private:
     static CaseOutcome failure(const std::string& line) { return {CaseOutcome::Kind::failed, {line}}; }
 
     Diagram prepared() {
@@ -187,15 +198,6 @@ bool isCase(const path& folder) {
                                              isThere(folder / expectedName) || isThere(folder / optionsName));
 }
 
-CaseOutcome runCase(const path& folder, bool blesses) {
-    TestCase testCase(folder);
-    try {
-        return testCase.run(blesses);
-    } catch (const Failure& failure) {
-        return {CaseOutcome::Kind::failed, {failure.message}};
-    } catch (const std::bad_alloc&) {
-        return {CaseOutcome::Kind::failed, {"out of memory"}};
-    }
-}
+CaseOutcome runCase(const path& folder, bool blesses) { return TestCase(folder).outcome(blesses); }
 
 }  // namespace kelvane

@@ -74,11 +74,11 @@ public:
         try {
             return run(blesses);
         } catch (const Failure& failure) {
-            errors.push_back(failure.message);
+            note(failure.message);
         } catch (const std::bad_alloc&) {
-            errors.emplace_back("out of memory");
+            note("out of memory");
         }
-        return {CaseOutcome::Kind::failed, errors};
+        return failed();
     }
 
 private:
@@ -99,7 +99,7 @@ private:
         if (!hasExpected && !blesses)
             return failure(std::string(expectedName) + " is missing; kelvane test --bless writes it");
         const bool isAsExpected = hasExpected && compare();
-        if (!errors.empty()) return {CaseOutcome::Kind::failed, errors};
+        if (!errors.empty()) return failed();
         if (isAsExpected) return {CaseOutcome::Kind::asExpected, {}};
         if (blesses) return bless();
         return {CaseOutcome::Kind::failed, findings};
@@ -107,12 +107,21 @@ private:
 
     static CaseOutcome failure(const std::string& line) { return {CaseOutcome::Kind::failed, {line}}; }
 
+    /// Of what went wrong, as it was noted.
+    CaseOutcome failed() {
+        if (noted > errors.size()) errors.push_back("and " + std::to_string(noted - errors.size()) + " more");
+        return {CaseOutcome::Kind::failed, errors};
+    }
+
+    void note(const std::string& line) {
+        if (noted++ < mostErrors) errors.push_back(line);
+    }
+
     Diagram prepared() {
-        const auto note = [this](const std::string& line) { errors.push_back(line); };
-        auto diagram = loadDiagram(diagramPath, note);
+        auto diagram = loadDiagram(diagramPath, [this](const std::string& line) { note(line); });
         applyOptions(*diagram.engine, options.run);
         diagram.engine->setDiagnosticSink([this](std::string_view line) {
-            if (isError(line)) errors.push_back(printable(line));
+            if (isError(line)) note(printable(line));
         });
         return diagram;
     }
@@ -120,10 +129,9 @@ private:
     void evaluate(PendingText& results) {
         auto diagram = prepared();
         ReadAhead recording(recordingPath, options.run.keepsGoing, false);
-        Replay replay(*diagram.engine, recording, results,
-                      [this](const std::string& line) { errors.push_back(line); });
+        Replay replay(*diagram.engine, recording, results, [this](const std::string& line) { note(line); });
         replay.run();
-        if (const auto why = replay.failure(diagram); !why.empty()) errors.push_back(why);
+        if (const auto why = replay.failure(diagram); !why.empty()) note(why);
     }
 
     /// True when the results are as expected. Finds out why not.
@@ -177,18 +185,19 @@ private:
     CaseOutcome bless() {
         ResultOutput file((folder / expectedName).string());
         evaluate(file);
-        if (!errors.empty() || interrupted()) return {CaseOutcome::Kind::failed, errors};
+        if (!errors.empty() || interrupted()) return failed();
         file.finish();
         return {CaseOutcome::Kind::blessed, {std::string(expectedName) + " was written"}};
     }
 
-    static constexpr std::size_t pieceSize = 64 * 1024;
+    static constexpr std::size_t pieceSize = 64 * 1024, mostErrors = 10;
     static constexpr auto resultsName = "the results";
 
     const path folder;
     std::string diagramPath, recordingPath;
     CaseOptions options;
     std::vector<std::string> errors, findings;
+    std::size_t noted = 0;
 };
 
 }  // namespace

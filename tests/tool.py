@@ -166,7 +166,12 @@ def usage():
     for command, status, message in [
             ("rnu", 2, 'no command is called "rnu"; did you mean "run"?'),
             ("check --jsn sum.json", 2, 'no option is called "--jsn"; did you mean "--json"?'),
-            ("check", 2, "DIAGRAM is required\nRun with --help for more information."),
+            ("check", 2, "DIAGRAM is required; kelvane help check says more"),
+            ("run sum.json --set", 2, "--set: LABEL=TEXT was expected; kelvane help run says more"),
+            ("run sum.json -q", 2, 'no option is called "-q"; kelvane help run says more'),
+            ("--colour", 2, 'no option is called "--colour"; there are --version, --help'),
+            ("diff a b c", 2, 'no further argument was expected, and "c" was given; kelvane help diff says more'),
+            ("fmt sum.json --to txt", 2, "--to txt: text|json was expected"),
             ("info /dev/zero", 1, "/dev/zero is longer than the limit of 512 MiB"),
             ("functions 'Vector lenght'", 2, 'no function is called or described by "Vector lenght"; did you mean "Vector length"?'),
             ("functions gait", 2, 'no function is called or described by "gait"; without a word, all are listed'),

@@ -50,6 +50,18 @@ void addNumber(CLI::App& command, const std::string& name, Target& target, Numbe
         ->capture_default_str();
 }
 
+/// An option that takes one of a few words.
+void addChoice(CLI::App& command, const std::string& name, std::string& target, const char* description,
+               const std::vector<std::string>& choices) {
+    std::string words;
+    for (const auto& choice : choices) words += (words.empty() ? "" : "|") + choice;
+    const auto refuseOthers = [=](const std::string& text) {
+        if (std::find(choices.begin(), choices.end(), text) != choices.end()) return std::string();
+        refuseOption(name + " " + text, words + " was expected");
+    };
+    command.add_option(name, target, description)->type_name(words)->check(CLI::Validator(refuseOthers, ""));
+}
+
 CLI::App& addRun(CLI::App& app, RunOptions& options, int& status, int (*action)(const RunOptions&) = run) {
     auto& command = addCommand(app, "run", "Replay a recording through a diagram", options, status, action);
     command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
@@ -159,9 +171,7 @@ void addFormat(CLI::App& app, FormatOptions& options, int& status) {
     auto& command = addCommand(app, "fmt", "Write a diagram in good order, or in its other form", options,
                                status, format);
     command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
-    command.add_option("--to", options.form, "Write it as text, or as JSON")
-        ->type_name("text|json")
-        ->check(CLI::IsMember({"text", "json"}));
+    addChoice(command, "--to", options.form, "Write it as text, or as JSON", {"text", "json"});
 }
 
 /// Adds the six commands that edit a diagram as it stands.
@@ -298,29 +308,31 @@ void endOnParseOutcome(const CLI::App& app, const CLI::ParseError& outcome) {
     const int code = app.exit(outcome, text, errors);
     writeToStandardOutput(text.str());
     if (code == 0) return;
-    // What is wrong, which quotes the user, and where to find help.
-    const std::string_view what = outcome.what();
-    std::string message = errors.str().replace(0, what.size(), printable(what));
-    message.erase(message.find_last_not_of('\n') + 1);
+    std::string message = printable(outcome.what());
+    constexpr std::string_view before = ": 1 required ", after = " missing";
+    if (const auto place = message.find(before); place != std::string::npos && message.ends_with(after)) {
+        message.replace(message.size() - after.size(), after.size(), " was expected");
+        message.replace(place, before.size(), ": ");
+    }
     // Of the tool itself, or of the command that was named.
     const auto named = app.get_subcommands();
     const auto unknown = app.remaining(true);
+    std::string hint = named.empty() ? "" : "kelvane help " + named.front()->get_name() + " says more";
     if (!unknown.empty()) {
         const auto& word = unknown.front();
-        const CLI::App& asked = named.empty() ? app : *named.front();
         const bool isOption = word.starts_with('-');
-        if (isOption) {
-            message =
-                withHint("no option is called " + inQuotes(word), nearestNameHint(word, optionNames(asked)));
-        } else if (named.empty()) {
-            const auto nearest = nearestNameHint(word, commandNames(app));
-            message = withHint("no command is called " + inQuotes(word),
-                               nearest.empty() ? "there are " + joined(commandNames(app)) : nearest);
-        }
+        auto nearest = isOption ? nearestNameHint(word, optionNames(named.empty() ? app : *named.front()))
+                       : named.empty() ? nearestNameHint(word, commandNames(app))
+                                       : std::string();
+        message = isOption        ? "no option is called " + inQuotes(word)
+                  : named.empty() ? "no command is called " + inQuotes(word)
+                                  : "no further argument was expected, and " + inQuotes(word) + " was given";
+        if (!nearest.empty()) hint = std::move(nearest);
+        if (hint.empty()) hint = "there are " + joined(isOption ? optionNames(app) : commandNames(app));
     } else if (named.empty()) {
         message = "a command was expected: " + joined(commandNames(app));
     }
-    throw Failure{ExitStatus::wrongUsage, "kelvane: " + message};
+    throw Failure{ExitStatus::wrongUsage, "kelvane: " + withHint(message, hint)};
 }
 
 int runCommand(int argc, char** argv) {

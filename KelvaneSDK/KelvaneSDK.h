@@ -13,6 +13,7 @@
 //     DocumentEditing/DiagramRewriting.h a document edited as it stands, other bytes kept
 //     FileProcessing/InputRecording.h   recordings of batches: JSON, one update a line
 //     FileProcessing/JsonWriter.h       JSON for what an application reports
+//     Testing/ResultComparison.h        results beside those that a test expects
 //     FunctionRows.h, FunctionNode.h    functions of an application's own, as rows and as classes
 //     NodeClass.h                       what a class says about itself, and the classes that there are
 //     Node.h, TimestampedVariable.h     the nodes of a diagram and their value slots
@@ -29,4 +30,5 @@
 #include "KelvaneSDK/FunctionRows.h"
 #include "KelvaneSDK/Kelvane/Kelvane.h"
 #include "KelvaneSDK/Observation/RunTally.h"
+#include "KelvaneSDK/Testing/ResultComparison.h"
 #include "KelvaneSDK/TextForm/TextForm.h"

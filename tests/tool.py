@@ -13,6 +13,7 @@ import subprocess
 import sys
 import tempfile
 import time
+import xml.etree.ElementTree
 from pathlib import Path
 
 TOOL, DATA = Path(sys.argv[1]).absolute(), Path(__file__).parent / "data/tool"
@@ -84,6 +85,12 @@ def runs():
         'kelvane: warning: the input stream "red\\x1b[31m" refused 1 value of another type, the first at t = 1.0\n', update(1, '"integerValue":1', "red\\u001b[31m"))
     row("run bad-constant.json walk.jsonl --no-inputs --set offset=10", 1, walkSums, badConstant + unread)
     row("run unknown-id.json", 1, "", f"{unknownId}kelvane: unknown-id.json cannot be evaluated\n")
+    unlabelled = "x: Float\ny: Float = Add(x, Add(5.0, 5.0))\n"
+    row("run - walk.jsonl -q --no-inputs --set '#2=-5.0'", 0, update(0.5, name="y") + update(1, '"floatValue":2.5', "y"), input=unlabelled)
+    row("set - '#3=4.0'", 0, unlabelled.replace("5.0))", "4.0))"), input=unlabelled)
+    for command in "run - walk.jsonl --set Float=7", "set - Float=7":
+        row(command, 2, "", f"kelvane: {'--set' if 'run' in command else 'standard input:'} Float=7: no constant is called \"Float\"; "
+            "constants without a label go by their id, as in #2=TEXT\n", input=unlabelled)
     status, output, messages = run("run", "sum.json", "--keep-going", input="\n" * 250)
     expect("many invalid lines", (status, output, messages.count("\n"), messages.splitlines()[-1]),
            (1, "", 101, "standard input: 250 invalid lines were skipped; the first 100 are reported above"))
@@ -162,11 +169,17 @@ def usage():
     for command, status, message in [
             ("rnu", 2, 'no command is called "rnu"; did you mean "run"?'),
             ("check --jsn sum.json", 2, 'no option is called "--jsn"; did you mean "--json"?'),
-            ("check", 2, "DIAGRAM is required\nRun with --help for more information."),
+            ("check", 2, "DIAGRAM is required; kelvane help check says more"),
+            ("run sum.json --set", 2, "--set: LABEL=TEXT was expected; kelvane help run says more"),
+            ("run sum.json -z", 2, 'no option is called "-z"; kelvane help run says more'),
+            ("--colour", 2, 'no option is called "--colour"; there are --version, --help'),
+            ("diff a b c", 2, 'no further argument was expected, and "c" was given; kelvane help diff says more'),
+            ("fmt sum.json --to txt", 2, "--to txt: text|json was expected"),
             ("info /dev/zero", 1, "/dev/zero is longer than the limit of 512 MiB"),
             ("functions 'Vector lenght'", 2, 'no function is called or described by "Vector lenght"; did you mean "Vector length"?'),
             ("functions gait", 2, 'no function is called or described by "gait"; without a word, all are listed'),
             ("run sum.json --set ofset=1", 2, '--set ofset=1: no constant is called "ofset"; did you mean "offset"?'),
+            ("help rnu", 2, 'help rnu: no command is called "rnu"; did you mean "run"?'),
             ("run sum.json --set offset", 2, "--set offset: LABEL=TEXT was expected"),
             ("run sum.json --set 'offset=a\nb\udcff'", 2, '--set offset=a\\nb\\xff: "a\\nb\\xff" does not read as Float'),
             ("run sum.json --hide Sum", 2, '--hide Sum: no variable output or input stream is called "Sum"; did you mean "sum"?'),
@@ -188,7 +201,11 @@ def usage():
             ("run sum.json -o ''", 1, 'cannot write "": No such file or directory'),
             ("run sum.json -o none/out.jsonl", 1, "cannot write none/out.jsonl: No such file or directory")]:
         row(command, status, "", f"kelvane: {message}\n")
-    for command, message in ("", "a command was expected: run, why, "), ("help", 'no command is called "help"; there are run, why, '):
+    for name in re.findall(r"^  (\w+) ", run("help")[1].partition("Subcommands:\n")[2], re.M):
+        status, output, messages = run(name, "--help")
+        expect(f"{name} --help", (status, messages, f"Usage: kelvane {name} " in output, f"Examples:\n  kelvane {name}" in output), (0, "", True, True))
+        expect(f"help {name}", run("help", name), (0, output, ""))
+    for command, message in ("", "a command was expected: run, why, "), ("go", 'no command is called "go"; there are run, why, '):
         status, output, messages = run(*command.split())
         expect(command, (status, output, messages[:len("kelvane: " + message)]), (2, "", "kelvane: " + message))
     if not os.environ.get("KELVANE_SANITIZE"):
@@ -196,6 +213,86 @@ def usage():
     with open("/dev/full", "w") as full:
         for command in "run sum.json walk.jsonl", "check sum.json", "info sum.json", "functions", "--help":
             expect(command, run(*command.split(), output=full), (1, "", "kelvane: cannot write standard output: No space left on device\n"))
+
+
+def comparisons(folder):
+    """Two results that differ are told apart by label and time, and what is wrong in one is said."""
+    a, b = folder / "a", folder / "b"
+    a.write_text(x1 + update(1, '"floatValue":0.5', "y") + x2)
+    b.write_text(update("1e0", '"floatValue":1.25') + update(2, '"floatValue":1.0') + x2)
+    row(f"diff {a} {a}", 0, "3 equal values\n")
+    row(f"diff - {a} --abs 0.25", 1, f"""\
+at 1.0, "y": nothing in standard input, 0.5 in {a}
+at 2.0, "x": 1 in standard input, nothing in {a}
+2 differences
+  "y": 0 equal, 1 only in {a}; the first difference at 1.0
+  "x": 2 equal, 1 only in standard input; the first difference at 2.0
+""", input=b.read_text())
+    row(f"diff {b} {a} --rel 0.1 --list 1", 1, f"""\
+at 1.0, "x": 1.25 in {b}, 1 in {a}
+3 differences
+  "x": 1 equal, 1 differing by at most 0.25, 1 only in {b}; the first difference at 1.0
+  "y": 0 equal, 1 only in {a}; the first difference at 1.0
+""")
+    row(f"diff - {a}", 1, "0 equal values\n", "standard input:1: \"name\" is missing; a string was expected\n", '{"timestamp":0}')
+    row("diff - -", 2, "", "kelvane: the two results cannot both be standard input\n")
+
+
+def cases(folder):
+    """A case says where its first wrong value came from, and can be blessed, skipped, or refused with a reason."""
+    def case(name, **files):
+        (folder / name).mkdir(parents=True)
+        for file, text in files.items():
+            (folder / name / file.replace("_", ".")).write_text(text)
+        return folder / name
+    diagram = "x: Float\nrate: Float [not forwarded]\nsum: Float = Add(Subtract(x, 1), rate)\n"
+    recording = x1 + update(1, '"floatValue":2', "rate") + update(2, '"floatValue":3')
+    sums = update(1, '"floatValue":2', "sum")
+    right = case("a/right", diagram_kelvane=diagram, recording_jsonl=recording, expected_jsonl=sums, options="# c\n\n--no-inputs\n")
+    wrong = case("b", diagram_kelvane=diagram, recording_jsonl=recording, options="--hide x\n--abs 0.5\n",
+                 expected_jsonl=sums + update(2, '"floatValue":5', "sum"))
+    skipped = case("c", diagram_json=(DATA / "sum.json").read_text(), options="--recording none/walk.jsonl")
+    broken = case("d", diagram_kelvane="x: Float\ny: Float = Absolut(x)\n", recording_jsonl=x1, expected_jsonl=x1)
+    refused = case("e", diagram_kelvane=diagram, recording_jsonl=x1, expected_jsonl=x1, options="--no-inputs\n--sett a=1")
+    without = case("f", diagram_kelvane=diagram, recording_jsonl=recording)
+    origin = """at 2.0, "sum": 5 in expected.jsonl, nothing in the results
+    "sum" comes from node 5 ("Add", "Add")
+      a = 2.0, new, waits for the other inputs, from node 4 ("Subtract", "Subtract")
+        a = 3.0, new, from node 1 ("Float", "x")
+        b = 1.0, from node 3 ("Float", "Float")
+      b = 2.0, of 1.0, from node 2 ("Float", "rate")
+  1 difference
+    "sum": 1 equal, 1 only in expected.jsonl; the first difference at 2.0
+"""
+    report = f"""\
+{right}: as expected
+{wrong}: NOT as expected
+  {origin}{skipped}: skipped: the recording none/walk.jsonl is not here, nor in a folder above
+{broken}: NOT as expected
+  {broken}/diagram.kelvane:2:12: no function is called "Absolut"; did you mean "Absolute"?
+  kelvane: {broken}/diagram.kelvane cannot be built
+{refused}: NOT as expected
+  {refused}/options:2: no option of a case is called "--sett"; did you mean "--set"?
+{without}: NOT as expected
+  expected.jsonl is missing; kelvane test --bless writes it
+6 cases: 1 as expected, 4 failed, 1 skipped
+"""
+    for jobs in "1", "3":
+        row(f"test {folder} -j {jobs}", 1, report)
+    status, output, messages = run("test", "--tap", "--junit", folder / "junit.xml", right, wrong, skipped)
+    lines = output.splitlines()
+    expect("TAP", (status, lines[:5], lines[-1]), (1, ["TAP version 13", "1..3", f"ok 1 - {right}", f"not ok 2 - {wrong}", "# " + origin.splitlines()[0]],
+                                                   f"ok 3 - {skipped} # SKIP the recording none/walk.jsonl is not here, nor in a folder above"))
+    suite = xml.etree.ElementTree.parse(folder / "junit.xml").getroot()
+    expect("JUnit", (suite.attrib, [[child.attrib["message"] for child in case] for case in suite]),
+           ({"name": "kelvane", "tests": "3", "failures": "1", "skipped": "1"}, [[], [origin.splitlines()[0]], [lines[-1].split("SKIP ")[1]]]))
+    row(f"test --bless {right} {wrong} {without} {broken}", 1, f"{right}: as expected\n{wrong}: blessed: expected.jsonl was written\n"
+        f"{without}: blessed: expected.jsonl was written\n{report[report.index(str(broken)):report.index(str(refused))]}"
+        "4 cases: 1 as expected, 1 failed, 2 blessed\n")
+    expect("what was blessed", [(case / "expected.jsonl").read_text() for case in (right, wrong, without, broken)],
+           [sums, sums, sums + x1 + update(2, '"floatValue":3'), x1])
+    row(f"test {folder / 'none'}", 1, "", f"kelvane: cannot read {folder / 'none'}: No such file or directory\n")
+    row("test .", 1, "", "kelvane: there are no cases in . (folders with diagram.kelvane or diagram.json, and recording.jsonl)\n")
 
 
 def changes(old, new):
@@ -432,7 +529,7 @@ def manyRecordings(folder):
 def main():
     for part in runs, checks, lists, usage, streams, schemas:
         part()
-    for part in files, edits:
+    for part in files, edits, comparisons, cases:
         with tempfile.TemporaryDirectory() as folder:
             part(Path(folder))
     with tempfile.TemporaryDirectory() as folder:

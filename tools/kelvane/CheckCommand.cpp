@@ -260,8 +260,7 @@ int check(const CheckOptions& options) {
         return ExitStatus::done;
     }
     if (options.diagrams.empty()) {
-        throw Failure{ExitStatus::wrongUsage,
-                      "kelvane: DIAGRAM is required\nRun with --help for more information."};
+        throw Failure{ExitStatus::wrongUsage, "kelvane: DIAGRAM is required; kelvane help check says more"};
     }
     const auto readsStandardInput = std::count(options.diagrams.begin(), options.diagrams.end(), "-") +
                                     (options.recording == "-" ? 1 : 0);

@@ -1,9 +1,12 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <new>
 #include <sstream>
+#include <utility>
 
 #include "Commands.h"
 #include "Files.h"
@@ -47,8 +50,20 @@ void addNumber(CLI::App& command, const std::string& name, Target& target, Numbe
         ->capture_default_str();
 }
 
-void addRun(CLI::App& app, RunOptions& options, int& status) {
-    auto& command = addCommand(app, "run", "Replay a recording through a diagram", options, status, run);
+/// An option that takes one of a few words.
+void addChoice(CLI::App& command, const std::string& name, std::string& target, const char* description,
+               const std::vector<std::string>& choices) {
+    std::string words;
+    for (const auto& choice : choices) words += (words.empty() ? "" : "|") + choice;
+    const auto refuseOthers = [=](const std::string& text) {
+        if (std::find(choices.begin(), choices.end(), text) != choices.end()) return std::string();
+        refuseOption(name + " " + text, words + " was expected");
+    };
+    command.add_option(name, target, description)->type_name(words)->check(CLI::Validator(refuseOthers, ""));
+}
+
+CLI::App& addRun(CLI::App& app, RunOptions& options, int& status, int (*action)(const RunOptions&) = run) {
+    auto& command = addCommand(app, "run", "Replay a recording through a diagram", options, status, action);
     command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
     command
         .add_option(
@@ -73,8 +88,8 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
         .add_flag("--resume", options.resumes,
                   "Skip recordings whose results are newer than themselves and the diagram")
         ->needs(outputFolder);
-    addRepeatable(command, "--set", options.constants, "Give the constants of this label another value",
-                  "LABEL=TEXT");
+    addRepeatable(command, "--set", options.constants,
+                  "Give the constants of this label, or #id, another value", "LABEL=TEXT");
     command
         .add_option("--save", options.save,
                     "Write the diagram with the constants of --set to FILE, after the run")
@@ -105,6 +120,41 @@ void addRun(CLI::App& app, RunOptions& options, int& status) {
         ->type_name("FILE");
     command.add_flag("-q,--quiet", options.isQuiet, "Do not warn of what stayed silent and what was lost");
     command.add_flag("--stats", options.withStatistics, "Report how much was done, on standard error");
+    return command;
+}
+
+void addTolerance(CLI::App& command, ToleranceOptions& options) {
+    addNumber(command, "--abs", options.absolute, 0.0, "Take numbers for equal that are at most X apart",
+              "X");
+    addNumber(command, "--rel", options.relative, 0.0,
+              "Take numbers for equal that are at most Y times the larger one apart", "Y");
+}
+
+void addDiff(CLI::App& app, DiffOptions& options, int& status) {
+    auto& command = addCommand(app, "diff", "Compare two results", options, status, diff);
+    command.add_option("A", options.first, "Results, as run writes them; - is standard input")
+        ->required()
+        ->type_name("");
+    command.add_option("B", options.second, "Other results")->required()->type_name("");
+    addTolerance(command, options.tolerance);
+    addNumber(command, "--list", options.mostListed, std::int64_t{0}, "List the first N differences (10)",
+              "N");
+}
+
+void addTest(CLI::App& app, TestOptions& options, int& status) {
+    auto& command = addCommand(app, "test", "Run cases and compare their results with the expected ones",
+                               options, status, test);
+    command
+        .add_option("DIR", options.folders,
+                    "Cases, or folders to be searched for some (.): folders with a diagram "
+                    "(diagram.kelvane, diagram.json), recording.jsonl, expected.jsonl, and options of run, "
+                    "one a line, in a file \"options\"")
+        ->type_name("");
+    command.add_flag("--bless", options.blesses,
+                     "Write the results to expected.jsonl where they are not as expected");
+    command.add_flag("--tap", options.asTap, "Report in the Test Anything Protocol");
+    command.add_option("--junit", options.junit, "Report in JUnit's XML, too, to FILE")->type_name("FILE");
+    addNumber(command, "-j,--jobs", options.jobs, std::int64_t{1}, "Run N cases at a time", "N");
 }
 
 void addWhy(CLI::App& app, WhyOptions& options, int& status) {
@@ -155,9 +205,7 @@ void addFormat(CLI::App& app, FormatOptions& options, int& status) {
     auto& command = addCommand(app, "fmt", "Write a diagram in good order, or in its other form", options,
                                status, format);
     command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
-    command.add_option("--to", options.form, "Write it as text, or as JSON")
-        ->type_name("text|json")
-        ->check(CLI::IsMember({"text", "json"}));
+    addChoice(command, "--to", options.form, "Write it as text, or as JSON", {"text", "json"});
 }
 
 /// Adds the six commands that edit a diagram as it stands.
@@ -219,35 +267,109 @@ std::vector<std::string> optionNames(const CLI::App& app) {
     return names;
 }
 
+/// Null for a name that no command has.
+CLI::App* commandNamed(CLI::App& app, const std::string& name) {
+    for (auto* const command : app.get_subcommands({})) {
+        if (command->get_name() == name) return command;
+    }
+    return nullptr;
+}
+
+/// Shows what the tool, or a command of it, takes.
+void addHelp(CLI::App& app, std::string& name) {
+    auto& command = *app.add_subcommand("help", "Show what a command takes, and examples");
+    command.add_option("COMMAND", name, "The command; all are listed without one")->type_name("");
+    command.final_callback([&app, &name] {
+        if (name.empty()) {
+            writeToStandardOutput(
+                app.get_formatter()->make_help(&app, "kelvane", CLI::AppFormatMode::Normal));
+        } else if (const auto* const named = commandNamed(app, name)) {
+            writeToStandardOutput(named->help("kelvane"));
+        } else {
+            refuseOption("help " + name, withHint("no command is called " + inQuotes(name),
+                                                  nearestNameHint(name, commandNames(app))));
+        }
+    });
+}
+
+/// What the help of a command ends with.
+void addExamples(CLI::App& app) {
+    constexpr std::array<std::pair<const char*, const char*>, 17> examples{{
+        {"run",
+         "  kelvane run heart.kelvane ecg.jsonl\n"
+         "  kelvane run heart.kelvane ecg.jsonl --no-inputs --set limit=120 -o beats.jsonl\n"
+         "  kelvane run heart.kelvane recordings/ -j 8 --out-dir results --resume"},
+        {"why",
+         "  kelvane why heart.kelvane ecg.jsonl\n"
+         "  kelvane why heart.kelvane ecg.jsonl 'heart rate' --at 12.5"},
+        {"check",
+         "  kelvane check heart.kelvane --recording ecg.jsonl\n"
+         "  kelvane check diagrams/*.json --strict"},
+        {"diff",
+         "  kelvane diff before.jsonl after.jsonl\n"
+         "  kelvane run heart.kelvane ecg.jsonl | kelvane diff before.jsonl - --abs 1e-9"},
+        {"test",
+         "  kelvane test examples\n"
+         "  kelvane test --bless examples/smoothing\n"
+         "  kelvane test -j 4 --tap --junit report.xml"},
+        {"info", "  kelvane info heart.kelvane"},
+        {"export", "  kelvane export heart.kelvane >heart.json"},
+        {"fmt",
+         "  kelvane fmt heart.kelvane\n"
+         "  kelvane fmt --to text heart.json >heart.kelvane"},
+        {"set", "  kelvane set --in-place heart.kelvane limit=120 '#7=0.5'"},
+        {"rename", "  kelvane rename --in-place heart.kelvane limit 'highest rate'"},
+        {"connect", "  kelvane connect --in-place heart.kelvane ecg Larger.a"},
+        {"disconnect",
+         "  kelvane disconnect --in-place heart.kelvane ecg Larger.a\n"
+         "  kelvane disconnect --in-place heart.kelvane Larger.a"},
+        {"add", "  kelvane add --in-place heart.kelvane 'Moving averager' mean"},
+        {"remove", "  kelvane remove --in-place heart.kelvane mean '#7'"},
+        {"functions",
+         "  kelvane functions\n"
+         "  kelvane functions 'Moving averager'\n"
+         "  kelvane functions delay"},
+        {"schema", "  kelvane schema >diagram.schema.json"},
+        {"help", "  kelvane help run"},
+    }};
+    app.footer("kelvane help COMMAND shows what a command takes, and examples.");
+    for (const auto& [name, lines] : examples) {
+        if (auto* const command = commandNamed(app, name))
+            command->footer(std::string("Examples:\n") + lines);
+    }
+}
+
 /// Writes help and version, and reports wrong usage.
 void endOnParseOutcome(const CLI::App& app, const CLI::ParseError& outcome) {
     std::ostringstream text, errors;
     const int code = app.exit(outcome, text, errors);
     writeToStandardOutput(text.str());
     if (code == 0) return;
-    // What is wrong, which quotes the user, and where to find help.
-    const std::string_view what = outcome.what();
-    std::string message = errors.str().replace(0, what.size(), printable(what));
-    message.erase(message.find_last_not_of('\n') + 1);
+    std::string message = printable(outcome.what());
+    constexpr std::string_view before = ": 1 required ", after = " missing";
+    if (const auto place = message.find(before); place != std::string::npos && message.ends_with(after)) {
+        message.replace(message.size() - after.size(), after.size(), " was expected");
+        message.replace(place, before.size(), ": ");
+    }
     // Of the tool itself, or of the command that was named.
     const auto named = app.get_subcommands();
     const auto unknown = app.remaining(true);
+    std::string hint = named.empty() ? "" : "kelvane help " + named.front()->get_name() + " says more";
     if (!unknown.empty()) {
         const auto& word = unknown.front();
-        const CLI::App& asked = named.empty() ? app : *named.front();
         const bool isOption = word.starts_with('-');
-        if (isOption) {
-            message =
-                withHint("no option is called " + inQuotes(word), nearestNameHint(word, optionNames(asked)));
-        } else if (named.empty()) {
-            const auto nearest = nearestNameHint(word, commandNames(app));
-            message = withHint("no command is called " + inQuotes(word),
-                               nearest.empty() ? "there are " + joined(commandNames(app)) : nearest);
-        }
+        auto nearest = isOption ? nearestNameHint(word, optionNames(named.empty() ? app : *named.front()))
+                       : named.empty() ? nearestNameHint(word, commandNames(app))
+                                       : std::string();
+        message = isOption        ? "no option is called " + inQuotes(word)
+                  : named.empty() ? "no command is called " + inQuotes(word)
+                                  : "no further argument was expected, and " + inQuotes(word) + " was given";
+        if (!nearest.empty()) hint = std::move(nearest);
+        if (hint.empty()) hint = "there are " + joined(isOption ? optionNames(app) : commandNames(app));
     } else if (named.empty()) {
         message = "a command was expected: " + joined(commandNames(app));
     }
-    throw Failure{ExitStatus::wrongUsage, "kelvane: " + message};
+    throw Failure{ExitStatus::wrongUsage, "kelvane: " + withHint(message, hint)};
 }
 
 int runCommand(int argc, char** argv) {
@@ -263,6 +385,10 @@ int runCommand(int argc, char** argv) {
     addWhy(app, whyOptions, status);
     CheckOptions checkOptions;
     addCheck(app, checkOptions, status);
+    DiffOptions diffOptions;
+    addDiff(app, diffOptions, status);
+    TestOptions testOptions;
+    addTest(app, testOptions, status);
     InfoOptions infoOptions;
     addInfo(app, infoOptions, status);
     ExportOptions exportOptions;
@@ -276,6 +402,9 @@ int runCommand(int argc, char** argv) {
     SchemaOptions schemaOptions;
     addCommand(app, "schema", "Write the JSON Schema of diagram documents, for editors", schemaOptions,
                status, schema);
+    std::string helpedCommand;
+    addHelp(app, helpedCommand);
+    addExamples(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& outcome) {
@@ -285,6 +414,44 @@ int runCommand(int argc, char** argv) {
 }
 
 }  // namespace
+
+CaseOptions readCaseOptions(const std::string& fileName, std::string_view text) {
+    CaseOptions options;
+    int status = ExitStatus::done;
+    CLI::App app;
+    auto& command = addRun(app, options.run, status, [](const RunOptions&) { return int{ExitStatus::done}; });
+    addTolerance(command, options.tolerance);
+    command.add_option("--recording", options.recording);
+    auto names = optionNames(command);
+    // What a run writes, and how, is the command's own affair.
+    for (const std::string_view name : {"--help", "--output", "--out-dir", "--jobs", "--resume", "--save",
+                                        "--stats", "--quiet", "--profile", "--profile-json", "--trace"})
+        std::erase(names, name);
+    // The last word first, as the parser takes them.
+    std::vector<std::string> words;
+    std::istringstream lines{std::string(text)};
+    std::string line;
+    for (std::size_t number = 1; std::getline(lines, line); ++number) {
+        line.erase(line.find_last_not_of(" \t\r") + 1);
+        if (line.empty() || line.starts_with('#')) continue;
+        const auto name = line.substr(0, line.find(' '));
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
+            throw Failure{ExitStatus::failed, fileName + ":" + std::to_string(number) + ": " +
+                                                  withHint("no option of a case is called " + inQuotes(name),
+                                                           nearestNameHint(name, names))};
+        }
+        // Behind an equals sign, a text may begin with a dash.
+        if (name.size() < line.size()) line[name.size()] = '=';
+        words.insert(words.begin(), line);
+    }
+    words.insert(words.end(), {"diagram", "run"});
+    try {
+        app.parse(words);
+    } catch (const CLI::ParseError& error) {
+        throw Failure{ExitStatus::failed, fileName + ": " + printable(error.what())};
+    }
+    return options;
+}
 
 int runTool(int argc, char** argv) {
     try {

@@ -63,6 +63,34 @@ struct WhyOptions {
 /// Writes why nodes stay silent.
 int why(const WhyOptions& options);
 
+/// How far numbers may be apart and count as equal; none of the two: not at all.
+struct ToleranceOptions {
+    std::optional<double> absolute, relative;
+};
+
+struct DiffOptions {
+    std::string first, second;
+    ToleranceOptions tolerance;
+    /// The differences that are listed.
+    std::int64_t mostListed = 10;
+};
+/// Compares two results; the status says whether they are equal.
+int diff(const DiffOptions& options);
+
+struct TestOptions {
+    /// Cases, or folders that hold some; none: the current one.
+    std::vector<std::string> folders;
+    /// Writes the results as expected ones where they differ.
+    bool blesses = false;
+    /// Writes the outcome in the Test Anything Protocol, instead of lines for people.
+    bool asTap = false;
+    /// Where the outcome is written as JUnit's XML besides; empty: nowhere.
+    std::string junit;
+    std::int64_t jobs = 1;
+};
+/// Runs cases and compares their results with the expected ones.
+int test(const TestOptions& options);
+
 struct CheckOptions {
     std::vector<std::string> diagrams;
     /// Empty: none.

@@ -15,11 +15,12 @@ using namespace KelvaneSDK;
 namespace {
 
 /// Reports the errors of a document; true when there are any.
-bool reportErrors(const std::string& name, const std::vector<Finding>& findings) {
+bool reportErrors(const std::string& name, const std::vector<Finding>& findings,
+                  const std::function<void(const std::string&)>& messages) {
     auto gravest = Severity::warning;
     for (const auto& finding : findings) {
         gravest = std::max(gravest, finding.severity);
-        if (finding.severity != Severity::warning) report(findingLine(name, finding));
+        if (finding.severity != Severity::warning) messages(findingLine(name, finding));
     }
     if (gravest == Severity::fatal)
         throw Failure{ExitStatus::failed, "kelvane: " + name + " cannot be evaluated"};
@@ -69,6 +70,12 @@ std::string Diagram::stopText(const StopReason& reason) const {
 }
 
 Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
+    auto diagram = loadDiagram(path, report);
+    diagram.hasErrors |= messages.hasErrors();
+    return diagram;
+}
+
+Diagram loadDiagram(const std::string& path, const std::function<void(const std::string&)>& messages) {
     Diagram diagram{nameOf(path), std::make_unique<Kelvane>(), false, readWholeFile(path)};
     diagram.engine->setStopBehavior(StopBehavior::failCall);
     // The findings come first, and what the builder prints of the same errors is left out.
@@ -76,11 +83,12 @@ Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
     diagram.engine->setDiagnosticSink([&](std::string_view line) { lines.emplace_back(line); });
     const auto loaded = diagram.engine->load(diagram.text, true);
     diagram.engine->setDiagnosticSink({});
-    diagram.hasErrors = reportErrors(diagram.name, loaded.findings);
+    const bool isFaulty = diagram.hasErrors = reportErrors(diagram.name, loaded.findings, messages);
     for (const auto& line : lines) {
-        if (!diagram.hasErrors || !isError(line)) messages.take(line);
+        if (isFaulty && isError(line)) continue;
+        messages(printable(line));
+        diagram.hasErrors |= isError(line);
     }
-    diagram.hasErrors |= messages.hasErrors();
     if (!loaded.isBuilt) {
         const auto& failure = diagram.engine->failure();
         std::string why = failure ? ": " + diagram.stopText(*failure) : "";

@@ -51,6 +51,8 @@ struct Diagram {
 /// Reads, checks and builds a diagram of either form ("-" is standard input), and reports the document's
 /// errors, once. A document with a fatal error, or one that cannot be built, is refused with a `Failure`.
 Diagram loadDiagram(const std::string& path, LibraryMessages& messages);
+/// The same with the reports, line by line, to `messages`, from any thread.
+Diagram loadDiagram(const std::string& path, const std::function<void(const std::string&)>& messages);
 
 /// The diagram of either form in a text, whatever may be found in it. A text that is none has its faults
 /// reported and is refused with a `Failure`.

@@ -130,19 +130,19 @@ void DiagramEditor::setProperty(std::int64_t id, const std::string& property, co
 
 void DiagramEditor::set(const std::string& setting) {
     const std::string option = file + ": " + setting;
-    const Condition isConstant = [](const Node& node) {
+    const auto isConstant = [](const Node& node) {
         return node.category == NodeCategory::Constant && node.nodeClass != nullptr;
     };
-    std::vector<std::string> known;
+    SettableNodes names;
     for (const auto& node : nodes) {
-        if (!isConstant(node)) continue;
-        known.push_back(node.label);
-        if (setting.starts_with('#')) known.push_back("#" + std::to_string(node.id));
+        if (isConstant(node)) names.add(node.label, typeOf(node), node.id);
     }
-    const auto [label, text] = splitSetting(option, setting, known);
-    for (const auto* node : bearers(label, isConstant)) {
-        constantValue(option, *concreteClassNamed(typeOf(*node)), text);
-        setProperty(node->id, "OutputValue", text);
+    const auto split = names.split(option, setting);
+    for (const auto& node : nodes) {
+        if (!isConstant(node) || !SettableNodes::isNamed(split.first, node.label, typeOf(node), node.id))
+            continue;
+        constantValue(option, *concreteClassNamed(typeOf(node)), split.second);
+        setProperty(node.id, "OutputValue", split.second);
     }
 }
 

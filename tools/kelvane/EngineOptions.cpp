@@ -14,10 +14,14 @@ namespace {
 
 void setConstant(Kelvane& engine, const std::string& setting) {
     const std::string option = "--set " + setting;
-    const auto [label, text] = splitSetting(option, setting, labels(engine, NodeCategory::Constant));
-    for (const auto& node : engine.nodeList(NodeCategory::Constant)) {
-        if (node->label() != label) continue;
-        engine.setConstant(label, constantValue(option, node->outputValue()->valueClass(), text));
+    const auto constants = engine.nodeList(NodeCategory::Constant);
+    SettableNodes names;
+    for (const auto& node : constants) names.add(node->label(), node->typeString, node->id.value_or(-1));
+    const auto [name, text] = names.split(option, setting);
+    for (const auto& node : constants) {
+        if (!SettableNodes::isNamed(name, node->label(), node->typeString, node->id.value_or(-1))) continue;
+        auto& output = node->output();
+        output.setValue(constantValue(option, output.valueClass(), text));
     }
 }
 
@@ -47,14 +51,16 @@ void applyOptions(Kelvane& engine, const RunOptions& options) {
 
 InitialValues initialValues(const Kelvane& engine, const std::vector<std::string>& settings) {
     InitialValues initial;
+    const auto nodes = engine.nodeList(NodeCategory::InputStream);
+    SettableNodes streams("input stream");
+    for (const auto& node : nodes) streams.add(node->label(), node->typeString, *node->id);
     for (const auto& setting : settings) {
         const std::string option = "--init " + setting;
-        const auto [label, text] =
-            splitSetting(option, setting, labels(engine, NodeCategory::InputStream), "input stream");
-        for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
-            if (node->label() != label) continue;
+        const auto [name, text] = streams.split(option, setting);
+        for (const auto& node : nodes) {
+            if (!SettableNodes::isNamed(name, node->label(), node->typeString, *node->id)) continue;
             const auto type = concreteClassNamed(node->typeString);
-            initial.values.emplace_back(label, constantValue(option, *type, text));
+            initial.values.emplace_back(node->label(), constantValue(option, *type, text));
             break;
         }
     }
@@ -66,19 +72,36 @@ void InitialValues::addTo(KelvaneInput& batch) {
     values.clear();
 }
 
-std::pair<std::string, std::string> splitSetting(const std::string& option, const std::string& setting,
-                                                 const std::vector<std::string>& known,
-                                                 std::string_view noun) {
+void SettableNodes::add(std::string_view label, std::string_view type, std::int64_t id) {
+    ids.push_back("#" + std::to_string(id));
+    if (label != type) {
+        labels.emplace_back(label);
+    } else if (unlabelled.empty()) {
+        unlabelled = ids.back();
+    }
+}
+
+std::pair<std::string, std::string> SettableNodes::split(const std::string& option,
+                                                         const std::string& setting) const {
+    const auto isKnown = [](const std::vector<std::string>& known, const std::string& name) {
+        return std::find(known.begin(), known.end(), name) != known.end();
+    };
     for (auto end = setting.find('='); end != std::string::npos; end = setting.find('=', end + 1)) {
-        const auto label = setting.substr(0, end);
-        if (std::find(known.begin(), known.end(), label) != known.end())
-            return {label, setting.substr(end + 1)};
+        const auto name = setting.substr(0, end);
+        if (isKnown(ids, name) || isKnown(labels, name)) return {name, setting.substr(end + 1)};
     }
     const auto equals = setting.find('=');
     if (equals == std::string::npos) refuseOption(option, "LABEL=TEXT was expected");
-    const auto label = setting.substr(0, equals);
-    refuseOption(option, withHint("no " + std::string(noun) + " is called " + inQuotes(label),
-                                  nearestNameHint(label, known)));
+    const auto name = setting.substr(0, equals);
+    auto hint = nearestNameHint(name, labels);
+    if (hint.empty() && !unlabelled.empty())
+        hint = noun + "s without a label go by their id, as in " + unlabelled + "=TEXT";
+    refuseOption(option, withHint("no " + noun + " is called " + inQuotes(name), hint));
+}
+
+bool SettableNodes::isNamed(const std::string& name, std::string_view label, std::string_view type,
+                            std::int64_t id) {
+    return name == "#" + std::to_string(id) || (label == name && label != type);
 }
 
 Value constantValue(const std::string& option, ValueClass type, const std::string& text) {

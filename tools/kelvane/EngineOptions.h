@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -28,11 +30,26 @@ private:
 /// The values that settings "LABEL=TEXT" say; refuses others.
 InitialValues initialValues(const KelvaneSDK::Kelvane& engine, const std::vector<std::string>& settings);
 
-/// Takes "LABEL=TEXT" apart. A label may hold "=" itself: `known` are those that there are, each a `noun`,
-/// and others are refused.
-std::pair<std::string, std::string> splitSetting(const std::string& option, const std::string& setting,
-                                                 const std::vector<std::string>& known,
-                                                 std::string_view noun = "constant");
+/// By what settings name the nodes that they are for, constants or streams of a diagram: by the label, where
+/// a node has one of its own, and by the id, as in "#7".
+class SettableNodes {
+public:
+    /// `nodeNoun` is what messages call such a node.
+    explicit SettableNodes(std::string_view nodeNoun = "constant") : noun(nodeNoun) {}
+    void add(std::string_view label, std::string_view type, std::int64_t id);
+
+    /// Takes "LABEL=TEXT" apart. A label may hold "=" itself. Names that no node has are refused.
+    std::pair<std::string, std::string> split(const std::string& option, const std::string& setting) const;
+    /// Whether a node goes by the name.
+    static bool isNamed(const std::string& name, std::string_view label, std::string_view type,
+                        std::int64_t id);
+
+private:
+    std::string noun;
+    std::vector<std::string> labels, ids;
+    /// Of the first node without a label; empty when all have one.
+    std::string unlabelled;
+};
 
 /// The value of a constant that the text of a setting says; refuses others.
 KelvaneSDK::Value constantValue(const std::string& option, KelvaneSDK::ValueClass type,

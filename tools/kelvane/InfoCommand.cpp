@@ -45,8 +45,9 @@ Summary summaryOf(const Kelvane& engine) {
     }
     for (const auto& node : engine.nodeList(NodeCategory::Constant)) {
         const auto* value = node->outputValue()->payload();
-        summary.constants.push_back(
-            {std::string(node->label()), std::string(node->typeString), value ? getValueString(*value) : ""});
+        const std::string type(node->typeString), label(node->label());
+        summary.constants.push_back({label == type ? "#" + std::to_string(node->id.value_or(-1)) : label,
+                                     type, value ? getValueString(*value) : ""});
     }
     for (const auto& node : engine.nodeList(NodeCategory::Function))
         ++summary.functionCounts[std::string(node->typeString)];

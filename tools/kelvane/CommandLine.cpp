@@ -139,9 +139,14 @@ void addCheck(CLI::App& app, CheckOptions& options, int& status) {
 }
 
 void addInfo(CLI::App& app, InfoOptions& options, int& status) {
-    auto& command = addCommand(app, "info", "List a diagram's streams, outputs, constants and functions",
-                               options, status, info);
-    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+    auto& command =
+        addCommand(app, "info", "List what a diagram has, or what a recording has", options, status, info);
+    command
+        .add_option("FILE", options.path,
+                    "A diagram: its streams, outputs, constants and functions; or a recording: each stream's "
+                    "type, count, rate, range and faults")
+        ->required()
+        ->type_name("");
     command.add_flag("--json", options.asJson, "Write JSON");
 }
 

@@ -76,7 +76,8 @@ struct CheckOptions {
 int check(const CheckOptions& options);
 
 struct InfoOptions {
-    std::string diagram;
+    /// A diagram or a recording.
+    std::string path;
     bool asJson = false;
 };
 int info(const InfoOptions& options);

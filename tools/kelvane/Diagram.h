@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "DataFile.h"
 #include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 #include "KelvaneSDK/KelvaneSDK.h"
 
@@ -51,6 +52,12 @@ struct Diagram {
 /// Reads, checks and builds a diagram of either form ("-" is standard input), and reports the document's
 /// errors, once. A document with a fatal error, or one that cannot be built, is refused with a `Failure`.
 Diagram loadDiagram(const std::string& path, LibraryMessages& messages);
+
+/// The same of a text, as readWholeFile() reads it; `name` is for messages.
+Diagram buildDiagram(const std::string& name, std::string text, LibraryMessages& messages);
+
+/// Whether a file is empty, or begins as a recording does and not as a diagram. Nothing of it is taken.
+bool isRecording(DataFile& file);
 
 /// The diagram of either form in a text, whatever may be found in it. A text that is none has its faults
 /// reported and is refused with a `Failure`.

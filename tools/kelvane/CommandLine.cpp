@@ -150,6 +150,44 @@ void addInfo(CLI::App& app, InfoOptions& options, int& status) {
     command.add_flag("--json", options.asJson, "Write JSON");
 }
 
+void addConvert(CLI::App& app, ConvertOptions& options, int& status) {
+    auto& command =
+        addCommand(app, "convert", "Turn tables and other files of measurements into recordings, and back",
+                   options, status, convert);
+    command
+        .add_option("FILE", options.inputs,
+                    "Recordings, CSV tables, MCAP, GPX and EDF files, compressed or not, which are merged by "
+                    "time; - or none is standard input")
+        ->type_name("");
+    const auto add = [&](const char* name, std::string& text, const char* description, const char* argument) {
+        return command.add_option(name, text, description)->type_name(argument);
+    };
+    add("-o,--output", options.output, "Write to FILE, complete or not at all", "FILE");
+    add("--from", options.from, "What the files are, whatever their names: recording, csv, mcap, gpx, edf",
+        "FORMAT");
+    add("--to", options.to,
+        "Write recording, csv or mcap; else as FILE's name says, or csv of recordings and a recording of "
+        "others",
+        "FORMAT");
+    add("--time", options.timeColumn, "The title of a table's column of times", "COLUMN");
+    add("--time-unit", options.timeUnit, "What the times are", "s|ms|us|ns|iso")
+        ->check(CLI::IsMember({"s", "ms", "us", "ns", "iso"}));
+    addNumber(command, "--rate", options.rate, 0.0, "The table has no times, but so many rows a second",
+              "HZ");
+    command.add_flag("--from-zero", options.fromZero, "Count times from the first one");
+    add("--layout", options.layout, "A column for each stream, or rows of time, name, type, value",
+        "wide|long")
+        ->check(CLI::IsMember({"wide", "long"}));
+    addRepeatable(command, "--types", options.types,
+                  "The type of a column's values; else Float, Boolean or String, as the first one looks",
+                  "LABEL=TYPE");
+    add("--header", options.header, "The titles, with commas, of a table that has none", "TITLES");
+    addNumber(command, "--skip-lines", options.skippedLines, std::int64_t{0},
+              "Pass over so many lines in front of the titles", "N");
+    add("--separator", options.separator, "What separates a table's fields: a character, or tab",
+        "CHARACTER");
+}
+
 void addExport(CLI::App& app, ExportOptions& options, int& status) {
     auto& command = addCommand(app, "export", "Write a diagram as the engine understands it, renumbered",
                                options, status, exportDiagram);
@@ -270,6 +308,8 @@ int runCommand(int argc, char** argv) {
     addCheck(app, checkOptions, status);
     InfoOptions infoOptions;
     addInfo(app, infoOptions, status);
+    ConvertOptions convertOptions;
+    addConvert(app, convertOptions, status);
     ExportOptions exportOptions;
     addExport(app, exportOptions, status);
     FormatOptions formatOptions;

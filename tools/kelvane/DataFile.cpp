@@ -118,16 +118,23 @@ std::string_view DataFile::read(std::span<char> space) {
     return {space.data(), count};
 }
 
-std::string_view DataFile::firstLine(std::size_t most) {
+std::string_view DataFile::lineAt(std::size_t index, std::size_t most) {
     std::array<char, 4096> space{};
-    auto lineBreak = looked.find('\n');
-    while (lineBreak == std::string::npos && looked.size() < most) {
-        const auto piece = readFile(space);
-        if (piece.empty()) break;
+    std::size_t begin = 0, searched = 0;
+    for (;;) {
+        const auto lineBreak = looked.find('\n', searched);
+        if (lineBreak != std::string::npos && index == 0)
+            return std::string_view(looked).substr(begin, lineBreak - begin);
+        if (lineBreak != std::string::npos) {
+            begin = searched = lineBreak + 1;
+            --index;
+            continue;
+        }
+        searched = looked.size();
+        const auto piece = searched - begin < most ? readFile(space) : std::string_view();
+        if (piece.empty()) return index == 0 ? std::string_view(looked).substr(begin) : std::string_view();
         looked += piece;
-        lineBreak = looked.find('\n', looked.size() - piece.size());
     }
-    return std::string_view(looked).substr(0, lineBreak);
 }
 
 std::string DataFile::readRest() {

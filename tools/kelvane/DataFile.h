@@ -24,13 +24,15 @@ public:
     /// As InputFile::read(), and empty where compressed data is damaged or incomplete.
     std::string_view read(std::span<char> space);
     /// The first line, without its line break, or as much of it as `most` bytes hold. read() gives it again.
-    std::string_view firstLine(std::size_t most);
+    std::string_view firstLine(std::size_t most) { return lineAt(0, most); }
+    /// The same of a later line, whose number is counted from 0.
+    std::string_view lineAt(std::size_t index, std::size_t most);
     /// All that has not been read; refuses more than a document may hold.
     std::string readRest();
 
     /// What is wrong with compressed data, with the file and about where; empty when nothing is.
     const std::string& damage() const { return fault; }
-    /// After firstLine().
+    /// After firstLine() or lineAt().
     bool isEmpty() const { return looked.empty(); }
     bool isCompressed() const { return decompressor != nullptr; }
     bool isRegular() const { return file.isRegular(); }
@@ -46,7 +48,7 @@ private:
     std::vector<char> inputSpace;
     std::string_view input;  // what was read of the file and has not been taken
     std::size_t taken = 0;   // bytes of the file before `input`
-    std::string looked;      // what firstLine() read, and how much of it was given again
+    std::string looked;      // what lineAt() read, and how much of it was given again
     std::size_t given = 0;
     std::string fault;
     bool isStarted = false, isAtEnd = false;

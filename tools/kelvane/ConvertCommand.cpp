@@ -1,5 +1,8 @@
 #include <algorithm>
+#include <memory>
+#include <optional>
 #include <set>
+#include <utility>
 
 #include "Commands.h"
 #include "Conversions/CsvTypes.h"
@@ -25,6 +28,7 @@ public:
         const bool isExact = originNanoseconds && update.nanoseconds &&
                              !__builtin_sub_overflow(*update.nanoseconds, *originNanoseconds, &difference);
         update.timestamp = isExact ? secondsOf(difference) : update.timestamp - origin;
+        update.nanoseconds = isExact ? std::optional(difference) : std::nullopt;
     }
 
 private:
@@ -78,10 +82,16 @@ int convert(const ConvertOptions& options) {
     Shift shift;
     std::set<std::string> unused;
     for (const auto& [label, type] : types.all()) unused.insert(label);
-    for (Update update; input->next(update);) {
-        if (!unused.empty()) unused.erase(update.name);
-        if (options.fromZero) shift.apply(update);
-        output->take(update);
+    try {
+        for (Update update; input->next(update);) {
+            if (!unused.empty()) unused.erase(update.name);
+            if (options.fromZero) shift.apply(update);
+            output->take(update);
+        }
+    } catch (const Failure&) {
+        // What stands before a fault is right.
+        file.flush();
+        throw;
     }
     output->finish();
     file.finish();

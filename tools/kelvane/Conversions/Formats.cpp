@@ -57,6 +57,9 @@ const std::vector<Format>& formats() {
     static const std::vector<Format> all{
         {"recording", {".jsonl", ".ndjson"}, openRecording, createRecording},
         {"csv", {".csv", ".tsv", ".txt"}, openCsv, createCsv},
+        {"mcap", {".mcap"}, openMcap, createMcap},
+        {"gpx", {".gpx"}, openGpx, nullptr},
+        {"edf", {".edf"}, openEdf, nullptr},
     };
     return all;
 }
@@ -84,7 +87,11 @@ const Format& formatOfContent(DataFile& file) {
     constexpr std::size_t most = 1 << 20;
     const std::string line(file.firstLine(most));
     const auto first = line.find_first_not_of(" \t\r\xef\xbb\xbf");
+    const auto begins = [&](std::string_view beginning) { return line.starts_with(beginning); };
     const auto& all = formats();
+    if (begins("\x89MCAP")) return all[2];
+    if (begins("0       ")) return all[4];
+    if (first != std::string::npos && line[first] == '<') return all[3];
     return first == std::string::npos || line[first] == '{' ? all[0] : all[1];
 }
 

@@ -155,7 +155,7 @@ Content readByDocuments(const std::string& text) {
 Content readByBatches(std::string_view text) {
     constexpr std::size_t pieceSize = 256 * 1024;
     Content content;
-    RecordingReader reader(RecordingReader::Ending::lineBreakAllowed);
+    RecordingReader reader({.ending = RecordingOptions::Ending::lineBreakAllowed});
     const auto take = [&] {
         while (const auto* batch = reader.next()) {
             content.add(batch->updates.size(), batch->timestamp);

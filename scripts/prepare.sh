@@ -1,6 +1,6 @@
 # Sourced by ./kelvane, ./test and .ci/run: installs what is missing, on Debian and its relatives, and builds presets.
 
-buildPackages="g++ cmake ninja-build libsimdjson-dev libutf8proc-dev libcli11-dev"
+buildPackages="g++ cmake ninja-build libsimdjson-dev libutf8proc-dev libcli11-dev zlib1g-dev libzstd-dev"
 testPackages="libgtest-dev python3"
 
 # Installs those of the packages that are not there yet; says nothing when all are.

@@ -60,7 +60,7 @@ walkSums = update(0.5, '"floatValue":11', "sum") + update(1, '"floatValue":12.5'
 walkResults = (update(0.5, '"floatValue":11', "sum") + update(0.5) + update(1, '"floatValue":12.5', "sum") + update(1, '"floatValue":2.5'))
 firstResult = update(1, '"floatValue":11', "sum") + x1
 unread = 'kelvane: warning: no input stream reads the recording\'s "speed"\n'
-invalid = '2:40: "floatValue" is a string; a number was expected (ERROR: invalid JSON at line 1!)'
+invalid = '2:40: "floatValue" is a string; a number was expected'
 badConstant = 'bad-constant.json:11: properties[2]: node 1 ("Float", "offset"): "ten" is no value of type "Float"; expected a number\n'
 unknownId = "unknown-id.json:12: connections[1]: no node has the outputNodeId 7; the connection would be retried without end\n"
 misspelt = 'misspelt.json:4: nodes[1]: node 1 ("Moving avrager"): no function is called "Moving avrager"; did you mean "Moving averager"?\n'
@@ -75,7 +75,7 @@ def runs():
     row("run sum.json broken.jsonl", 1, firstResult, f"broken.jsonl:{invalid}; 2 more lines were not read\n")
     row("run sum.json", 1, firstResult, f"standard input:{invalid}; the rest was not read\n", x1 + wrong + x2)
     row("run sum.json broken.jsonl --keep-going --hide sum", 1, x1 + update(3, '"floatValue":3'),
-        f"broken.jsonl:{invalid}\nbroken.jsonl:4:21: the recording ends within this line (ERROR: invalid JSON at line 3!)\n"
+        f"broken.jsonl:{invalid}\nbroken.jsonl:4:21: the recording ends within this line\n"
         "broken.jsonl: 2 invalid lines were skipped\n")
     wrongType = "ERROR: trying to set input stream 'x' with wrong type!\n"
     row("run sum.json --no-inputs", 1, "", 2 * wrongType + 'kelvane: warning: the input stream "x" refused 2 values of another type, the first at t = 1.0\n'

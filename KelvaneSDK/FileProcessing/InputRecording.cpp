@@ -17,8 +17,8 @@ std::string RecordingFailure::diagnostic() const {
 
 class RecordingReader::State {
 public:
-    State(Ending textEnding, InvalidLineReceiver skipped, std::size_t longestLine)
-        : ending(textEnding), receiver(std::move(skipped)), maximumLength(longestLine) {}
+    explicit State(RecordingOptions chosen)
+        : options(std::move(chosen)), reader(options.lines == RecordingOptions::Lines::results) {}
 
     void append(std::string_view text) {
         if (!withinMemory([&] { return add(text), true; })) failOutOfMemory();
@@ -36,6 +36,14 @@ public:
         return isComplete;
     }
 
+    const RecordedUpdate* nextUpdate() {
+        bool isThere = false;
+        if (!withinMemory([&] { return isThere = readUpdate(), true; }) && !failed) failOutOfMemory();
+        if (!isThere) return nullptr;
+        lentUpdate = recorded();
+        return &lentUpdate;
+    }
+
     std::optional<RecordingFailure> failed;
     /// What has not been read of the last piece.
     std::string_view piece;
@@ -48,6 +56,11 @@ private:
         if (losses.replaced++ > 0) return;
         losses.firstReplacedTime = update.timestamp;
         losses.firstReplacedName = update.name;
+    }
+    void noteWithoutValue() {
+        if (losses.withoutValue++ > 0) return;
+        losses.firstTimeWithoutValue = update.timestamp;
+        losses.firstNameWithoutValue = update.name;
     }
     void failOutOfMemory() { failed = {lineIndex, 1, outOfMemoryReason, false}; }
 
@@ -68,6 +81,10 @@ private:
     // In this order, no batch is lost or begun when memory runs out.
     void read(KelvaneInput& batch, bool& isComplete) {
         while (!failed && readUpdate()) {
+            if (!update.hasValue) {
+                noteWithoutValue();
+                continue;
+            }
             if (update.timestamp != collected.timestamp()) {
                 collected.moveTo(batch);
                 isComplete = true;
@@ -84,6 +101,12 @@ private:
         isBegun = false;
     }
 
+    RecordedUpdate recorded() {
+        auto& value = collected.spare();
+        return {lineIndex, update.timestamp, update.name, update.hasValue ? value.type() : update.type,
+                update.hasValue ? &value : nullptr};
+    }
+
     // Reads the next valid line; false when there is none.
     bool readUpdate() {
         while (!failed) {
@@ -93,9 +116,10 @@ private:
             }
             if (unfinishedLine.empty() && !isLineRefused) {
                 const auto length = quickReader.read(piece, update, collected.spare());
-                isLineDone =
-                    length > 0 && length < piece.size() && piece[length] == '\n' && length <= maximumLength;
+                isLineDone = length > 0 && length < piece.size() && piece[length] == '\n' &&
+                             length <= options.longestLine;
                 if (isLineDone) {
+                    update.hasValue = true;
                     piece.remove_prefix(length + 1);
                     return true;
                 }
@@ -113,6 +137,7 @@ private:
 
     // The next whole line; absent when there is none.
     std::optional<std::string_view> nextLine() {
+        const auto maximumLength = options.longestLine;
         while (!failed && !isRead) {
             const auto lineBreak = piece.find('\n');
             const auto part = piece.substr(0, lineBreak);
@@ -130,7 +155,8 @@ private:
                 if (!isFinished) return std::nullopt;
                 isRead = true;
                 const bool endsWithLineBreak = lineIndex > 0 && unfinishedLine.empty();
-                if (isLineRefused || (endsWithLineBreak && ending == Ending::lineBreakAllowed))
+                if (isLineRefused ||
+                    (endsWithLineBreak && options.ending == RecordingOptions::Ending::lineBreakAllowed))
                     return std::nullopt;
                 return unfinishedLine;
             }
@@ -141,13 +167,11 @@ private:
     }
 
     void refuse(RecordingFailure failure) {
-        if (receiver) return receiver(failure);
+        if (options.skipped) return options.skipped(failure);
         failed = std::move(failure);
     }
 
-    Ending ending;
-    InvalidLineReceiver receiver;
-    std::size_t maximumLength;
+    const RecordingOptions options;
     QuickLineReader quickReader;
     LineReader reader;
     std::string kept;  // what had not been read of earlier pieces when others came
@@ -159,10 +183,11 @@ private:
     InputUpdate update;
     RecordingBatch collected;
     bool isBegun = true;
+    RecordedUpdate lentUpdate;
 };
 
-RecordingReader::RecordingReader(Ending ending, InvalidLineReceiver skipped, std::size_t longestLine)
-    : state(std::make_unique<State>(ending, std::move(skipped), longestLine)) {}
+RecordingReader::RecordingReader(RecordingOptions options)
+    : state(std::make_unique<State>(std::move(options))) {}
 RecordingReader::~RecordingReader() = default;
 RecordingReader::RecordingReader(RecordingReader&&) noexcept = default;
 RecordingReader& RecordingReader::operator=(RecordingReader&&) noexcept = default;
@@ -171,6 +196,7 @@ void RecordingReader::append(std::string_view piece) { state->append(piece); }
 void RecordingReader::finish() { state->finish(); }
 const KelvaneInput* RecordingReader::next() { return next(state->lent) ? &state->lent : nullptr; }
 bool RecordingReader::next(KelvaneInput& batch) { return state->next(batch); }
+const RecordedUpdate* RecordingReader::nextUpdate() { return state->nextUpdate(); }
 const std::optional<RecordingFailure>& RecordingReader::failure() const { return state->failed; }
 const RecordingLosses& RecordingReader::losses() const { return state->losses; }
 std::string_view RecordingReader::unread() const { return state->piece; }

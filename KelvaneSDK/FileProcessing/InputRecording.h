@@ -36,6 +36,47 @@ struct RecordingLosses {
     std::uint64_t replaced = 0;
     std::string firstReplacedName;
     double firstReplacedTime = 0;
+    /// Updates without a value, as RecordingOptions::Lines::results allows them; the same of the first one.
+    std::uint64_t withoutValue = 0;
+    std::string firstNameWithoutValue;
+    double firstTimeWithoutValue = 0;
+};
+
+/// One line of a recording: an update of a stream.
+struct RecordedUpdate {
+    /// The line's index, from 0.
+    std::size_t line = 0;
+    double timestamp = 0;
+    /// Lives as long as the value.
+    std::string_view name;
+    ValueType type = ValueType::Float;
+    /// Null when the line gives no value: null stands for it, or for a number in it.
+    const Value* value = nullptr;
+};
+
+/// How a recording is read.
+struct RecordingOptions {
+    /// What may stand at the end of the text.
+    enum class Ending {
+        exact,             ///< the text ends with its last line; a line break there is an invalid, empty line
+        lineBreakAllowed,  ///< one line break after the last line is no line
+    };
+    /// Which lines are valid.
+    enum class Lines {
+        inputs,  ///< those that createJsonLines() writes; a line whose only value is null is invalid
+        /// also what appendJsonLines() writes: sequence arrays, and null where there is no number; batches
+        /// are as if an update without a value were not there
+        results,
+    };
+
+    Ending ending = Ending::exact;
+    Lines lines = Lines::inputs;
+    /// Takes the invalid lines, which are skipped as if they were not there; without it, the first one ends
+    /// the reading. It is called within the next() that passes over the line, so that they come in the
+    /// recording's order.
+    std::function<void(const RecordingFailure&)> skipped = {};
+    /// A longer line is invalid, and no more bytes than these are held.
+    std::size_t longestLine = std::numeric_limits<std::size_t>::max();
 };
 
 /// Reads a recording of input batches from pieces of text as they arrive, in memory that does not grow with
@@ -46,8 +87,7 @@ struct RecordingLosses {
 /// Neighbouring lines of one timestamp make a batch; a later line of the same name replaces the earlier one.
 /// The first batch is at time 0.0, empty unless the recording begins there. Reading ends at the first line
 /// that is not such an object, or for which there is no memory; the batches before it, its own unfinished one
-/// included, stay valid. A reader that is given a receiver for such lines skips them instead, as if they were
-/// not there.
+/// included, stay valid. RecordingOptions say what is done with such lines otherwise.
 ///
 ///     while (!(piece = receive()).empty()) {
 ///         reader.append(piece);
@@ -57,22 +97,7 @@ struct RecordingLosses {
 ///     while (const KelvaneInput* batch = reader.next()) engine.updateInputStreams(*batch);
 class RecordingReader {
 public:
-    /// What may stand at the end of the text.
-    enum class Ending {
-        exact,             ///< the text ends with its last line; a line break there is an invalid, empty line
-        lineBreakAllowed,  ///< one line break after the last line is no line
-    };
-
-    /// Takes an invalid line, within the next() that passes over it, so that it comes in the recording's
-    /// order.
-    using InvalidLineReceiver = std::function<void(const RecordingFailure&)>;
-
-    static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
-
-    /// `skipped` takes the invalid lines; without it, the first one ends the reading. A line of more than
-    /// `longestLine` bytes is invalid, and no more than these are held.
-    explicit RecordingReader(Ending ending = Ending::exact, InvalidLineReceiver skipped = {},
-                             std::size_t longestLine = unlimited);
+    explicit RecordingReader(RecordingOptions options = {});
     ~RecordingReader();
     RecordingReader(RecordingReader&&) noexcept;
     RecordingReader& operator=(RecordingReader&&) noexcept;
@@ -87,6 +112,8 @@ public:
     const KelvaneInput* next();
     /// The same into a batch of the caller's, whose space is used again; false when there is none yet.
     bool next(KelvaneInput& batch);
+    /// The next update, line by line, instead of batches; lives until the next call. Null as next().
+    const RecordedUpdate* nextUpdate();
     /// The line that ended the reading, if one did.
     const std::optional<RecordingFailure>& failure() const;
     /// What was lost so far.

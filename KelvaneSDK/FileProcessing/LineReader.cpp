@@ -31,7 +31,8 @@ bool endsWithin(std::string_view line, std::size_t fault, std::size_t maximumDep
 
 class LineReader::Decoder {
 public:
-    explicit Decoder(RecordingFailure& failure) : failed(failure) {}
+    Decoder(RecordingFailure& failure, bool ofResults)
+        : failed(failure), readsResults(ofResults), keyCount(ofResults ? valueKeys.size() : inputKeyCount) {}
 
     bool read(std::string_view text, bool endsText, InputUpdate& update, Value& value) {
         line = text;
@@ -58,7 +59,8 @@ private:
         if (!found[1]) return fail("\"name\" is missing; a string was expected");
         if (!payloads.read(*found[1], update.name)) return failIn(names[1]);
         bool hasValue = false;
-        for (std::size_t key = 0; key < valueKeys.size(); ++key) {
+        update.hasValue = true;
+        for (std::size_t key = 0; key < keyCount; ++key) {
             const auto& element = found[2 + key];
             if (!element) continue;
             const bool isRead = withTypeOfKey(key, [&]<class T>() {
@@ -67,10 +69,30 @@ private:
                 if (!std::exchange(hasValue, true)) value = Value(std::move(payload));
                 return true;
             });
-            if (!isRead) return failIn(valueKeys[key]);
+            if (isRead) continue;
+            if (hasValue || !readsResults || !payloads.metNull()) return failIn(valueKeys[key]);
+            return hasNone(update, key);
         }
         if (hasValue) return true;
+        const auto key = readsResults ? nullKey(object) : keyCount;
+        if (key < keyCount) return hasNone(update, key);
         return fail("no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected");
+    }
+
+    static bool hasNone(InputUpdate& update, std::size_t key) {
+        update.hasValue = false;
+        update.type = withTypeOfKey(key, []<class T>() { return PayloadType<T>::value; });
+        return true;
+    }
+
+    /// The value key that null stands under; the number of keys when there is none.
+    std::size_t nullKey(const simdjson::dom::object& object) const {
+        for (const auto field : object) {
+            const auto key = static_cast<std::size_t>(
+                std::find(valueKeys.begin(), valueKeys.end(), field.key) - valueKeys.begin());
+            if (key < keyCount && field.value.is_null()) return key;
+        }
+        return keyCount;
     }
 
     bool fail(std::string reason, const std::string& pointer = {}) {
@@ -95,12 +117,14 @@ private:
     }
 
     RecordingFailure& failed;
+    const bool readsResults;
+    const std::size_t keyCount;
     JsonReader reader;
     PayloadReader payloads;
     std::string_view line;
 };
 
-LineReader::LineReader() : decoder(std::make_unique<Decoder>(failed)) {}
+LineReader::LineReader(bool readsResults) : decoder(std::make_unique<Decoder>(failed, readsResults)) {}
 LineReader::~LineReader() = default;
 
 bool LineReader::read(std::string_view text, bool endsText, InputUpdate& update, Value& value) {

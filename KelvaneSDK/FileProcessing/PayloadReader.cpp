@@ -49,6 +49,8 @@ bool PayloadReader::readMembers(const Element& element, const std::array<std::st
         if (!found[i]) {
             reason = name + " is missing; a number was expected";
             pointer.clear();
+            Element null;
+            isNull = object[names[i]].get(null) == simdjson::SUCCESS && null.is_null();
             return false;
         }
         if (!read(*found[i], *targets[i])) {
@@ -70,6 +72,7 @@ bool PayloadReader::take(const std::optional<T>& decoded, T& target, const Eleme
 
 bool PayloadReader::expected(const Element& element, std::string_view wanted) {
     pointer.clear();
+    isNull = element.is_null();
     reason = " is " + std::string(kindOf(element)) + "; " + std::string(wanted) + " was expected";
     return false;
 }

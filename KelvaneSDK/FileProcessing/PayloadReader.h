@@ -27,6 +27,8 @@ public:
 
     const std::string& why() const { return reason; }
     const std::string& where() const { return pointer; }
+    /// Whether the fault is a null.
+    bool metNull() const { return isNull; }
 
 private:
     template <std::size_t count>
@@ -38,6 +40,7 @@ private:
     bool expected(const simdjson::dom::element& element, std::string_view wanted);
 
     std::string reason, pointer;
+    bool isNull = false;
 };
 
 template <class T>

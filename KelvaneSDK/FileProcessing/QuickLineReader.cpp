@@ -10,8 +10,8 @@ namespace KelvaneSDK {
 namespace {
 
 constexpr auto lineKeys = [] {
-    std::array<std::string_view, 2 + valueKeys.size()> keys{"timestamp", "name"};
-    std::copy(valueKeys.begin(), valueKeys.end(), keys.begin() + 2);
+    std::array<std::string_view, 2 + inputKeyCount> keys{"timestamp", "name"};
+    std::copy_n(valueKeys.begin(), inputKeyCount, keys.begin() + 2);
     return keys;
 }();
 constexpr std::array<std::string_view, 3> vectorKeys{"x", "y", "z"};

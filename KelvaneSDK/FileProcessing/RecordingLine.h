@@ -12,11 +12,13 @@
 
 namespace KelvaneSDK {
 
-/// The value keys of a line, in the order in which the first present one wins.
-inline constexpr std::array<std::string_view, 13> valueKeys{
-    "floatValue",       "integerValue",          "vectorValue",     "booleanValue",      "orientationValue",
-    "stringValue",      "sequenceValue",         "floatArrayValue", "integerArrayValue", "booleanArrayValue",
-    "vectorArrayValue", "orientationArrayValue", "stringArrayValue"};
+/// The value keys of a line, in the order in which the first present one wins. The last one is a key of
+/// results only.
+inline constexpr std::array<std::string_view, 14> valueKeys{
+    "floatValue",       "integerValue",          "vectorValue",      "booleanValue",      "orientationValue",
+    "stringValue",      "sequenceValue",         "floatArrayValue",  "integerArrayValue", "booleanArrayValue",
+    "vectorArrayValue", "orientationArrayValue", "stringArrayValue", "sequenceArrayValue"};
+inline constexpr std::size_t inputKeyCount = valueKeys.size() - 1;
 
 /// Calls the function with the payload type of a value key as its template argument.
 template <class Function>
@@ -46,8 +48,10 @@ auto withTypeOfKey(std::size_t key, Function function) {
             return function.template operator()<List<Vector>>();
         case 11:
             return function.template operator()<List<Orientation>>();
-        default:
+        case 12:
             return function.template operator()<List<String>>();
+        default:
+            return function.template operator()<List<Sequence>>();
     }
 }
 
@@ -56,6 +60,9 @@ auto withTypeOfKey(std::size_t key, Function function) {
 struct InputUpdate {
     double timestamp = 0;
     std::string_view name;
+    bool hasValue = true;
+    /// The type of the value that is missing.
+    ValueType type = ValueType::Float;
 };
 
 /// Reads the lines that recorders commonly write, strictly and in place: an object of the known keys, each
@@ -79,7 +86,8 @@ private:
 /// Reads any line, and finds what is wrong with it.
 class LineReader {
 public:
-    LineReader();
+    /// `readsResults`: the lines may be those of results, too.
+    explicit LineReader(bool readsResults = false);
     ~LineReader();
 
     /// False with failure() saying why. `endsText`: the line has no line break, it is the text's last one.

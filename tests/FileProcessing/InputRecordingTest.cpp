@@ -84,7 +84,7 @@ TEST(RecordingReader, SkipsInvalidLines) {
     const std::string text = a + "\nbroken\n" + b + "\n\n" + std::string(200, ' ') + "\n" + at2 + "\n{";
     std::string skipped;
     const auto skip = [&](const RecordingFailure& failure) { skipped += std::to_string(failure.line) + ":" + describe(failure) + "\n"; };
-    RecordingReader reader(RecordingReader::Ending::exact, skip, 100);
+    RecordingReader reader({.skipped = skip, .longestLine = 100});
     reader.append(text);
     reader.finish();
     std::vector<KelvaneInput> batches;
@@ -98,6 +98,50 @@ TEST(RecordingReader, SkipsInvalidLines) {
     EXPECT_EQ(reader.losses().replaced, 0U);
     reader.append(a);
     EXPECT_EQ(reader.next(), nullptr) << "after the end";
+}
+
+TEST(RecordingReader, ReadsWhatResultsMayHold) {
+    const std::pair<std::string, std::string> rows[]{
+        {R"("floatValue":null)", "Float none"},
+        {R"("stringValue":null,"integerValue":null)", "String none"},
+        {R"("vectorValue":{"x":1,"y":null,"z":3})", "Vector none"},
+        {R"("sequenceArrayValue":[[{"t":0,"f":null}],[]])", "Sequence array none"},
+        {R"("sequenceArrayValue":[[{"t":0,"f":1}],[]])", "Sequence array [[(t: 0.0, f: 1.0)], []]"},
+        {R"("floatValue":null,"booleanValue":true)", "Boolean true"},
+        {R"("floatValue":1,"stringValue":null)", "Float 1.0"},
+        {R"("floatArrayValue":[1,null])", "Float array none"},
+        {R"("vectorValue":{"x":1,"z":null})", R"(41: "vectorValue": "y" is missing; a number was expected)"},
+        {R"("floatValue":1,"floatArrayValue":[null])", R"(61: "floatArrayValue": element 0 is null; a number was expected)"},
+        {R"("x":null)", "1: no value is there: one key such as \"floatValue\" or \"vectorValue\" was expected"},
+    };
+    for (const auto& [rest, expected] : rows) {
+        const std::string text = line(rest);
+        RecordingReader reader({.lines = RecordingOptions::Lines::results});
+        reader.append(text);
+        reader.finish();
+        const auto* update = reader.nextUpdate();
+        EXPECT_EQ(!update         ? describe(reader.failure().value())
+                  : update->value ? testing_support::describe(*update->value)
+                                  : std::string(valueTypeName(update->type)) + " none",
+                  expected);
+    }
+}
+
+TEST(RecordingReader, SaysWhatReachesNoBatch) {
+    const std::string none = line(R"("floatValue":null)"), later = line(R"("floatValue":3)");
+    const std::string text = none + "\n" + a + "\n" + b + "\n" + later + "\n" + none;
+    RecordingReader reader({.lines = RecordingOptions::Lines::results});
+    reader.append(text);
+    reader.finish();
+    std::vector<KelvaneInput> batches;
+    while (const auto* batch = reader.next()) batches.push_back(*batch);
+    EXPECT_EQ(describe(batches), "@0.0;@1.0 a=Float 3.0 b=Boolean true;");
+    const auto& losses = reader.losses();
+    EXPECT_EQ(losses.replaced, 1U);
+    EXPECT_EQ(losses.firstReplacedName, "a");
+    EXPECT_EQ(losses.withoutValue, 2U);
+    EXPECT_EQ(losses.firstNameWithoutValue, "a");
+    EXPECT_EQ(losses.firstTimeWithoutValue, 1);
 }
 
 TEST(CreateJsonLines, WritesALinePerUpdate) {

@@ -40,6 +40,8 @@ for name, text in {
         "escapes": three.replace(b"name", b"n\\u0061me"), "depth of 512": three.replace(b"}", b',"a":' + b"[" * 511 + b"]" * 511 + b"}")}.items():
     case("sound: " + name, text, before=3)
 case("sound: nothing at all", b"")
+case("sound: no values", b"\n".join(value(key, json) for key, json in (
+    ("floatValue", b"null"), ("sequenceValue", b'[{"t":null,"f":1}]'), ("vectorValue", b'{"x":1,"y":null,"z":"3"}'), ("stringArrayValue", b"[null]"))))
 case("sound: back in time", three + b"\n" + three, before=6)
 
 # Lines that are no JSON.
@@ -71,8 +73,8 @@ for broken, word in [
         (b'{"timestamp":"4","name":"x","floatValue":1}', '"timestamp".*string'), (b'{"timestamp":[4],"name":"x"}', '"timestamp".*array'),
         (b'{"Timestamp":4,"name":"x","floatValue":1}', "timestamp"), (b'{"timestamp":4,"floatValue":1}', '"name"'),
         (b'{"timestamp":4,"name":null,"floatValue":1}', '"name"'), (b'{"timestamp":4,"name":1,"floatValue":1}', '"name".*number'),
-        (b'{"timestamp":4,"name":"x"}', "value"), (value("floatValue", b"null"), "value"), (value("floatvalue", b"1"), "value"),
-        (value("sequenceArrayValue", b'[[{"t":0,"f":1}]]'), "value"), (value("integerValue", b"9223372036854775808"), "integerValue"),
+        (b'{"timestamp":4,"name":"x"}', "value"), (value("floatvalue", b"1"), "value"),
+        (value("sequenceArrayValue", b'[[{"t":0}]]'), "missing"), (value("integerValue", b"9223372036854775808"), "integerValue"),
         (value("integerValue", b"-9223372036854775809"), "integerValue"), (value("integerValue", b"1.5"), "integerValue"),
         (value("integerValue", b"1e300"), "integerValue"), (value("floatValue", b'1,"stringValue":2'), "stringValue"),
         (value("floatValue", b'1,"timestamp":"a"'), "timestamp")]:
@@ -82,8 +84,8 @@ for key, wrong in [
         ("floatValue", b'"1"'), ("integerValue", b"true"), ("booleanValue", b"1"), ("stringValue", b"{}"), ("vectorValue", b"[0,0,0]"),
         ("vectorValue", point.replace(b"z", b"Z")), ("vectorValue", point.replace(b':0,"z"', b':"0","z"')), ("orientationValue", b"1"),
         ("orientationValue", point), ("orientationValue", point[:-1] + b',"w":[]}'), ("sequenceValue", b'{"t":0,"f":1}'),
-        ("sequenceValue", b"[[0,1]]"), ("sequenceValue", b'[{"t":0,"f":1},{}]'), ("sequenceValue", b'[{"t":null}]'), ("floatArrayValue", b"1"),
-        ("floatArrayValue", b'[1,"2"]'), ("integerArrayValue", b"[1,2.5]"), ("integerArrayValue", b"[null]"), ("booleanArrayValue", b"[true,0]"),
+        ("sequenceValue", b"[[0,1]]"), ("sequenceValue", b'[{"t":0,"f":1},{}]'), ("sequenceValue", b'[{"t":0,"f":"1"},{"t":null}]'), ("floatArrayValue", b"1"),
+        ("floatArrayValue", b'[1,"2"]'), ("integerArrayValue", b"[1,2.5]"), ("integerArrayValue", b"[true,null]"), ("booleanArrayValue", b"[true,0]"),
         ("stringArrayValue", b'["a",5]'), ("vectorArrayValue", b'["1,2,3"]'), ("vectorArrayValue", b"[%s,{}]" % point),
         ("orientationArrayValue", b"[%s]" % point), ("orientationArrayValue", point), ("integerArrayValue", b'"1"'),
         ("booleanArrayValue", b"true"), ("stringArrayValue", b'"a"'), ("vectorArrayValue", point), ("sequenceValue", b"7")]:

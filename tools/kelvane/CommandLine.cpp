@@ -189,10 +189,53 @@ void addCheck(CLI::App& app, CheckOptions& options, int& status) {
 }
 
 void addInfo(CLI::App& app, InfoOptions& options, int& status) {
-    auto& command = addCommand(app, "info", "List a diagram's streams, outputs, constants and functions",
-                               options, status, info);
-    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+    auto& command =
+        addCommand(app, "info", "List what a diagram has, or what a recording has", options, status, info);
+    command
+        .add_option("FILE", options.path,
+                    "A diagram: its streams, outputs, constants and functions; or a recording: each stream's "
+                    "type, count, rate, range and faults")
+        ->required()
+        ->type_name("");
     command.add_flag("--json", options.asJson, "Write JSON");
+}
+
+void addConvert(CLI::App& app, ConvertOptions& options, int& status) {
+    auto& command =
+        addCommand(app, "convert", "Turn tables and other files of measurements into recordings, and back",
+                   options, status, convert);
+    command
+        .add_option("FILE", options.inputs,
+                    "Recordings, CSV tables, MCAP, GPX and EDF files, compressed or not, which are merged by "
+                    "time; - or none is standard input")
+        ->type_name("");
+    const auto add = [&](const char* name, std::string& text, const char* description, const char* argument) {
+        return command.add_option(name, text, description)->type_name(argument);
+    };
+    add("-o,--output", options.output, "Write to FILE, complete or not at all", "FILE");
+    add("--from", options.from, "What the files are, whatever their names: recording, csv, mcap, gpx, edf",
+        "FORMAT");
+    add("--to", options.to,
+        "Write recording, csv or mcap; else as FILE's name says, or csv of recordings and a recording of "
+        "others",
+        "FORMAT");
+    add("--time", options.timeColumn, "The title of a table's column of times", "COLUMN");
+    add("--time-unit", options.timeUnit, "What the times are", "s|ms|us|ns|iso")
+        ->check(CLI::IsMember({"s", "ms", "us", "ns", "iso"}));
+    addNumber(command, "--rate", options.rate, 0.0, "The table has no times, but so many rows a second",
+              "HZ");
+    command.add_flag("--from-zero", options.fromZero, "Count times from the first one");
+    add("--layout", options.layout, "A column for each stream, or rows of time, name, type, value",
+        "wide|long")
+        ->check(CLI::IsMember({"wide", "long"}));
+    addRepeatable(command, "--types", options.types,
+                  "The type of a column's values; else Float, Boolean or String, as the first one looks",
+                  "LABEL=TYPE");
+    add("--header", options.header, "The titles, with commas, of a table that has none", "TITLES");
+    addNumber(command, "--skip-lines", options.skippedLines, std::int64_t{0},
+              "Pass over so many lines in front of the titles", "N");
+    add("--separator", options.separator, "What separates a table's fields: a character, or tab",
+        "CHARACTER");
 }
 
 void addExport(CLI::App& app, ExportOptions& options, int& status) {
@@ -294,7 +337,7 @@ void addHelp(CLI::App& app, std::string& name) {
 
 /// What the help of a command ends with.
 void addExamples(CLI::App& app) {
-    constexpr std::array<std::pair<const char*, const char*>, 17> examples{{
+    constexpr std::array<std::pair<const char*, const char*>, 18> examples{{
         {"run",
          "  kelvane run heart.kelvane ecg.jsonl\n"
          "  kelvane run heart.kelvane ecg.jsonl --no-inputs --set limit=120 -o beats.jsonl\n"
@@ -313,6 +356,9 @@ void addExamples(CLI::App& app) {
          "  kelvane test --bless examples/smoothing\n"
          "  kelvane test -j 4 --tap --junit report.xml"},
         {"info", "  kelvane info heart.kelvane"},
+        {"convert",
+         "  kelvane convert phone.csv >phone.jsonl\n"
+         "  kelvane convert results.jsonl -o results.csv"},
         {"export", "  kelvane export heart.kelvane >heart.json"},
         {"fmt",
          "  kelvane fmt heart.kelvane\n"
@@ -391,6 +437,8 @@ int runCommand(int argc, char** argv) {
     addTest(app, testOptions, status);
     InfoOptions infoOptions;
     addInfo(app, infoOptions, status);
+    ConvertOptions convertOptions;
+    addConvert(app, convertOptions, status);
     ExportOptions exportOptions;
     addExport(app, exportOptions, status);
     FormatOptions formatOptions;

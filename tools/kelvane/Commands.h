@@ -104,10 +104,35 @@ struct CheckOptions {
 int check(const CheckOptions& options);
 
 struct InfoOptions {
-    std::string diagram;
+    /// A diagram or a recording.
+    std::string path;
     bool asJson = false;
 };
 int info(const InfoOptions& options);
+
+struct ConvertOptions {
+    /// Files; none: standard input.
+    std::vector<std::string> inputs;
+    std::string output = "-";
+    /// Names of formats; empty: as the names of the files, or what is in them, say.
+    std::string from, to;
+    /// Of tables: the title of the column that has the times, and their unit; empty: as they are found.
+    std::string timeColumn, timeUnit;
+    /// Of tables without times: rows per second; 0: there are times.
+    double rate = 0;
+    /// "wide", "long" or empty: as the titles say, and wide where a table is written.
+    std::string layout;
+    /// "LABEL=TYPE"
+    std::vector<std::string> types;
+    /// What stands for the line of titles, which the file does not have; empty: it does.
+    std::string header;
+    std::int64_t skippedLines = 0;
+    std::string separator;
+    /// Times are counted from the first one.
+    bool fromZero = false;
+};
+/// Writes measurements in another form.
+int convert(const ConvertOptions& options);
 
 struct ExportOptions {
     std::string diagram;

@@ -27,6 +27,9 @@ bool reportErrors(const std::string& name, const std::vector<Finding>& findings,
     return gravest != Severity::warning;
 }
 
+// A recording's first lines may be lists of many elements.
+constexpr std::size_t longestFirstLine = 64 << 20;
+
 bool isLikelyRecording(std::string_view text) {
     return !isTextForm(text) &&
            text.substr(0, text.find('\n')).find("\"timestamp\"") != std::string_view::npos;
@@ -69,14 +72,18 @@ std::string Diagram::stopText(const StopReason& reason) const {
     return placeOf(name, place) + " " + printable(reason.text);
 }
 
-Diagram loadDiagram(const std::string& path, LibraryMessages& messages) {
-    auto diagram = loadDiagram(path, report);
-    diagram.hasErrors |= messages.hasErrors();
-    return diagram;
+bool isRecording(DataFile& file) {
+    const auto line = file.firstLine(longestFirstLine);
+    return file.isCompressed() || file.isEmpty() || (isLikelyRecording(line) && !readDiagram(line));
 }
 
 Diagram loadDiagram(const std::string& path, const std::function<void(const std::string&)>& messages) {
-    Diagram diagram{nameOf(path), std::make_unique<Kelvane>(), false, readWholeFile(path)};
+    return buildDiagram(nameOf(path), readWholeFile(path), messages);
+}
+
+Diagram buildDiagram(const std::string& name, std::string text,
+                     const std::function<void(const std::string&)>& messages) {
+    Diagram diagram{name, std::make_unique<Kelvane>(), false, std::move(text)};
     diagram.engine->setStopBehavior(StopBehavior::failCall);
     // The findings come first, and what the builder prints of the same errors is left out.
     std::vector<std::string> lines;

@@ -6,8 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "DataFile.h"
 #include "KelvaneSDK/DiagramCheck/DiagramCheck.h"
 #include "KelvaneSDK/KelvaneSDK.h"
+#include "Messages.h"
 
 namespace kelvane {
 
@@ -49,10 +51,16 @@ struct Diagram {
 };
 
 /// Reads, checks and builds a diagram of either form ("-" is standard input), and reports the document's
-/// errors, once. A document with a fatal error, or one that cannot be built, is refused with a `Failure`.
-Diagram loadDiagram(const std::string& path, LibraryMessages& messages);
-/// The same with the reports, line by line, to `messages`, from any thread.
-Diagram loadDiagram(const std::string& path, const std::function<void(const std::string&)>& messages);
+/// errors to `messages`, once, line by line. A document with a fatal error, or one that cannot be built, is
+/// refused with a `Failure`. From any thread.
+Diagram loadDiagram(const std::string& path,
+                    const std::function<void(const std::string&)>& messages = report);
+/// The same of a text, as readWholeFile() reads it; `name` is for messages.
+Diagram buildDiagram(const std::string& name, std::string text,
+                     const std::function<void(const std::string&)>& messages = report);
+
+/// Whether a file is empty, or begins as a recording does and not as a diagram. Nothing of it is taken.
+bool isRecording(DataFile& file);
 
 /// The diagram of either form in a text, whatever may be found in it. A text that is none has its faults
 /// reported and is refused with a `Failure`.

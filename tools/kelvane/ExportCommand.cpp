@@ -7,7 +7,7 @@ namespace kelvane {
 
 int exportDiagram(const ExportOptions& options) {
     LibraryMessages messages;
-    const auto diagram = loadDiagram(options.diagram, messages);
+    const auto diagram = loadDiagram(options.diagram);
     const auto text = diagram.engine->createJSON();
     if (const auto& failure = diagram.engine->failure()) {
         throw Failure{ExitStatus::failed,

@@ -1,10 +1,17 @@
 #include <algorithm>
 #include <map>
+#include <memory>
+#include <utility>
 
 #include "Commands.h"
+#include "DataFile.h"
 #include "Diagram.h"
 #include "Files.h"
+#include "Interruption.h"
 #include "Messages.h"
+#include "Recording.h"
+#include "RecordingSummary.h"
+#include "Table.h"
 
 namespace kelvane {
 
@@ -55,33 +62,11 @@ Summary summaryOf(const Kelvane& engine) {
     return summary;
 }
 
-std::size_t width(std::string_view text) {
-    return static_cast<std::size_t>(std::count_if(
-        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xc0) != 0x80; }));
-}
-
-void appendPadded(std::string& text, const std::string& cell, std::size_t columnWidth) {
-    text += cell;
-    text.append(columnWidth - width(cell) + 2, ' ');
-}
-
-void appendTable(std::string& text, std::string_view title, std::vector<Row> rows) {
+void appendTable(std::string& text, std::string_view title, const std::vector<Row>& rows) {
     if (rows.empty()) return;
-    std::size_t labelWidth = 0, typeWidth = 0;
-    for (auto& row : rows) {
-        row = {printable(row.label), row.type, printable(row.remark)};
-        labelWidth = std::max(labelWidth, width(row.label));
-        typeWidth = std::max(typeWidth, width(row.type));
-    }
-    text += std::string(title) + "\n";
-    for (const auto& row : rows) {
-        text += "  ";
-        appendPadded(text, row.label, labelWidth);
-        appendPadded(text, row.type, typeWidth);
-        text += row.remark;
-        text.erase(text.find_last_not_of(' ') + 1);
-        text += '\n';
-    }
+    Table table({{}, {}, {}}, "  ");
+    for (const auto& row : rows) table.add({row.label, row.type, row.remark});
+    text += std::string(title) + "\n" + table.text();
 }
 
 std::string textOf(const Summary& summary) {
@@ -134,11 +119,26 @@ std::string jsonOf(const Summary& summary) {
     return text + "\n";
 }
 
+int infoOfRecording(std::unique_ptr<DataFile> file, bool asJson) {
+    Recording recording(std::move(file));
+    RecordingSummary summary;
+    while (recording.readPiece()) {
+        while (const auto* update = recording.nextUpdate()) summary.add(*update);
+    }
+    if (interruption() != 0) throw Failure{128 + interruption(), {}};
+    writeToStandardOutput(asJson ? jsonOf(summary, recording.name()) : textOf(summary, recording.name()));
+    const auto failure = recording.failure();
+    if (!failure.empty()) report(failure);
+    return failure.empty() ? ExitStatus::done : ExitStatus::failed;
+}
+
 }  // namespace
 
 int info(const InfoOptions& options) {
+    auto file = std::make_unique<DataFile>(options.path);
+    if (isRecording(*file)) return infoOfRecording(std::move(file), options.asJson);
     LibraryMessages messages;
-    const auto diagram = loadDiagram(options.diagram, messages);
+    const auto diagram = buildDiagram(file->name(), file->readRest());
     const auto summary = summaryOf(*diagram.engine);
     writeToStandardOutput(options.asJson ? jsonOf(summary) : textOf(summary));
     return diagram.exitStatus();

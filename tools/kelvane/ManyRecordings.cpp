@@ -58,7 +58,7 @@ public:
     explicit ManyRecordings(const RunOptions& chosen)
         : options(chosen),
           recordings(recordingsOf(options)),
-          diagram(loadDiagram(options.diagram, messages)),
+          diagram(loadDiagram(options.diagram)),
           output(options.output, inputPaths(options, recordings)),
           jobs(std::min<std::size_t>(static_cast<std::size_t>(options.jobs.value_or(1)), recordings.size())),
           turns(aheadPerJob * jobs) {

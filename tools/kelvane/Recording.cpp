@@ -21,17 +21,23 @@ std::string happened(std::size_t count, std::string_view noun, std::string_view 
 
 Recording::Recording(const std::string& path, InvalidLine invalidLine,
                      std::function<void(const std::string&)> messages)
-    : file(path),
+    : Recording(std::make_unique<DataFile>(path), invalidLine, std::move(messages)) {}
+
+Recording::Recording(std::unique_ptr<DataFile> opened, InvalidLine invalidLine,
+                     std::function<void(const std::string&)> messages)
+    : file(std::move(opened)),
       reportSkipped(std::move(messages)),
       piece(pieceSize),
-      reader(RecordingReader::Ending::lineBreakAllowed,
-             invalidLine == InvalidLine::isSkipped ? [this](const RecordingFailure& line) { skip(line); }
-                                                   : RecordingReader::InvalidLineReceiver(),
-             longestLine) {}
+      reader({.ending = RecordingOptions::Ending::lineBreakAllowed,
+              .lines = RecordingOptions::Lines::results,
+              .skipped = invalidLine == InvalidLine::isSkipped
+                             ? [this](const RecordingFailure& line) { skip(line); }
+                             : std::function<void(const RecordingFailure&)>(),
+              .longestLine = longestLine}) {}
 
 bool Recording::readPiece() {
     if (hasEnded) return false;
-    const auto text = file.read(piece);
+    const auto text = file->read(piece);
     if (interrupted()) return false;
     if (text.empty()) {
         hasEnded = isAtEnd = true;
@@ -50,41 +56,47 @@ bool Recording::next(KelvaneInput& batch) {
     return isComplete;
 }
 
+const RecordedUpdate* Recording::nextUpdate() {
+    const auto* const update = reader.nextUpdate();
+    if (reader.failure()) hasEnded = true;
+    return update;
+}
+
 void Recording::skip(const RecordingFailure& line) {
-    if (isEmpty) return;
+    // A line that damage cuts off is no line of its own.
+    if (isEmpty || !file->damage().empty()) return;
     if (++skippedLines <= mostReported) reportSkipped(textOf(line));
 }
 
 std::string Recording::failure() {
-    if (skippedLines > 0) {
-        return file.name() + ": " + happened(skippedLines, "invalid line", "skipped") +
-               (skippedLines > mostReported
-                    ? "; the first " + std::to_string(mostReported) + " are reported above"
-                    : "");
-    }
+    const auto skipped =
+        happened(skippedLines, "invalid line", "skipped") +
+        (skippedLines > mostReported ? "; the first " + std::to_string(mostReported) + " are reported above"
+                                     : "");
+    if (!file->damage().empty()) return file->damage() + (skippedLines > 0 ? "; " + skipped : "");
+    if (skippedLines > 0) return file->name() + ": " + skipped;
     // No byte at all is a recording without lines, such as a run without results leaves.
     if (!reader.failure() || isEmpty) return {};
     return textOf(*reader.failure()) + unreadLines();
 }
 
 std::string Recording::textOf(const RecordingFailure& line) const {
-    return file.name() + ":" + std::to_string(line.line + 1) + ":" + std::to_string(line.column) + ": " +
-           (line.isCutOff ? "the recording ends within this line" : printable(line.reason)) + " (" +
-           line.diagnostic() + ")";
+    return file->name() + ":" + std::to_string(line.line + 1) + ":" + std::to_string(line.column) + ": " +
+           (line.isCutOff ? "the recording ends within this line" : printable(line.reason));
 }
 
 std::string Recording::unreadLines() {
     if (isAtEnd) return {};
     constexpr auto unknown = "; the rest was not read";
     // A pipe may go on for ever.
-    if (!file.isRegular()) return unknown;
+    if (!file->isRegular()) return unknown;
     auto rest = reader.unread();
     const std::size_t isWithinLine = rest.empty() && lastByte != '\n';
     std::size_t lines = 0;
     try {
         do {
             lines += static_cast<std::size_t>(std::count(rest.begin(), rest.end(), '\n'));
-            rest = file.read(piece);
+            rest = file->read(piece);
             if (!rest.empty()) lastByte = rest.back();
         } while (!rest.empty());
     } catch (const Failure&) {

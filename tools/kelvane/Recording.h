@@ -1,17 +1,18 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "Files.h"
+#include "DataFile.h"
 #include "KelvaneSDK/FileProcessing/InputRecording.h"
 #include "Messages.h"
 
 namespace kelvane {
 
-/// A recording that is read piece by piece from a file or a pipe. An invalid line ends it, or is reported and
-/// skipped.
+/// A recording that is read piece by piece from a file or a pipe, compressed or not. An invalid line ends it,
+/// or is reported and skipped. What `kelvane run` writes is a recording.
 class Recording {
 public:
     enum class InvalidLine { ends, isSkipped };
@@ -19,16 +20,21 @@ public:
     /// `messages` takes the reports of the lines that are skipped.
     explicit Recording(const std::string& path, InvalidLine invalidLine = InvalidLine::ends,
                        std::function<void(const std::string&)> messages = report);
+    /// Of a file that has been opened.
+    explicit Recording(std::unique_ptr<DataFile> opened, InvalidLine invalidLine = InvalidLine::ends,
+                       std::function<void(const std::string&)> messages = report);
 
-    /// Reads what is there now; next() then gives the batches that it completes. False after the end, after
-    /// an invalid line and after an interruption.
+    /// Reads what is there now; next() then gives the batches that it completes, or nextUpdate() the updates.
+    /// False after the end, after an invalid line and after an interruption.
     bool readPiece();
     bool next(KelvaneSDK::KelvaneInput& batch);
+    const KelvaneSDK::RecordedUpdate* nextUpdate();
 
     /// What is wrong in the line that ended the reading, with file, line, column and how many lines were not
-    /// read, or how many lines were skipped; empty when all has been read.
+    /// read, or how many lines were skipped, or what is wrong with the file; empty when all has been read.
     std::string failure();
     const KelvaneSDK::RecordingLosses& losses() const { return reader.losses(); }
+    const std::string& name() const { return file->name(); }
 
 private:
     static constexpr std::size_t pieceSize = 256 * 1024;
@@ -41,7 +47,7 @@ private:
     std::string textOf(const KelvaneSDK::RecordingFailure& line) const;
     std::string unreadLines();
 
-    InputFile file;
+    std::unique_ptr<DataFile> file;
     std::function<void(const std::string&)> reportSkipped;
     std::vector<char> piece;
     KelvaneSDK::RecordingReader reader;

@@ -17,6 +17,14 @@ namespace {
 
 constexpr std::string_view extension = ".jsonl";
 
+/// The name without the ending of a compressed file.
+std::string_view plainName(std::string_view name) {
+    for (const std::string_view ending : {".gz", ".zst"}) {
+        if (name.ends_with(ending)) return name.substr(0, name.size() - ending.size());
+    }
+    return name;
+}
+
 [[noreturn]] void failWithout(const std::string& place) {
     throw Failure{ExitStatus::failed, "kelvane: there are no recordings in " + place};
 }
@@ -27,7 +35,7 @@ void addFolder(const std::string& folder, std::vector<ListedRecording>& recordin
     for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error)) {
         const std::string name = entry->path().filename();
-        if (!name.starts_with('.') && name.ends_with(extension) && !entry->is_directory(error))
+        if (!name.starts_with('.') && plainName(name).ends_with(extension) && !entry->is_directory(error))
             names.push_back(name);
     }
     if (error) {
@@ -89,7 +97,8 @@ void chooseResultPaths(std::vector<ListedRecording>& recordings, const std::stri
     };
     keep(diagram);
     for (auto& [path, resultPath] : recordings) {
-        std::string name = std::filesystem::path(path).filename();
+        const std::string fileName = std::filesystem::path(path).filename();
+        std::string name(plainName(fileName));
         if (!name.ends_with(extension)) name += extension;
         const auto [same, isNew] = recordingOf.emplace(name, path);
         if (!isNew) {

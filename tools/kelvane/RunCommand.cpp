@@ -25,7 +25,7 @@ int runOne(const RunOptions& options) {
                       "kelvane: the diagram and the recording cannot both be standard input"};
     }
     LibraryMessages messages;
-    const auto diagram = loadDiagram(options.diagram, messages);
+    const auto diagram = loadDiagram(options.diagram);
     ReadAhead recording(path, options.keepsGoing, true);
     ResultOutput output(options.output, std::array{options.diagram, path});
     applyOptions(*diagram.engine, options);

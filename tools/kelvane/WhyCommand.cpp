@@ -66,7 +66,7 @@ struct Silent {
 class Why {
 public:
     explicit Why(const WhyOptions& chosen)
-        : options(chosen), diagram(loadDiagram(options.diagram, messages)), places(diagram) {
+        : options(chosen), diagram(loadDiagram(options.diagram)), places(diagram) {
         RunOptions limits;
         limits.constants = options.constants;
         limits.initial = options.initial;

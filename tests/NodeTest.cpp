@@ -27,6 +27,18 @@ public:
     void setTypeString() override { typeString = "Probe"; }
 };
 
+// Writes to its output slot itself.
+class WritingFunction final : public FunctionNode {
+public:
+    void createInputs() override { appendInput(ValueClass::FloatValue, "x"); }
+    void createOutput() override { makeOutput(ValueClass::FloatValue); }
+    void setTypeString() override { typeString = "Writing"; }
+    void process() override {
+        output().setValue(Value(2 * real(0)));
+        completeStep();
+    }
+};
+
 std::unique_ptr<Node> make(NodeCategory category, std::string_view typeString) { return NodeRegistry::library().find(category, typeString)->make(); }
 std::unique_ptr<Node> stream(std::string_view type) { return make(NodeCategory::InputStream, type); }
 std::unique_ptr<Node> function(std::string_view name) { return make(NodeCategory::Function, name); }
@@ -86,6 +98,11 @@ TEST(NodeTest, TypesStayFixedWhileAnyConnectionFixesThem) {
     add->disconnect(*output->inputValues()[0]);
     EXPECT_EQ(codes(*add), "* * -> *") << "the upstream node is tested as well";
     EXPECT_FALSE(add->outputValue()->isTyped);
+    const auto scale = function("Scale");
+    connect(*a, *scale, 1);
+    EXPECT_EQ(codes(*scale), "f f -> f");
+    a->disconnect(*scale->inputValues()[1]);
+    EXPECT_EQ(codes(*scale), "f * -> *") << "behind an input that never was generic";
 }
 
 TEST(NodeTest, TwoGenericNodesReportThatNoTypeIsKnown) {
@@ -156,6 +173,18 @@ TEST(NodeTest, CompletionConsumesTheInputsAndStampsTheOutput) {
         EXPECT_FALSE(node->inputValues()[0]->hasValue());
         EXPECT_EQ(node->outputValue()->value(), Value(3.5));
         EXPECT_EQ(node->outputValue()->timestamp(), 0);
+    }
+}
+
+TEST(NodeTest, CompletionPassesOnWhatWasWrittenToTheOutput) {
+    const auto x = stream("Float"), reader = function("Sine"), node = entry<WritingFunction>("").make();
+    connect(*x, *node, 0);
+    connect(*node, *reader, 0);
+    for (const double value : {1.5, 2.5}) {
+        static_cast<InputStreamNode&>(*x).setValue(value, value);
+        node->process();
+        EXPECT_EQ(reader->inputValues()[0]->value(), Value(2 * value));
+        EXPECT_EQ(reader->inputValues()[0]->timestamp(), value);
     }
 }
 

@@ -444,6 +444,12 @@ def streams():
         tool.stdin.flush()
         expect("a result while the recording goes on", tool.stdout.readline(), update(second, '"floatValue":11', "sum"))
     expect("the last result", finish(tool), (0, update(3, '"floatValue":11', "sum"), ""))
+    tool = start("run", "sum.json", "--no-inputs", "--live", "--live-wait", "0.01")
+    for value, more in (1, ""), (2, "\n"), (3, "\r\n"):
+        tool.stdin.write(update(1, f'"floatValue":{value}') + more)
+        tool.stdin.flush()
+        expect("a result of what has arrived", tool.stdout.readline(), update(1, f'"floatValue":{value + 10}', "sum"))
+    expect("the end of a live recording", finish(tool), (0, "", ""))
     for number in signal.SIGINT, signal.SIGTERM:
         tool = start("run", "sum.json")
         tool.stdin.write(x1 + x2 + '{"timestamp":3')
@@ -461,6 +467,49 @@ def streams():
         tool.stdin.write(x1 + x2)
         tool.stdin.close()
     expect("a reader that leaves", (tool.wait(), tool.stderr.read()), (1, ""))
+
+
+def observations(folder):
+    """What a run shows besides its results."""
+    profile, trace, feedback = folder / "profile.json", folder / "trace.json", folder / "sum.kelvane"
+    feedback.write_text("x: Float [not forwarded]\nlast: Float\nlast: Float = Add(x, Trigger(Updated(x), last))\n")
+    seen = run("run", "sum.json", "walk.jsonl", "--no-inputs", "-q", "--tap", "x", "--tap", "#2", "--profile-json", profile, "--trace", trace)
+    tapped = "".join(update(at, f'"floatValue":{x + 10:g}', "#2") + update(at, f'"floatValue":{x + 10:g}', "sum") + update(at, f'"floatValue":{x:g}')
+                     for at, x in ((0.5, 1), (1, 2.5)))
+    expect("taps", seen, (0, tapped, ""))
+    read = json.loads(profile.read_text())
+    expect("a profile", [(row["name"], row["runs"], row["emissions"]) for row in read["functions"]], [("Add", 2, 2)])
+    events = json.loads(trace.read_text())["traceEvents"]
+    expect("a trace", ([event["cat"] for event in events].count("Add"), {event["ph"] for event in events}), (2, {"X"}))
+    profiled = run("run", "sum.json", "walk.jsonl", "-q", "--profile")
+    expect("a profile for people", (profiled[1], " Add " in profiled[2].replace("\n", " ")), (walkResults, True))
+    row(f"run {feedback}", 0, "", 'kelvane: warning: the variable output "last" gave no value; `kelvane why '
+        f"{feedback} RECORDING` says why\n", x1 + x2)
+    row(f"run {feedback} --init last=5", 0, update(0, '"floatValue":5', "last") + update(1, '"floatValue":6', "last") + update(2, '"floatValue":7', "last"),
+        "", x1 + x2)
+    row("run sum.json --no-inputs", 0, update(1, '"floatValue":11', "sum") + update(0.5, '"floatValue":12', "sum"),
+        'kelvane: warning: 1 update was replaced by a later one of the same name and time, the first of "x" at t = 1.0\n'
+        "kelvane: warning: the time goes back once, first from t = 1.0 to 0.5\n", x1 + x1 + update(0.5, '"floatValue":2'))
+    row("run sum.json --no-inputs", 0, "", "kelvane: warning: the recording has no updates\n")
+    row("run sum.json --no-inputs", 0, "", 'kelvane: warning: no update names the input stream "x" (Float); the recording has "speed" of that type\n'
+        'kelvane: warning: the variable output "sum" gave no value; `kelvane why sum.json RECORDING` says why\n' + unread, update(1, name="speed"))
+
+
+def docsOfCommands(folder):
+    page = run("help", "--man")[1]
+    for name in re.findall(r"^  (\w+) ", run("help")[1].partition("Subcommands:\n")[2], re.M):
+        expect(f"the page on {name}", f'.SS "kelvane {name}' in page, True)
+    if shutil.which("man"):
+        (folder / "kelvane.1").write_text(page)
+        shown = subprocess.run(["man", "--warnings", "-l", folder / "kelvane.1"], capture_output=True, text=True)
+        expect("the page as man shows it", (shown.stderr, "--live-wait" in shown.stdout.replace("\b", "")), ("", True))
+    (folder / "kelvane.bash").write_text(run("help", "--completions", "bash")[1])
+    for line, expected in ("ru", "run"), ("run --live-", "--live-wait"), ("fmt --to te", "text"), ("check ../tool/sum", "../tool/sum.json"):
+        words = " ".join(map(shlex.quote, ["kelvane", *line.split(" ")]))
+        script = f"source {folder}/kelvane.bash; COMP_WORDS=({words}); COMP_CWORD=$(({len(line.split())})); _kelvane; echo \"${{COMPREPLY[*]}}\""
+        expect(f"completion of {line}", subprocess.run(["bash", "-c", script], capture_output=True, text=True, cwd=DATA).stdout.strip(), expected)
+    for shell in "zsh", "fish":
+        expect(f"completions for {shell}", "live-wait" in run("help", "--completions", shell)[1], True)
 
 
 def manyRecordings(folder):
@@ -529,7 +578,7 @@ def manyRecordings(folder):
 def main():
     for part in runs, checks, lists, usage, streams, schemas:
         part()
-    for part in files, edits, comparisons, cases:
+    for part in files, edits, comparisons, cases, observations, docsOfCommands:
         with tempfile.TemporaryDirectory() as folder:
             part(Path(folder))
     with tempfile.TemporaryDirectory() as folder:

@@ -24,6 +24,7 @@ public:
         if (!withinMemory([&] { return add(text), true; })) failOutOfMemory();
     }
     void finish() { isFinished = true; }
+    void endBatch() { endsBatch = true; }
 
     bool next(KelvaneInput& batch) {
         bool isComplete = false;
@@ -80,25 +81,36 @@ private:
 
     // In this order, no batch is lost or begun when memory runs out.
     void read(KelvaneInput& batch, bool& isComplete) {
+        bool isEnding = false;
+        do {
+            readLines(batch, isComplete);
+            if (isComplete) return;
+            isEnding = std::exchange(endsBatch, false);
+        } while (isEnding && collected.isEmpty() && !failed && !isRead);
+        if (!isBegun || !(failed || isRead || isEnding)) return;
+        collected.moveTo(batch);
+        isComplete = true;
+        isBegun = false;
+    }
+
+    void readLines(KelvaneInput& batch, bool& isComplete) {
         while (!failed && readUpdate()) {
             if (!update.hasValue) {
                 noteWithoutValue();
                 continue;
             }
             if (update.timestamp != collected.timestamp()) {
-                collected.moveTo(batch);
-                isComplete = true;
-                isBegun = false;
+                if (isBegun) {
+                    collected.moveTo(batch);
+                    isComplete = true;
+                    isBegun = false;
+                }
                 collected.begin(update.timestamp);
             }
             if (!collected.takeSpare(update.name)) noteReplaced();
             isBegun = true;
             if (isComplete) return;
         }
-        if (!isBegun || !(failed || isRead)) return;
-        collected.moveTo(batch);
-        isComplete = true;
-        isBegun = false;
     }
 
     RecordedUpdate recorded() {
@@ -127,6 +139,10 @@ private:
             const auto line = nextLine();
             if (!line) return false;
             isLineDone = true;
+            if (options.emptyLineEndsBatch && (line->empty() || *line == "\r")) {
+                endsBatch = true;
+                return false;
+            }
             if (reader.read(*line, isRead, update, collected.spare())) return true;
             auto failure = reader.failure();
             failure.line = lineIndex;
@@ -178,7 +194,7 @@ private:
     bool isKept = false;
     std::string unfinishedLine;
     bool isLineRefused = false, isLineDone = false;
-    bool isFinished = false, isRead = false;
+    bool isFinished = false, isRead = false, endsBatch = false;
     std::size_t lineIndex = 0;
     InputUpdate update;
     RecordingBatch collected;
@@ -194,6 +210,7 @@ RecordingReader& RecordingReader::operator=(RecordingReader&&) noexcept = defaul
 
 void RecordingReader::append(std::string_view piece) { state->append(piece); }
 void RecordingReader::finish() { state->finish(); }
+void RecordingReader::endBatch() { state->endBatch(); }
 const KelvaneInput* RecordingReader::next() { return next(state->lent) ? &state->lent : nullptr; }
 bool RecordingReader::next(KelvaneInput& batch) { return state->next(batch); }
 const RecordedUpdate* RecordingReader::nextUpdate() { return state->nextUpdate(); }

@@ -75,6 +75,8 @@ struct RecordingOptions {
     /// the reading. It is called within the next() that passes over the line, so that they come in the
     /// recording's order.
     std::function<void(const RecordingFailure&)> skipped = {};
+    /// An empty line is no invalid one but ends its batch, for live feeds: endBatch() within the text.
+    bool emptyLineEndsBatch = false;
     /// A longer line is invalid, and no more bytes than these are held.
     std::size_t longestLine = std::numeric_limits<std::size_t>::max();
 };
@@ -107,6 +109,9 @@ public:
     void append(std::string_view piece);
     /// Takes the end of the text.
     void finish();
+    /// Ends the batch in progress, if it has an update, with what has been appended: next() hands it over
+    /// although updates of the same time may follow, which make another batch.
+    void endBatch();
     /// The next complete batch, which lives until the next call; null when more text is needed or all has
     /// been read. A copy shares the stream names with the reader and all other batches.
     const KelvaneInput* next();

@@ -47,6 +47,7 @@ private:
 class RecordingBatch {
 public:
     double timestamp() const { return time; }
+    bool isEmpty() const { return count == 0; }
     void begin(double timestamp) { time = timestamp; }
     /// Where the next update's value may be put.
     Value& spare() {

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <utility>
 
+#include "CommandDocs.h"
 #include "Commands.h"
 #include "Files.h"
 #include "Messages.h"
@@ -97,6 +98,11 @@ CLI::App& addRun(CLI::App& app, RunOptions& options, int& status, int (*action)(
     addRepeatable(command, "--hide", options.hidden, "Leave this label out of the results", "LABEL");
     command.add_flag("--no-inputs", options.withoutInputs, "Leave the input streams out of the results");
     command.add_flag("--keep-going", options.keepsGoing, "Report and skip invalid lines of the recording");
+    command.add_flag(
+        "--live", options.isLive,
+        "Give a batch's results without waiting for the next timestamp: at an empty line, or when "
+        "nothing arrives for a while; so at a terminal");
+    addNumber(command, "--live-wait", options.liveWait, 0.0, "How long, in seconds", "S");
     addNumber(command, "--max-elements", options.maxElements, std::int64_t{0},
               "End the run when a list, sequence or text grows beyond N elements", "N");
     addNumber(command, "--max-batch-seconds", options.maxBatchSeconds, 0.0,
@@ -318,12 +324,52 @@ CLI::App* commandNamed(CLI::App& app, const std::string& name) {
     return nullptr;
 }
 
+CommandDescription::Option described(const CLI::Option& option) {
+    CommandDescription::Option result{{}, option.get_type_name(), option.get_description(), {}};
+    for (const auto& name : option.get_snames()) result.names.push_back("-" + name);
+    for (const auto& name : option.get_lnames()) result.names.push_back("--" + name);
+    if (result.names.empty()) result.names.push_back(option.get_single_name());
+    // Choices stand in the argument, as in "text|json".
+    if (result.argument.find('|') != std::string::npos) {
+        std::istringstream words(result.argument);
+        for (std::string word; std::getline(words, word, '|');) result.choices.push_back(word);
+    }
+    return result;
+}
+
+std::vector<CommandDescription> describedCommands(const CLI::App& app) {
+    std::vector<CommandDescription> commands;
+    for (const auto* command : app.get_subcommands({})) {
+        CommandDescription description{command->get_name(), command->get_description(), {}, {}, {}};
+        for (const auto* option : command->get_options())
+            (option->nonpositional() ? description.options : description.arguments)
+                .push_back(described(*option));
+        const std::string footer = command->get_footer();
+        description.examples = footer.substr(std::min(footer.find('\n') + 1, footer.size()));
+        commands.push_back(std::move(description));
+    }
+    return commands;
+}
+
+struct HelpOptions {
+    std::string command, shell;
+    bool asManual = false;
+};
+
 /// Shows what the tool, or a command of it, takes.
-void addHelp(CLI::App& app, std::string& name) {
+void addHelp(CLI::App& app, HelpOptions& options) {
     auto& command = *app.add_subcommand("help", "Show what a command takes, and examples");
-    command.add_option("COMMAND", name, "The command; all are listed without one")->type_name("");
-    command.final_callback([&app, &name] {
-        if (name.empty()) {
+    command.add_option("COMMAND", options.command, "The command; all are listed without one")->type_name("");
+    command.add_flag("--man", options.asManual, "Write the manual page");
+    addChoice(command, "--completions", options.shell, "Write what a shell reads to complete command lines",
+              completedShells());
+    command.final_callback([&app, &options] {
+        const auto& name = options.command;
+        if (options.asManual) {
+            writeToStandardOutput(manualPage(describedCommands(app), KELVANE_VERSION));
+        } else if (!options.shell.empty()) {
+            writeToStandardOutput(completions(describedCommands(app), options.shell));
+        } else if (name.empty()) {
             writeToStandardOutput(
                 app.get_formatter()->make_help(&app, "kelvane", CLI::AppFormatMode::Normal));
         } else if (const auto* const named = commandNamed(app, name)) {
@@ -450,8 +496,8 @@ int runCommand(int argc, char** argv) {
     SchemaOptions schemaOptions;
     addCommand(app, "schema", "Write the JSON Schema of diagram documents, for editors", schemaOptions,
                status, schema);
-    std::string helpedCommand;
-    addHelp(app, helpedCommand);
+    HelpOptions helpOptions;
+    addHelp(app, helpOptions);
     addExamples(app);
     try {
         app.parse(argc, argv);
@@ -472,8 +518,9 @@ CaseOptions readCaseOptions(const std::string& fileName, std::string_view text) 
     command.add_option("--recording", options.recording);
     auto names = optionNames(command);
     // What a run writes, and how, is the command's own affair.
-    for (const std::string_view name : {"--help", "--output", "--out-dir", "--jobs", "--resume", "--save",
-                                        "--stats", "--quiet", "--profile", "--profile-json", "--trace"})
+    for (const std::string_view name :
+         {"--help", "--output", "--out-dir", "--jobs", "--resume", "--save", "--stats", "--quiet",
+          "--profile", "--profile-json", "--trace", "--live", "--live-wait"})
         std::erase(names, name);
     // The last word first, as the parser takes them.
     std::vector<std::string> words;

@@ -41,6 +41,9 @@ struct RunOptions {
     std::string profile;
     /// The file of trace events; empty: none.
     std::string trace;
+    /// Results come without waiting for the next timestamp, after so many seconds in which nothing arrives.
+    bool isLive = false;
+    double liveWait = 0.1;
     /// What an evaluation may use up before the run ends.
     std::int64_t maxElements = 10'000'000;
     double maxBatchSeconds = 10;

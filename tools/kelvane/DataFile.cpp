@@ -118,6 +118,10 @@ std::string_view DataFile::read(std::span<char> space) {
     return {space.data(), count};
 }
 
+bool DataFile::awaitInput(double seconds) const {
+    return given < looked.size() || !input.empty() || decompressor != nullptr || file.awaitInput(seconds);
+}
+
 std::string_view DataFile::lineAt(std::size_t index, std::size_t most) {
     std::array<char, 4096> space{};
     std::size_t begin = 0, searched = 0;

@@ -35,6 +35,8 @@ public:
     /// After firstLine() or lineAt().
     bool isEmpty() const { return looked.empty(); }
     bool isCompressed() const { return decompressor != nullptr; }
+    /// As InputFile::awaitInput(); true where something waits to be taken or decompressed.
+    bool awaitInput(double seconds) const;
     bool isRegular() const { return file.isRegular(); }
     const std::string& name() const { return file.name(); }
 

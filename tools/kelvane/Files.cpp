@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -96,6 +97,12 @@ std::string_view InputFile::read(std::span<char> space) {
         if (errno != EINTR && errno != EAGAIN) failToRead(shownName, errno);
     }
     return {};
+}
+
+bool InputFile::awaitInput(double seconds) const {
+    pollfd waiting{descriptor, POLLIN, 0};
+    const auto milliseconds = std::clamp(seconds * 1000, 0.0, 1e9);
+    return ::poll(&waiting, 1, static_cast<int>(milliseconds)) != 0;
 }
 
 bool InputFile::isRegular() const {

@@ -26,6 +26,8 @@ public:
     /// of the file and after an interruption.
     std::string_view read(std::span<char> space);
 
+    /// Waits so long for something to read; false when there was nothing.
+    bool awaitInput(double seconds) const;
     /// Whether it is a file on a disk, which has an end.
     bool isRegular() const;
     /// As messages name it.

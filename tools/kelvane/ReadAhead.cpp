@@ -6,9 +6,12 @@
 
 namespace kelvane {
 
-ReadAhead::ReadAhead(const std::string& path, bool skipsInvalidLines, bool isThreaded)
-    : recording(path, skipsInvalidLines ? Recording::InvalidLine::isSkipped : Recording::InvalidLine::ends,
-                [this](const std::string& line) { filling->messages.emplace_back(filling->count, line); }) {
+ReadAhead::ReadAhead(const std::string& path, bool skipsInvalidLines, bool isThreaded,
+                     std::optional<double> liveWait)
+    : recording(
+          path, skipsInvalidLines ? Recording::InvalidLine::isSkipped : Recording::InvalidLine::ends,
+          [this](const std::string& line) { filling->messages.emplace_back(filling->count, line); },
+          liveWait) {
     if (!isThreaded || std::thread::hardware_concurrency() < 2) return;
     try {
         thread = std::thread([this] { readAll(); });

@@ -25,8 +25,9 @@ public:
         std::vector<std::pair<std::size_t, std::string>> messages;
     };
 
-    /// Without a thread when `isThreaded` is false or there can be none.
-    ReadAhead(const std::string& path, bool skipsInvalidLines, bool isThreaded);
+    /// `liveWait` as Recording has it. Without a thread when `isThreaded` is false or there can be none.
+    ReadAhead(const std::string& path, bool skipsInvalidLines, bool isThreaded,
+              std::optional<double> liveWait = {});
     /// Interrupts everything unless the recording has ended.
     ~ReadAhead();
     ReadAhead(const ReadAhead&) = delete;

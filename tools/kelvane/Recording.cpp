@@ -20,23 +20,30 @@ std::string happened(std::size_t count, std::string_view noun, std::string_view 
 }  // namespace
 
 Recording::Recording(const std::string& path, InvalidLine invalidLine,
-                     std::function<void(const std::string&)> messages)
-    : Recording(std::make_unique<DataFile>(path), invalidLine, std::move(messages)) {}
+                     std::function<void(const std::string&)> messages, std::optional<double> secondsToWait)
+    : Recording(std::make_unique<DataFile>(path), invalidLine, std::move(messages), secondsToWait) {}
 
 Recording::Recording(std::unique_ptr<DataFile> opened, InvalidLine invalidLine,
-                     std::function<void(const std::string&)> messages)
+                     std::function<void(const std::string&)> messages, std::optional<double> secondsToWait)
     : file(std::move(opened)),
       reportSkipped(std::move(messages)),
+      liveWait(secondsToWait),
       piece(pieceSize),
       reader({.ending = RecordingOptions::Ending::lineBreakAllowed,
               .lines = RecordingOptions::Lines::results,
               .skipped = invalidLine == InvalidLine::isSkipped
                              ? [this](const RecordingFailure& line) { skip(line); }
                              : std::function<void(const RecordingFailure&)>(),
+              .emptyLineEndsBatch = secondsToWait.has_value(),
               .longestLine = longestLine}) {}
 
 bool Recording::readPiece() {
     if (hasEnded) return false;
+    if (liveWait && mayEndBatch && !file->awaitInput(*liveWait)) {
+        mayEndBatch = false;
+        reader.endBatch();
+        return true;
+    }
     const auto text = file->read(piece);
     if (interrupted()) return false;
     if (text.empty()) {
@@ -44,6 +51,7 @@ bool Recording::readPiece() {
         reader.finish();
     } else {
         isEmpty = false;
+        mayEndBatch = true;
         lastByte = text.back();
         reader.append(text);
     }

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,12 +18,15 @@ class Recording {
 public:
     enum class InvalidLine { ends, isSkipped };
 
-    /// `messages` takes the reports of the lines that are skipped.
+    /// `messages` takes the reports of the lines that are skipped. With `secondsToWait`, the recording is
+    /// live: a batch ends when nothing more arrives within this time, and at an empty line.
     explicit Recording(const std::string& path, InvalidLine invalidLine = InvalidLine::ends,
-                       std::function<void(const std::string&)> messages = report);
+                       std::function<void(const std::string&)> messages = report,
+                       std::optional<double> secondsToWait = {});
     /// Of a file that has been opened.
     explicit Recording(std::unique_ptr<DataFile> opened, InvalidLine invalidLine = InvalidLine::ends,
-                       std::function<void(const std::string&)> messages = report);
+                       std::function<void(const std::string&)> messages = report,
+                       std::optional<double> secondsToWait = {});
 
     /// Reads what is there now; next() then gives the batches that it completes, or nextUpdate() the updates.
     /// False after the end, after an invalid line and after an interruption.
@@ -49,12 +53,15 @@ private:
 
     std::unique_ptr<DataFile> file;
     std::function<void(const std::string&)> reportSkipped;
+    const std::optional<double> liveWait;
     std::vector<char> piece;
     KelvaneSDK::RecordingReader reader;
     char lastByte = '\n';
     std::size_t skippedLines = 0;
     bool isEmpty = true;
     bool isAtEnd = false;
+    // Something arrived since a batch was ended last.
+    bool mayEndBatch = false;
     bool hasEnded = false;
 };
 

@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <array>
 #include <optional>
 
@@ -26,7 +28,11 @@ int runOne(const RunOptions& options) {
     }
     LibraryMessages messages;
     const auto diagram = loadDiagram(options.diagram);
-    ReadAhead recording(path, options.keepsGoing, true);
+    const bool isTyped = path == "-" && ::isatty(STDIN_FILENO) != 0;
+    if (isTyped && !options.isQuiet)
+        report("kelvane: the recording is read from the terminal; Ctrl-D ends it, an empty line a batch");
+    ReadAhead recording(path, options.keepsGoing, true,
+                        options.isLive || isTyped ? std::optional(options.liveWait) : std::nullopt);
     ResultOutput output(options.output, std::array{options.diagram, path});
     applyOptions(*diagram.engine, options);
     Replay replay(*diagram.engine, options, recording, output, report);
@@ -63,6 +69,16 @@ std::string tunedDiagram(const RunOptions& options) {
                           });
 }
 
+/// What one recording is observed for would be written over by the next.
+void refuseForMany(const RunOptions& options) {
+    const auto* const option = options.withProfile        ? "--profile"
+                               : !options.profile.empty() ? "--profile-json"
+                               : !options.trace.empty()   ? "--trace"
+                               : options.isLive           ? "--live"
+                                                          : nullptr;
+    if (option != nullptr) refuseOption(option, "only one recording, and no --jobs, was expected");
+}
+
 }  // namespace
 
 int run(const RunOptions& options) {
@@ -70,7 +86,9 @@ int run(const RunOptions& options) {
     const auto tuned = options.save.empty() ? std::string() : tunedDiagram(options);
     std::optional<ResultOutput> saved;
     if (!options.save.empty()) saved.emplace(options.save, options.recordings);
-    const int status = isForManyRecordings(options) ? runMany(options) : runOne(options);
+    const bool isForMany = isForManyRecordings(options);
+    if (isForMany) refuseForMany(options);
+    const int status = isForMany ? runMany(options) : runOne(options);
     if (saved && interruption() == 0) {
         saved->text() = tuned;
         saved->finish();

@@ -176,6 +176,16 @@ def strides():
     yield line(now, "walk ended", "booleanValue", True)
 
 
+def write_table(folder):
+    """The recording as the table that a phone's application would write."""
+    root = pathlib.Path(__file__).parent / folder
+    updates = map(json.loads, (root / "recording.jsonl").read_text().splitlines())
+    rows = [f'{update["timestamp"]},{",".join(str(part) for part in update["vectorValue"].values())}\n' for update in updates]
+    titles = ",".join(f'"Acceleration {axis} (m/s^2)"' for axis in "xyz")
+    (root / "phone.csv").write_text(f'"Time (s)",{titles}\n' + "".join(rows))
+
+
 if __name__ == "__main__":
     for example in (smoothing, arrivals, steps, orientation, strides):
         write(example.__name__, example())
+    write_table("steps")

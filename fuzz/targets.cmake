@@ -1,6 +1,9 @@
 # The fuzz targets, as programs for libFuzzer (CMakeLists.txt) and as tests that replay inputs (tests/CMakeLists.txt).
 set(kelvane_fuzz_folder ${CMAKE_CURRENT_LIST_DIR})
 set(kelvane_fuzz_targets diagram document recording sweep text textform)
+if(TARGET kelvane_files)
+    list(APPEND kelvane_fuzz_targets conversion)
+endif()
 
 if(NOT TARGET kelvane_fuzz_support)
     add_library(kelvane_fuzz_support OBJECT EXCLUDE_FROM_ALL
@@ -13,5 +16,5 @@ endif()
 # A program out of a target's source and further ones.
 function(kelvane_add_fuzz_program program name)
     add_executable(${program} ${kelvane_fuzz_folder}/${name}.cpp ${ARGN})
-    target_link_libraries(${program} PRIVATE kelvane_fuzz_support kelvane_warnings)
+    target_link_libraries(${program} PRIVATE kelvane_fuzz_support kelvane_warnings $<$<STREQUAL:${name},conversion>:kelvane_files>)
 endfunction()

@@ -24,7 +24,7 @@ def run(*arguments, input=b""):
 
 def expect(name, found, expected):
     if found != expected:
-        failures.append(f"{name}: found\n{found}\nwhere expected was\n{expected}")
+        failures.append(f"{name}: found\n{str(found)[:3000]}\nwhere expected was\n{str(expected)[:3000]}")
 
 
 def line(timestamp, name, value):
@@ -254,6 +254,20 @@ def roundTrips(folder):
             expect(f"{path.name} from {name}", run("convert", folder / name) == text, True)
 
 
+def readme(folder):
+    """What README shows of a phone's table."""
+    steps = ROOT / "examples/steps"
+    status, recording, _ = run("convert", steps / "phone.csv", "--rename", "Acceleration=accelerometer")
+    expect("a phone's table", (status, recording == canonical((steps / "recording.jsonl").read_text())[1]), (0, True))
+    expect("results of a phone's table", run("run", steps / "diagram.kelvane", "-", "-o", folder / "steps.jsonl", input=recording), (0, "", ""))
+    expect("a spreadsheet", run("convert", folder / "steps.jsonl")[1].splitlines()[:1], ["time,steps,cadence"])
+    expect("a table in the place of a recording", run("run", steps / "diagram.kelvane", steps / "phone.csv", "--quiet")[2],
+           f"{steps}/phone.csv:1:11: not JSON: something follows the end of the document; `kelvane convert` makes a recording of such a file; "
+           "1400 more lines were not read\n")
+    expect("names that are not there", run("convert", steps / "phone.csv", "--rename", "acceleration=a", "--types", "b=Float")[0::2],
+           (1, 'kelvane: --rename: no stream is called "acceleration"; did you mean "Acceleration"?\nkelvane: --types: no stream is called "b"\n'))
+
+
 def merging(folder):
     for sensor, second in ("gyro", 0.5), ("acc", 0.25):
         (folder / f"{sensor}.csv").write_text(f"time,x,y,z\n{second},1,2,3\n{second + 1},4,5,6\n")
@@ -264,7 +278,7 @@ def merging(folder):
 def main():
     summaries()
     tables()
-    for part in compressed, results, roundTrips, merging, otherForms, damaged:
+    for part in compressed, results, roundTrips, readme, merging, otherForms, damaged:
         with tempfile.TemporaryDirectory() as folder:
             part(Path(folder))
     print(*failures, f"{len(failures)} failures", sep="\n")

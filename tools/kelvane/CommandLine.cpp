@@ -237,6 +237,7 @@ void addConvert(CLI::App& app, ConvertOptions& options, int& status) {
     addRepeatable(command, "--types", options.types,
                   "The type of a column's values; else Float, Boolean or String, as the first one looks",
                   "LABEL=TYPE");
+    addRepeatable(command, "--rename", options.names, "Call this stream otherwise", "OLD=NEW");
     add("--header", options.header, "The titles, with commas, of a table that has none", "TITLES");
     addNumber(command, "--skip-lines", options.skippedLines, std::int64_t{0},
               "Pass over so many lines in front of the titles", "N");

@@ -127,6 +127,8 @@ struct ConvertOptions {
     std::string layout;
     /// "LABEL=TYPE"
     std::vector<std::string> types;
+    /// "OLD=NEW"
+    std::vector<std::string> names;
     /// What stands for the line of titles, which the file does not have; empty: it does.
     std::string header;
     std::int64_t skippedLines = 0;

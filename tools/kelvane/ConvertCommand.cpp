@@ -1,8 +1,10 @@
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <utility>
+#include <vector>
 
 #include "Commands.h"
 #include "Conversions/CsvTypes.h"
@@ -35,6 +37,54 @@ private:
     bool hasOrigin = false;
     double origin = 0;
     std::optional<std::int64_t> originNanoseconds;
+};
+
+/// Gives streams other names.
+class Renaming {
+public:
+    explicit Renaming(const std::vector<std::string>& settings) {
+        for (const auto& setting : settings) {
+            const auto equals = setting.find('=');
+            if (equals == std::string::npos) refuseOption("--rename " + setting, "OLD=NEW was expected");
+            names[setting.substr(0, equals)] = setting.substr(equals + 1);
+        }
+    }
+
+    void apply(Update& update) const {
+        if (names.empty()) return;
+        const auto found = names.find(update.name);
+        if (found != names.end()) update.name = found->second;
+    }
+    const std::map<std::string, std::string>& all() const { return names; }
+
+private:
+    std::map<std::string, std::string> names;
+};
+
+/// The streams that options name, as long as no update was of them.
+class Expected {
+public:
+    void add(const std::string& option, const std::string& name) { options.emplace(name, option); }
+    /// A stream that is there.
+    void take(const std::string& name) {
+        if (options.empty()) return;
+        options.erase(name);
+        constexpr std::size_t mostNames = 1000;
+        if (seen.size() < mostNames) seen.insert(name);
+    }
+    /// Reports those that never came; true when there are none.
+    bool report() const {
+        const std::vector<std::string> names(seen.begin(), seen.end());
+        for (const auto& [name, option] : options) {
+            kelvane::report("kelvane: " + option + ": " +
+                            withHint("no stream is called " + inQuotes(name), nearestNameHint(name, names)));
+        }
+        return options.empty();
+    }
+
+private:
+    std::map<std::string, std::string> options;
+    std::set<std::string> seen;
 };
 
 struct Inputs {
@@ -74,17 +124,20 @@ int convert(const ConvertOptions& options) {
     if (std::count(paths.begin(), paths.end(), "-") > 1)
         throw Failure{ExitStatus::wrongUsage, "kelvane: standard input can be read once only"};
     const CsvTypes types(options.types);
+    const Renaming renaming(options.names);
     auto [inputs, areRecordings] = openAll(paths, options);
     const auto& format = outputFormat(options, areRecordings);
     const auto input = mergedByTime(std::move(inputs));
     ResultOutput file(options.output, paths);
     const auto output = format.create(file, options);
     Shift shift;
-    std::set<std::string> unused;
-    for (const auto& [label, type] : types.all()) unused.insert(label);
+    Expected expected;
+    for (const auto& [label, type] : types.all()) expected.add("--types", label);
+    for (const auto& [old, name] : renaming.all()) expected.add("--rename", old);
     try {
         for (Update update; input->next(update);) {
-            if (!unused.empty()) unused.erase(update.name);
+            expected.take(update.name);
+            renaming.apply(update);
             if (options.fromZero) shift.apply(update);
             output->take(update);
         }
@@ -95,8 +148,7 @@ int convert(const ConvertOptions& options) {
     }
     output->finish();
     file.finish();
-    for (const auto& label : unused) report("kelvane: --types: no values are called " + inQuotes(label));
-    return unused.empty() ? ExitStatus::done : ExitStatus::failed;
+    return expected.report() ? ExitStatus::done : ExitStatus::failed;
 }
 
 }  // namespace kelvane

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "Conversions/Formats.h"
 #include "Interruption.h"
 #include "Messages.h"
 
@@ -89,8 +90,11 @@ std::string Recording::failure() {
 }
 
 std::string Recording::textOf(const RecordingFailure& line) const {
+    const auto* const format = line.line == 0 ? formatOfName(file->name()) : nullptr;
+    const bool isOther = format != nullptr && format->open != openRecording;
     return file->name() + ":" + std::to_string(line.line + 1) + ":" + std::to_string(line.column) + ": " +
-           (line.isCutOff ? "the recording ends within this line" : printable(line.reason));
+           (line.isCutOff ? "the recording ends within this line" : printable(line.reason)) +
+           (isOther ? "; `kelvane convert` makes a recording of such a file" : "");
 }
 
 std::string Recording::unreadLines() {

@@ -61,13 +61,10 @@ void StreamSummary::add(const RecordedUpdate& update) {
     }
     last = update.timestamp;
     ++count;
-    const bool isOfFirstType = types.empty() || types.begin()->first == update.type || ranges.empty();
     ++types[update.type];
-    if (update.value == nullptr) {
-        withoutValue.add(update.line + 1);
-    } else if (isOfFirstType && types.size() == 1) {
-        addRange(*update.value);
-    }
+    if (update.value == nullptr) return withoutValue.add(update.line + 1);
+    if (!firstType) firstType = update.type;
+    if (update.type == *firstType) addRange(*update.value);
 }
 
 void StreamSummary::addRange(const Value& value) {
@@ -148,7 +145,7 @@ std::string typesOf(const StreamSummary& stream) {
 
 std::string rangeText(const StreamSummary& stream) {
     if (stream.ranges.empty()) return {};
-    const auto type = stream.types.begin()->first;
+    const auto type = *stream.firstType;
     const auto& [least, most] = stream.ranges.front();
     if (type == ValueType::Boolean) return least == most ? (least == 0 ? "false" : "true") : "false and true";
     if (stream.ranges.size() == 1) {

@@ -65,7 +65,9 @@ struct StreamSummary {
     std::size_t count = 0;
     Occurrences withoutValue, repeatedTimes, backwardTimes;
     double first = 0, last = 0;
-    /// Of the values of the first type: a number's, a truth's (0 or 1), a vector's or an orientation's
+    /// The type of the first value.
+    std::optional<KelvaneSDK::ValueType> firstType;
+    /// Of the values of that type: a number's, a truth's (0 or 1), a vector's or an orientation's
     /// components, or how many elements or bytes a list, sequence or text has.
     std::vector<Range> ranges;
     Intervals intervals;

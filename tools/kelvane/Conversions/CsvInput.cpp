@@ -153,7 +153,11 @@ private:
     }
 
     Instant timeOfRow() {
-        if (timeColumn == none) return {static_cast<double>(rowCount) / options.rate};
+        if (timeColumn == none) {
+            const double time = static_cast<double>(rowCount) / options.rate;
+            if (!std::isfinite(time)) reader.fail("the time is no number at this rate");
+            return {time};
+        }
         const auto& text = row[timeColumn];
         if (!unit) chooseUnit(text);
         const auto time = unit ? readTime(text, *unit) : std::nullopt;

@@ -35,9 +35,9 @@ public:
     void field(std::string_view content) {
         auto& text = output.text();
         if (!std::exchange(isFirst, false)) text += separator;
-        const bool isPlain = content.find_first_of("\"\r\n") == std::string_view::npos &&
-                             content.find(separator) == std::string_view::npos &&
-                             withoutBlanks(content) == content;
+        const bool isPlain =
+            content.find_first_of(std::string_view("\"\r\n\0", 4)) == std::string_view::npos &&
+            content.find(separator) == std::string_view::npos && withoutBlanks(content) == content;
         if (isPlain) {
             text += content;
             return;

@@ -24,6 +24,8 @@ namespace {
 // them at which time each record begins.
 
 constexpr std::size_t mostSignals = 4096, longestRecord = 64 << 20;
+/// In seconds.
+constexpr double latest = 1e12;
 constexpr std::string_view annotationLabel = "EDF Annotations";
 
 struct Signal {
@@ -84,7 +86,8 @@ private:
         recordCount = numberField<std::int64_t>(8, "the number of records");
         const auto place = bytes.offset();
         duration = numberField<double>(8, "the duration of a record");
-        if (duration < 0) bytes.failAt(place, "the duration of a record is negative");
+        if (duration < 0 || duration > latest)
+            bytes.failAt(place, "the duration of a record is " + numberText(duration) + " seconds");
         const auto count = numberField<std::int64_t>(4, "the number of signals");
         if (count < 1 || static_cast<std::size_t>(count) > mostSignals)
             bytes.fail("the header says to have " + std::to_string(count) + " signals; 1 to " +
@@ -187,7 +190,8 @@ private:
                 const auto times = list.substr(0, list.find('\x14'));
                 list.remove_prefix(std::min(times.size() + 1, list.size()));
                 const auto onset = numberOf(times.substr(0, times.find('\x15')));
-                if (!onset) bytes.fail("the record that ends here has an annotation without a time");
+                if (!onset || std::abs(*onset) > latest)
+                    bytes.fail("the record that ends here has an annotation without a time");
                 if (std::exchange(isFirst, false) && (list.empty() || list.front() == '\x14')) start = *onset;
                 while (!list.empty()) {
                     const auto text = list.substr(0, list.find('\x14'));

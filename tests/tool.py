@@ -256,11 +256,11 @@ def cases(folder):
     refused = case("e", diagram_kelvane=diagram, recording_jsonl=x1, expected_jsonl=x1, options="--no-inputs\n--sett a=1")
     without = case("f", diagram_kelvane=diagram, recording_jsonl=recording)
     origin = """at 2.0, "sum": 5 in expected.jsonl, nothing in the results
-    "sum" comes from node 5 ("Add", "Add")
-      a = 2.0, new, waits for the other inputs, from node 4 ("Subtract", "Subtract")
-        a = 3.0, new, from node 1 ("Float", "x")
-        b = 1.0, from node 3 ("Float", "Float")
-      b = 2.0, of 1.0, from node 2 ("Float", "rate")
+    "sum" comes from diagram.kelvane:3:14: (Add)
+      a = 2.0, of t = 2.0, waits, from diagram.kelvane:3:18: (Subtract)
+        a = 3.0, of t = 2.0, from diagram.kelvane:1:1: "x" (input stream Float)
+        b = 1.0, from diagram.kelvane:3:30: (constant Float)
+      b = 2.0, of t = 1.0, from diagram.kelvane:2:1: "rate" (input stream Float)
   1 difference
     "sum": 1 equal, 1 only in expected.jsonl; the first difference at 2.0
 """

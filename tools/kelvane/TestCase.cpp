@@ -169,7 +169,8 @@ private:
 
     void explain(const ResultDifference& difference) {
         add(differenceLine(difference, expectedName, resultsName));
-        const auto diagram = prepared();
+        auto diagram = prepared();
+        diagram.name = path(diagramPath).filename().string();
         Recording recording(recordingPath, Recording::InvalidLine::isSkipped, [](const std::string&) {});
         KelvaneInput batch;
         auto initial = initialValues(*diagram.engine, options.run.initial);
@@ -178,7 +179,7 @@ private:
                 initial.addTo(batch);
                 diagram.engine->evaluate(batch);
                 if (batch.timestamp != difference.timestamp) continue;
-                for (auto& line : originOf(*diagram.engine, difference.label, batch.timestamp))
+                for (auto& line : originOf(diagram, difference.label))
                     findings.push_back("  " + std::move(line));
                 return;
             }

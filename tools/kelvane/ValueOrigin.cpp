@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <map>
 
-#include "Diagram.h"
 #include "Messages.h"
+#include "NodeNames.h"
 
 namespace kelvane {
 
@@ -14,9 +14,9 @@ namespace {
 
 class Origin {
 public:
-    Origin(const Kelvane& engine, double batchTimestamp) : timestamp(batchTimestamp) {
+    explicit Origin(const Diagram& diagram) : places(diagram) {
         for (const auto category : allNodeCategories) {
-            for (const auto& node : engine.nodeList(category)) {
+            for (const auto& node : diagram.engine->nodeList(category)) {
                 for (const auto* slot : node->connectedInputValues()) feeders[slot].push_back(node.get());
             }
         }
@@ -24,7 +24,7 @@ public:
 
     std::vector<std::string> of(const Node& output) {
         for (const auto* feeder : feedersOf(*output.inputValues()[0])) {
-            lines.push_back(inQuotes(output.label()) + " comes from " + printable(feeder->nameInMessages()));
+            lines.push_back(inQuotes(output.label()) + " comes from " + places.nameOf(*feeder));
             addInputs(*feeder, 1);
         }
         return lines;
@@ -46,35 +46,34 @@ private:
         }
     }
 
-    /// `b = 0.84, new, from node 6 ("Subtract")`
     std::string textOf(const TimestampedVariable& slot) const {
-        std::string line = printable(slot.label == nullptr ? std::to_string(slot.index) : slot.label);
-        if (const auto* value = slot.payload()) {
-            line += " = " + (value->type() == ValueType::String ? inQuotes(getValueString(*value))
-                                                                : printable(getValueString(*value)));
-            if (!slot.isConstant())
-                line += slot.timestamp() == timestamp ? ", new" : ", of " + getValueString(slot.timestamp());
-            if (slot.updated()) line += ", waits for the other inputs";
-        } else {
-            line += " has no value";
-        }
+        std::string line = inputText(slot);
         const auto from = feedersOf(slot);
-        for (const auto* feeder : from) line += ", from " + printable(feeder->nameInMessages());
+        for (const auto* feeder : from) line += ", from " + places.nameOf(*feeder);
         return from.empty() ? line + ", is not connected" : line;
     }
 
-    const double timestamp;
+    const NodePlaces places;
     std::map<const TimestampedVariable*, std::vector<const Node*>> feeders;
     std::vector<std::string> lines;
 };
 
 }  // namespace
 
-std::vector<std::string> originOf(const Kelvane& engine, const std::string& label, double timestamp) {
+std::string inputText(const TimestampedVariable& slot) {
+    const auto* const value = slot.payload();
+    std::string text = printable(slot.label != nullptr ? slot.label : std::to_string(slot.index));
+    text += value == nullptr ? " has no value" : " = " + printable(getValueString(*value));
+    if (value != nullptr && !slot.isConstant()) text += ", of t = " + getValueString(slot.timestamp());
+    return text + (slot.updated() ? ", waits" : "");
+}
+
+std::vector<std::string> originOf(const Diagram& diagram, const std::string& label) {
+    const auto& engine = *diagram.engine;
     const auto isCalledSo = [&](const auto& node) { return node->label() == label; };
     const auto outputs = engine.nodeList(NodeCategory::VariableOutput);
     const auto output = std::find_if(outputs.begin(), outputs.end(), isCalledSo);
-    if (output != outputs.end()) return Origin(engine, timestamp).of(**output);
+    if (output != outputs.end()) return Origin(diagram).of(**output);
     const auto streams = engine.nodeList(NodeCategory::InputStream);
     if (std::any_of(streams.begin(), streams.end(), isCalledSo))
         return {inQuotes(label) + " is an input stream: its values are the recording's"};

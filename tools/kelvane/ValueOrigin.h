@@ -3,13 +3,16 @@
 #include <string>
 #include <vector>
 
+#include "Diagram.h"
 #include "KelvaneSDK/KelvaneSDK.h"
 
 namespace kelvane {
 
-/// Where the value of a variable output came from in the batch at `timestamp` that the engine has just
-/// evaluated: the node that feeds the output, its inputs, and the inputs of what fed these; lines for people.
-std::vector<std::string> originOf(const KelvaneSDK::Kelvane& engine, const std::string& label,
-                                  double timestamp);
+/// What an input holds: `b = 0.84, of t = 12.5`, with `waits` where it has not been used.
+std::string inputText(const KelvaneSDK::TimestampedVariable& slot);
+
+/// Where the value of a variable output came from in the batch that the diagram has just evaluated: the node
+/// that feeds the output, its inputs, and the inputs of what fed these; lines for people.
+std::vector<std::string> originOf(const Diagram& diagram, const std::string& label);
 
 }  // namespace kelvane

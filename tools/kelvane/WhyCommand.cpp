@@ -7,6 +7,7 @@
 #include "Messages.h"
 #include "NodeNames.h"
 #include "Replay.h"
+#include "ValueOrigin.h"
 
 namespace kelvane {
 
@@ -295,15 +296,7 @@ private:
         for (const auto* node : asked) {
             const auto event = observer.of(*node);
             text += places.nameOf(*node) + ": " + eventText(*node, event) + "\n";
-            for (const auto* slot : node->inputValues()) {
-                const auto* const held = slot->payload();
-                text +=
-                    "    " + printable(slot->label != nullptr ? slot->label : std::to_string(slot->index)) +
-                    (held == nullptr ? " has no value" : " = " + printable(getValueString(*held))) +
-                    (held != nullptr && !slot->isConstant() ? ", of t = " + getValueString(slot->timestamp())
-                                                            : "") +
-                    (slot->updated() ? ", waits" : "") + "\n";
-            }
+            for (const auto* slot : node->inputValues()) text += "    " + inputText(*slot) + "\n";
         }
         return failure;
     }

@@ -45,6 +45,8 @@ private:
     std::size_t next = 0;
 };
 
+}  // namespace
+
 /// Nodes by their ids; of several with one id the first that was added.
 class NodesById {
 public:
@@ -80,8 +82,6 @@ private:
     };
     std::vector<Entry> byId;
 };
-
-}  // namespace
 
 /// Builds the nodes of one document into an engine.
 class DiagramBuilder {

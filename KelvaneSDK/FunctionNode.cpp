@@ -145,30 +145,48 @@ void FunctionNode::consume(std::size_t index) {
 
 namespace Rows {
 
-bool RowBase::asksEachStep() const {
+void RowNode::process() {
+    askDemands();
+    declaration()->rowCode->call(*this);
+}
+
+void RowNode::prepare(Step& step) const {
+    FunctionNode::prepare(step);
+    if (const auto prepareQuickly = declaration()->rowCode->prepare) prepareQuickly(*this, step);
+}
+
+bool RowNode::asksEachStep() const {
     const auto& demands = declaration()->demands;
     return std::any_of(demands.begin(), demands.end(),
                        [](const Demand& demand) { return demand.isAskedEachStep; });
 }
 
-void RowBase::askDemands() const {
+void RowNode::askDemands() const {
     if (!declaration()->demands.empty()) stopOnViolation();
 }
 
-void RowBase::fallSilent(Silent silence) {
+void RowNode::fallSilent(Silent silence) {
     if (silence.effect == Silent::clearsOutput) output().clearValue();
     if (silence.effect != Silent::consumesInput1) return endWithoutOutput(silence.reason);
     NodeState::of(*this).noteSilence(silence.reason);
     consume(1);
 }
 
-void RowBase::declareSlot(Declaration& declaration, const RowSlot& slot, std::optional<ValueType> type) {
-    const auto slotClass = type ? classHolding(*type) : slot.genericType;
-    declaration.inputs.push_back({slot.label, slotClass, slot.meaning});
-}
-
-void RowBase::declareOutput(Declaration& declaration, ValueType type) {
-    declaration.output = classHolding(type);
+NodeClass row(const char* name, std::initializer_list<RowSlot> slots, const char* description,
+              const RowCode& code) {
+    Declaration declaration{.name = name, .description = description, .rowCode = &code};
+    const auto* slot = slots.begin();
+    for (const auto& type : code.slotTypes) {
+        declaration.inputs.push_back(
+            {slot->label, type ? classHolding(*type) : slot->genericType, slot->meaning});
+        ++slot;
+    }
+    if (code.outputType) declaration.output = classHolding(*code.outputType);
+    declaration.takesAnything = code.takesAnything;
+    declaration.forwards = code.forwards;
+    declaration.keepsState = code.makeStateful != nullptr;
+    return NodeClass::declared(std::move(declaration),
+                               code.makeStateful != nullptr ? code.makeStateful : makeDeclared<RowNode>);
 }
 
 }  // namespace Rows

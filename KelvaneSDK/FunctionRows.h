@@ -99,16 +99,16 @@ struct Anything {
 struct RowSlot {
     /// What the slot is called, and where that does not say it, what its values mean: static texts.
     const char* label;
-    std::string_view meaning = {};
+    const char* meaning = "";
     ValueClass genericType = ValueClass::TimestampedVariable;
 };
 
 /// A slot that takes any scalar, or any list, and takes on the type of what is connected. All such slots of a
 /// node take on one type; lists are of what is connected to the scalars.
-constexpr RowSlot scalar(const char* label, std::string_view meaning = {}) {
+constexpr RowSlot scalar(const char* label, const char* meaning = "") {
     return {label, meaning, ValueClass::ValueVariable};
 }
-constexpr RowSlot array(const char* label, std::string_view meaning = {}) {
+constexpr RowSlot array(const char* label, const char* meaning = "") {
     return {label, meaning, ValueClass::ArrayVariable};
 }
 
@@ -149,15 +149,15 @@ struct Signature<R (F::*)(P...) const> {
 template <class F, class R, class... P>
 struct Signature<R (F::*)(P...)> : Signature<R (F::*)(P...) const> {};
 
-// What all rows share: their demands, the two ways of giving nothing, and each kind of result brought to the
-// helper of FunctionNode that ends the step with it. None of it is a template that grows with the rows.
-class RowBase : public FunctionNode {
-protected:
+// The node of any row, which goes by what its class says of the row. None of it is a template that grows with
+// the rows.
+class RowNode : public FunctionNode {
+public:
+    void process() override;
+    void prepare(Step& step) const override;
     bool asksEachStep() const;
     void askDemands() const;
     void fallSilent(Silent silence);
-    static void declareSlot(Declaration& declaration, const RowSlot& slot, std::optional<ValueType> type);
-    static void declareOutput(Declaration& declaration, ValueType type);
 
     // A parameter as input `i` has it.
     template <class P>
@@ -180,6 +180,7 @@ protected:
             return input(i).as<P>();
         }
     }
+    // Each kind of result, brought to the helper of FunctionNode that ends the step with it.
     void deliver(std::optional<Value> result) { finishOrClear(std::move(result)); }
     void deliver(OrPrevious result) {
         result.result ? finish(*std::move(result.result)) : finishWithPreviousOutput();
@@ -189,16 +190,40 @@ protected:
         result.result ? deliver(*std::move(result.result)) : fallSilent(result.silence);
     }
     template <class T>
-    void deliver(T result) {
+    [[gnu::noinline]] void deliver(T result) {
         finish(Value(std::move(result)));
     }
 };
 
-// A node whose step is a call of `Function`, which also is its state. `places` has the slot of each
+// A node whose row has state.
+template <class State>
+class StatefulRowNode final : public RowNode {
+public:
+    void reset() override {
+        state = State{};
+        FunctionNode::reset();
+    }
+    State state{};
+};
+
+// What the library asks of a row's function: what its signature says, and how it is called.
+struct RowCode {
+    // The types of the slots and of the output, where the function says them.
+    std::span<const std::optional<ValueType>> slotTypes;
+    std::optional<ValueType> outputType;
+    // The slots whose values are not read, and those that may become the output.
+    InputSet takesAnything, forwards;
+    void (*call)(RowNode& node);
+    // Fills in the quick way, or null.
+    void (*prepare)(const RowNode& node, Step& step);
+    // Absent for functions without state.
+    NodeClass::Make makeStateful = nullptr;
+};
+
+// What the signature of `Function` says of its rows, and the call of one. `places` has the slot of each
 // parameter, since parameters that are no slots may stand among the others.
 template <class Function>
-class RowNode : public RowBase {
-protected:
+struct Row {
     using Parameters = typename Signature<Function>::parameters;
     using R = typename Signature<Function>::result;
     using Out = decltype(outOf(std::declval<R>()));
@@ -212,74 +237,73 @@ protected:
         return slots;
     }
     (all);
-
-public:
     static constexpr std::size_t slotCount = places[count];
+    static constexpr auto slotTypes = []<std::size_t... p>(std::index_sequence<p...>) {
+        std::array<std::optional<ValueType>, count + 1> types{};
+        ((types[places[p]] = isSlot<At<p>> ? typeSaid<At<p>> : std::nullopt), ...);
+        return types;
+    }
+    (all);
+    static constexpr InputSet takesAnything = []<std::size_t... p>(std::index_sequence<p...>) {
+        InputSet slots;
+        ((std::is_same_v<At<p>, Anything> ? slots.insert(places[p]) : void()), ...);
+        return slots;
+    }
+    (all);
 
-    static void describe(Declaration& declaration, const RowSlot* slots) {
-        describe(declaration, slots, all);
-        if constexpr (std::is_same_v<Out, std::string>) {
-            declaration.output = ValueClass::StringValue;
-        } else if constexpr (Payload<Out>) {
-            declareOutput(declaration, PayloadType<Out>::value);
+    static constexpr RowCode code(void (*prepare)(const RowNode&, Step&), NodeClass::Make makeStateful) {
+        return {.slotTypes = std::span(slotTypes).first(slotCount),
+                .outputType = outputType(),
+                .takesAnything = takesAnything,
+                .forwards = std::is_same_v<Out, Value> ? takesAnything : InputSet(),
+                .call = [](RowNode& node) { call(node, all); },
+                .prepare = prepare,
+                .makeStateful = makeStateful};
+    }
+    // The function object; one with state stands in the node.
+    static decltype(auto) functionOf(Node& node) {
+        if constexpr (std::is_empty_v<Function>) {
+            return Function{};
+        } else {
+            return (static_cast<StatefulRowNode<Function>&>(node).state);
         }
     }
-    void process() override {
-        askDemands();
-        call(all);
-    }
-    void reset() override {
-        function = Function{};
-        FunctionNode::reset();
-    }
-
-protected:
-    [[no_unique_address]] Function function{};
 
 private:
-    template <std::size_t... p>
-    static void describe(Declaration& declaration, const RowSlot* slots, std::index_sequence<p...>) {
-        (describeSlot<At<p>>(declaration, slots), ...);
-    }
-    template <class P>
-    static void describeSlot(Declaration& declaration, const RowSlot* slots) {
-        const std::size_t place = declaration.inputs.size();
-        if constexpr (isSlot<P>) declareSlot(declaration, slots[place], typeSaid<P>);
-        if constexpr (std::is_same_v<P, Anything>) {
-            declaration.takesAnything.insert(place);
-            if constexpr (std::is_same_v<Out, Value>) declaration.forwards.insert(place);
+    static constexpr std::optional<ValueType> outputType() {
+        if constexpr (std::is_same_v<Out, std::string>) {
+            return ValueType::String;
+        } else if constexpr (Payload<Out>) {
+            return PayloadType<Out>::value;
+        } else {
+            return std::nullopt;
         }
     }
     template <std::size_t p>
-    decltype(auto) argument() const {
+    static decltype(auto) argument(const RowNode& node) {
         if constexpr (isSlot<At<p>>) {
-            return this->template read<At<p>>(places[p]);
+            return node.template read<At<p>>(places[p]);
         } else {
-            return static_cast<const Node&>(*this);
+            return static_cast<const Node&>(node);
         }
     }
     template <std::size_t... p>
-    void call(std::index_sequence<p...>) {
+    static void call(RowNode& node, std::index_sequence<p...>) {
         // Read in order, so that the first wrong input is the one that is named.
-        std::tuple<decltype(argument<p>())...> arguments{argument<p>()...};
-        deliver(std::apply(function, arguments));
+        std::tuple<decltype(argument<p>(node))...> arguments{argument<p>(node)...};
+        node.deliver(std::apply(functionOf(node), arguments));
     }
 };
 
-// The node of a function. The library has a quicker one for its own, in which the function is called with
-// what the slots' feeders gave, without a look at the slots; what both do is the same.
+// The library has a quick way for its own rows, in which the function is called with what the slots' feeders
+// gave, without a look at the slots; what both do is the same.
 template <class Function>
-struct NodeOf {
-    using type = RowNode<Function>;
+struct QuickWay {
+    static constexpr void (*prepare)(const RowNode&, Step&) = nullptr;
 };
 
-template <class Row>
-NodeClass row(std::string_view name, std::initializer_list<RowSlot> slots, std::string_view description,
-              bool keepsState) {
-    Declaration declaration{.name = name, .description = description, .keepsState = keepsState};
-    Row::describe(declaration, slots.begin());
-    return NodeClass::declared(std::move(declaration), makeDeclared<Row>);
-}
+NodeClass row(const char* name, std::initializer_list<RowSlot> slots, const char* description,
+              const RowCode& code);
 
 }  // namespace Rows
 
@@ -287,9 +311,10 @@ NodeClass row(std::string_view name, std::initializer_list<RowSlot> slots, std::
 /// diagram author's words, with units. There are as many slots as the function has parameters for them. The
 /// function object holds nothing; a lambda captures nothing.
 template <class Function>
-NodeClass pure(std::string_view name, std::initializer_list<RowSlot> slots, Function,
-               std::string_view description) {
-    return Rows::row<typename Rows::NodeOf<Function>::type>(name, slots, description, false);
+NodeClass pure(const char* name, std::initializer_list<RowSlot> slots, Function, const char* description) {
+    static_assert(std::is_empty_v<Function>);
+    static constexpr auto code = Rows::Row<Function>::code(Rows::QuickWay<Function>::prepare, nullptr);
+    return Rows::row(name, slots, description, code);
 }
 
 /// A function with state: an object of `State` is called for every step, and made anew by a reset. Each node
@@ -301,9 +326,10 @@ NodeClass pure(std::string_view name, std::initializer_list<RowSlot> slots, Func
 ///     };
 ///     stateful<Highest>("Highest", {{"x"}}, "the highest value so far")
 template <class State>
-NodeClass stateful(std::string_view name, std::initializer_list<RowSlot> slots,
-                   std::string_view description) {
-    return Rows::row<typename Rows::NodeOf<State>::type>(name, slots, description, true);
+NodeClass stateful(const char* name, std::initializer_list<RowSlot> slots, const char* description) {
+    static constexpr auto code =
+        Rows::Row<State>::code(Rows::QuickWay<State>::prepare, makeDeclared<Rows::StatefulRowNode<State>>);
+    return Rows::row(name, slots, description, code);
 }
 
 }  // namespace KelvaneSDK

@@ -12,46 +12,38 @@ constexpr std::size_t allValueClasses = static_cast<std::size_t>(ValueClass::Seq
 constexpr std::size_t allSlotOperations = static_cast<std::size_t>(SlotOperation::writeJson) + 1;
 
 // Whether the class overrides the operation, asked with a value on which no operation stops.
-template <class Operation>
-bool has(ValueClass valueClass, Operation operation) {
-    const auto slot = makeSlot(valueClass, true);
-    if (valueClass == ValueClass::IntegerValue) slot->setValue(Value(1));
-    return operation(*slot).has_value();
-}
-
 bool findSupport(ValueClass valueClass, SlotOperation operation) {
-    using Slot = TimestampedVariable;
     if (isGeneric(valueClass)) return true;
+    const auto made = makeSlot(valueClass, true);
+    if (valueClass == ValueClass::IntegerValue) made->setValue(Value(1));
+    const TimestampedVariable& slot = *made;
     switch (operation) {
         case SlotOperation::none:
             return true;
         case SlotOperation::add:
-            return has(valueClass, [](const Slot& slot) { return slot.add(slot); });
+            return slot.add(slot).has_value();
         case SlotOperation::subtract:
-            return has(valueClass, [](const Slot& slot) { return slot.subtract(slot); });
+            return slot.subtract(slot).has_value();
         case SlotOperation::multiply:
-            return has(valueClass, [](const Slot& slot) { return slot.multiply(slot); });
+            return slot.multiply(slot).has_value();
         case SlotOperation::divide:
-            return has(valueClass, [](const Slot& slot) { return slot.divide(slot); });
+            return slot.divide(slot).has_value();
         case SlotOperation::scale:
-            return has(valueClass, [](const Slot& slot) { return slot.scale(1); });
+            return slot.scale(1).has_value();
         case SlotOperation::negate:
-            return has(valueClass, [](const Slot& slot) { return slot.negate(); });
+            return slot.negate().has_value();
         case SlotOperation::isEqual:
-            return has(valueClass, [](const Slot& slot) { return slot.isEqual(slot); });
+            return slot.isEqual(slot).has_value();
         case SlotOperation::isLarger:
-            return has(valueClass, [](const Slot& slot) { return slot.isLarger(slot); });
+            return slot.isLarger(slot).has_value();
         case SlotOperation::isSmaller:
-            return has(valueClass, [](const Slot& slot) { return slot.isSmaller(slot); });
+            return slot.isSmaller(slot).has_value();
         case SlotOperation::isSmallerOrEqual:
-            return has(valueClass, [](const Slot& slot) { return slot.isSmallerOrEqual(slot); });
+            return slot.isSmallerOrEqual(slot).has_value();
         case SlotOperation::isLargerOrEqual:
-            return has(valueClass, [](const Slot& slot) { return slot.isLargerOrEqual(slot); });
+            return slot.isLargerOrEqual(slot).has_value();
         case SlotOperation::sum:
-            return has(valueClass, [](const Slot& slot) -> std::optional<Value> {
-                const auto* list = dynamic_cast<const ArrayVariable*>(&slot);
-                return list != nullptr ? list->sum() : std::nullopt;
-            });
+            return isArray(valueClass) && static_cast<const ArrayVariable&>(slot).sum().has_value();
         case SlotOperation::writeJson:
             return !isArray(valueClass) || valueClass == ValueClass::FloatArrayVariable;
         case SlotOperation::sort:

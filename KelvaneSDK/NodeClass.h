@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -103,6 +104,10 @@ struct Demand {
     bool isAskedEachStep = true;
 };
 
+namespace Rows {
+struct RowCode;
+}
+
 /// Everything that a function says about itself, once, where it stands. The registry, the help, the checker
 /// and the engine read it; no other place knows functions by name.
 ///
@@ -151,6 +156,8 @@ struct Declaration {
     std::vector<ValueClass> unsupported = {};
     /// False for a class that declares nothing: its slots are read off a new node, and nothing else is known.
     bool isDeclared = true;
+    /// The engine's own: how nodes of a row compute.
+    const Rows::RowCode* rowCode = nullptr;
 };
 
 /// One node class as the registry holds it: how to make a node, and what it says about itself. Copies share
@@ -180,21 +187,19 @@ public:
     std::string_view family = {};
 
     /// When a run emits nothing: "when y is 0".
-    NodeClass silent(std::string_view when) && { return with(&Declaration::silentWhen, when); }
+    NodeClass&& silent(const char* when) && { return with(&Declaration::silentWhen, when); }
     /// Further words that people search for, between spaces.
-    NodeClass keywords(std::string_view words) && { return with(&Declaration::keywords, words); }
+    NodeClass&& keywords(const char* words) && { return with(&Declaration::keywords, words); }
     /// The type of an output that the function's result does not say.
-    NodeClass output(ValueClass type) && { return with(&Declaration::output, type); }
+    NodeClass&& output(ValueClass type) && { return with(&Declaration::output, type); }
     /// The value operation that the slots' types must have.
-    NodeClass applies(SlotOperation operation) && { return with(&Declaration::operation, operation); }
+    NodeClass&& applies(SlotOperation operation) && { return with(&Declaration::operation, operation); }
     /// The types that the generic slots do not take.
-    NodeClass unsupported(std::vector<ValueClass> types) && {
-        return with(&Declaration::unsupported, std::move(types));
-    }
+    NodeClass&& unsupported(std::initializer_list<ValueClass> types) &&;
     /// What is asked of the values beyond their types; may be said several times.
-    NodeClass demands(Demand demand) &&;
+    NodeClass&& demands(Demand demand) &&;
     /// Changes anything else of the declaration.
-    NodeClass also(void (*change)(Declaration&)) &&;
+    NodeClass&& also(void (*change)(Declaration&)) &&;
 
 private:
     friend class NodeRegistry;
@@ -203,7 +208,7 @@ private:
     // Reads the slots of a class that declares nothing off a node of it.
     void complete(const Node& node);
     template <class T>
-    NodeClass with(T Declaration::*member, T content) {
+    NodeClass&& with(T Declaration::*member, std::type_identity_t<T> content) {
         (*facts).*member = std::move(content);
         return std::move(*this);
     }

@@ -1,6 +1,7 @@
 #include "KelvaneSDK/ContainerNode/ContainerNode.h"
 
 #include <algorithm>
+#include <map>
 #include <new>
 #include <unordered_set>
 
@@ -52,16 +53,18 @@ void Container::updateInputPorts() {
     for (const auto* node : nodes) {
         fed.insert(node->connectedInputValues().begin(), node->connectedInputValues().end());
     }
-    std::vector<TimestampedVariable*> ports;
+    // Those that stand higher come first.
+    std::multimap<double, TimestampedVariable*> byHeight;
     for (const auto* node : nodes) {
         for (auto* slot : node->inputValues()) {
-            if (!fed.contains(slot)) ports.push_back(slot);
+            if (!fed.contains(slot)) byHeight.emplace(slot->owner->position.y, slot);
         }
     }
-    std::stable_sort(ports.begin(), ports.end(), [](const auto* a, const auto* b) {
-        return a->owner->position.y < b->owner->position.y;
-    });
-    for (auto* slot : ports) slot->pinned = true;
+    std::vector<TimestampedVariable*> ports;
+    for (const auto& [height, slot] : byHeight) {
+        slot->pinned = true;
+        ports.push_back(slot);
+    }
     NodeState::of(*this).presentInputs(ports);
 }
 

@@ -5,9 +5,12 @@
 #include <new>
 
 #include "KelvaneSDK/FileProcessing/JsonNumber.h"
+#include "KelvaneSDK/FileProcessing/JsonText.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
 
 namespace KelvaneSDK {
+
+bool isUtf8(std::string_view text) { return simdjson::validate_utf8(text.data(), text.size()); }
 
 namespace {
 

@@ -1,7 +1,5 @@
 #include "KelvaneSDK/FileProcessing/JsonWriter.h"
 
-#include <simdjson.h>
-
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -11,8 +9,6 @@
 #include "KelvaneSDK/FileProcessing/PlainText.h"
 
 namespace KelvaneSDK {
-
-bool isUtf8(std::string_view text) { return simdjson::validate_utf8(text.data(), text.size()); }
 
 namespace {
 

@@ -74,8 +74,8 @@ OrPrevious chosen(std::optional<bool> first, const Slot& a, const Slot& b) {
 }
 
 template <auto compare, class Typed>
-NodeClass comparison(SlotOperation which, std::string_view name, Typed typed, std::string_view description,
-                     std::string_view words) {
+NodeClass comparison(SlotOperation which, const char* name, Typed typed, const char* description,
+                     const char* words) {
     return operation(
                which, name, {scalar("a"), scalar("b")},
                [](const Slot& a, const Slot& b) { return asValue((a.*compare)(b)); }, typed, description)
@@ -87,8 +87,8 @@ NodeClass comparison(SlotOperation which, std::string_view name, Typed typed, st
 }
 
 template <auto combine, class Typed>
-NodeClass arithmetic(SlotOperation which, std::string_view name, Typed typed, std::string_view description,
-                     std::string_view words) {
+NodeClass arithmetic(SlotOperation which, const char* name, Typed typed, const char* description,
+                     const char* words) {
     return operation(
                which, name, {{"a"}, {"b"}}, [](const Slot& a, const Slot& b) { return (a.*combine)(b); },
                typed, description)
@@ -144,7 +144,8 @@ private:
 
 NodeFamily basicFunctions() {
     using enum SlotOperation;
-    const std::vector<ValueClass> withoutOrder{Type::BooleanValue, Type::VectorValue, Type::OrientationValue};
+    const std::initializer_list<ValueClass> withoutOrder{Type::BooleanValue, Type::VectorValue,
+                                                         Type::OrientationValue};
     return functionFamily(
         "Basic",
         {

@@ -32,30 +32,50 @@ struct Fitting<Anything> {
 
 struct NoTypedForm {};
 
+// Gives a value that was computed from inputs consumed before.
+inline void emitPayload(FunctionNode& node, const Value& result, double latest) {
+    NodeState& state = NodeState::of(node);
+    state.checkElements(result, node);
+    state.give(result, latest);
+}
+template <class T>
+[[gnu::noinline]] void emitAnew(FunctionNode& node, T result, double latest) {
+    emitPayload(node, Value(result), latest);
+}
+template <Payload T>
+void emitPayload(FunctionNode& node, T result, double latest) {
+    if constexpr (PayloadType<T>::value < ValueType::String) {
+        GivenValue& given = NodeState::of(node).given;
+        if (!given.template holds<T>() || given.special != 0) return emitAnew(node, result, latest);
+        given.value.replace(result);
+        given.publish(latest);
+    } else {
+        emitPayload(node, Value(std::move(result)), latest);
+    }
+}
+
 /// `Typed` does the same as `Function` on payloads, for the types that it takes, where `Function` takes
 /// slots.
 template <class Function, class Typed = NoTypedForm>
-class FastRowNode final : public RowNode<Function> {
-    using Base = RowNode<Function>;
-    using Base::all, Base::places, typename Base::Parameters, typename Base::R, typename Base::Out;
+class FastRow : Row<Function> {
+    using Base = Row<Function>;
+    using Base::all, Base::places, Base::slotCount, Base::functionOf, typename Base::Parameters,
+        typename Base::R, typename Base::Out;
     template <std::size_t parameter>
     using At = typename Base::template At<parameter>;
 
 public:
-    using Base::slotCount;
-
-    void prepare(Step& step) const override {
-        FunctionNode::prepare(step);
+    static void prepare(const RowNode& node, Step& step) {
         if constexpr (!std::is_same_v<Typed, NoTypedForm>) {
-            const ValueClass type = this->inputValues().back()->valueClass();
-            if (!supports(type, this->declaration()->operation)) return;
+            const ValueClass type = node.inputValues().back()->valueClass();
+            if (!supports(type, node.declaration()->operation)) return;
             if (type == ValueClass::FloatValue) prepareTyped<double>(step, all);
             if (type == ValueClass::IntegerValue) prepareTyped<std::int64_t>(step, all);
             if (type == ValueClass::BooleanValue) prepareTyped<bool>(step, all);
             if (type == ValueClass::VectorValue) prepareTyped<Vector>(step, all);
             if (type == ValueClass::OrientationValue) prepareTyped<Orientation>(step, all);
         } else {
-            prepareFitting(step, all);
+            prepareFitting(node, step, all);
         }
     }
 
@@ -97,10 +117,10 @@ private:
     }
 
     template <std::size_t... p>
-    void prepareFitting(Step& step, std::index_sequence<p...>) const {
+    static void prepareFitting(const RowNode& node, Step& step, std::index_sequence<p...>) {
         if constexpr ((isScalar<p>() && ...) && (Payload<Out> || std::is_same_v<Out, Value>)) {
             if constexpr (!std::is_same_v<R, Maybe<Out>>) {
-                if (this->asksEachStep()) return;
+                if (node.asksEachStep()) return;
                 if constexpr (slotCount > 0) step.setCompute<slotCount, compute>();
             } else {
                 step.run = [](Step& ready) { return runFitting(ready, all); };
@@ -114,8 +134,7 @@ private:
     static void computeFitting(FunctionNode& node, const StepInput* inputs, double latest,
                                std::index_sequence<p...>) {
         if (!(fitsAt<p>(inputs) && ...)) return node.process();
-        FastRowNode& self = static_cast<FastRowNode&>(node);
-        emitPayload(node, self.function(self.template fittingAt<p>(inputs)...), latest);
+        emitPayload(node, functionOf(node)(fittingAt<p>(node, inputs)...), latest);
     }
     // A step that may fall silent consumes its inputs only after that is known.
     template <std::size_t... p>
@@ -126,13 +145,13 @@ private:
             if (!step.inputs[i].hasNews() || !source.hasValue()) return false;
             if (latest <= source.timestamp) latest = source.timestamp;
         }
-        FastRowNode& self = static_cast<FastRowNode&>(*step.node);
-        if (!(fitsAt<p>(step.inputs) && ...)) return self.process(), true;
-        if (!isCertain(self.template fittingAt<p>(step.inputs)...)) self.askDemands();
-        const R result = self.function(self.template fittingAt<p>(step.inputs)...);
-        if (!result.result) return self.fallSilent(result.silence), true;
+        RowNode& node = static_cast<RowNode&>(*step.node);
+        if (!(fitsAt<p>(step.inputs) && ...)) return node.process(), true;
+        if (!isCertain(fittingAt<p>(node, step.inputs)...)) node.askDemands();
+        const R result = functionOf(node)(fittingAt<p>(node, step.inputs)...);
+        if (!result.result) return node.fallSilent(result.silence), true;
         for (std::size_t i = 0; i < slotCount; ++i) step.inputs[i].consume();
-        emitPayload(self, *result.result, latest);
+        emitPayload(node, *result.result, latest);
         return true;
     }
     // Whether the function says of such values, without a look at its demands, that they are met.
@@ -143,30 +162,6 @@ private:
         } else {
             return false;
         }
-    }
-    static void emitPayload(FunctionNode& node, const Value& result, double latest) {
-        emitComputed(node, result, latest);
-    }
-    template <Payload T>
-    static void emitPayload(FunctionNode& node, T result, double latest) {
-        if constexpr (PayloadType<T>::value < ValueType::String) {
-            GivenValue& given = NodeState::of(node).given;
-            if (!given.template holds<T>() || given.special != 0) return emitAnew(node, result, latest);
-            given.value.replace(result);
-            given.publish(latest);
-        } else {
-            emitComputed(node, Value(std::move(result)), latest);
-        }
-    }
-    template <class T>
-    [[gnu::noinline]] static void emitAnew(FunctionNode& node, T result, double latest) {
-        emitComputed(node, Value(result), latest);
-    }
-    // Gives a value that was computed from inputs consumed before.
-    static void emitComputed(FunctionNode& node, const Value& result, double latest) {
-        NodeState& state = NodeState::of(node);
-        state.checkElements(result, node);
-        state.give(result, latest);
     }
     template <std::size_t p>
     static constexpr bool isScalar() {
@@ -185,19 +180,18 @@ private:
         }
     }
     template <std::size_t p>
-    decltype(auto) fittingAt(const StepInput* inputs) const {
+    static decltype(auto) fittingAt(const FunctionNode& node, const StepInput* inputs) {
         if constexpr (isSlot<At<p>>) {
             return Fitting<At<p>>::read(*inputs[places[p]].source);
         } else {
-            return static_cast<const Node&>(*this);
+            return static_cast<const Node&>(node);
         }
     }
 };
 
 template <class Function>
 requires std::is_class_v<Function>
-struct NodeOf<Function> {
-    using type = FastRowNode<Function>;
+struct QuickWay<Function> : FastRow<Function> {
 };
 
 }  // namespace Rows
@@ -213,9 +207,10 @@ std::optional<std::string> belowLeast(std::span<const Value* const> values) {
 /// slots hold such; for a type that it does not take, and where it returns an absent result, the slots are
 /// asked.
 template <class Function, class Typed>
-NodeClass operation(SlotOperation which, std::string_view name, std::initializer_list<RowSlot> slots,
-                    Function, Typed, std::string_view description) {
-    return Rows::row<Rows::FastRowNode<Function, Typed>>(name, slots, description, false).applies(which);
+NodeClass operation(SlotOperation which, const char* name, std::initializer_list<RowSlot> slots, Function,
+                    Typed, const char* description) {
+    static constexpr auto code = Rows::Row<Function>::code(Rows::FastRow<Function, Typed>::prepare, nullptr);
+    return Rows::row(name, slots, description, code).applies(which);
 }
 
 }  // namespace KelvaneSDK

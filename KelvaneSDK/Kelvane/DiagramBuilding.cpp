@@ -10,6 +10,7 @@
 #include "KelvaneSDK/Functions/ElementArithmetic.h"
 #include "KelvaneSDK/Kelvane/EngineState.h"
 #include "KelvaneSDK/Kelvane/Evaluation.h"
+#include "KelvaneSDK/Kelvane/KeyOrder.h"
 
 namespace KelvaneSDK {
 
@@ -22,10 +23,8 @@ class RecordsByNode {
 public:
     explicit RecordsByNode(const std::vector<Record>& records) {
         byId.reserve(records.size());
-        for (const auto& record : records) byId.push_back(&record);
-        if (!std::is_sorted(byId.begin(), byId.end(), before)) {
-            std::stable_sort(byId.begin(), byId.end(), before);
-        }
+        const auto idOf = [&](std::size_t place) { return records[place].id; };
+        for (const auto place : orderBy(records.size(), idOf)) byId.push_back(&records[place]);
     }
 
     std::span<const Record* const> of(std::int64_t id) {
@@ -42,24 +41,26 @@ public:
     }
 
 private:
-    static bool before(const Record* a, const Record* b) { return a->id < b->id; }
-
     std::vector<const Record*> byId;
     std::size_t next = 0;
 };
+
+}  // namespace
 
 /// Nodes by their ids; of several with one id the first that was added.
 class NodesById {
 public:
     void add(std::span<const std::unique_ptr<Node>> nodes) {
-        const auto before = [](const Entry& a, const Entry& b) { return a.id < b.id; };
-        const auto count = static_cast<std::ptrdiff_t>(byId.size());
-        for (const auto& node : nodes) {
-            if (node->id) byId.push_back({*node->id, node.get()});
+        std::vector<Entry> added;
+        added.reserve(nodes.size());
+        for (const auto place :
+             orderBy(nodes.size(), [&](std::size_t i) { return nodes[i]->id.value_or(0); })) {
+            if (nodes[place]->id) added.push_back({*nodes[place]->id, nodes[place].get()});
         }
-        const auto first = byId.begin() + count;
-        if (!std::is_sorted(first, byId.end(), before)) std::stable_sort(first, byId.end(), before);
-        std::inplace_merge(byId.begin(), first, byId.end(), before);
+        std::vector<Entry> merged(byId.size() + added.size());
+        std::merge(byId.begin(), byId.end(), added.begin(), added.end(), merged.begin(),
+                   [](const Entry& a, const Entry& b) { return a.id < b.id; });
+        byId = std::move(merged);
     }
 
     Node* find(std::int64_t id) const {
@@ -81,8 +82,6 @@ private:
     };
     std::vector<Entry> byId;
 };
-
-}  // namespace
 
 /// Builds the nodes of one document into an engine.
 class DiagramBuilder {

@@ -41,12 +41,17 @@ NodeClass NodeClass::undeclared(std::string_view description, bool keepsState, b
 
 std::unique_ptr<Node> NodeClass::make() const { return maker(*facts); }
 
-NodeClass NodeClass::demands(Demand demand) && {
+NodeClass&& NodeClass::unsupported(std::initializer_list<ValueClass> types) && {
+    facts->unsupported = types;
+    return std::move(*this);
+}
+
+NodeClass&& NodeClass::demands(Demand demand) && {
     facts->demands.push_back(demand);
     return std::move(*this);
 }
 
-NodeClass NodeClass::also(void (*change)(Declaration&)) && {
+NodeClass&& NodeClass::also(void (*change)(Declaration&)) && {
     change(*facts);
     return std::move(*this);
 }

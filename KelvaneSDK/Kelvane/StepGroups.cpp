@@ -5,8 +5,6 @@
 
 namespace KelvaneSDK {
 
-namespace {
-
 /// When outputs are given anew, by number.
 class Clocks {
 public:
@@ -56,8 +54,6 @@ private:
     std::vector<Entry> all{{{}, true}};
     std::map<std::vector<Clock>, Clock> joins;
 };
-
-}  // namespace
 
 class StepGroups::Forming {
 public:

@@ -6,31 +6,26 @@ namespace KelvaneSDK {
 
 namespace {
 
-/// The base of the constants: no inputs, and an output of a fixed type that is marked constant and always
-/// holds a value. The value comes from the property "OutputValue" or from Kelvane::setConstant(), survives
-/// resets, and reaches the connected slots at the start of every batch.
-class ConstantNode : public Node {
+/// A constant of one value class, with its type's default value at first: no inputs, and an output of a fixed
+/// type that is marked constant and always holds a value. The value comes from the property "OutputValue" or
+/// from Kelvane::setConstant(), survives resets, and reaches the connected slots at the start of every batch.
+class ConstantNode final : public Node {
 public:
+    explicit ConstantNode(ValueClass valueClass) : slotClass(valueClass) {}
     void initialize() override;
+    void createOutput() override;
     void setTypeString() override;
     void reset() override {}
     std::vector<Property> getProperties() const override;
+
+private:
+    ValueClass slotClass;
 };
 
-/// A constant of one value class, with its type's default value at first.
-template <ValueClass slotClass>
-class TypedConstantNode final : public ConstantNode {
-public:
-    void createOutput() override {
-        makeOutput(slotClass, true);
-        NodeState::of(*this).given.isConstant = true;
-    }
-};
-
-#define KELVANE_KIND(name, slotClass, description) \
-    using name##ConstantNode = TypedConstantNode<ValueClass::slotClass>;
-KELVANE_VALUE_KINDS(KELVANE_KIND)
-#undef KELVANE_KIND
+void ConstantNode::createOutput() {
+    makeOutput(slotClass, true);
+    NodeState::of(*this).given.isConstant = true;
+}
 
 void ConstantNode::initialize() {
     createOutput();
@@ -50,10 +45,6 @@ std::vector<Property> ConstantNode::getProperties() const {
 
 }  // namespace
 
-NodeFamily constantNodes() {
-#define KELVANE_KIND(name, slotClass, description) entry<name##ConstantNode>(description),
-    return {NodeCategory::Constant, "Constants", {KELVANE_VALUE_KINDS(KELVANE_KIND)}};
-#undef KELVANE_KIND
-}
+NodeFamily constantNodes() { return valueNodes<ConstantNode>(NodeCategory::Constant, "Constants"); }
 
 }  // namespace KelvaneSDK

@@ -54,23 +54,19 @@ void InputStreamNode::take(const Value& value, double timestamp) {
 namespace {
 
 /// An input stream of one value class, with its type's default value at first.
-template <ValueClass slotClass>
 class TypedInputStream final : public InputStreamNode {
 public:
+    explicit TypedInputStream(ValueClass valueClass) : slotClass(valueClass) {}
     void createOutput() override { makeOutput(slotClass, true); }
-};
 
-#define KELVANE_KIND(name, slotClass, description) \
-    using name##InputStream = TypedInputStream<ValueClass::slotClass>;
-KELVANE_VALUE_KINDS(KELVANE_KIND)
-#undef KELVANE_KIND
+private:
+    ValueClass slotClass;
+};
 
 }  // namespace
 
 NodeFamily inputStreamNodes() {
-#define KELVANE_KIND(name, slotClass, description) entry<name##InputStream>(description),
-    return {NodeCategory::InputStream, "Input streams", {KELVANE_VALUE_KINDS(KELVANE_KIND)}};
-#undef KELVANE_KIND
+    return valueNodes<TypedInputStream>(NodeCategory::InputStream, "Input streams");
 }
 
 }  // namespace KelvaneSDK

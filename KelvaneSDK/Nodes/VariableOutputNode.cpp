@@ -60,26 +60,22 @@ void VariableOutputNode::passOn(ValueType admitted) {
 namespace {
 
 /// A variable output of one value class.
-template <ValueClass slotClass>
-class TypedVariableOutputNode final : public VariableOutputNode {
+class TypedVariableOutput final : public VariableOutputNode {
 public:
+    explicit TypedVariableOutput(ValueClass valueClass) : slotClass(valueClass) {}
     void createInputs() override { appendInput(slotClass, "value"); }
     void createOutput() override { makeOutput(slotClass); }
     void process() override { passOn(*plainType()); }
     std::optional<ValueType> plainType() const override { return payloadType(slotClass); }
-};
 
-#define KELVANE_KIND(name, slotClass, description) \
-    using name##VariableOutputNode = TypedVariableOutputNode<ValueClass::slotClass>;
-KELVANE_VALUE_KINDS(KELVANE_KIND)
-#undef KELVANE_KIND
+private:
+    ValueClass slotClass;
+};
 
 }  // namespace
 
 NodeFamily variableOutputNodes() {
-#define KELVANE_KIND(name, slotClass, description) entry<name##VariableOutputNode>(description),
-    return {NodeCategory::VariableOutput, "Variable outputs", {KELVANE_VALUE_KINDS(KELVANE_KIND)}};
-#undef KELVANE_KIND
+    return valueNodes<TypedVariableOutput>(NodeCategory::VariableOutput, "Variable outputs");
 }
 
 }  // namespace KelvaneSDK

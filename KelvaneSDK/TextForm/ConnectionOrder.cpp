@@ -1,9 +1,9 @@
 #include "KelvaneSDK/TextForm/ConnectionOrder.h"
 
-#include <algorithm>
 #include <functional>
-#include <numeric>
 #include <queue>
+
+#include "KelvaneSDK/Kelvane/KeyOrder.h"
 
 namespace KelvaneSDK {
 
@@ -48,15 +48,12 @@ std::vector<std::size_t> dependencyRanks(std::size_t nodeCount, std::span<const 
 
 std::vector<std::size_t> connectionOrder(ConnectionOrder order, std::size_t nodeCount,
                                          std::span<const TextWire> wires) {
-    std::vector<std::size_t> result(wires.size());
-    std::iota(result.begin(), result.end(), std::size_t{0});
-    if (order == ConnectionOrder::byTarget) return result;
+    if (order == ConnectionOrder::byTarget) return orderBy(wires.size(), [](std::size_t) { return 0; });
     const auto ranks = dependencyRanks(nodeCount, wires);
-    std::stable_sort(result.begin(), result.end(),
-                     [&](std::size_t a, std::size_t b) { return ranks[wires[a].to] < ranks[wires[b].to]; });
-    if (order == ConnectionOrder::byDependency) return result;
-    std::stable_sort(result.begin(), result.end(),
-                     [&](std::size_t a, std::size_t b) { return wires[a].from < wires[b].from; });
+    const auto byRank = orderBy(wires.size(), [&](std::size_t i) { return ranks[wires[i].to]; });
+    if (order == ConnectionOrder::byDependency) return byRank;
+    auto result = orderBy(wires.size(), [&](std::size_t i) { return wires[byRank[i]].from; });
+    for (auto& place : result) place = byRank[place];
     return result;
 }
 

@@ -1,8 +1,8 @@
 #include "KelvaneSDK/TextForm/ConstantTypes.h"
 
 #include <algorithm>
-#include <numeric>
 
+#include "KelvaneSDK/Kelvane/KeyOrder.h"
 #include "KelvaneSDK/Values/SlotClasses.h"
 
 namespace KelvaneSDK {
@@ -13,11 +13,11 @@ namespace {
 class TypeSpread {
 public:
     TypeSpread(std::vector<TypedNode>& typed, std::span<const TextWire> all)
-        : nodes(typed), wires(all), adopted(typed.size()), out(all.size()), known(typed.size()) {
-        std::iota(out.begin(), out.end(), std::size_t{0});
-        std::stable_sort(out.begin(), out.end(),
-                         [&](std::size_t a, std::size_t b) { return wires[a].from < wires[b].from; });
-    }
+        : nodes(typed),
+          wires(all),
+          adopted(typed.size()),
+          out(orderBy(all.size(), [&](std::size_t i) { return all[i].from; })),
+          known(typed.size()) {}
 
     void run() {
         for (const auto& wire : wires) {

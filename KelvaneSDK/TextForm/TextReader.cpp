@@ -7,6 +7,7 @@
 #include "KelvaneSDK/FileProcessing/JsonText.h"
 #include "KelvaneSDK/FileProcessing/NumberText.h"
 #include "KelvaneSDK/FileProcessing/TextPlace.h"
+#include "KelvaneSDK/Kelvane/KeyOrder.h"
 #include "KelvaneSDK/Kelvane/MemoryGuard.h"
 #include "KelvaneSDK/TextForm/ConstantTypes.h"
 #include "KelvaneSDK/TextForm/TextForm.h"
@@ -364,16 +365,16 @@ private:
 };
 
 std::vector<TextFault> placed(std::vector<TextProblem> problems, std::string_view text) {
-    std::stable_sort(problems.begin(), problems.end(),
-                     [](const TextProblem& a, const TextProblem& b) { return a.offset < b.offset; });
-    if (problems.size() > mostTextFaults) problems.resize(mostTextFaults);
+    auto order = orderBy(problems.size(), [&](std::size_t i) { return problems[i].offset; });
+    if (order.size() > mostTextFaults) order.resize(mostTextFaults);
     std::vector<std::size_t> offsets;
-    for (const auto& problem : problems) offsets.push_back(problem.offset);
+    for (const auto place : order) offsets.push_back(problems[place].offset);
     const auto places = placesOf(offsets, text);
     std::vector<TextFault> faults;
-    for (std::size_t i = 0; i < problems.size(); ++i) {
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        auto& problem = problems[order[i]];
         faults.push_back(
-            {places[i].line, places[i].column, std::move(problems[i].what), std::move(problems[i].remedy)});
+            {places[i].line, places[i].column, std::move(problem.what), std::move(problem.remedy)});
     }
     return faults;
 }

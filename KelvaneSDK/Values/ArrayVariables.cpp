@@ -65,11 +65,8 @@ Value sortedItems(const Value& list, bool descending, Less less) {
     ListBuilder<Item> result(list.items<Item>().size());
     result.append(list.items<Item>());
     const auto copy = result.items();
-    if (descending) {
-        std::sort(copy.begin(), copy.end(), [&](const Item& a, const Item& b) { return less(b, a); });
-    } else {
-        std::sort(copy.begin(), copy.end(), less);
-    }
+    std::sort(copy.begin(), copy.end(),
+              [&](const Item& a, const Item& b) { return descending ? less(b, a) : less(a, b); });
     return Value(result.finish());
 }
 

@@ -46,7 +46,7 @@ void takeBack(int descriptor, std::size_t bytes) {
 }
 
 /// What the path, or the standard stream in its place, stands for; absent when there is nothing.
-std::optional<struct stat> statusOf(const std::string& path, int standardStream) {
+std::optional<struct stat> statusOrStream(const std::string& path, int standardStream) {
     struct stat status {};
     const int result = path == "-" ? ::fstat(standardStream, &status) : ::stat(path.c_str(), &status);
     return result == 0 ? std::optional(status) : std::nullopt;
@@ -114,7 +114,7 @@ std::string nameOf(const std::string& path) {
     return path == "-" ? "standard input" : path.empty() ? inQuotes(path) : printable(path);
 }
 
-std::optional<struct stat> statusOf(const std::string& path) { return statusOf(path, STDIN_FILENO); }
+std::optional<struct stat> statusOf(const std::string& path) { return statusOrStream(path, STDIN_FILENO); }
 
 std::size_t writeAll(int descriptor, std::string_view text) {
     for (std::string_view rest = text; !rest.empty();) {
@@ -147,9 +147,9 @@ std::string readWholeFile(const std::string& path) {
 
 ResultOutput::ResultOutput(const std::string& path, std::span<const std::string> inputPaths)
     : descriptor(STDOUT_FILENO), shownName(path == "-" ? "standard output" : nameOf(path)) {
-    const auto status = statusOf(path, STDOUT_FILENO);
+    const auto status = statusOrStream(path, STDOUT_FILENO);
     for (const auto& inputPath : inputPaths) {
-        const auto input = statusOf(inputPath, STDIN_FILENO);
+        const auto input = statusOrStream(inputPath, STDIN_FILENO);
         if (!status || !input || !isSameFile(*status, *input)) continue;
         throw Failure{ExitStatus::wrongUsage,
                       "kelvane: " + shownName + " is the file that is read, and would be overwritten"};
@@ -159,7 +159,7 @@ ResultOutput::ResultOutput(const std::string& path, std::span<const std::string>
 
 void ResultOutput::openFile(const std::string& path) {
     if (path.empty()) fail(ENOENT);
-    const auto status = statusOf(path, STDOUT_FILENO);
+    const auto status = statusOrStream(path, STDOUT_FILENO);
     if (status && !S_ISREG(status->st_mode)) {
         descriptor = uninterrupted([&] { return ::open(path.c_str(), O_WRONLY | O_CLOEXEC); });
         if (descriptor < 0) fail(errno);

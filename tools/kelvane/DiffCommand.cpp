@@ -4,6 +4,7 @@
 
 #include "Commands.h"
 #include "Comparison.h"
+#include "DataFile.h"
 #include "Files.h"
 #include "Interruption.h"
 #include "KelvaneSDK/Testing/ResultComparison.h"
@@ -15,7 +16,7 @@ using namespace KelvaneSDK;
 
 namespace {
 
-/// Results in a file or on standard input, piece by piece.
+/// Results in a file, compressed or not, or on standard input, piece by piece.
 class ResultFile {
 public:
     explicit ResultFile(const std::string& path) : file(path), space(pieceSize) {}
@@ -23,6 +24,7 @@ public:
     std::string_view nextPiece() {
         const auto piece = file.read(space);
         if (interruption() != 0) throw Failure{128 + interruption(), {}};
+        if (!file.damage().empty()) throw Failure{ExitStatus::failed, file.damage()};
         return piece;
     }
     const std::string& name() const { return file.name(); }
@@ -30,7 +32,7 @@ public:
 private:
     static constexpr std::size_t pieceSize = 256 * 1024;
 
-    InputFile file;
+    DataFile file;
     std::vector<char> space;
 };
 

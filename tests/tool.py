@@ -172,7 +172,8 @@ def usage():
             ("check", 2, "DIAGRAM is required; kelvane help check says more"),
             ("run sum.json --set", 2, "--set: LABEL=TEXT was expected; kelvane help run says more"),
             ("run sum.json -z", 2, 'no option is called "-z"; kelvane help run says more'),
-            ("--colour", 2, 'no option is called "--colour"; there are --version, --help'),
+            ("--colour", 2, 'no option is called "--colour"; did you mean "--color"?'),
+            ("--color red check sum.json", 2, "--color red: auto|always|never was expected"),
             ("diff a b c", 2, 'no further argument was expected, and "c" was given; kelvane help diff says more'),
             ("fmt sum.json --to txt", 2, "--to txt: text|json was expected"),
             ("info /dev/zero", 1, "/dev/zero is longer than the limit of 512 MiB"),
@@ -491,6 +492,7 @@ def observations(folder):
         'kelvane: warning: 1 update was replaced by a later one of the same name and time, the first of "x" at t = 1.0\n'
         "kelvane: warning: the time goes back once, first from t = 1.0 to 0.5\n", x1 + x1 + update(0.5, '"floatValue":2'))
     row("run sum.json --no-inputs", 0, "", "kelvane: warning: the recording has no updates\n")
+    row("--color always run sum.json", 0, "", "kelvane: \x1b[33mwarning:\x1b[0m the recording has no updates\n")
     row("run sum.json --no-inputs", 0, "", 'kelvane: warning: no update names the input stream "x" (Float); the recording has "speed" of that type\n'
         'kelvane: warning: the variable output "sum" gave no value; `kelvane why sum.json RECORDING` says why\n' + unread, update(1, name="speed"))
 

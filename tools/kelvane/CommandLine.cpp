@@ -471,6 +471,16 @@ int runCommand(int argc, char** argv) {
     app.set_version_flag("--version", "kelvane " KELVANE_VERSION, "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.get_formatter()->column_width(30);
+    std::string colors;
+    addChoice(app, "--color", colors,
+              "Whether messages have colours: as a rule, on terminals where NO_COLOR is not set",
+              {"auto", "always", "never"});
+    app.parse_complete_callback([&colors] {
+        if (!colors.empty())
+            setColors(colors == "always"  ? Colors::always
+                      : colors == "never" ? Colors::never
+                                          : Colors::automatic);
+    });
     int status = ExitStatus::done;
     RunOptions runOptions;
     addRun(app, runOptions, status);

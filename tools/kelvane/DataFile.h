@@ -38,6 +38,7 @@ public:
     /// As InputFile::awaitInput(); true where something waits to be taken or decompressed.
     bool awaitInput(double seconds) const;
     bool isRegular() const { return file.isRegular(); }
+    double share() const { return file.share(); }
     const std::string& name() const { return file.name(); }
 
 private:

@@ -93,7 +93,10 @@ InputFile::~InputFile() {
 std::string_view InputFile::read(std::span<char> space) {
     while (waitForInput(descriptor)) {
         const auto count = ::read(descriptor, space.data(), space.size());
-        if (count >= 0) return {space.data(), static_cast<std::size_t>(count)};
+        if (count >= 0) {
+            bytesRead += static_cast<std::size_t>(count);
+            return {space.data(), static_cast<std::size_t>(count)};
+        }
         if (errno != EINTR && errno != EAGAIN) failToRead(shownName, errno);
     }
     return {};
@@ -108,6 +111,12 @@ bool InputFile::awaitInput(double seconds) const {
 bool InputFile::isRegular() const {
     struct stat status {};
     return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+double InputFile::share() const {
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size <= 0) return 0;
+    return std::min(1.0, static_cast<double>(bytesRead) / static_cast<double>(status.st_size));
 }
 
 std::string nameOf(const std::string& path) {

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <atomic>
 #include <optional>
 #include <span>
 #include <string>
@@ -30,11 +31,14 @@ public:
     bool awaitInput(double seconds) const;
     /// Whether it is a file on a disk, which has an end.
     bool isRegular() const;
+    /// How much of the file has been read, from 0 to 1; 0 where it has no end. From any thread.
+    double share() const;
     /// As messages name it.
     const std::string& name() const { return shownName; }
 
 private:
     int descriptor;
+    std::atomic<std::size_t> bytesRead = 0;
     std::string shownName;
 };
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <utility>
 #include <vector>
 
@@ -59,6 +60,33 @@ void appendEscaped(std::string& text, char character) {
     text += digits[byte & 0xf];
 }
 
+// Of the thread that reports; the tool shows progress in one only.
+bool isLineShown = false;
+constexpr std::string_view clearedLine = "\r\x1b[K";
+Colors chosenColors = Colors::automatic;
+
+bool hasColors() {
+    if (chosenColors != Colors::automatic) return chosenColors == Colors::always;
+    const char* const refusal = std::getenv("NO_COLOR");
+    return ::isatty(STDERR_FILENO) != 0 && (refusal == nullptr || *refusal == '\0');
+}
+
+/// The line with the word that says how grave it is in its colour.
+std::string colored(std::string_view line) {
+    struct Word {
+        std::string_view text, color;
+    };
+    for (const auto& [word, color] :
+         {Word{"warning:", "\x1b[33m"}, Word{"note:", "\x1b[36m"}, Word{"ERROR:", "\x1b[31m"}}) {
+        const auto at = line.find(word);
+        const bool isWord = at == 0 || (at != std::string_view::npos && line[at - 1] == ' ');
+        if (!isWord || line.substr(0, at).find('"') != std::string_view::npos) continue;
+        return std::string(line.substr(0, at)) + std::string(color) + std::string(word) + "\x1b[0m" +
+               std::string(line.substr(at + word.size()));
+    }
+    return std::string(line);
+}
+
 bool continuesCharacter(char character) { return (static_cast<unsigned char>(character) & 0xc0) == 0x80; }
 
 /// The text without its middle when it is long.
@@ -77,10 +105,20 @@ void refuseOption(const std::string& option, const std::string& reason) {
 }
 
 void report(std::string_view line) {
-    std::string text(line);
+    std::string text;
+    if (std::exchange(isLineShown, false)) text = clearedLine;
+    text += hasColors() ? colored(line) : std::string(line);
     text += '\n';
     writeAll(STDERR_FILENO, text);
 }
+
+void showOnTerminal(std::string_view line) {
+    if (line.empty() && !isLineShown) return;
+    isLineShown = !line.empty();
+    writeAll(STDERR_FILENO, std::string(clearedLine) + printable(line));
+}
+
+void setColors(Colors colors) { chosenColors = colors; }
 
 std::string printable(std::string_view text) {
     const std::string visible = shortened(text);

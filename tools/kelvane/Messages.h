@@ -29,6 +29,14 @@ struct Failure {
 /// Writes one line to standard error, in one piece.
 void report(std::string_view line);
 
+/// A line at the end of the terminal, in the place of the one before, until something is reported or it is
+/// empty.
+void showOnTerminal(std::string_view line);
+
+/// Whether messages have colours; at first, where they go to a terminal and NO_COLOR is not set.
+enum class Colors { automatic, always, never };
+void setColors(Colors colors);
+
 /// The text on one line that is safe to show: control characters and bytes that are no UTF-8 as "\n" or
 /// "\x1b", the middle of a very long text left out.
 std::string printable(std::string_view text);

@@ -38,6 +38,8 @@ public:
     /// As Recording::failure(), after the end.
     std::string failure();
     const KelvaneSDK::RecordingLosses& losses() const { return recording.losses(); }
+    const std::string& name() const { return recording.name(); }
+    double share() const { return recording.share(); }
 
 private:
     bool read(Piece& piece);

@@ -39,6 +39,8 @@ public:
     std::string failure();
     const KelvaneSDK::RecordingLosses& losses() const { return reader.losses(); }
     const std::string& name() const { return file->name(); }
+    /// As InputFile::share().
+    double share() const { return file->share(); }
 
 private:
     static constexpr std::size_t pieceSize = 256 * 1024;

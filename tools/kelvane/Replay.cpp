@@ -5,6 +5,7 @@
 
 #include "Interruption.h"
 #include "Messages.h"
+#include "Progress.h"
 
 namespace kelvane {
 
@@ -34,7 +35,8 @@ Replay::Replay(Kelvane& chosenEngine, const RunOptions& chosen, ReadAhead& input
     if (RunObserver::isNeeded(options)) observer.emplace(engine, options);
 }
 
-void Replay::run() {
+void Replay::run(bool showsProgress) {
+    Progress progress(recording, showsProgress);
     while (!stopReason && !interrupted()) {
         const auto* const piece = recording.next();
         if (piece == nullptr) break;
@@ -52,6 +54,7 @@ void Replay::run() {
             if (results.text().size() > mostPending) results.flush();
         }
         results.flush();
+        progress.show(done.updates);
     }
 }
 

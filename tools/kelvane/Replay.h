@@ -33,8 +33,9 @@ public:
 
     /// To be told what the library prints meanwhile.
     void takeLine(std::string_view line) { warnings.take(line); }
-    /// Evaluates until the recording ends, the diagram stops or all is interrupted.
-    void run();
+    /// Evaluates until the recording ends, the diagram stops or all is interrupted; says on a terminal how
+    /// far it is where it `showsProgress`.
+    void run(bool showsProgress = false);
     /// Why not all was evaluated, or which lines were skipped; empty when nothing went wrong. `diagram` and
     /// `recordingName` are for a diagram that stopped; the latter may be empty.
     std::string failure(const Diagram& diagram, const std::string& recordingName = {});

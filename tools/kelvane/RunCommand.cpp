@@ -37,7 +37,8 @@ int runOne(const RunOptions& options) {
     applyOptions(*diagram.engine, options);
     Replay replay(*diagram.engine, options, recording, output, report);
     messages.alsoTell([&](std::string_view line) { replay.takeLine(line); });
-    replay.run();
+    // Not where the results come to the same terminal.
+    replay.run(!options.isQuiet && (options.output != "-" || ::isatty(STDOUT_FILENO) == 0));
     int status = 128 + interruption();
     if (interruption() != 0) {
         output.endEarly();

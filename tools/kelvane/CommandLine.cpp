@@ -226,14 +226,12 @@ void addConvert(CLI::App& app, ConvertOptions& options, int& status) {
         "others",
         "FORMAT");
     add("--time", options.timeColumn, "The title of a table's column of times", "COLUMN");
-    add("--time-unit", options.timeUnit, "What the times are", "s|ms|us|ns|iso")
-        ->check(CLI::IsMember({"s", "ms", "us", "ns", "iso"}));
+    addChoice(command, "--time-unit", options.timeUnit, "What the times are", {"s", "ms", "us", "ns", "iso"});
     addNumber(command, "--rate", options.rate, 0.0, "The table has no times, but so many rows a second",
               "HZ");
     command.add_flag("--from-zero", options.fromZero, "Count times from the first one");
-    add("--layout", options.layout, "A column for each stream, or rows of time, name, type, value",
-        "wide|long")
-        ->check(CLI::IsMember({"wide", "long"}));
+    addChoice(command, "--layout", options.layout,
+              "A column for each stream, or rows of time, name, type, value", {"wide", "long"});
     addRepeatable(command, "--types", options.types,
                   "The type of a column's values; else Float, Boolean or String, as the first one looks",
                   "LABEL=TYPE");
@@ -402,9 +400,12 @@ void addExamples(CLI::App& app) {
          "  kelvane test examples\n"
          "  kelvane test --bless examples/smoothing\n"
          "  kelvane test -j 4 --tap --junit report.xml"},
-        {"info", "  kelvane info heart.kelvane"},
+        {"info",
+         "  kelvane info heart.kelvane\n"
+         "  kelvane info ecg.jsonl.gz"},
         {"convert",
          "  kelvane convert phone.csv >phone.jsonl\n"
+         "  kelvane convert acc.csv gyro.csv --from-zero | kelvane run steps.kelvane\n"
          "  kelvane convert results.jsonl -o results.csv"},
         {"export", "  kelvane export heart.kelvane >heart.json"},
         {"fmt",

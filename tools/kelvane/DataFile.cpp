@@ -1,7 +1,5 @@
 #include "DataFile.h"
 
-// Its input is const then.
-#define ZLIB_CONST
 #include <zlib.h>
 #include <zstd.h>
 

@@ -17,13 +17,13 @@ using namespace KelvaneSDK;
 namespace {
 
 // A line of a recording is no longer either; and more than a chunk holds would fill the memory.
-constexpr std::uint64_t longestMessage = 64 << 20, longestChunk = 256 << 20, longestText = 16 << 20;
+constexpr std::uint64_t longestMessage = 64 << 20, longestChunk = 256 << 20, longestDescription = 16 << 20;
 constexpr std::size_t recordHead = 9, messageHead = 22;
 
 /// Takes fields from the front of a record; what is not there ends the conversion.
-class Fields {
+class FieldReader {
 public:
-    Fields(std::string_view content, const ByteReader& reader) : rest(content), bytes(reader) {}
+    FieldReader(std::string_view content, const ByteReader& reader) : rest(content), bytes(reader) {}
 
     template <class Integer>
     Integer number() {
@@ -80,7 +80,7 @@ private:
     bool nextMessage() {
         while (!hasEnded) {
             if (!chunk.empty()) {
-                Fields fields(chunk, bytes);
+                FieldReader fields(chunk, bytes);
                 const auto kind = static_cast<McapRecord>(fields.number<std::uint8_t>());
                 const auto content = fields.take(fields.number<std::uint64_t>());
                 chunk = fields.remaining();
@@ -110,7 +110,7 @@ private:
 
     /// Reads a record of the file; true when it is a message of ours.
     bool readRecord() {
-        Fields head(bytes.take(recordHead), bytes);
+        FieldReader head(bytes.take(recordHead), bytes);
         const auto kind = static_cast<McapRecord>(head.number<std::uint8_t>());
         const auto length = head.number<std::uint64_t>();
         switch (kind) {
@@ -119,7 +119,7 @@ private:
                 return false;
             case McapRecord::schema:
             case McapRecord::channel:
-                return takeRecord(kind, piece(length, longestText));
+                return takeRecord(kind, piece(length, longestDescription));
             case McapRecord::message:
                 return takeRecord(kind, piece(length, longestMessage));
             case McapRecord::dataEnd:
@@ -140,7 +140,7 @@ private:
     }
 
     bool takeRecord(McapRecord kind, std::string_view content) {
-        Fields fields(content, bytes);
+        FieldReader fields(content, bytes);
         if (kind == McapRecord::schema) {
             const auto id = fields.number<std::uint16_t>();
             isOurs[id] = fields.text().starts_with(mcapSchemaPrefix);
@@ -166,7 +166,7 @@ private:
     void openChunk(std::uint64_t length) {
         if (inChunk > 0) bytes.fail("a chunk stands within a chunk");
         const auto begin = bytes.offset();
-        Fields head(bytes.take(32), bytes);
+        FieldReader head(bytes.take(32), bytes);
         head.take(16);
         const auto size = head.number<std::uint64_t>();
         head.number<std::uint32_t>();
@@ -174,7 +174,7 @@ private:
         constexpr std::uint32_t longestName = 64;
         if (nameLength > longestName) bytes.fail("the name of a compression is too long");
         const std::string compression(bytes.take(nameLength));
-        const auto stored = Fields(bytes.take(8), bytes).number<std::uint64_t>();
+        const auto stored = FieldReader(bytes.take(8), bytes).number<std::uint64_t>();
         if (stored > length || bytes.offset() - begin > length - stored)
             bytes.fail("a chunk is shorter than what it says to hold");
         if (compression.empty()) {

@@ -18,15 +18,15 @@ using namespace KelvaneSDK;
 namespace {
 
 /// The fields of a record, one behind the other.
-class Fields {
+class FieldWriter {
 public:
     template <class Integer>
-    Fields& number(Integer value) {
+    FieldWriter& number(Integer value) {
         for (std::size_t i = 0; i < sizeof value; ++i)
             bytes += static_cast<char>(static_cast<std::uint64_t>(value) >> (8 * i) & 0xff);
         return *this;
     }
-    Fields& text(std::string_view value) {
+    FieldWriter& text(std::string_view value) {
         number(static_cast<std::uint32_t>(value.size()));
         bytes += value;
         return *this;
@@ -38,7 +38,10 @@ private:
 };
 
 std::string recordOf(McapRecord kind, const std::string& content) {
-    return Fields().number(static_cast<std::uint8_t>(kind)).number(std::uint64_t{content.size()}).content() +
+    return FieldWriter()
+               .number(static_cast<std::uint8_t>(kind))
+               .number(std::uint64_t{content.size()})
+               .content() +
            content;
 }
 
@@ -93,7 +96,7 @@ class McapOutput final : public UpdateOutput {
 public:
     explicit McapOutput(PendingText& target) : output(target) {
         write(std::string(mcapMagic));
-        write(recordOf(McapRecord::header, Fields().text("").text("kelvane").content()));
+        write(recordOf(McapRecord::header, FieldWriter().text("").text("kelvane").content()));
     }
 
     void take(const Update& update) override {
@@ -105,7 +108,8 @@ public:
         auto& counted = channels[channel - 1];
         chunk.index[channel].emplace_back(time, chunk.records.size());
         chunk.records +=
-            recordOf(McapRecord::message, Fields().number(channel)
+            recordOf(McapRecord::message, FieldWriter()
+                                                  .number(channel)
                                                   .number(static_cast<std::uint32_t>(counted.messages++))
                                                   .number(time)
                                                   .number(time)
@@ -118,10 +122,10 @@ public:
 
     void finish() override {
         endChunk();
-        write(recordOf(McapRecord::dataEnd, Fields().number(std::uint32_t{0}).content()));
+        write(recordOf(McapRecord::dataEnd, FieldWriter().number(std::uint32_t{0}).content()));
         const auto summaryStart = position;
         for (const auto& [type, schema] : schemas) write(schema.record);
-        Fields counts;
+        FieldWriter counts;
         for (std::size_t i = 0; i < channels.size(); ++i) {
             write(channels[i].record);
             counts.number(static_cast<std::uint16_t>(i + 1)).number(std::uint64_t{channels[i].messages});
@@ -129,7 +133,7 @@ public:
         std::uint64_t messages = 0;
         for (const auto& channel : channels) messages += channel.messages;
         for (const auto& record : chunkIndexes) write(record);
-        write(recordOf(McapRecord::statistics, Fields()
+        write(recordOf(McapRecord::statistics, FieldWriter()
                                                    .number(messages)
                                                    .number(static_cast<std::uint16_t>(schemas.size()))
                                                    .number(static_cast<std::uint32_t>(channels.size()))
@@ -141,7 +145,7 @@ public:
                                                    .text(counts.content())
                                                    .content()));
         write(recordOf(McapRecord::footer,
-                       Fields()
+                       FieldWriter()
                            .number(position == summaryStart ? std::uint64_t{0} : summaryStart)
                            .number(std::uint64_t{0})
                            .number(std::uint32_t{0})
@@ -203,7 +207,7 @@ private:
             const auto text =
                 R"({"type":"object","properties":{"timestamp":{"type":"number"},"name":{"type":"string"},")" +
                 keyOf(type) + "\":" + schemaOf(type) + "}}";
-            Fields fields;
+            FieldWriter fields;
             fields.number(id)
                 .text(std::string(mcapSchemaPrefix) + std::string(valueTypeName(type)))
                 .text("jsonschema")
@@ -213,7 +217,7 @@ private:
         }
         known->second = static_cast<std::uint16_t>(channels.size() + 1);
         const auto fields =
-            Fields().number(known->second).number(schema->second.id).text(name).text("json").text("");
+            FieldWriter().number(known->second).number(schema->second.id).text(name).text("json").text("");
         channels.push_back({recordOf(McapRecord::channel, fields.content())});
         chunk.records += channels.back().record;
         return known->second;
@@ -225,7 +229,8 @@ private:
         const auto start = position;
         const auto check = ::crc32(0, reinterpret_cast<const Bytef*>(chunk.records.data()),
                                    static_cast<uInt>(chunk.records.size()));
-        write(recordOf(McapRecord::chunk, Fields().number(chunk.span.begin)
+        write(recordOf(McapRecord::chunk, FieldWriter()
+                                                  .number(chunk.span.begin)
                                                   .number(chunk.span.end)
                                                   .number(size)
                                                   .number(static_cast<std::uint32_t>(check))
@@ -234,15 +239,15 @@ private:
                                                   .content() +
                                               chunk.records));
         const auto end = position;
-        Fields offsets;
+        FieldWriter offsets;
         for (const auto& [channel, messages] : chunk.index) {
             offsets.number(channel).number(position);
-            Fields places;
+            FieldWriter places;
             for (const auto& [time, place] : messages) places.number(time).number(place);
             write(recordOf(McapRecord::messageIndex,
-                           Fields().number(channel).text(places.content()).content()));
+                           FieldWriter().number(channel).text(places.content()).content()));
         }
-        chunkIndexes.push_back(recordOf(McapRecord::chunkIndex, Fields()
+        chunkIndexes.push_back(recordOf(McapRecord::chunkIndex, FieldWriter()
                                                                     .number(chunk.span.begin)
                                                                     .number(chunk.span.end)
                                                                     .number(start)

@@ -43,10 +43,10 @@ public:
     explicit RecordingOutput(PendingText& target) : lines(target) {}
 
     void take(const Update& update) override {
-        constexpr std::size_t mostPending = 64 * 1024;
+        constexpr std::size_t mostWaiting = 64 * 1024;
         appendLine(lines.text(), update.timestamp, update.name, update.type,
                    update.value ? &*update.value : nullptr);
-        if (lines.text().size() > mostPending) lines.flush();
+        if (lines.text().size() > mostWaiting) lines.flush();
     }
     void finish() override {}
 

@@ -12,7 +12,7 @@ namespace kelvane {
 
 namespace {
 
-constexpr std::size_t longestText = 1 << 20, longestName = 256, mostAttributes = 64, deepest = 64;
+constexpr std::size_t longestContent = 1 << 20, longestName = 256, mostAttributes = 64, deepest = 64;
 
 bool isBlank(int byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; }
 
@@ -149,7 +149,8 @@ bool XmlReader::takeDeclaration() {
         append(text, byte);
     }
     content += text.substr(0, text.size() - closing.size());
-    if (content.size() > longestText) fail("a text is longer than " + std::to_string(longestText) + " bytes");
+    if (content.size() > longestContent)
+        fail("a text is longer than " + std::to_string(longestContent) + " bytes");
     return true;
 }
 
@@ -200,7 +201,8 @@ void XmlReader::readAttributes() {
 
 void XmlReader::append(std::string& text, int byte) {
     text += static_cast<char>(byte);
-    if (text.size() > longestText) fail("a text is longer than " + std::to_string(longestText) + " bytes");
+    if (text.size() > longestContent)
+        fail("a text is longer than " + std::to_string(longestContent) + " bytes");
 }
 
 void XmlReader::appendReference(std::string& text) {
@@ -224,7 +226,8 @@ void XmlReader::appendReference(std::string& text) {
         std::from_chars(begin, end, code, isHexadecimal ? 16 : 10).ptr != end || code == 0 || code > 0x10ffff)
         fail("the entity \"&" + printable(name) + ";\" is unknown");
     appendUtf8(text, code);
-    if (text.size() > longestText) fail("a text is longer than " + std::to_string(longestText) + " bytes");
+    if (text.size() > longestContent)
+        fail("a text is longer than " + std::to_string(longestContent) + " bytes");
 }
 
 void XmlReader::endElement() {

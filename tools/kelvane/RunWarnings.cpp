@@ -161,6 +161,11 @@ void RunWarnings::write(const std::function<void(const std::string&)>& reportLin
                    " replaced by a later one of the same name and time, the first of " +
                    inQuotes(losses.firstReplacedName) + " " + at(losses.firstReplacedTime));
     }
+    if (losses.withoutValue > 0) {
+        reportLine("warning: " + counted(losses.withoutValue, "update") +
+                   (losses.withoutValue == 1 ? " has" : " have") + " no value, the first of " +
+                   inQuotes(losses.firstNameWithoutValue) + " " + at(losses.firstTimeWithoutValue));
+    }
     if (backward.count > 0) {
         reportLine("warning: the time goes back " +
                    (backward.count == 1 ? std::string("once") : std::to_string(backward.count) + " times") +

@@ -28,7 +28,7 @@ if [ ! -e "$libraries/libzstd.so" ]; then
     for package in "$folder"/packages/*.deb; do dpkg -x "$package" "$root"; done
 fi
 
-cmake -S . -B "$folder/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DKELVANE_BUILD_TESTS=OFF \
+cmake -S . -B "$folder/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_UNITY_BUILD=ON -DKELVANE_BUILD_TESTS=OFF \
     -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR=aarch64 -DCMAKE_CXX_COMPILER=aarch64-linux-gnu-g++ \
     -DCMAKE_LIBRARY_ARCHITECTURE=aarch64-linux-gnu -DCMAKE_FIND_ROOT_PATH="$root" \
     -DCMAKE_FIND_ROOT_PATH_MODE_PROGRAM=NEVER -DCMAKE_FIND_ROOT_PATH_MODE_LIBRARY=ONLY \

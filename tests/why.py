@@ -91,6 +91,19 @@ def main():
             if root and root["text"].split(",")[0] not in why(folder, diagram, streams)[0]:
                 failed += 1
                 print(f"{title}: is not told to people")
+        # Who began it, and one batch.
+        streams = [("x", [0.5, 2.0, 0.5])]
+        diagram = "x: Float\narc = Inverse cosine(x)\nheld = Gate(Larger(x, 1), x)\nout: Float = Sine(arc)"
+        for asked in [], ["out"]:
+            began = json.loads(why(folder, diagram, streams, *asked, "--json")[0])["notNumbers"]
+            if [(each["label"], each["since"], each["beganHere"]) for each in began] != [("arc", 1.1, True)]:
+                failed += 1
+                print(f"not a number, asked {asked}: found {began}")
+        batch = json.loads(why(folder, diagram, streams, "held", "--at", "1.25", "--json")[0])
+        gate = batch["nodes"][0]
+        if (batch["timestamp"], gate["ran"], gate.get("silence"), gate["inputs"][0]["value"]) != (1.2, True, "the gate is closed", "false"):
+            failed += 1
+            print(f"one batch: found {batch}")
     root = Path(__file__).parents[1]
     page = (root / "docs/silence.md").read_text()
     for diagram in sorted(root.glob("examples/recipes/*/diagram.kelvane")):

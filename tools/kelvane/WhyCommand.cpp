@@ -124,7 +124,10 @@ private:
         std::vector<Silent> silent;
         for (const auto* node : asked.empty() ? quietNodes(engine, tally) : asked)
             silent.push_back({node, whySilent(engine, tally, *node)});
-        const auto notNumbers = asked.empty() ? beginningsOfNaN(tally) : asked;
+        const bool concernsNaN =
+            asked.empty() || std::any_of(asked.begin(), asked.end(),
+                                         [&](const auto* node) { return tally.of(*node).notNumbers > 0; });
+        const auto notNumbers = concernsNaN ? beginningsOfNaN(tally) : std::vector<const Node*>();
         text = options.asJson ? jsonOf(tally, silent, notNumbers)
                               : textOf(tally, silent, notNumbers, !asked.empty());
         return failure;
@@ -292,6 +295,10 @@ private:
                 for (const auto& node : engine.nodeList(category)) asked.push_back(node.get());
             }
         }
+        if (options.asJson) {
+            text = jsonOf(observer, index, asked);
+            return failure;
+        }
         text = "batch " + std::to_string(index) + ", t = " + getValueString(observer.timestamp()) + "\n";
         for (const auto* node : asked) {
             const auto event = observer.of(*node);
@@ -299,6 +306,42 @@ private:
             for (const auto* slot : node->inputValues()) text += "    " + inputText(*slot) + "\n";
         }
         return failure;
+    }
+
+    std::string jsonOf(const BatchObserver& observer, std::size_t index,
+                       const std::vector<const Node*>& nodes) const {
+        std::string text;
+        JsonWriter json(text, JsonWriter::Layout::pretty);
+        json.beginObject();
+        json.member("batch", static_cast<std::int64_t>(index));
+        json.member("timestamp", observer.timestamp());
+        json.key("nodes");
+        json.beginArray();
+        for (const auto* node : nodes) {
+            const auto event = observer.of(*node);
+            json.beginObject();
+            writeNode(json, *node);
+            json.member("ran", event.ran);
+            if (event.emitted) json.member("value", std::string_view(getValueString(*event.emitted)));
+            if (!event.silence.empty()) json.member("silence", std::string_view(event.silence));
+            json.key("inputs");
+            json.beginArray();
+            for (const auto* slot : node->inputValues()) {
+                json.beginObject();
+                json.member("input", slot->label != nullptr ? slot->label : "");
+                if (const auto* const held = slot->payload()) {
+                    json.member("value", std::string_view(getValueString(*held)));
+                    json.member("timestamp", slot->timestamp());
+                }
+                json.member("waits", slot->updated());
+                json.endObject();
+            }
+            json.endArray();
+            json.endObject();
+        }
+        json.endArray();
+        json.endObject();
+        return text + "\n";
     }
 
     static std::string eventText(const Node& node, const BatchObserver::Event& event) {

@@ -16,6 +16,7 @@
 #include "Interruption.h"
 #include "Messages.h"
 #include "Recording.h"
+#include "TimeText.h"
 #include "ValueText.h"
 
 namespace kelvane {
@@ -86,7 +87,7 @@ public:
     }
 
     void take(const Update& update) override {
-        rows.field(numberText(update.timestamp));
+        rows.field(timeText(update.timestamp));
         rows.field(update.name);
         rows.field(valueTypeName(update.type));
         rows.field(update.value ? cellOf(*update.value) : "");
@@ -175,7 +176,7 @@ public:
         bool hasRow = false;
         const auto endRow = [&] {
             if (!std::exchange(hasRow, false)) return;
-            cells.front() = numberText(time);
+            cells.front() = timeText(time);
             for (auto& cell : cells) {
                 rows.field(cell);
                 cell.clear();

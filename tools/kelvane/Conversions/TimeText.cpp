@@ -217,6 +217,11 @@ std::optional<TimeUnit> likelyUnit(std::string_view text) {
                             : TimeUnit::nanoseconds;
 }
 
+std::string timeText(double seconds) {
+    auto text = numberText(seconds);
+    return likelyUnit(text) == TimeUnit::seconds ? text : text + ".0";
+}
+
 TimeTitle readTimeTitle(std::string_view title) {
     constexpr std::array<std::string_view, 13> names{
         "time",         "timestamp",    "t",    "date",  "datetime",  "date time",     "elapsed",

@@ -30,6 +30,8 @@ std::optional<Instant> readTime(std::string_view text, TimeUnit unit);
 /// The unit of a time that has none: dates by their form, and whole numbers that are seconds since 1970 only
 /// in a smaller unit by their size. Absent for what is no time.
 std::optional<TimeUnit> likelyUnit(std::string_view text);
+/// A time in seconds, written so that likelyUnit() takes it for seconds.
+std::string timeText(double seconds);
 
 /// Whether a column's title says that it has times, in which unit it may say, too: "time", "Time (s)",
 /// "timestamp_ms", "seconds_elapsed".

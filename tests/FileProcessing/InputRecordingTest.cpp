@@ -144,6 +144,44 @@ TEST(RecordingReader, SaysWhatReachesNoBatch) {
     EXPECT_EQ(losses.firstTimeWithoutValue, 1);
 }
 
+TEST(RecordingReader, ALiveBatchEndsWhereItIsTold) {
+    RecordingReader reader({.ending = RecordingOptions::Ending::lineBreakAllowed, .emptyLineEndsBatch = true});
+    std::string found;
+    const auto readAll = [&] {
+        while (const auto* batch = reader.next()) found += describe({*batch});
+        found += "|";
+    };
+    const auto append = [&](const std::string& text) {
+        reader.append(text);
+        readAll();
+    };
+    reader.endBatch();
+    readAll();
+    append(a + "\n");
+    reader.endBatch();
+    readAll();
+    reader.endBatch();
+    readAll();
+    append("\n" + a + "\n" + b + "\n\r\n" + at2.substr(0, 9));
+    append(at2.substr(9) + "\n\n\n" + a + "\n");
+    reader.finish();
+    readAll();
+    EXPECT_EQ(found, "|@0.0;|@1.0 a=Float 2.0;||@1.0 a=Float 2.0 b=Boolean true;|@2.0 a=String \u00e9;|@1.0 a=Float 2.0;|");
+}
+
+TEST(RecordingReader, PiecesMayWaitForOneAnother) {
+    RecordingReader reader({.ending = RecordingOptions::Ending::lineBreakAllowed});
+    const std::string lines[] = {a + "\n" + at2 + "\n", b + "\n", a + "\n"};
+    std::string found;
+    for (const auto& text : lines) reader.append(text);
+    if (const auto* batch = reader.next()) found += describe({*batch});
+    for (const auto& text : lines) reader.append(text);
+    reader.finish();
+    while (const auto* batch = reader.next()) found += describe({*batch});
+    EXPECT_EQ(found,
+              "@0.0;@1.0 a=Float 2.0;@2.0 a=String \u00e9;@1.0 a=Float 2.0 b=Boolean true;@2.0 a=String \u00e9;@1.0 a=Float 2.0 b=Boolean true;");
+}
+
 TEST(CreateJsonLines, WritesALinePerUpdate) {
     EXPECT_EQ(createJsonLines({{1, {}}, {2, {}}}), "");
     EXPECT_EQ(createJsonLines({{1.5, {{"b", 2.0}, {"a\n", List<Sample>{{0, 1}}}}}, {2, {{"c", std::nan("")}, {"d", -0.0}, {"e", INT64_MIN}}}}),

@@ -52,6 +52,10 @@ DiagnosticSink setDiagnosticSink(DiagnosticSink sink) {
     return std::exchange(common().sink, std::move(sink));
 }
 
+std::string wrongTypeLine(std::string_view streamLabel) {
+    return "ERROR: trying to set input stream '" + std::string(streamLabel) + "' with wrong type!";
+}
+
 void printDiagnostic(std::string_view line) {
     if (const auto* sink = Operation::sink()) return (*sink)(line);
     const std::lock_guard lock(common().mutex);

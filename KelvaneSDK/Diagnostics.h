@@ -25,6 +25,10 @@ DiagnosticSink setDiagnosticSink(DiagnosticSink sink);
 /// common one. For node classes of an application's own.
 void printDiagnostic(std::string_view line);
 
+/// The line about a value of another type than that of the input stream with this label, which dropped it:
+/// for an application that counts them.
+std::string wrongTypeLine(std::string_view streamLabel);
+
 /// What a stop does: what happens when an invariant is broken, or a limit of evaluation is passed. An integer
 /// overflows, a slot holds a value of the wrong type, a document names an input that does not exist.
 enum class StopBehavior : std::uint8_t {

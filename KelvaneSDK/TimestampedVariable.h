@@ -64,8 +64,6 @@ enum class ValueClass : std::uint8_t {
 std::string_view typeCode(ValueClass valueClass);
 /// The name in documents, output lists and messages: "Float", "Float array", "Generic value", ...
 std::string_view typeString(ValueClass valueClass);
-/// The same for the class that holds payloads of a type.
-std::string_view typeString(ValueType type);
 /// The class with this type string; absent for the generic classes' names and for any other text.
 std::optional<ValueClass> concreteClassNamed(std::string_view typeString);
 /// The payload type that slots of a concrete class hold; absent for the generic classes.

@@ -15,8 +15,10 @@ libraries=$root/usr/lib/aarch64-linux-gnu
 # packages stay as they are.
 if [ ! -e "$libraries/libzstd.so" ]; then
     mkdir -p "$folder/lists/partial" "$folder/cache/archives/partial" "$folder/packages"
+    : >"$folder/status" # an empty file, for some versions of apt refuse /dev/null
     options=(-o APT::Architecture=arm64 -o APT::Architectures=arm64 -o Dir::State::Lists="$folder/lists"
-        -o Dir::State::status=/dev/null -o Dir::Cache="$folder/cache")
+        -o Dir::State::status="$folder/status" -o Dir::Cache="$folder/cache"
+        -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=)
     apt-get -qq "${options[@]}" update
     packages="libsimdjson-dev libutf8proc-dev libcli11-dev zlib1g-dev libzstd-dev"
     # With the shared libraries that these come for.

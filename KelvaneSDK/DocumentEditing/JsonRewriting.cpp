@@ -48,20 +48,8 @@ struct ObjectStyle {
 bool isOnLines(std::string_view blanks) { return blanks.find('\n') != std::string_view::npos; }
 
 std::string scalarText(std::int64_t number) { return std::to_string(number); }
-std::string scalarText(double number) {
-    std::string text;
-    JsonText json(text);
-    json.number(number);
-    json.flush();
-    return text;
-}
-std::string scalarText(std::string_view string) {
-    std::string text;
-    JsonText json(text);
-    json.string(string);
-    json.flush();
-    return text;
-}
+std::string scalarText(double number) { return jsonTextOf(number); }
+std::string scalarText(std::string_view string) { return jsonTextOf(string); }
 
 class JsonRewriter {
 public:

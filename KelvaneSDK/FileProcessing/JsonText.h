@@ -62,4 +62,20 @@ private:
     char* at = buffer;
 };
 
+/// A number or a string as JSON.
+inline std::string jsonTextOf(double number) {
+    std::string text;
+    JsonText json(text);
+    json.number(number);
+    json.flush();
+    return text;
+}
+inline std::string jsonTextOf(std::string_view unquoted) {
+    std::string text;
+    JsonText json(text);
+    json.string(unquoted);
+    json.flush();
+    return text;
+}
+
 }  // namespace KelvaneSDK

@@ -45,8 +45,7 @@ void InputStreamNode::take(const Value& value, double timestamp) {
     const Value* held = output().payload();
     if (held == nullptr) stop("the input stream holds no value");
     if (held->type() != value.type()) {
-        return printDiagnostic("ERROR: trying to set input stream '" +
-                               std::string(descriptionString().value_or("")) + "' with wrong type!");
+        return printDiagnostic(wrongTypeLine(descriptionString().value_or("")));
     }
     NodeState::of(*this).give(value, timestamp);
 }

@@ -20,6 +20,16 @@ bool anyNaN(const Value& value) {
     return std::any_of(items.begin(), items.end(), [](const auto& item) { return isNaN(item); });
 }
 
+bool anyInputHoldsNaN(const Node& node) {
+    const auto inputs = node.inputValues();
+    return std::any_of(inputs.begin(), inputs.end(), [](const auto* slot) {
+        const Value* const held = slot->payload();
+        return held != nullptr && holdsNaN(*held);
+    });
+}
+
+}  // namespace
+
 bool holdsNaN(const Value& value) {
     switch (value.type()) {
         case ValueType::Float:
@@ -36,20 +46,28 @@ bool holdsNaN(const Value& value) {
             return anyNaN<Vector>(value);
         case ValueType::OrientationArray:
             return anyNaN<Orientation>(value);
+        case ValueType::SequenceArray: {
+            const auto sequences = value.items<Sequence>();
+            return std::any_of(sequences.begin(), sequences.end(),
+                               [](const auto& sequence) { return holdsNaN(Value(sequence)); });
+        }
         default:
             return false;
     }
 }
 
-bool anyInputHoldsNaN(const Node& node) {
-    const auto inputs = node.inputValues();
-    return std::any_of(inputs.begin(), inputs.end(), [](const auto* slot) {
-        const Value* const held = slot->payload();
-        return held != nullptr && holdsNaN(*held);
-    });
+Feeders::Feeders(const Kelvane& engine) {
+    for (const auto category : allNodeCategories) {
+        for (const auto& node : engine.nodeList(category)) {
+            for (const auto* slot : node->connectedInputValues()) nodes[slot].push_back(node.get());
+        }
+    }
 }
 
-}  // namespace
+std::span<const Node* const> Feeders::of(const TimestampedVariable& input) const {
+    const auto found = nodes.find(&input);
+    return found == nodes.end() ? std::span<const Node* const>() : found->second;
+}
 
 const NodeTally& RunTally::of(const Node& node) const {
     static const NodeTally none;

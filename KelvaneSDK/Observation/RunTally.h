@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -44,6 +45,9 @@ struct NodeTally {
     std::uint64_t silentRuns() const { return runs - emissions; }
 };
 
+/// Whether a value is, or holds, "not a number".
+bool holdsNaN(const Value& value);
+
 /// Counts what becomes of each node. An application that wonders why an output stays silent lets an engine be
 /// observed by one, and asks whySilent() afterwards.
 ///
@@ -78,6 +82,19 @@ private:
     std::unordered_map<const Node*, NodeTally> tallies;
     std::uint64_t batchCount = 0;
     double begin = 0, now = 0;
+};
+
+/// Who feeds which input, read off a diagram's connections; good until they change.
+class Feeders {
+public:
+    explicit Feeders(const Kelvane& engine);
+
+    /// The nodes that feed an input, category by category in document order; empty where it is connected to
+    /// nothing.
+    std::span<const Node* const> of(const TimestampedVariable& input) const;
+
+private:
+    std::unordered_map<const TimestampedVariable*, std::vector<const Node*>> nodes;
 };
 
 /// A link in the chain from a node that stays silent to the root of it.

@@ -22,7 +22,7 @@ std::string atTime(std::string_view preposition, double time) {
 
 std::string since(const std::optional<double>& time) { return time ? ", " + atTime("since", *time) : ""; }
 
-std::string typeName(ValueType type) { return std::string(typeString(type)); }
+std::string typeName(ValueType type) { return std::string(valueTypeName(type)); }
 
 std::string slotName(const TimestampedVariable& slot) {
     return "input " + (slot.label != nullptr ? quoted(slot.label) : std::to_string(slot.index));
@@ -32,34 +32,6 @@ const Declaration* declarationOf(const Node& node) {
     const auto* const function = dynamic_cast<const FunctionNode*>(&node);
     return function != nullptr ? function->declaration() : nullptr;
 }
-
-/// The feeders of every slot, and who bears which label.
-class Wiring {
-public:
-    explicit Wiring(const Kelvane& engine) {
-        for (const auto category : allNodeCategories) {
-            for (const auto& node : engine.nodeList(category)) {
-                for (const auto* slot : node->connectedInputValues()) feeders[slot].push_back(node.get());
-            }
-        }
-        for (const auto& node : engine.nodeList(NodeCategory::VariableOutput))
-            outputs[std::string(node->label())].push_back(node.get());
-    }
-
-    const std::vector<const Node*>& feedersOf(const TimestampedVariable& slot) const {
-        const auto found = feeders.find(&slot);
-        return found == feeders.end() ? none : found->second;
-    }
-    const std::vector<const Node*>& outputsCalled(std::string_view label) const {
-        const auto found = outputs.find(std::string(label));
-        return found == outputs.end() ? none : found->second;
-    }
-
-private:
-    const std::vector<const Node*> none;
-    std::unordered_map<const TimestampedVariable*, std::vector<const Node*>> feeders;
-    std::unordered_map<std::string, std::vector<const Node*>> outputs;
-};
 
 /// What came through an input.
 struct Feed {
@@ -76,13 +48,14 @@ struct Feed {
 
 class Explanation {
 public:
-    Explanation(const Kelvane& engine, const RunTally& counts) : tally(counts), wiring(engine) {}
+    Explanation(const Kelvane& diagram, const RunTally& counts)
+        : engine(diagram), tally(counts), feeders(diagram) {}
 
     std::vector<Feed> feedsOf(const Node& node) const {
         std::vector<Feed> feeds;
         for (const auto* slot : node.inputValues()) {
             Feed feed{slot, nullptr};
-            for (const auto* feeder : wiring.feedersOf(*slot)) {
+            for (const auto* feeder : feeders.of(*slot)) {
                 const bool isConstant = feeder->category == NodeCategory::Constant;
                 if (feed.feeder == nullptr || (feed.isConstant && !isConstant)) feed.feeder = feeder;
                 feed.isConstant &= isConstant;
@@ -155,7 +128,7 @@ private:
                            ", or write the recording's values as " + std::string(stream.typeString));
         }
         if (own.emissions > 0) return speak(stream);
-        const auto& outputs = wiring.outputsCalled(stream.label());
+        const auto outputs = outputsCalled(stream.label());
         if (outputs.empty()) {
             return end(stream, "never-updated", "no update names it",
                        "name it in the recording, give it a value with `--init`, or rename it to what the "
@@ -256,7 +229,7 @@ private:
             if (open.contains(&node)) return true;
             if (!seen.insert(&node).second || tally.of(node).emissions > 0) continue;
             if (node.category == NodeCategory::InputStream) {
-                const auto& outputs = wiring.outputsCalled(node.label());
+                const auto outputs = outputsCalled(node.label());
                 rest.insert(rest.end(), outputs.begin(), outputs.end());
             }
             for (const auto& own : feedsOf(node)) {
@@ -314,8 +287,17 @@ private:
             followFunction(*slow->feeder);
     }
 
+    std::vector<const Node*> outputsCalled(std::string_view label) const {
+        std::vector<const Node*> outputs;
+        for (const auto& node : engine.nodeList(NodeCategory::VariableOutput)) {
+            if (node->label() == label) outputs.push_back(node.get());
+        }
+        return outputs;
+    }
+
+    const Kelvane& engine;
     const RunTally& tally;
-    const Wiring wiring;
+    const Feeders feeders;
     std::vector<SilenceCause> chain;
     std::unordered_set<const Node*> open;
 };

@@ -20,22 +20,10 @@ using ElementType = simdjson::dom::element_type;
 
 bool isNumber(const Element& element) { return kindOf(element) == "a number"; }
 
-std::string inQuotes(std::string_view text) {
-    std::string result;
-    JsonText json(result);
-    json.string(text);
-    json.flush();
-    return result;
-}
-
 std::string textOf(const Element& element) {
-    if (element.type() == ElementType::STRING) return inQuotes(*asString(element));
+    if (element.type() == ElementType::STRING) return jsonTextOf(*asString(element));
     if (element.type() != ElementType::DOUBLE) return simdjson::to_string(element);
-    std::string text;
-    JsonText json(text);
-    json.number(*asDouble(element));
-    json.flush();
-    return text;
+    return jsonTextOf(*asDouble(element));
 }
 
 /// One line of results. What it holds is good until its reader reads another.
@@ -217,7 +205,7 @@ private:
 }  // namespace
 
 std::string ResultDifference::text(std::string_view expectedName, std::string_view foundName) const {
-    std::string line = "at " + getValueString(timestamp) + ", " + inQuotes(label) + place + ": ";
+    std::string line = "at " + getValueString(timestamp) + ", " + jsonTextOf(label) + place + ": ";
     line += expected.value_or("nothing") + " in " + std::string(expectedName) + ", ";
     return line + found.value_or("nothing") + " in " + std::string(foundName);
 }

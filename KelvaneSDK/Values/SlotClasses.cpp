@@ -113,8 +113,6 @@ ValueClass classHolding(ValueType type) {
     return *concreteClassWhere([&](const Row& each) { return each.payload == type; });
 }
 
-std::string_view typeString(ValueType type) { return typeString(classHolding(type)); }
-
 Value defaultValue(ValueType type) {
     switch (type) {
         case ValueType::Float:

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <new>
-#include <span>
 #include <utility>
 
 #include "Files.h"
 #include "Messages.h"
+#include "NodeNames.h"
 
 namespace kelvane {
 
@@ -35,14 +35,6 @@ bool isLikelyRecording(std::string_view text) {
            text.substr(0, text.find('\n')).find("\"timestamp\"") != std::string_view::npos;
 }
 
-/// `walk.json:12:`
-std::string placeOf(const std::string& fileName, const Finding& finding) {
-    std::string place = fileName + ":";
-    if (finding.line > 0) place += std::to_string(finding.line) + ":";
-    if (finding.isInText) place += std::to_string(finding.column) + ":";
-    return place;
-}
-
 }  // namespace
 
 bool isError(std::string_view line) { return line.starts_with("ERROR: "); }
@@ -61,15 +53,8 @@ void LibraryMessages::take(std::string_view line) {
 int Diagram::exitStatus() const { return hasErrors ? ExitStatus::failed : ExitStatus::done; }
 
 std::string Diagram::stopText(const StopReason& reason) const {
-    const auto data = reason.nodeId && isTextForm(text) ? readDiagram(text) : std::nullopt;
-    if (!data) return printable(reason.text);
-    const auto& nodes = data->info.nodes;
-    const auto node = std::find_if(nodes.begin(), nodes.end(),
-                                   [&](const auto& record) { return record.id == reason.nodeId; });
-    Finding place;
-    place.pointer = "/nodes/" + std::to_string(node - nodes.begin());
-    placeFindings(std::span(&place, 1), text);
-    return placeOf(name, place) + " " + printable(reason.text);
+    const bool isPlaced = reason.nodeId && isTextForm(text);
+    return (isPlaced ? NodePlaces(*this).placeOf(*reason.nodeId) + " " : "") + printable(reason.text);
 }
 
 bool isRecording(DataFile& file) {
@@ -120,9 +105,21 @@ std::unique_ptr<Kelvane> anotherEngine(const Diagram& diagram) {
     return engine;
 }
 
+std::string placeOf(const std::string& fileName, const Finding& finding) {
+    std::string place = fileName + ":";
+    if (finding.line > 0) place += std::to_string(finding.line) + ":";
+    if (finding.isInText) place += std::to_string(finding.column) + ":";
+    return place;
+}
+
 std::string findingLine(const std::string& fileName, const Finding& finding) {
     return placeOf(fileName, finding) + " " + (finding.severity == Severity::warning ? "warning: " : "") +
            printable(findingText(finding));
+}
+
+bool hasProperty(const Node& node, const Property& property) {
+    const auto properties = node.getProperties();
+    return std::find(properties.begin(), properties.end(), property) != properties.end();
 }
 
 std::vector<std::string> labels(const Kelvane& engine, NodeCategory category) {

@@ -22,8 +22,8 @@ public:
     LibraryMessages& operator=(const LibraryMessages&) = delete;
 
     bool hasErrors() const { return errors; }
-    /// Somebody else to be told of each line from now on; must stay as long.
-    void alsoTell(std::function<void(std::string_view)> other) { listener = std::move(other); }
+    /// Passes each line on to somebody else, too, from now on; must stay as long.
+    void passTo(std::function<void(std::string_view)> other) { listener = std::move(other); }
     void take(std::string_view line);
 
 private:
@@ -69,8 +69,13 @@ KelvaneSDK::DiagramData readUnchecked(const std::string& name, std::string_view 
 /// One more engine of a diagram that has been loaded. Reports nothing.
 std::unique_ptr<KelvaneSDK::Kelvane> anotherEngine(const Diagram& diagram);
 
+/// `walk.json:12:`: the place of a finding; of a text, `walk.diagram:12:5:`.
+std::string placeOf(const std::string& fileName, const KelvaneSDK::Finding& finding);
 /// `walk.json:12: nodes[4]: ...`: a finding behind the name of its file; of a text, `walk.diagram:12:5: ...`.
 std::string findingLine(const std::string& fileName, const KelvaneSDK::Finding& finding);
+
+/// Whether the node has the property with this text.
+bool hasProperty(const KelvaneSDK::Node& node, const KelvaneSDK::Property& property);
 
 /// The labels of the nodes of a category, in document order.
 std::vector<std::string> labels(const KelvaneSDK::Kelvane& engine, KelvaneSDK::NodeCategory category);

@@ -67,9 +67,12 @@ InitialValues initialValues(const Kelvane& engine, const std::vector<std::string
     return initial;
 }
 
-void InitialValues::addTo(KelvaneInput& batch) {
-    for (auto& [label, value] : values) batch.updates.try_emplace(label, std::move(value));
+const KelvaneInput& InitialValues::appliedTo(const KelvaneInput& batch) {
+    if (values.empty()) return batch;
+    first = batch;
+    for (auto& [label, value] : values) first.updates.try_emplace(label, std::move(value));
     values.clear();
+    return first;
 }
 
 void SettableNodes::add(std::string_view label, std::string_view type, std::int64_t id) {

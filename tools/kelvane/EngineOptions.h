@@ -18,14 +18,15 @@ void applyOptions(KelvaneSDK::Kelvane& engine, const RunOptions& options);
 /// Values that input streams are given once, in the first batch.
 class InitialValues {
 public:
-    /// Adds them to the first batch that it is shown; a value that the batch brings itself counts.
-    void addTo(KelvaneSDK::KelvaneInput& batch);
-    bool empty() const { return values.empty(); }
+    /// The batch, or, for the first one, a copy with the values, which is good until the next call; a value
+    /// that the batch brings itself counts.
+    const KelvaneSDK::KelvaneInput& appliedTo(const KelvaneSDK::KelvaneInput& batch);
 
 private:
     friend InitialValues initialValues(const KelvaneSDK::Kelvane& engine,
                                        const std::vector<std::string>& settings);
     std::vector<std::pair<std::string, KelvaneSDK::Value>> values;
+    KelvaneSDK::KelvaneInput first;
 };
 /// The values that settings "LABEL=TEXT" say; refuses others.
 InitialValues initialValues(const KelvaneSDK::Kelvane& engine, const std::vector<std::string>& settings);

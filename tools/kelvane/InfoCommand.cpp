@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <map>
 #include <memory>
 #include <utility>
@@ -31,12 +30,6 @@ struct Summary {
     std::vector<std::string> manualLines;
     std::map<std::string, std::int64_t> functionCounts;
 };
-
-/// Whether the node has the property with this text.
-bool hasProperty(const Node& node, const Property& property) {
-    const auto properties = node.getProperties();
-    return std::find(properties.begin(), properties.end(), property) != properties.end();
-}
 
 Summary summaryOf(const Kelvane& engine) {
     Summary summary;

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <utility>
@@ -60,8 +61,8 @@ void appendEscaped(std::string& text, char character) {
     text += digits[byte & 0xf];
 }
 
-// Of the thread that reports; the tool shows progress in one only.
-bool isLineShown = false;
+// Any thread reports; one shows progress.
+std::atomic<bool> isLineShown = false;
 constexpr std::string_view clearedLine = "\r\x1b[K";
 Colors chosenColors = Colors::automatic;
 
@@ -106,7 +107,7 @@ void refuseOption(const std::string& option, const std::string& reason) {
 
 void report(std::string_view line) {
     std::string text;
-    if (std::exchange(isLineShown, false)) text = clearedLine;
+    if (isLineShown.exchange(false)) text = clearedLine;
     text += hasColors() ? colored(line) : std::string(line);
     text += '\n';
     writeAll(STDERR_FILENO, text);

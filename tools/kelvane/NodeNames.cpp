@@ -1,6 +1,6 @@
 #include "NodeNames.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "Messages.h"
 
@@ -35,20 +35,21 @@ NodePlaces::NodePlaces(const Diagram& diagram) : fileName(diagram.name), isText(
     for (std::size_t i = 0; i < findings.size(); ++i) findings[i].pointer = "/nodes/" + std::to_string(i);
     placeFindings(findings, diagram.text);
     for (std::size_t i = 0; i < findings.size(); ++i)
-        places[data->info.nodes[i].id] = {findings[i].line, findings[i].column};
+        places.try_emplace(data->info.nodes[i].id, std::move(findings[i]));
 }
 
 std::size_t NodePlaces::lineOf(const Node& node) const {
     const auto place = places.find(node.id.value_or(-1));
-    return place == places.end() ? 0 : place->second.first;
+    return place == places.end() ? 0 : place->second.line;
+}
+
+std::string NodePlaces::placeOf(std::int64_t id) const {
+    const auto place = places.find(id);
+    return place == places.end() ? fileName + ":" : kelvane::placeOf(fileName, place->second);
 }
 
 std::string NodePlaces::nameOf(const Node& node) const {
-    std::string name = fileName + ":";
-    if (const auto line = lineOf(node); line > 0) {
-        name += std::to_string(line) + ":";
-        if (isText) name += std::to_string(places.at(*node.id).second) + ":";
-    }
+    std::string name = placeOf(node.id.value_or(-1));
     const auto label = node.descriptionString().value_or("");
     if (!isText && node.id) name += " node " + std::to_string(*node.id);
     if (label != node.typeString) name += " " + inQuotes(label);

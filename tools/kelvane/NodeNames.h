@@ -20,6 +20,8 @@ class NodePlaces {
 public:
     explicit NodePlaces(const Diagram& diagram);
 
+    /// `walk.kelvane:12:5:`; the name of the file alone where the id is not known.
+    std::string placeOf(std::int64_t id) const;
     /// `walk.kelvane:12:5: "steps" (Update counter)`
     std::string nameOf(const KelvaneSDK::Node& node) const;
     /// The line, from 1; 0 where it is not known.
@@ -28,7 +30,7 @@ public:
 private:
     std::string fileName;
     bool isText;
-    std::map<std::int64_t, std::pair<std::size_t, std::size_t>> places;
+    std::map<std::int64_t, KelvaneSDK::Finding> places;
 };
 
 }  // namespace kelvane

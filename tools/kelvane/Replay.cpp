@@ -30,8 +30,8 @@ Replay::Replay(Kelvane& chosenEngine, const RunOptions& chosen, ReadAhead& input
       recording(input),
       results(output),
       reportLine(std::move(messages)),
-      warnings(chosenEngine),
       initial(initialValues(chosenEngine, chosen.initial)) {
+    if (!options.isQuiet) warnings.emplace(engine);
     if (RunObserver::isNeeded(options)) observer.emplace(engine, options);
 }
 
@@ -44,13 +44,7 @@ void Replay::run(bool showsProgress) {
         for (std::size_t i = 0; i <= piece->count && !stopReason && !interrupted(); ++i) {
             for (; message != piece->messages.end() && message->first == i; ++message)
                 reportLine(message->second);
-            if (i < piece->count && initial.empty()) {
-                evaluate(piece->batches[i]);
-            } else if (i < piece->count) {
-                auto first = piece->batches[i];
-                initial.addTo(first);
-                evaluate(first);
-            }
+            if (i < piece->count) evaluate(initial.appliedTo(piece->batches[i]));
             if (results.text().size() > mostPending) results.flush();
         }
         results.flush();
@@ -61,10 +55,10 @@ void Replay::run(bool showsProgress) {
 void Replay::evaluate(const KelvaneInput& batch) {
     ++done.batches;
     done.updates += batch.updates.size();
-    warnings.take(batch);
+    if (warnings) warnings->take(batch);
     engine.evaluateInto(batch, result);
     if (observer) observer->addTaps(result);
-    warnings.take(result);
+    if (warnings) warnings->take(result);
     if (engine.failure()) {
         stopReason = engine.failure();
     } else if (!appendJsonLines(results.text(), result)) {
@@ -76,11 +70,11 @@ void Replay::evaluate(const KelvaneInput& batch) {
 void Replay::writeWarnings(const Diagram& diagram, const std::string& recordingPath,
                            const std::string& place) {
     if (observer) observer->finish(diagram);
-    if (options.isQuiet || stopReason || (done.updates == 0 && hasFailed)) return;
-    warnings.take(recording.losses());
+    if (!warnings || stopReason || (done.updates == 0 && hasFailed)) return;
+    warnings->take(recording.losses());
     const std::string why =
         "kelvane why " + diagram.name + " " + (recordingPath == "-" ? "RECORDING" : nameOf(recordingPath));
-    warnings.write([&](const std::string& line) { reportLine(place + line); }, why);
+    warnings->write([&](const std::string& line) { reportLine(place + line); }, why);
 }
 
 std::string Replay::failure(const Diagram& diagram, const std::string& recordingName) {

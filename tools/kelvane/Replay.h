@@ -31,8 +31,10 @@ public:
     Replay(KelvaneSDK::Kelvane& chosenEngine, const RunOptions& options, ReadAhead& input,
            PendingText& output, std::function<void(const std::string&)> messages);
 
-    /// To be told what the library prints meanwhile.
-    void takeLine(std::string_view line) { warnings.take(line); }
+    /// Takes what the library prints meanwhile.
+    void takeLine(std::string_view line) {
+        if (warnings) warnings->take(line);
+    }
     /// Evaluates until the recording ends, the diagram stops or all is interrupted; says on a terminal how
     /// far it is where it `showsProgress`.
     void run(bool showsProgress = false);
@@ -55,7 +57,7 @@ private:
     ReadAhead& recording;
     PendingText& results;
     std::function<void(const std::string&)> reportLine;
-    RunWarnings warnings;
+    std::optional<RunWarnings> warnings;
     std::optional<RunObserver> observer;
     InitialValues initial;
     Amount done;

@@ -36,7 +36,7 @@ int runOne(const RunOptions& options) {
     ResultOutput output(options.output, std::array{options.diagram, path});
     applyOptions(*diagram.engine, options);
     Replay replay(*diagram.engine, options, recording, output, report);
-    messages.alsoTell([&](std::string_view line) { replay.takeLine(line); });
+    messages.passTo([&](std::string_view line) { replay.takeLine(line); });
     // Not where the results come to the same terminal.
     replay.run(!options.isQuiet && (options.output != "-" || ::isatty(STDOUT_FILENO) == 0));
     int status = 128 + interruption();

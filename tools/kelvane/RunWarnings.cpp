@@ -1,8 +1,9 @@
 #include "RunWarnings.h"
 
 #include <algorithm>
-#include <cmath>
+#include <iterator>
 
+#include "Diagram.h"
 #include "Messages.h"
 
 namespace kelvane {
@@ -15,14 +16,12 @@ constexpr std::size_t mostOfAKind = 10;
 
 std::string at(double time) { return "at t = " + getValueString(time); }
 
-bool isNaN(const Value& value) {
-    if (const auto number = value.get<double>()) return std::isnan(*number);
-    if (const auto vector = value.get<Vector>())
-        return std::isnan(vector->x) || std::isnan(vector->y) || std::isnan(vector->z);
-    const auto rotation = value.get<Orientation>();
-    return rotation && (std::isnan(rotation->x) || std::isnan(rotation->y) || std::isnan(rotation->z) ||
-                        std::isnan(rotation->w));
+bool contains(const std::vector<std::string>& list, std::string_view text) {
+    return std::find(list.begin(), list.end(), text) != list.end();
 }
+
+/// "once", "3 times"
+std::string times(std::uint64_t count) { return count == 1 ? "once" : std::to_string(count) + " times"; }
 
 /// A line each, the later ones of too many in one.
 void writeEach(const std::function<void(const std::string&)>& reportLine,
@@ -38,7 +37,7 @@ void writeEach(const std::function<void(const std::string&)>& reportLine,
 RunWarnings::RunWarnings(const Kelvane& chosenEngine) : engine(chosenEngine) {
     for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
         const std::string label(node->label());
-        refusals["ERROR: trying to set input stream '" + label + "' with wrong type!"] = {label, {}};
+        refusals[wrongTypeLine(label)] = {label, {}};
     }
 }
 
@@ -74,7 +73,7 @@ void RunWarnings::take(const KelvaneOutput& result) {
     const bool isKnown = outputs.labelSet() != 0 && outputs.labelSet() == resultSet;
     for (const auto& [label, value] : outputs) {
         if (!isKnown && !cameOut.contains(label)) cameOut.emplace(label);
-        if (value.type() > ValueType::Orientation || !isNaN(value)) continue;
+        if (!holdsNaN(value)) continue;
         auto found = notNumbers.find(label);
         if (found == notNumbers.end()) found = notNumbers.try_emplace(std::string(label)).first;
         found->second.add(result.timestamp);
@@ -89,50 +88,50 @@ void RunWarnings::take(std::string_view line) {
 // The streams that no update named, but for those that variable outputs feed.
 std::vector<std::string> RunWarnings::silentStreams() const {
     std::vector<std::string> lines;
-    std::vector<std::string> fed;
-    for (const auto& output : engine.getVariableOutputs()) fed.push_back(output.label);
+    const auto fed = labels(engine, NodeCategory::VariableOutput), unread = unreadNames();
     for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
         const std::string label(node->label());
-        if (names.contains(label) || std::find(fed.begin(), fed.end(), label) != fed.end()) continue;
+        if (names.contains(label) || contains(fed, label)) continue;
         lines.push_back(withHint("no update names the input stream " + inQuotes(label) + " (" +
                                      std::string(node->typeString) + ")",
-                                 nearestTo(*node)));
+                                 nearestTo(*node, unread)));
     }
     return lines;
 }
 
-// Of the names that no stream reads, the nearest one, or else the only one of the stream's type.
-std::string RunWarnings::nearestTo(const Node& stream) const {
-    std::vector<std::string> unread, ofType;
+std::vector<std::string> RunWarnings::unreadNames() const {
+    std::vector<std::string> unread;
     const auto streams = engine.getInputStreams();
+    const std::set<std::string, std::less<>> read(streams.begin(), streams.end());
     for (const auto& [name, count] : names) {
-        if (name.empty() || std::find(streams.begin(), streams.end(), name) != streams.end()) continue;
-        unread.push_back(name);
-        if (typeString(count.type) == stream.typeString) ofType.push_back(name);
+        if (!name.empty() && !read.contains(name)) unread.push_back(name);
     }
+    return unread;
+}
+
+// The nearest of them, or else the only one of the stream's type.
+std::string RunWarnings::nearestTo(const Node& stream, const std::vector<std::string>& unread) const {
+    std::vector<std::string> ofType;
+    std::copy_if(unread.begin(), unread.end(), std::back_inserter(ofType), [&](const auto& name) {
+        return valueTypeName(names.find(name)->second.type) == stream.typeString;
+    });
     const auto hint = nearestNameHint(stream.label(), unread);
     if (!hint.empty() || ofType.size() != 1) return hint;
     return "the recording has " + inQuotes(ofType.front()) + " of that type";
 }
 
 std::vector<std::string> RunWarnings::silentOutputs() const {
-    std::vector<std::string> labels, left;
+    std::vector<std::string> silent, left;
     for (const auto& node : engine.nodeList(NodeCategory::InputStream)) {
-        const auto properties = node->getProperties();
-        if (std::find(properties.begin(), properties.end(), Property{"Forwarding", "false"}) !=
-            properties.end())
-            left.emplace_back(node->label());
+        if (hasProperty(*node, {"Forwarding", "false"})) left.emplace_back(node->label());
     }
     for (const auto& node : engine.nodeList(NodeCategory::VariableOutput)) {
         const std::string label(node->label());
-        const auto properties = node->getProperties();
-        const bool isHidden =
-            std::find(properties.begin(), properties.end(), Property{"Hidden", "true"}) != properties.end() ||
-            std::find(left.begin(), left.end(), label) != left.end();
+        const bool isHidden = hasProperty(*node, {"Hidden", "true"}) || contains(left, label);
         if (isHidden || cameOut.contains(label)) continue;
-        if (std::find(labels.begin(), labels.end(), label) == labels.end()) labels.push_back(label);
+        if (!contains(silent, label)) silent.push_back(label);
     }
-    return labels;
+    return silent;
 }
 
 void RunWarnings::write(const std::function<void(const std::string&)>& reportLine,
@@ -167,26 +166,19 @@ void RunWarnings::write(const std::function<void(const std::string&)>& reportLin
                    inQuotes(losses.firstNameWithoutValue) + " " + at(losses.firstTimeWithoutValue));
     }
     if (backward.count > 0) {
-        reportLine("warning: the time goes back " +
-                   (backward.count == 1 ? std::string("once") : std::to_string(backward.count) + " times") +
-                   ", first from t = " + getValueString(backward.from) + " to " +
-                   getValueString(backward.to));
+        reportLine("warning: the time goes back " + times(backward.count) + ", first from t = " +
+                   getValueString(backward.from) + " to " + getValueString(backward.to));
     }
     lines.clear();
     for (const auto& [label, count] : notNumbers)
-        lines.push_back(inQuotes(label) + " was not a number " +
-                        (count.count == 1 ? std::string("once") : std::to_string(count.count) + " times") +
-                        ", first " + at(count.first));
+        lines.push_back(inQuotes(label) + " was not a number " + times(count.count) + ", first " +
+                        at(count.first));
     writeEach(reportLine, lines, "results that were not numbers");
+    // Results of an earlier run may well be there.
+    const auto outputs = labels(engine, NodeCategory::VariableOutput);
     lines.clear();
-    const auto streams = engine.getInputStreams();
-    std::set<std::string> fed;
-    for (const auto& output : engine.getVariableOutputs()) fed.insert(output.label);
-    for (const auto& [name, count] : names) {
-        // Results of an earlier run may well be there.
-        if (!name.empty() && !fed.contains(name) &&
-            std::find(streams.begin(), streams.end(), name) == streams.end())
-            lines.push_back(inQuotes(name));
+    for (const auto& name : unreadNames()) {
+        if (!contains(outputs, name)) lines.push_back(inQuotes(name));
     }
     if (lines.empty()) return;
     const bool isMany = lines.size() > 4;

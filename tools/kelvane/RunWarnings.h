@@ -45,7 +45,9 @@ private:
 
     Count* countOf(const KelvaneSDK::LabelledValues::Entry& update);
     std::vector<std::string> silentStreams() const;
-    std::string nearestTo(const KelvaneSDK::Node& stream) const;
+    /// The names that no stream reads.
+    std::vector<std::string> unreadNames() const;
+    std::string nearestTo(const KelvaneSDK::Node& stream, const std::vector<std::string>& unread) const;
     std::vector<std::string> silentOutputs() const;
 
     const KelvaneSDK::Kelvane& engine;

@@ -176,8 +176,7 @@ private:
         auto initial = initialValues(*diagram.engine, options.run.initial);
         while (recording.readPiece()) {
             while (recording.next(batch)) {
-                initial.addTo(batch);
-                diagram.engine->evaluate(batch);
+                diagram.engine->evaluate(initial.appliedTo(batch));
                 if (batch.timestamp != difference.timestamp) continue;
                 for (auto& line : originOf(diagram, difference.label))
                     findings.push_back("  " + std::move(line));

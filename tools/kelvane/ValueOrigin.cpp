@@ -1,7 +1,6 @@
 #include "ValueOrigin.h"
 
 #include <algorithm>
-#include <map>
 
 #include "Messages.h"
 #include "NodeNames.h"
@@ -14,16 +13,10 @@ namespace {
 
 class Origin {
 public:
-    explicit Origin(const Diagram& diagram) : places(diagram) {
-        for (const auto category : allNodeCategories) {
-            for (const auto& node : diagram.engine->nodeList(category)) {
-                for (const auto* slot : node->connectedInputValues()) feeders[slot].push_back(node.get());
-            }
-        }
-    }
+    explicit Origin(const Diagram& diagram) : places(diagram), feeders(*diagram.engine) {}
 
     std::vector<std::string> of(const Node& output) {
-        for (const auto* feeder : feedersOf(*output.inputValues()[0])) {
+        for (const auto* feeder : feeders.of(*output.inputValues()[0])) {
             lines.push_back(inQuotes(output.label()) + " comes from " + places.nameOf(*feeder));
             addInputs(*feeder, 1);
         }
@@ -33,28 +26,23 @@ public:
 private:
     static constexpr std::size_t deepest = 2;
 
-    std::vector<const Node*> feedersOf(const TimestampedVariable& slot) const {
-        const auto found = feeders.find(&slot);
-        return found == feeders.end() ? std::vector<const Node*>() : found->second;
-    }
-
     void addInputs(const Node& node, std::size_t depth) {
         for (const auto* slot : node.inputValues()) {
             lines.push_back(std::string(2 * depth, ' ') + textOf(*slot));
             if (depth == deepest) continue;
-            for (const auto* feeder : feedersOf(*slot)) addInputs(*feeder, depth + 1);
+            for (const auto* feeder : feeders.of(*slot)) addInputs(*feeder, depth + 1);
         }
     }
 
     std::string textOf(const TimestampedVariable& slot) const {
         std::string line = inputText(slot);
-        const auto from = feedersOf(slot);
+        const auto from = feeders.of(slot);
         for (const auto* feeder : from) line += ", from " + places.nameOf(*feeder);
         return from.empty() ? line + ", is not connected" : line;
     }
 
     const NodePlaces places;
-    std::map<const TimestampedVariable*, std::vector<const Node*>> feeders;
+    const Feeders feeders;
     std::vector<std::string> lines;
 };
 

@@ -74,7 +74,7 @@ public:
         applyOptions(*diagram.engine, limits);
     }
 
-    int answer() {
+    int run() {
         std::vector<const Node*> asked;
         if (!options.node.empty()) asked = nodesNamed(*diagram.engine, options.node, options.node);
         std::string text;
@@ -91,13 +91,10 @@ private:
     std::string forEachBatch(const Evaluate& evaluate) {
         ReadAhead recording(options.recording.empty() ? "-" : options.recording, true, true);
         auto initial = initialValues(*diagram.engine, options.initial);
-        KelvaneInput batch;
         while (const auto* piece = recording.next()) {
             for (const auto& [place, message] : piece->messages) report(message);
             for (std::size_t i = 0; i < piece->count; ++i) {
-                batch = piece->batches[i];
-                initial.addTo(batch);
-                if (interrupted() || !evaluate(batch)) return {};
+                if (interrupted() || !evaluate(initial.appliedTo(piece->batches[i]))) return {};
             }
         }
         return recording.failure();
@@ -154,7 +151,7 @@ private:
             text +=
                 ", t = " + getValueString(tally.firstTime()) + " to " + getValueString(tally.latestTime());
         text += '\n';
-        // What has one root is told once.
+        // What has one root is reported once.
         std::vector<std::vector<const Silent*>> groups;
         std::map<std::pair<const Node*, std::string_view>, std::size_t> groupOf;
         for (const auto& each : silent) {
@@ -362,6 +359,6 @@ private:
 
 }  // namespace
 
-int why(const WhyOptions& options) { return Why(options).answer(); }
+int why(const WhyOptions& options) { return Why(options).run(); }
 
 }  // namespace kelvane

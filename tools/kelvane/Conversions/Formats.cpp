@@ -7,16 +7,24 @@
 
 #include "Diagram.h"
 #include "Messages.h"
+#include "ValueText.h"
 
 namespace kelvane {
+
+void Update::take(const KelvaneSDK::RecordedUpdate& line) {
+    timestamp = line.timestamp;
+    nanoseconds.reset();
+    name = line.name;
+    type = line.type;
+    value.reset();
+    if (line.value != nullptr) value = *line.value;
+}
 
 namespace {
 
 /// The name without the ending of a compressed file, in small letters.
 std::string plainName(const std::string& path) {
-    std::string name = std::filesystem::path(path).filename();
-    std::transform(name.begin(), name.end(), name.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    auto name = inSmallLetters(std::filesystem::path(path).filename().string());
     for (const std::string_view ending : {".gz", ".zst"}) {
         if (name.ends_with(ending)) name.resize(name.size() - ending.size());
     }

@@ -9,7 +9,7 @@
 #include "Commands.h"
 #include "DataFile.h"
 #include "Files.h"
-#include "KelvaneSDK/Value.h"
+#include "KelvaneSDK/FileProcessing/InputRecording.h"
 
 // Forms in which measurements are stored, each a file beside this one: an input reads it update by update, an
 // output writes it. Both keep little in memory, and throw a `Failure` that says which file, and where in it.
@@ -26,6 +26,9 @@ struct Update {
     KelvaneSDK::ValueType type = KelvaneSDK::ValueType::Float;
     /// Absent for a measurement that gave no number.
     std::optional<KelvaneSDK::Value> value = {};
+
+    /// Becomes what a line of a recording says.
+    void take(const KelvaneSDK::RecordedUpdate& line);
 };
 
 class UpdateInput {

@@ -60,12 +60,7 @@ public:
     bool next(Update& update) override {
         for (;;) {
             if (const auto* const read = reader.nextUpdate()) {
-                update.timestamp = read->timestamp;
-                update.nanoseconds.reset();
-                update.name = read->name;
-                update.type = read->type;
-                update.value.reset();
-                if (read->value != nullptr) update.value = *read->value;
+                update.take(*read);
                 return true;
             }
             if (reader.failure())

@@ -25,12 +25,7 @@ public:
             if (!failure.empty()) throw Failure{ExitStatus::failed, failure};
             return false;
         }
-        update.timestamp = read->timestamp;
-        update.nanoseconds.reset();
-        update.name = read->name;
-        update.type = read->type;
-        update.value.reset();
-        if (read->value != nullptr) update.value = *read->value;
+        update.take(*read);
         return true;
     }
 

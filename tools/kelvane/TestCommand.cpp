@@ -12,6 +12,7 @@
 #include "Files.h"
 #include "Interruption.h"
 #include "Messages.h"
+#include "Pictures/Markup.h"
 #include "TestCase.h"
 
 namespace kelvane {
@@ -135,35 +136,12 @@ std::string tapText(std::size_t number, std::string name, const CaseOutcome& out
     return text;
 }
 
-std::string inXml(const std::string& text) {
-    std::string escaped;
-    for (const char c : text) {
-        switch (c) {
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            default:
-                escaped += c;
-        }
-    }
-    return escaped;
-}
-
 std::string junitCase(const std::string& name, const CaseOutcome& outcome) {
-    std::string text = "  <testcase classname=\"kelvane\" name=\"" + inXml(name) + "\"";
+    std::string text = "  <testcase classname=\"kelvane\" name=\"" + markupText(name) + "\"";
     if (outcome.kind != Kind::failed && outcome.kind != Kind::skipped) return text + "/>\n";
     const auto* const element = outcome.kind == Kind::failed ? "failure" : "skipped";
-    text += std::string("><") + element + " message=\"" + inXml(outcome.lines.front()) + "\">";
-    for (const auto& line : outcome.lines) text += inXml(line) + "\n";
+    text += std::string("><") + element + " message=\"" + markupText(outcome.lines.front()) + "\">";
+    for (const auto& line : outcome.lines) text += markupText(line) + "\n";
     return text + "</" + element + "></testcase>\n";
 }
 

@@ -3,6 +3,7 @@
 Every fault must be reported, with its place and culprit; nothing may crash or hang."""
 
 import json
+import os
 import re
 import subprocess
 import sys
@@ -101,7 +102,8 @@ def checkRun(case, path, findings):
         words = re.findall(r"[\w ]+", found["message"], re.ASCII)
         if len(found["message"]) < 300 and not all(word in messages for word in words):
             fail(case, "run does not report", found["code"])
-    if not any(found["code"] in UNDECODABLE for found in findings):
+    # Under coverage every process writes what it ran, which takes longer than all else.
+    if "KELVANE_COVERAGE" not in os.environ and not any(found["code"] in UNDECODABLE for found in findings):
         checkTextForm(case, path, (status, output), findings)
 
 

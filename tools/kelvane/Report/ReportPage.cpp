@@ -54,7 +54,10 @@ public:
           recordingName(fileNameOf(run.recording)),
           findings(checkDiagram(run.diagram.text)) {
         for (const auto category : allNodeCategories) {
-            for (const auto& node : engine.nodeList(category)) nodes.push_back(node.get());
+            for (const auto& node : engine.nodeList(category)) {
+                nodes.push_back(node.get());
+                if (const auto* const series = run.recorder.seriesOf(*node)) addChunk(*series);
+            }
         }
     }
 
@@ -75,6 +78,15 @@ public:
     }
 
 private:
+    // What passes values on shares the chunk of what it has them from.
+    void addChunk(const ValueSeries& series) {
+        const auto same = std::find_if(chunks.begin(), chunks.end(), [&](const ValueSeries* chunk) {
+            return chunk->hasSameColumns(series);
+        });
+        chunkOf.push_back(static_cast<std::size_t>(same - chunks.begin()));
+        if (same == chunks.end()) chunks.push_back(&series);
+    }
+
     std::string picture() const {
         auto data = readDiagram(run.diagram.text);
         if (!data) return {};
@@ -109,12 +121,8 @@ private:
         output.text() += "</script>\n";
         writeChunk("kelvane-times",
                    [&](ChunkWriter& chunk) { chunk.writeColumn(std::span(run.recorder.times())); });
-        std::size_t place = 0;
-        for (const auto* node : nodes) {
-            const auto* const series = run.recorder.seriesOf(*node);
-            if (series == nullptr) continue;
-            writeChunk(chunkName(place++), [&](ChunkWriter& chunk) { series->write(chunk); });
-        }
+        for (std::size_t i = 0; i < chunks.size(); ++i)
+            writeChunk(chunkName(i), [&](ChunkWriter& chunk) { chunks[i]->write(chunk); });
     }
 
     template <class Write>
@@ -237,7 +245,7 @@ private:
             json.member("node", node->id.value_or(-1));
             json.member("type", valueTypeName(series->type()));
             json.member("count", static_cast<std::int64_t>(series->count()));
-            json.member("chunk", std::string_view(chunkName(place++)));
+            json.member("chunk", std::string_view(chunkName(chunkOf[place++])));
             if (series->isDense()) json.member("dense", true);
             json.member("encoding", series->encodingName());
             const auto names = series->componentNames();
@@ -254,6 +262,9 @@ private:
     const std::string diagramName, recordingName;
     const std::vector<Finding> findings;
     std::vector<const Node*> nodes;
+    /// What is written, and which of them each series is.
+    std::vector<const ValueSeries*> chunks;
+    std::vector<std::size_t> chunkOf;
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "Report/ValueSeries.h"
 
+#include <cstring>
 #include <span>
 
 namespace kelvane {
@@ -41,6 +42,13 @@ std::string listText(const Value& value, std::string_view noun = "values") {
         text += item + (i + 1 < items.size() ? ", " : "");
     }
     return text + "]";
+}
+
+// Bit by bit, so that NaN equals itself.
+template <class Number>
+bool areSame(const std::vector<Number>& a, const std::vector<Number>& b) {
+    return a.size() == b.size() &&
+           (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(Number)) == 0);
 }
 
 ValueSeries::Encoding encodingOf(ValueType type) {
@@ -155,6 +163,14 @@ std::vector<std::string_view> ValueSeries::componentNames() const {
     if (storedAs == Encoding::numbers && firstType == ValueType::Vector) return {"x", "y", "z"};
     if (storedAs == Encoding::numbers && firstType == ValueType::Orientation) return {"w", "x", "y", "z"};
     return {};
+}
+
+bool ValueSeries::hasSameColumns(const ValueSeries& other) const {
+    if (valueCount != other.valueCount || storedAs != other.storedAs) return false;
+    for (std::size_t i = 0; i < components.size(); ++i)
+        if (!areSame(components[i], other.components[i])) return false;
+    return areSame(batches, other.batches) && areSame(integers, other.integers) &&
+           areSame(booleans, other.booleans) && areSame(lengths, other.lengths) && texts == other.texts;
 }
 
 void ValueSeries::write(ChunkWriter& chunk) const {

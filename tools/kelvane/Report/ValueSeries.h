@@ -36,6 +36,8 @@ public:
     /// Value i is of batch i.
     bool isDense() const { return batches.empty(); }
 
+    /// Whether both are of the same batches and values, bit by bit.
+    bool hasSameColumns(const ValueSeries& other) const;
     /// Writes the columns one behind the other: the batches, unless it is dense, and the values.
     void write(ChunkWriter& chunk) const;
 

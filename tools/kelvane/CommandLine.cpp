@@ -63,9 +63,33 @@ void addChoice(CLI::App& command, const std::string& name, std::string& target, 
     command.add_option(name, target, description)->type_name(words)->check(CLI::Validator(refuseOthers, ""));
 }
 
+void addDiagram(CLI::App& command, std::string& diagram) {
+    command.add_option("DIAGRAM", diagram, "The diagram, as text or JSON")->required()->type_name("");
+}
+
+/// What constants and streams begin with.
+void addSettings(CLI::App& command, std::vector<std::string>& constants, std::vector<std::string>& initial) {
+    addRepeatable(command, "--set", constants, "Give the constants of this label, or #id, another value",
+                  "LABEL=TEXT");
+    addRepeatable(command, "--init", initial,
+                  "Give the input stream of this label a value once, in the first batch", "LABEL=TEXT");
+}
+
+void addLimits(CLI::App& command, RunOptions& options) {
+    addNumber(command, "--max-elements", options.maxElements, std::int64_t{0},
+              "End the run when a list, sequence or text grows beyond N elements", "N");
+    addNumber(command, "--max-batch-seconds", options.maxBatchSeconds, 0.0,
+              "End the run when a batch takes longer than S seconds", "S");
+    command
+        .add_option(
+            "--max-memory", options.maxMemory,
+            "End the run when it needs more memory than SIZE, such as 500M or 4G (half of the machine's)")
+        ->type_name("SIZE");
+}
+
 CLI::App& addRun(CLI::App& app, RunOptions& options, int& status, int (*action)(const RunOptions&) = run) {
     auto& command = addCommand(app, "run", "Replay a recording through a diagram", options, status, action);
-    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+    addDiagram(command, options.diagram);
     command
         .add_option(
             "RECORDING", options.recordings,
@@ -89,8 +113,7 @@ CLI::App& addRun(CLI::App& app, RunOptions& options, int& status, int (*action)(
         .add_flag("--resume", options.resumes,
                   "Skip recordings whose results are newer than themselves and the diagram")
         ->needs(outputFolder);
-    addRepeatable(command, "--set", options.constants,
-                  "Give the constants of this label, or #id, another value", "LABEL=TEXT");
+    addSettings(command, options.constants, options.initial);
     command
         .add_option("--save", options.save,
                     "Write the diagram with the constants of --set to FILE, after the run")
@@ -103,17 +126,7 @@ CLI::App& addRun(CLI::App& app, RunOptions& options, int& status, int (*action)(
         "Give a batch's results without waiting for the next timestamp: at an empty line, or when "
         "nothing arrives for a while; so at a terminal");
     addNumber(command, "--live-wait", options.liveWait, 0.0, "How long, in seconds", "S");
-    addNumber(command, "--max-elements", options.maxElements, std::int64_t{0},
-              "End the run when a list, sequence or text grows beyond N elements", "N");
-    addNumber(command, "--max-batch-seconds", options.maxBatchSeconds, 0.0,
-              "End the run when a batch takes longer than S seconds", "S");
-    command
-        .add_option(
-            "--max-memory", options.maxMemory,
-            "End the run when it needs more memory than SIZE, such as 500M or 4G (half of the machine's)")
-        ->type_name("SIZE");
-    addRepeatable(command, "--init", options.initial,
-                  "Give the input stream of this label a value once, in the first batch", "LABEL=TEXT");
+    addLimits(command, options);
     addRepeatable(command, "--tap", options.taps, "Add the values of a node, by label or #id, to the results",
                   "NODE");
     command.add_flag("--profile", options.withProfile, "Report the time that functions and nodes take");
@@ -166,7 +179,7 @@ void addTest(CLI::App& app, TestOptions& options, int& status) {
 void addWhy(CLI::App& app, WhyOptions& options, int& status) {
     auto& command =
         addCommand(app, "why", "Say why nodes of a diagram stay silent in a recording", options, status, why);
-    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+    addDiagram(command, options.diagram);
     command.add_option("RECORDING", options.recording, "The recording; - or none is standard input")
         ->type_name("");
     command
@@ -177,11 +190,29 @@ void addWhy(CLI::App& app, WhyOptions& options, int& status) {
         .add_option("--at", options.at,
                     "Show the last batch up to this time, in seconds: who ran, and on what")
         ->type_name("T");
-    addRepeatable(command, "--set", options.constants, "Give the constants of this label another value",
-                  "LABEL=TEXT");
-    addRepeatable(command, "--init", options.initial,
-                  "Give the input stream of this label a value once, in the first batch", "LABEL=TEXT");
+    addSettings(command, options.constants, options.initial);
     command.add_flag("--json", options.asJson, "Write JSON");
+}
+
+void addReport(CLI::App& app, ReportOptions& options, int& status) {
+    auto& command = addCommand(app, "report", "Make a page that shows a diagram at work on a recording",
+                               options, status, makeReport);
+    addDiagram(command, options.run.diagram);
+    command.add_option("RECORDING", options.recording, "The recording; - or none is standard input")
+        ->type_name("");
+    command
+        .add_option("-o,--output", options.run.output,
+                    "Write the page, which needs no other file and no network, to FILE, complete or not at "
+                    "all")
+        ->required()
+        ->type_name("FILE");
+    command.add_flag("--open", options.opens, "Show it in a browser");
+    addSettings(command, options.run.constants, options.run.initial);
+    command.add_flag("--keep-going", options.run.keepsGoing,
+                     "Report and skip invalid lines of the recording");
+    addLimits(command, options.run);
+    command.add_flag("-q,--quiet", options.isQuiet,
+                     "Do not warn of what stayed silent and what was lost; the page does");
 }
 
 void addCheck(CLI::App& app, CheckOptions& options, int& status) {
@@ -246,13 +277,13 @@ void addConvert(CLI::App& app, ConvertOptions& options, int& status) {
 void addExport(CLI::App& app, ExportOptions& options, int& status) {
     auto& command = addCommand(app, "export", "Write a diagram as the engine understands it, renumbered",
                                options, status, exportDiagram);
-    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+    addDiagram(command, options.diagram);
 }
 
 void addFormat(CLI::App& app, FormatOptions& options, int& status) {
     auto& command = addCommand(app, "fmt", "Write a diagram in good order, or in its other form", options,
                                status, format);
-    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+    addDiagram(command, options.diagram);
     addChoice(command, "--to", options.form, "Write it as text, or as JSON", {"text", "json"});
 }
 
@@ -260,9 +291,7 @@ void addFormat(CLI::App& app, FormatOptions& options, int& status) {
 void addEdits(CLI::App& app, EditOptions& options, int& status) {
     const auto add = [&](const char* name, const char* description, int (*command)(const EditOptions&)) {
         auto& added = addCommand(app, name, description, options, status, command);
-        added.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")
-            ->required()
-            ->type_name("");
+        addDiagram(added, options.diagram);
         added.add_flag("--in-place", options.isInPlace,
                        "Replace the file, instead of writing to standard output");
         return &added;
@@ -382,7 +411,7 @@ void addHelp(CLI::App& app, HelpOptions& options) {
 
 /// What the help of a command ends with.
 void addExamples(CLI::App& app) {
-    constexpr std::array<std::pair<const char*, const char*>, 18> examples{{
+    constexpr std::array<std::pair<const char*, const char*>, 19> examples{{
         {"run",
          "  kelvane run heart.kelvane ecg.jsonl\n"
          "  kelvane run heart.kelvane ecg.jsonl --no-inputs --set limit=120 -o beats.jsonl\n"
@@ -390,6 +419,9 @@ void addExamples(CLI::App& app) {
         {"why",
          "  kelvane why heart.kelvane ecg.jsonl\n"
          "  kelvane why heart.kelvane ecg.jsonl 'heart rate' --at 12.5"},
+        {"report",
+         "  kelvane report heart.kelvane ecg.jsonl -o heart.html --open\n"
+         "  kelvane report heart.kelvane ecg.jsonl.gz -o heart.html --set limit=120"},
         {"check",
          "  kelvane check heart.kelvane --recording ecg.jsonl\n"
          "  kelvane check diagrams/*.json --strict"},
@@ -487,6 +519,8 @@ int runCommand(int argc, char** argv) {
     addRun(app, runOptions, status);
     WhyOptions whyOptions;
     addWhy(app, whyOptions, status);
+    ReportOptions reportOptions;
+    addReport(app, reportOptions, status);
     CheckOptions checkOptions;
     addCheck(app, checkOptions, status);
     DiffOptions diffOptions;

@@ -66,6 +66,18 @@ struct WhyOptions {
 /// Writes why nodes stay silent.
 int why(const WhyOptions& options);
 
+struct ReportOptions {
+    /// The diagram, its settings and limits, and where the page is written.
+    RunOptions run;
+    std::string recording = "-";
+    /// Shows the page in a browser.
+    bool opens = false;
+    /// Without the warnings, which are in the page.
+    bool isQuiet = false;
+};
+/// Writes a page that shows what a diagram does with a recording.
+int makeReport(const ReportOptions& options);
+
 /// How far numbers may be apart and count as equal; none of the two: not at all.
 struct ToleranceOptions {
     std::optional<double> absolute, relative;

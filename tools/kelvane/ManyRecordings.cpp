@@ -173,8 +173,8 @@ private:
         // A reset would not do: the slots of outputs keep their values.
         const auto engine = anotherEngine(diagram);
         applyOptions(*engine, options);
-        Replay replay(*engine, options, recording, file ? static_cast<PendingText&>(*file) : texts.results,
-                      reportLine);
+        PendingText* const results = file ? static_cast<PendingText*>(&*file) : &texts.results;
+        Replay replay(*engine, options, recording, results, reportLine);
         engine->setDiagnosticSink([&](std::string_view line) {
             hasErrors |= isError(line);
             replay.takeLine(line);
@@ -185,7 +185,8 @@ private:
         if (interrupted()) return false;
         const auto failure = replay.failure(diagram, name);
         if (!failure.empty()) reportLine(failure);
-        replay.writeWarnings(diagram, listed.path, name + ": ");
+        replay.giveWarnings(diagram, listed.path,
+                            [&](const std::string& line) { reportLine(name + ": warning: " + line); });
         hasErrors |= !failure.empty();
         // What is not right is no newer than its recording, so that another run does it again.
         if (file) file->finish(hasErrors && status ? std::optional(status->st_mtim) : std::nullopt);

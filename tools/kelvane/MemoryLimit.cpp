@@ -45,17 +45,23 @@ std::uint64_t bytesOf(const std::string& limit) {
     return bytes << shift;
 }
 
-}  // namespace
-
-void limitMemory(const std::string& limit) {
-    const auto machine = static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
-                         static_cast<std::uint64_t>(::sysconf(_SC_PAGE_SIZE));
-    const std::uint64_t bytes = limit.empty() ? machine / 2 : bytesOf(limit);
+void setLimit(rlim_t bytes) {
     if (isSanitized) return;
     rlimit limits{};
     if (::getrlimit(RLIMIT_AS, &limits) != 0) return;
     limits.rlim_cur = std::min<rlim_t>(bytes, limits.rlim_max);
     ::setrlimit(RLIMIT_AS, &limits);
 }
+
+}  // namespace
+
+void limitMemory(const std::string& limit) {
+    const auto machine = static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
+                         static_cast<std::uint64_t>(::sysconf(_SC_PAGE_SIZE));
+    const std::uint64_t bytes = limit.empty() ? machine / 2 : bytesOf(limit);
+    setLimit(bytes);
+}
+
+void endMemoryLimit() { setLimit(RLIM_INFINITY); }
 
 }  // namespace kelvane

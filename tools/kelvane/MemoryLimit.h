@@ -8,5 +8,7 @@ namespace kelvane {
 /// reports. `limit` is a number of bytes with K, M, G or T behind it, or empty for half of the machine's
 /// memory. Throws Failure for any other text.
 void limitMemory(const std::string& limit);
+/// Takes the limit away, before another program is started that would have it, too.
+void endMemoryLimit();
 
 }  // namespace kelvane

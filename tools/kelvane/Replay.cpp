@@ -23,7 +23,7 @@ std::string Amount::text() const {
            counted(outputValues, "output value");
 }
 
-Replay::Replay(Kelvane& chosenEngine, const RunOptions& chosen, ReadAhead& input, PendingText& output,
+Replay::Replay(Kelvane& chosenEngine, const RunOptions& chosen, ReadAhead& input, PendingText* output,
                std::function<void(const std::string&)> messages)
     : engine(chosenEngine),
       options(chosen),
@@ -45,9 +45,9 @@ void Replay::run(bool showsProgress) {
             for (; message != piece->messages.end() && message->first == i; ++message)
                 reportLine(message->second);
             if (i < piece->count) evaluate(initial.appliedTo(piece->batches[i]));
-            if (results.text().size() > mostPending) results.flush();
+            if (results != nullptr && results->text().size() > mostPending) results->flush();
         }
-        results.flush();
+        if (results != nullptr) results->flush();
         progress.show(done.updates);
     }
 }
@@ -61,20 +61,20 @@ void Replay::evaluate(const KelvaneInput& batch) {
     if (warnings) warnings->take(result);
     if (engine.failure()) {
         stopReason = engine.failure();
-    } else if (!appendJsonLines(results.text(), result)) {
+    } else if (results != nullptr && !appendJsonLines(results->text(), result)) {
         stopReason = StopReason{"out of memory", {}};
     }
     done.outputValues += result.outputs.size();
 }
 
-void Replay::writeWarnings(const Diagram& diagram, const std::string& recordingPath,
-                           const std::string& place) {
+void Replay::giveWarnings(const Diagram& diagram, const std::string& recordingPath,
+                          const std::function<void(const std::string&)>& take) {
     if (observer) observer->finish(diagram);
     if (!warnings || stopReason || (done.updates == 0 && hasFailed)) return;
     warnings->take(recording.losses());
     const std::string why =
         "kelvane why " + diagram.name + " " + (recordingPath == "-" ? "RECORDING" : nameOf(recordingPath));
-    warnings->write([&](const std::string& line) { reportLine(place + line); }, why);
+    warnings->give(take, why);
 }
 
 std::string Replay::failure(const Diagram& diagram, const std::string& recordingName) {

@@ -27,9 +27,9 @@ struct Amount {
 /// once.
 class Replay {
 public:
-    /// `messages` takes the reports of skipped lines.
+    /// `output` takes the results where they are wanted, `messages` the reports of skipped lines.
     Replay(KelvaneSDK::Kelvane& chosenEngine, const RunOptions& options, ReadAhead& input,
-           PendingText& output, std::function<void(const std::string&)> messages);
+           PendingText* output, std::function<void(const std::string&)> messages);
 
     /// Takes what the library prints meanwhile.
     void takeLine(std::string_view line) {
@@ -42,9 +42,10 @@ public:
     /// `recordingName` are for a diagram that stopped; the latter may be empty.
     std::string failure(const Diagram& diagram, const std::string& recordingName = {});
     const Amount& amount() const { return done; }
-    /// After failure(): what the options asked to see, and what stayed silent or was lost, unless the options
-    /// keep it back. `place` goes before each line.
-    void writeWarnings(const Diagram& diagram, const std::string& recordingPath, const std::string& place);
+    /// After failure(): what the options asked to see is written, and `take` gets what stayed silent or was
+    /// lost, unless the options keep it back.
+    void giveWarnings(const Diagram& diagram, const std::string& recordingPath,
+                      const std::function<void(const std::string&)>& take);
 
 private:
     // Results may be many times as long as the piece of the recording that they come from.
@@ -55,7 +56,7 @@ private:
     KelvaneSDK::Kelvane& engine;
     const RunOptions& options;
     ReadAhead& recording;
-    PendingText& results;
+    PendingText* results;
     std::function<void(const std::string&)> reportLine;
     std::optional<RunWarnings> warnings;
     std::optional<RunObserver> observer;

@@ -35,7 +35,7 @@ int runOne(const RunOptions& options) {
                         options.isLive || isTyped ? std::optional(options.liveWait) : std::nullopt);
     ResultOutput output(options.output, std::array{options.diagram, path});
     applyOptions(*diagram.engine, options);
-    Replay replay(*diagram.engine, options, recording, output, report);
+    Replay replay(*diagram.engine, options, recording, &output, report);
     messages.passTo([&](std::string_view line) { replay.takeLine(line); });
     // Not where the results come to the same terminal.
     replay.run(!options.isQuiet && (options.output != "-" || ::isatty(STDOUT_FILENO) == 0));
@@ -48,7 +48,8 @@ int runOne(const RunOptions& options) {
         if (!failure.empty()) report(failure);
         const bool hasErrors = diagram.hasErrors || messages.hasErrors() || !failure.empty();
         status = hasErrors ? ExitStatus::failed : ExitStatus::done;
-        replay.writeWarnings(diagram, path, "kelvane: ");
+        replay.giveWarnings(diagram, path,
+                            [](const std::string& line) { report("kelvane: warning: " + line); });
     }
     if (options.withStatistics) reportStatistics(replay.amount(), start);
     return status;

@@ -24,12 +24,12 @@ bool contains(const std::vector<std::string>& list, std::string_view text) {
 std::string times(std::uint64_t count) { return count == 1 ? "once" : std::to_string(count) + " times"; }
 
 /// A line each, the later ones of too many in one.
-void writeEach(const std::function<void(const std::string&)>& reportLine,
-               const std::vector<std::string>& lines, std::string_view noun) {
+void giveEach(const std::function<void(const std::string&)>& takeLine, const std::vector<std::string>& lines,
+              std::string_view noun) {
     const std::size_t shown = lines.size() > mostOfAKind + 1 ? mostOfAKind : lines.size();
-    for (std::size_t i = 0; i < shown; ++i) reportLine("warning: " + lines[i]);
+    for (std::size_t i = 0; i < shown; ++i) takeLine(lines[i]);
     if (shown < lines.size())
-        reportLine("warning: and " + std::to_string(lines.size() - shown) + " more " + std::string(noun));
+        takeLine("and " + std::to_string(lines.size() - shown) + " more " + std::string(noun));
 }
 
 }  // namespace
@@ -134,10 +134,10 @@ std::vector<std::string> RunWarnings::silentOutputs() const {
     return silent;
 }
 
-void RunWarnings::write(const std::function<void(const std::string&)>& reportLine,
-                        const std::string& command) const {
+void RunWarnings::give(const std::function<void(const std::string&)>& takeLine,
+                       const std::string& command) const {
     if (updates == 0) {
-        reportLine("warning: the recording has no updates");
+        takeLine("the recording has no updates");
         return;
     }
     std::vector<std::string> lines;
@@ -147,33 +147,32 @@ void RunWarnings::write(const std::function<void(const std::string&)>& reportLin
         lines.push_back("the input stream " + inQuotes(label) + " refused " + counted(count.count, "value") +
                         " of another type, the first " + at(count.first));
     }
-    writeEach(reportLine, lines, "input streams refused values");
-    writeEach(reportLine, silentStreams(), "input streams that no update names");
+    giveEach(takeLine, lines, "input streams refused values");
+    giveEach(takeLine, silentStreams(), "input streams that no update names");
     lines.clear();
     for (const auto& label : silentOutputs())
         lines.push_back("the variable output " + inQuotes(label) + " gave no value; `" + command +
                         "` says why");
-    writeEach(reportLine, lines, "variable outputs gave no value");
+    giveEach(takeLine, lines, "variable outputs gave no value");
     if (losses.replaced > 0) {
-        reportLine("warning: " + counted(losses.replaced, "update") +
-                   (losses.replaced == 1 ? " was" : " were") +
-                   " replaced by a later one of the same name and time, the first of " +
-                   inQuotes(losses.firstReplacedName) + " " + at(losses.firstReplacedTime));
+        takeLine(counted(losses.replaced, "update") + (losses.replaced == 1 ? " was" : " were") +
+                 " replaced by a later one of the same name and time, the first of " +
+                 inQuotes(losses.firstReplacedName) + " " + at(losses.firstReplacedTime));
     }
     if (losses.withoutValue > 0) {
-        reportLine("warning: " + counted(losses.withoutValue, "update") +
-                   (losses.withoutValue == 1 ? " has" : " have") + " no value, the first of " +
-                   inQuotes(losses.firstNameWithoutValue) + " " + at(losses.firstTimeWithoutValue));
+        takeLine(counted(losses.withoutValue, "update") + (losses.withoutValue == 1 ? " has" : " have") +
+                 " no value, the first of " + inQuotes(losses.firstNameWithoutValue) + " " +
+                 at(losses.firstTimeWithoutValue));
     }
     if (backward.count > 0) {
-        reportLine("warning: the time goes back " + times(backward.count) + ", first from t = " +
-                   getValueString(backward.from) + " to " + getValueString(backward.to));
+        takeLine("the time goes back " + times(backward.count) +
+                 ", first from t = " + getValueString(backward.from) + " to " + getValueString(backward.to));
     }
     lines.clear();
     for (const auto& [label, count] : notNumbers)
         lines.push_back(inQuotes(label) + " was not a number " + times(count.count) + ", first " +
                         at(count.first));
-    writeEach(reportLine, lines, "results that were not numbers");
+    giveEach(takeLine, lines, "results that were not numbers");
     // Results of an earlier run may well be there.
     const auto outputs = labels(engine, NodeCategory::VariableOutput);
     lines.clear();
@@ -184,8 +183,8 @@ void RunWarnings::write(const std::function<void(const std::string&)>& reportLin
     const bool isMany = lines.size() > 4;
     const auto more = lines.size() - 3;
     if (isMany) lines.resize(3);
-    reportLine("warning: no input stream reads the recording's " + joined(lines) +
-               (isMany ? " and " + std::to_string(more) + " more" : ""));
+    takeLine("no input stream reads the recording's " + joined(lines) +
+             (isMany ? " and " + std::to_string(more) + " more" : ""));
 }
 
 }  // namespace kelvane

@@ -26,9 +26,9 @@ public:
     /// What the reader dropped.
     void take(const KelvaneSDK::RecordingLosses& readLosses) { losses = readLosses; }
 
-    /// After the whole run: a line for each, the gravest first. `command` is what asks why an output is
+    /// After the whole run: each warning as a line, the gravest first. `command` is what asks why an output is
     /// silent: "kelvane why walk.kelvane walk.jsonl".
-    void write(const std::function<void(const std::string&)>& reportLine, const std::string& command) const;
+    void give(const std::function<void(const std::string&)>& takeLine, const std::string& command) const;
 
 private:
     /// What the recording has under a name, or a stream refuses, or a result brings.

@@ -129,7 +129,7 @@ private:
     void evaluate(PendingText& results) {
         auto diagram = prepared();
         ReadAhead recording(recordingPath, options.run.keepsGoing, false);
-        Replay replay(*diagram.engine, options.run, recording, results,
+        Replay replay(*diagram.engine, options.run, recording, &results,
                       [this](const std::string& line) { note(line); });
         replay.run();
         if (const auto why = replay.failure(diagram); !why.empty()) note(why);

@@ -6,6 +6,7 @@
 #include "Interruption.h"
 #include "Messages.h"
 #include "NodeNames.h"
+#include "NotNumbers.h"
 #include "Replay.h"
 #include "ValueOrigin.h"
 
@@ -124,20 +125,10 @@ private:
         const bool concernsNaN =
             asked.empty() || std::any_of(asked.begin(), asked.end(),
                                          [&](const auto* node) { return tally.of(*node).notNumbers > 0; });
-        const auto notNumbers = concernsNaN ? beginningsOfNaN(tally) : std::vector<const Node*>();
+        const auto notNumbers = concernsNaN ? beginningsOfNaN(engine, tally) : std::vector<const Node*>();
         text = options.asJson ? jsonOf(tally, silent, notNumbers)
                               : textOf(tally, silent, notNumbers, !asked.empty());
         return failure;
-    }
-
-    std::vector<const Node*> beginningsOfNaN(const RunTally& tally) const {
-        std::vector<const Node*> nodes;
-        for (const auto category : allNodeCategories) {
-            for (const auto& node : diagram.engine->nodeList(category)) {
-                if (tally.of(*node).beganNotNumber) nodes.push_back(node.get());
-            }
-        }
-        return nodes;
     }
 
     std::string linkText(const SilenceCause& cause) const {
@@ -176,14 +167,7 @@ private:
                 text += "    what helps: " + printable(remedy) + "\n";
             if (group.size() > 1) text += "    the same holds back" + names(group) + "\n";
         }
-        for (const auto* node : notNumbers) {
-            const auto& own = tally.of(*node);
-            if (own.notNumbers == 0) continue;
-            text += "\n" + places.nameOf(*node) + ": " + std::to_string(own.notNumbers) + " of its " +
-                    counted(own.emissions, "value") + (own.notNumbers == 1 ? " is" : " are") +
-                    " not a number, since t = " + getValueString(*own.firstNotNumber) +
-                    (own.beganNotNumber ? "; it began here, from inputs that were numbers" : "") + "\n";
-        }
+        for (const auto* node : notNumbers) text += "\n" + notNumberText(places, tally, *node) + "\n";
         if (silent.empty() && notNumbers.empty() && !isAsked)
             text += "every function ran as often as its inputs let it, and every output gave values\n";
         return text;
@@ -250,7 +234,6 @@ private:
         json.beginArray();
         for (const auto* node : notNumbers) {
             const auto& own = tally.of(*node);
-            if (own.notNumbers == 0) continue;
             json.beginObject();
             writeNode(json, *node);
             json.member("count", static_cast<std::int64_t>(own.notNumbers));

@@ -1,0 +1,138 @@
+import type { DataSource, NodeInfo } from "./data/DataSource.ts";
+import type { Series } from "./data/Series.ts";
+
+export type Heat = "none" | "runs" | "time";
+
+interface Topics {
+  /** The cursor is at another batch. */
+  cursor: void;
+  /** Another node is selected, or none. */
+  selection: void;
+  /** The plots show another stretch of time. */
+  range: void;
+  /** Which nodes are plotted. */
+  plots: void;
+  heat: void;
+  theme: void;
+  /** Batches or values were added. */
+  data: void;
+}
+export type Topic = keyof Topics;
+
+/** What the parts of the page share: the data, and what the reader looks at. Listeners are called once in a frame, however
+ * often a topic changed. */
+export class Model {
+  batch: number;
+  selected: number | undefined;
+  heat: Heat = "none";
+  plotted: number[] = [];
+  /** The stretch of time that plots show; all of it where undefined. */
+  range: { from: number; to: number } | undefined;
+  private readonly nodesById: Map<number, NodeInfo>;
+  private readonly followers = new Map<number, { node: NodeInfo; input: number }[]>();
+  private readonly listeners = new Map<Topic, (() => void)[]>();
+  private readonly changed = new Set<Topic>();
+
+  constructor(readonly source: DataSource) {
+    this.batch = Math.max(0, source.axis.count - 1);
+    this.nodesById = new Map(source.nodes.map((node) => [node.id, node]));
+    for (const node of source.nodes) {
+      node.inputs.forEach((slot, input) => {
+        for (const from of slot.from) {
+          const followers = this.followers.get(from) ?? [];
+          followers.push({ node, input });
+          this.followers.set(from, followers);
+        }
+      });
+    }
+    source.onData(() => this.change("data"));
+  }
+
+  node(id: number): NodeInfo | undefined {
+    return this.nodesById.get(id);
+  }
+  nameOf(id: number): string {
+    return this.nodesById.get(id)?.name ?? `#${id}`;
+  }
+  /** The inputs that a node feeds. */
+  followersOf(id: number): readonly { node: NodeInfo; input: number }[] {
+    return this.followers.get(id) ?? [];
+  }
+
+  on(topic: Topic, listener: () => void): void {
+    const listeners = this.listeners.get(topic) ?? [];
+    listeners.push(listener);
+    this.listeners.set(topic, listeners);
+  }
+
+  change(topic: Topic): void {
+    if (this.changed.size === 0) requestAnimationFrame(() => this.publish());
+    this.changed.add(topic);
+  }
+
+  moveTo(batch: number): void {
+    const within = Math.max(0, Math.min(this.source.axis.count - 1, Math.round(batch)));
+    if (within === this.batch || Number.isNaN(within)) return;
+    this.batch = within;
+    this.change("cursor");
+  }
+
+  select(node: number | undefined): void {
+    if (node === this.selected) return;
+    this.selected = node;
+    this.change("selection");
+  }
+
+  setHeat(heat: Heat): void {
+    this.heat = heat;
+    this.change("heat");
+  }
+
+  plot(node: number): void {
+    if (!this.plotted.includes(node) && this.source.hasSeries(node)) this.plotted = [node, ...this.plotted];
+    this.change("plots");
+  }
+  unplot(node: number): void {
+    this.plotted = this.plotted.filter((other) => other !== node);
+    this.change("plots");
+  }
+
+  /** Shows that stretch in all plots, as far as there are batches. */
+  show(from: number, to: number): void {
+    const { begin, end } = this.source.axis;
+    const least = Math.max((end - begin) * 1e-9, 1e-9);
+    this.range = { from: Math.max(begin, from), to: Math.min(end, to) };
+    if (this.range.to - this.range.from < least) this.range = undefined;
+    if (from <= begin && to >= end) this.range = undefined;
+    this.change("range");
+  }
+  showAll(): void {
+    this.range = undefined;
+    this.change("range");
+  }
+  get shown(): { from: number; to: number } {
+    const { begin, end } = this.source.axis;
+    return this.range ?? { from: begin, to: end };
+  }
+
+  /** The value that a node carries at the cursor, as an index of its series. */
+  valueAtCursor(node: number): { series: Series; index: number } | undefined {
+    const series = this.source.series(node);
+    const index = series ? series.lastUntil(this.batch) : -1;
+    return series && index >= 0 ? { series, index } : undefined;
+  }
+
+  /** How long before the cursor a batch was. */
+  ageOf(batch: number): number {
+    const { axis } = this.source;
+    return axis.timestamp(this.batch) - axis.timestamp(batch);
+  }
+
+  private publish(): void {
+    const topics = [...this.changed];
+    this.changed.clear();
+    for (const topic of topics) {
+      for (const listener of this.listeners.get(topic) ?? []) listener();
+    }
+  }
+}

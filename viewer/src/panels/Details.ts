@@ -1,0 +1,266 @@
+import type { InputInfo, NodeInfo } from "../data/DataSource.ts";
+import { button, byId, make, setText } from "../Elements.ts";
+import type { Model } from "../Model.ts";
+import { counted, duration, fullValue, grouped, percent, typeStyle } from "../Text.ts";
+
+const kinds = { function: "Function", constant: "Constant", stream: "Input stream", output: "Variable output" };
+
+/** Everything about the selected node: what never changes is written once, values whenever the cursor moves. */
+export class Details {
+  private readonly host = byId("v-details");
+  /** What writes the values of the node that is shown. */
+  private refreshers: (() => void)[] = [];
+
+  constructor(
+    private readonly model: Model,
+    private readonly reveal: (node: number) => void,
+  ) {
+    model.on("selection", () => this.show());
+    for (const topic of ["cursor", "data"] as const) model.on(topic, () => this.refresh());
+    this.show();
+  }
+
+  private show(): void {
+    const { selected } = this.model;
+    this.refreshers = [];
+    const node = selected === undefined ? undefined : this.model.node(selected);
+    this.host.replaceChildren(...(node ? this.describe(node) : this.overview()));
+    this.refresh();
+  }
+  private refresh(): void {
+    for (const refresher of this.refreshers) refresher();
+  }
+
+  private overview(): Node[] {
+    const { source } = this.model;
+    const running = source.nodes.reduce((sum, node) => sum + node.runs, 0);
+    const { begin, end, rises, count } = source.axis;
+    return [
+      make("h2", {}, source.diagram),
+      make("p", {}, "Evaluated over ", make("strong", {}, source.recording), "."),
+      source.stopped !== undefined
+        ? make("p", { class: "v-problem v-error" }, make("strong", {}, "Stopped: "), source.stopped)
+        : make("span"),
+      facts([
+        ["Nodes", grouped(source.nodes.length)],
+        ["Batches", grouped(count)],
+        ["Time", count === 0 ? "–" : rises ? `${begin} s to ${end} s (${duration(end - begin)})` : "timestamps fall"],
+        ["Runs of nodes", grouped(running)],
+        ["Silent nodes", grouped(source.quiet.length)],
+      ]),
+      make(
+        "p",
+        { class: "v-faint" },
+        "Click a node to see its values and why it has them; click a wire to plot it. Move in time with the slider, the arrow keys, or by clicking in a plot.",
+      ),
+      make("p", { class: "v-faint" }, `Made by ${source.tool}.`),
+    ];
+  }
+
+  private describe(node: NodeInfo): Node[] {
+    const parts: Node[] = [
+      make(
+        "header",
+        { class: "v-details-head" },
+        make("h2", {}, node.name),
+        button("Show in diagram", { class: "v-small", click: () => this.reveal(node.id) }),
+      ),
+      make(
+        "p",
+        { class: "v-faint" },
+        `${kinds[node.kind]}${node.kind === "function" ? ` “${node.class}”` : ""}, node #${node.id}, `,
+        make("span", { class: `v-type ${typeStyle(node.type)}` }, node.type),
+      ),
+    ];
+    parts.push(...this.silence(node), ...this.findings(node), this.valueNow(node));
+    if (node.inputs.length > 0) parts.push(make("h3", {}, "Inputs"), ...this.inputs(node));
+    parts.push(...this.followers(node));
+    parts.push(make("h3", {}, "In the whole recording"), this.statistics(node));
+    return parts;
+  }
+
+  private silence(node: NodeInfo): Node[] {
+    const quiet = this.model.source.quiet.find((entry) => entry.node === node.id);
+    return quiet ? [make("h3", {}, "Why it is silent"), causeList(this.model, quiet)] : [];
+  }
+
+  private findings(node: NodeInfo): Node[] {
+    return this.model.source.findings
+      .filter((finding) => finding.node === node.id)
+      .map((finding) =>
+        make("p", { class: `v-problem v-${finding.severity}` }, `${finding.text}${finding.hint ? ` – ${finding.hint}` : ""}`),
+      );
+  }
+
+  private valueNow(node: NodeInfo): Node {
+    if (node.constant !== undefined)
+      return make("div", { class: "v-now-box" }, make("output", { class: "v-big" }, node.constant), "always");
+    const value = make("output", { class: `v-big ${typeStyle(node.type)}` });
+    const age = make("span", { class: "v-faint" });
+    const change = make("span", { class: "v-faint" });
+    const plot = button("Plot", { class: "v-small", click: () => this.model.plot(node.id) });
+    plot.disabled = !this.model.source.hasSeries(node.id);
+    this.refreshers.push(() => {
+      const { model } = this;
+      const found = model.valueAtCursor(node.id);
+      if (!found) {
+        setText(value, "–");
+        setText(change, "");
+        return setText(age, this.absence(node));
+      }
+      const { series, index } = found;
+      setText(value, fullValue(series.value(index), series.components));
+      const batch = series.batchOf(index);
+      const times = index - series.firstFrom(batch) + 1;
+      const often = times > 1 ? `, ${times} times` : "";
+      setText(age, batch === model.batch ? `given in this batch${often}` : `given ${this.ago(batch)}`);
+      const changed = series.batchOf(series.lastChange(index));
+      setText(change, changed === batch ? "and new then" : `the same since ${this.ago(changed)}`);
+    });
+    return make("div", { class: "v-now-box" }, value, make("span", {}, age), change, plot);
+  }
+
+  private absence(node: NodeInfo): string {
+    const { model } = this;
+    if (!model.source.hasSeries(node.id)) return "it never gave a value";
+    const series = model.source.series(node.id);
+    if (!series) return "values are being read…";
+    return series.count === 0 ? "it never gave a value" : `no value yet: the first one comes ${this.later(series.batchOf(0))}`;
+  }
+
+  private inputs(node: NodeInfo): Node[] {
+    return node.inputs.map((input) =>
+      make(
+        "div",
+        { class: "v-input" },
+        make(
+          "div",
+          {},
+          make("span", { class: `v-chip ${typeStyle(input.type)}` }),
+          make("strong", {}, input.name),
+          make("span", { class: "v-faint" }, ` ${input.type}`),
+        ),
+        ...(input.from.length === 0 ? [make("div", { class: "v-faint" }, "not connected")] : []),
+        ...input.from.map((from) => this.feeder(input, from)),
+      ),
+    );
+  }
+
+  private feeder(input: InputInfo, from: number): Node {
+    const { model } = this;
+    const info = model.node(from);
+    const value = make("output", { class: "v-value" });
+    const age = make("span", { class: "v-faint" });
+    this.refreshers.push(() => {
+      const found = model.valueAtCursor(from);
+      if (info?.constant !== undefined) {
+        setText(value, info.constant);
+        setText(age, "constant");
+      } else if (found) {
+        setText(value, fullValue(found.series.value(found.index), found.series.components));
+        const batch = found.series.batchOf(found.index);
+        setText(age, batch === model.batch ? "updated in this batch" : this.ago(batch));
+        age.classList.toggle("v-fresh", batch === model.batch);
+      } else {
+        setText(value, "–");
+        setText(age, "no value yet");
+      }
+    });
+    const plot = button("Plot", { class: "v-small", "aria-label": `Plot ${model.nameOf(from)}`, click: () => model.plot(from) });
+    plot.disabled = !model.source.hasSeries(from);
+    return make(
+      "div",
+      { class: "v-feeder", "data-input": input.name },
+      nodeLink(model, from),
+      value,
+      age,
+      plot,
+    );
+  }
+
+  private followers(node: NodeInfo): Node[] {
+    const followers = this.model.followersOf(node.id);
+    if (followers.length === 0) return [];
+    const items = followers.map(({ node: follower, input }) =>
+      make("li", {}, nodeLink(this.model, follower.id), make("span", { class: "v-faint" }, ` ${follower.inputs[input].name}`)),
+    );
+    return [make("h3", {}, "Feeds"), make("ul", { class: "v-list" }, ...items)];
+  }
+
+  private statistics(node: NodeInfo): Node {
+    const { source } = this.model;
+    const list = make("div");
+    const time = source.nodes.reduce((sum, other) => sum + other.nanoseconds, 0);
+    let shownCount = -1;
+    this.refreshers.push(() => {
+      const series = source.series(node.id);
+      if (shownCount === (series?.count ?? 0)) return;
+      shownCount = series?.count ?? 0;
+      const rows: [string, string | Node][] = [];
+      if (node.kind !== "constant") {
+        rows.push(["Runs", grouped(node.runs)], [node.kind === "output" ? "Written" : "Values given", grouped(node.emissions)]);
+      }
+      if (node.nanoseconds > 0) {
+        rows.push(["Time", `${duration(node.nanoseconds * 1e-9)}, ${percent(node.nanoseconds, time)} of all`]);
+        if (node.runs > 0) rows.push(["Per run", duration((node.nanoseconds * 1e-9) / node.runs)]);
+      }
+      if (series && series.count > 0) {
+        rows.push(["First value", this.momentOf(series.batchOf(0), fullValue(series.value(0)))]);
+        const last = series.count - 1;
+        rows.push(["Last value", this.momentOf(series.batchOf(last), fullValue(series.value(last)))]);
+        if (series.encoding === "float" && series.components.length <= 1) {
+          const extremes = series.pyramid(0);
+          extremes.look(0, series.count);
+          if (extremes.least <= extremes.largest) rows.push(["Range", `${extremes.least} to ${extremes.largest}`]);
+        }
+      }
+      list.replaceChildren(facts(rows));
+    });
+    return list;
+  }
+
+  private momentOf(batch: number, value: string): Node {
+    const time = `at ${this.model.source.axis.timestamp(batch)} s`;
+    return make(
+      "span",
+      {},
+      `${value} `,
+      button(time, { class: "v-link", title: "Move the cursor there", click: () => this.model.moveTo(batch) }),
+    );
+  }
+
+  private ago(batch: number): string {
+    const batches = this.model.batch - batch;
+    return `${duration(this.model.ageOf(batch))} ago (${counted(batches, "batch", "batches")})`;
+  }
+  private later(batch: number): string {
+    return `${duration(-this.model.ageOf(batch))} later`;
+  }
+}
+
+function facts(rows: [string, string | Node][]): HTMLElement {
+  return make("dl", {}, ...rows.flatMap(([name, value]) => [make("dt", {}, name), make("dd", {}, value)]));
+}
+
+/** A node's name, which selects it. */
+export function nodeLink(model: Model, node: number): HTMLButtonElement {
+  return button(model.nameOf(node), {
+    class: "v-link",
+    title: `${model.node(node)?.class ?? "node"} #${node}`,
+    click: () => model.select(node),
+  });
+}
+
+/** Why a node is silent: each cause with the node at fault and what to do. */
+export function causeList(model: Model, quiet: { node: number; causes: { node: number; text: string; remedy: string }[] }): Node {
+  const items = quiet.causes.map((cause) =>
+    make(
+      "li",
+      {},
+      cause.node !== quiet.node && nodeLink(model, cause.node),
+      cause.node !== quiet.node ? `: ${cause.text}` : cause.text,
+      cause.remedy !== "" && make("div", { class: "v-remedy" }, cause.remedy),
+    ),
+  );
+  return make("ol", { class: "v-causes" }, ...items);
+}

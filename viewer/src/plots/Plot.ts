@@ -1,0 +1,188 @@
+import uPlot from "../../vendor/uplot/uPlot.esm.js";
+import type { Series } from "../data/Series.ts";
+import { button, make, setText } from "../Elements.ts";
+import type { Model } from "../Model.ts";
+import { cutTo, fullValue, shortNumber, typeStyle } from "../Text.ts";
+import { drawBands, drawMarks } from "./Painting.ts";
+import { sampled } from "./Sampling.ts";
+
+const componentColours = ["--vector", "--integer", "--float", "--boolean"];
+
+/** One node's values over time: floats as lines, integers as steps, booleans as bands, texts as marks. */
+export class Plot {
+  readonly element: HTMLElement;
+  private readonly readout = make("output", { class: "v-readout" });
+  private readonly canvasHost = make("div", { class: "v-canvas" });
+  private readonly cursorLine = make("div", { class: "v-cursor", title: "Drag to move in time" });
+  private chart: uPlot | undefined;
+  private drawnCount = -1;
+
+  constructor(
+    private readonly model: Model,
+    readonly node: number,
+  ) {
+    const info = model.node(node);
+    const name = model.nameOf(node);
+    const kind = info?.kind === "stream" ? "input" : info?.kind === "output" ? "output" : (info?.class ?? "");
+    this.element = make(
+      "section",
+      { class: "v-plot", "aria-label": `Plot of ${name}` },
+      make(
+        "header",
+        {},
+        make("span", { class: `v-chip ${typeStyle(info?.type ?? "")}` }),
+        button(name, { class: "v-link", click: () => model.select(node), title: "Show its details" }),
+        make("span", { class: "v-faint" }, kind === name ? `#${node}` : `${kind} #${node}`),
+        this.readout,
+        button("×", { class: "v-icon", "aria-label": `Remove the plot of ${name}`, click: () => model.unplot(node) }),
+      ),
+      this.canvasHost,
+    );
+    this.cursorLine.addEventListener("pointerdown", (event) => this.drag(event));
+  }
+
+  /** Draws what the plots' stretch of time shows now. */
+  redraw(): void {
+    const series = this.model.source.series(this.node);
+    const width = Math.floor(this.canvasHost.clientWidth);
+    if (!series) return setText(this.canvasHost, "Values are being read…");
+    if (width < 40) return;
+    if (!this.chart) {
+      this.canvasHost.textContent = "";
+      this.chart = new uPlot(this.options(series, width), [[]], this.canvasHost);
+      this.chart.over.append(this.cursorLine);
+    }
+    if (this.chart.width !== width) this.chart.setSize({ width, height: this.chart.height });
+    this.drawnCount = series.count;
+    const stretch = this.model.shown;
+    const isDrawn = series.encoding === "boolean" || series.encoding === "text";
+    const { places, numbers } = isDrawn
+      ? { places: [stretch.from, stretch.to], numbers: [[0, 1]] }
+      : sampled(series, this.model.source.axis, stretch, Math.max(50, width - 70), this.chart.series.length - 1);
+    this.chart.batch(() => {
+      this.chart!.setData([places, ...numbers], false);
+      this.chart!.setScale("x", { min: stretch.from, max: Math.max(stretch.to, stretch.from + 1e-9) });
+    });
+    this.moveCursor();
+  }
+
+  /** Draws only if values came. */
+  update(): void {
+    if (this.drawnCount !== this.model.source.series(this.node)?.count) this.redraw();
+  }
+
+  /** Redraws with other colours. */
+  recolour(): void {
+    this.chart?.redraw(false);
+  }
+
+  moveCursor(): void {
+    const { model } = this;
+    const { axis } = model.source;
+    if (!this.chart || axis.count === 0) return;
+    const left = this.chart.valToPos(axis.at(model.batch), "x");
+    this.cursorLine.hidden = left < -1 || left > this.chart.over.clientWidth + 1;
+    this.cursorLine.style.transform = `translateX(${left}px)`;
+    const found = model.valueAtCursor(this.node);
+    setText(this.readout, found ? readable(found.series, found.index) : "no value yet");
+  }
+
+  destroy(): void {
+    this.chart?.destroy();
+    this.element.remove();
+  }
+
+  private options(series: Series, width: number): uPlot.Options {
+    const colour = (property: string) => () => getComputedStyle(this.element).getPropertyValue(property);
+    const own = `--${typeStyle(series.type).split(" ")[0]}`;
+    const isLow = series.encoding === "boolean" || series.encoding === "text";
+    const components = series.encoding === "float" ? Math.max(1, series.components.length) : 1;
+    const axis = { stroke: colour("--faint"), font: "11px Helvetica, Arial, sans-serif" };
+    const lines = { grid: { stroke: colour("--grid"), width: 1 }, ticks: { show: false } };
+    const steps = series.encoding === "integer" ? { paths: uPlot.paths.stepped!({ align: 1 }) } : {};
+    return {
+      width,
+      height: isLow ? 74 : 128,
+      padding: [8, 10, 0, 0],
+      legend: { show: false },
+      scales: { x: { time: false }, y: isLow ? { range: [0, 1] } : {} },
+      axes: [
+        { ...axis, ...lines, size: 24, gap: 3, space: 70 },
+        {
+          ...axis,
+          ...lines,
+          size: 58,
+          gap: 4,
+          space: 26,
+          show: true,
+          values: (_, splits) => (isLow ? splits.map(() => "") : splits.map((split) => shortNumber(split))),
+          ...(isLow ? { grid: { show: false } } : {}),
+        },
+      ],
+      series: [
+        {},
+        ...Array.from({ length: components }, (_, i) => ({
+          show: !isLow,
+          stroke: colour(components === 1 ? own : componentColours[i % componentColours.length]),
+          width: 1.4,
+          ...steps,
+        })),
+      ],
+      cursor: {
+        sync: { key: "kelvane", setSeries: false },
+        drag: { x: true, y: false, setScale: false, dist: 5 },
+        points: { show: false },
+        y: false,
+        bind: {
+          dblclick: () => () => {
+            this.model.showAll();
+            return null;
+          },
+          click: (chart) => (event) => {
+            if (chart.select.width === 0) this.moveTo(event.clientX);
+            return null;
+          },
+        },
+      },
+      hooks: {
+        setSelect: [
+          (chart) => {
+            const { left, width: selected } = chart.select;
+            if (selected < 5) return;
+            this.model.show(chart.posToVal(left, "x"), chart.posToVal(left + selected, "x"));
+            chart.setSelect({ left: 0, width: 0, top: 0, height: 0 }, false);
+          },
+        ],
+        draw: [
+          (chart) => {
+            const axisOfTimes = this.model.source.axis;
+            if (series.encoding === "boolean") drawBands(chart, series, axisOfTimes, this.model.shown, colour(own)());
+            if (series.encoding === "text") drawMarks(chart, series, axisOfTimes, this.model.shown, colour(own)());
+          },
+        ],
+      },
+    };
+  }
+
+  private moveTo(clientX: number): void {
+    const { axis } = this.model.source;
+    const left = clientX - this.chart!.over.getBoundingClientRect().left;
+    this.model.moveTo(axis.batchUntil(this.chart!.posToVal(left, "x")));
+  }
+
+  private drag(event: PointerEvent): void {
+    event.stopPropagation();
+    event.preventDefault();
+    const line = this.cursorLine;
+    line.setPointerCapture(event.pointerId);
+    const move = (moved: PointerEvent) => this.moveTo(moved.clientX);
+    line.addEventListener("pointermove", move);
+    line.addEventListener("lostpointercapture", () => line.removeEventListener("pointermove", move), { once: true });
+  }
+}
+
+function readable(series: Series, index: number): string {
+  const value = series.value(index);
+  if (!Array.isArray(value)) return typeof value === "number" ? shortNumber(value) : cutTo(String(value), 60);
+  return fullValue(value.map((part) => Number(part.toPrecision(5))), series.components);
+}

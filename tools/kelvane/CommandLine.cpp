@@ -184,6 +184,29 @@ void addWhy(CLI::App& app, WhyOptions& options, int& status) {
     command.add_flag("--json", options.asJson, "Write JSON");
 }
 
+void addDraw(CLI::App& app, DrawOptions& options, int& status) {
+    auto& command = addCommand(app, "draw", "Draw a diagram as a picture", options, status, draw);
+    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+    command.add_option("-o,--output", options.output, "Write the picture to FILE, complete or not at all")
+        ->type_name("FILE");
+    addChoice(command, "--format", options.format,
+              "What to write: an SVG picture, or what Graphviz or Mermaid draw; else as FILE's name says",
+              {"svg", "dot", "mermaid"});
+    addChoice(command, "--theme", options.theme,
+              "Colours; those that the reader's system asks for, if not said", {"auto", "light", "dark"});
+    addRepeatable(command, "--highlight", options.highlighted, "Mark the nodes of this label, or #id",
+                  "NODE");
+    command
+        .add_option("--values", options.values,
+                    "Write beside each node what it gave last, when RECORDING was replayed")
+        ->type_name("RECORDING");
+    command.add_option("--at", options.at, "What it gave last up to this time, in seconds")->type_name("T");
+    addRepeatable(command, "--set", options.constants, "Give the constants of this label another value",
+                  "LABEL=TEXT");
+    addRepeatable(command, "--init", options.initial,
+                  "Give the input stream of this label a value once, in the first batch", "LABEL=TEXT");
+}
+
 void addCheck(CLI::App& app, CheckOptions& options, int& status) {
     auto& command = addCommand(app, "check", "Report what is wrong in diagrams", options, status, check);
     command.add_option("DIAGRAM", options.diagrams, "The diagrams, as text or JSON")->type_name("");
@@ -382,7 +405,7 @@ void addHelp(CLI::App& app, HelpOptions& options) {
 
 /// What the help of a command ends with.
 void addExamples(CLI::App& app) {
-    constexpr std::array<std::pair<const char*, const char*>, 18> examples{{
+    constexpr std::array<std::pair<const char*, const char*>, 19> examples{{
         {"run",
          "  kelvane run heart.kelvane ecg.jsonl\n"
          "  kelvane run heart.kelvane ecg.jsonl --no-inputs --set limit=120 -o beats.jsonl\n"
@@ -390,6 +413,10 @@ void addExamples(CLI::App& app) {
         {"why",
          "  kelvane why heart.kelvane ecg.jsonl\n"
          "  kelvane why heart.kelvane ecg.jsonl 'heart rate' --at 12.5"},
+        {"draw",
+         "  kelvane draw heart.kelvane -o heart.svg\n"
+         "  kelvane draw heart.kelvane --values ecg.jsonl --at 12.5 --highlight beat -o beat.svg\n"
+         "  kelvane draw heart.kelvane --format dot | dot -Tpdf -o heart.pdf"},
         {"check",
          "  kelvane check heart.kelvane --recording ecg.jsonl\n"
          "  kelvane check diagrams/*.json --strict"},
@@ -487,6 +514,8 @@ int runCommand(int argc, char** argv) {
     addRun(app, runOptions, status);
     WhyOptions whyOptions;
     addWhy(app, whyOptions, status);
+    DrawOptions drawOptions;
+    addDraw(app, drawOptions, status);
     CheckOptions checkOptions;
     addCheck(app, checkOptions, status);
     DiffOptions diffOptions;

@@ -215,6 +215,26 @@ void addReport(CLI::App& app, ReportOptions& options, int& status) {
                      "Do not warn of what stayed silent and what was lost; the page does");
 }
 
+void addDraw(CLI::App& app, DrawOptions& options, int& status) {
+    auto& command = addCommand(app, "draw", "Draw a diagram as a picture", options, status, draw);
+    command.add_option("DIAGRAM", options.diagram, "The diagram, as text or JSON")->required()->type_name("");
+    command.add_option("-o,--output", options.output, "Write the picture to FILE, complete or not at all")
+        ->type_name("FILE");
+    addChoice(command, "--format", options.format,
+              "What to write: an SVG picture, or what Graphviz or Mermaid draw; else as FILE's name says",
+              {"svg", "dot", "mermaid"});
+    addChoice(command, "--theme", options.theme,
+              "Colours; those that the reader's system asks for, if not said", {"auto", "light", "dark"});
+    addRepeatable(command, "--highlight", options.highlighted, "Mark the nodes of this label, or #id",
+                  "NODE");
+    command
+        .add_option("--values", options.values,
+                    "Write beside each node what it gave last, when RECORDING was replayed")
+        ->type_name("RECORDING");
+    command.add_option("--at", options.at, "What it gave last up to this time, in seconds")->type_name("T");
+    addSettings(command, options.constants, options.initial);
+}
+
 void addCheck(CLI::App& app, CheckOptions& options, int& status) {
     auto& command = addCommand(app, "check", "Report what is wrong in diagrams", options, status, check);
     command.add_option("DIAGRAM", options.diagrams, "The diagrams, as text or JSON")->type_name("");
@@ -422,6 +442,10 @@ void addExamples(CLI::App& app) {
         {"report",
          "  kelvane report heart.kelvane ecg.jsonl -o heart.html --open\n"
          "  kelvane report heart.kelvane ecg.jsonl.gz -o heart.html --set limit=120"},
+        {"draw",
+         "  kelvane draw heart.kelvane -o heart.svg\n"
+         "  kelvane draw heart.kelvane --values ecg.jsonl --at 12.5 --highlight beat -o beat.svg\n"
+         "  kelvane draw heart.kelvane --format dot | dot -Tpdf -o heart.pdf"},
         {"check",
          "  kelvane check heart.kelvane --recording ecg.jsonl\n"
          "  kelvane check diagrams/*.json --strict"},
@@ -521,6 +545,8 @@ int runCommand(int argc, char** argv) {
     addWhy(app, whyOptions, status);
     ReportOptions reportOptions;
     addReport(app, reportOptions, status);
+    DrawOptions drawOptions;
+    addDraw(app, drawOptions, status);
     CheckOptions checkOptions;
     addCheck(app, checkOptions, status);
     DiffOptions diffOptions;

@@ -106,6 +106,22 @@ struct TestOptions {
 /// Runs cases and compares their results with the expected ones.
 int test(const TestOptions& options);
 
+struct DrawOptions {
+    std::string diagram, output = "-";
+    /// "svg", "dot" or "mermaid"; empty: as the output's name says.
+    std::string format;
+    std::string theme = "auto";
+    /// Labels, or "#id".
+    std::vector<std::string> highlighted;
+    /// The recording whose values are written, and the time at which; empty: none, absent: its end.
+    std::string values;
+    std::optional<double> at;
+    /// As those of a run.
+    std::vector<std::string> constants, initial;
+};
+/// Draws a diagram.
+int draw(const DrawOptions& options);
+
 struct CheckOptions {
     std::vector<std::string> diagrams;
     /// Empty: none.

@@ -1,5 +1,6 @@
 #include "NodeNames.h"
 
+#include <optional>
 #include <utility>
 
 #include "Messages.h"
@@ -8,23 +9,61 @@ namespace kelvane {
 
 using namespace KelvaneSDK;
 
+namespace {
+
+/// Looks for nodes by a name on the command line.
+class NodeSearch {
+public:
+    explicit NodeSearch(const std::string& wanted) : name(wanted) {}
+
+    bool isMeant(std::string_view label, std::optional<std::int64_t> id) {
+        known.emplace_back(label);
+        const bool isMeant =
+            name.starts_with('#') ? id && name.substr(1) == std::to_string(*id) : label == name;
+        hasFound |= isMeant;
+        return isMeant;
+    }
+    void refuseUnlessFound(const std::string& option) const {
+        if (!hasFound)
+            refuseOption(option,
+                         withHint("no node is called " + inQuotes(name), nearestNameHint(name, known)));
+    }
+
+private:
+    const std::string& name;
+    std::vector<std::string> known;
+    bool hasFound = false;
+};
+
+}  // namespace
+
 std::vector<const Node*> nodesNamed(const Kelvane& engine, const std::string& option,
                                     const std::string& name) {
+    NodeSearch search(name);
     std::vector<const Node*> found;
-    std::vector<std::string> known;
     for (const auto category : allNodeCategories) {
         for (const auto& node : engine.nodeList(category)) {
-            const auto label = node->descriptionString().value_or("");
-            known.emplace_back(label);
-            const bool isMeant = name.starts_with('#')
-                                     ? node->id && name.substr(1) == std::to_string(*node->id)
-                                     : label == name;
-            if (isMeant) found.push_back(node.get());
+            if (search.isMeant(node->descriptionString().value_or(""), node->id)) found.push_back(node.get());
         }
     }
-    if (found.empty()) {
-        refuseOption(option, withHint("no node is called " + inQuotes(name), nearestNameHint(name, known)));
+    search.refuseUnlessFound(option);
+    return found;
+}
+
+std::vector<std::int64_t> nodesNamed(const DiagramInfo& document, const std::string& option,
+                                     const std::string& name) {
+    std::map<std::int64_t, std::string_view> labels;
+    for (const auto& property : document.properties)
+        if (property.propertyString == "Description")
+            labels.insert_or_assign(property.id, property.valueString);
+    NodeSearch search(name);
+    std::vector<std::int64_t> found;
+    for (const auto& node : document.nodes) {
+        const auto label = labels.find(node.id);
+        if (search.isMeant(label == labels.end() ? node.typeString : label->second, node.id))
+            found.push_back(node.id);
     }
+    search.refuseUnlessFound(option);
     return found;
 }
 

@@ -15,6 +15,10 @@ namespace kelvane {
 std::vector<const KelvaneSDK::Node*> nodesNamed(const KelvaneSDK::Kelvane& engine, const std::string& option,
                                                 const std::string& name);
 
+/// The same for a document, whatever may be wrong with it: the ids of the nodes.
+std::vector<std::int64_t> nodesNamed(const KelvaneSDK::DiagramInfo& document, const std::string& option,
+                                     const std::string& name);
+
 /// Where the nodes of a diagram stand in its document.
 class NodePlaces {
 public:

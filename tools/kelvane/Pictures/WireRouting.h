@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "Pictures/Geometry.h"
+
+namespace kelvane {
+
+/// A path through points as a layered layout gives them: level pieces, joined by curves.
+std::string curvedPath(const std::vector<Point>& points);
+
+/// Finds ways for wires around boxes.
+class WireRouter {
+public:
+    explicit WireRouter(std::vector<Box> obstacles);
+
+    /// The path from the right of a box to the left of another: a curve, if it is clear of boxes, or, where
+    /// `goesAround`, level and upright pieces. Where there is no clear way, a curve all the same.
+    std::string route(Point from, Point to, bool goesAround);
+
+    /// Above and below all that has been routed.
+    double top() const { return highest; }
+    double bottom() const { return lowest; }
+
+private:
+    struct CellRange {
+        long left, right, top, bottom;
+    };
+    CellRange cellsOf(const Box& area) const;
+    bool isClear(const Box& area);
+    bool isCurveClear(Point from, Point to);
+    bool isWayClear(Point from, double out, double lane, double in, Point to);
+
+    std::vector<Box> boxes, taken;
+    /// Boxes by the cells of a grid.
+    std::unordered_map<long, std::vector<std::size_t>> cells;
+    double cellWidth = 1, cellHeight = 1;
+    std::vector<double> lanes;
+    double highest = 0, lowest = 0, lowestLane = 0;
+    /// Cells that may still be looked into: what a picture without a clear way costs has an end.
+    long patience = 20'000'000;
+};
+
+}  // namespace kelvane

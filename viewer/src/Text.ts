@@ -11,7 +11,7 @@ export function shortNumber(value: number): string {
 
 export function cutTo(text: string, length: number): string {
   const characters = [...text];
-  return characters.length <= length ? text : characters.slice(0, length - 1).join("") + "…";
+  return characters.length <= length ? text : characters.slice(0, length - 1).join("").trimEnd() + "…";
 }
 
 /** A value as it stands at a wire. */
@@ -22,9 +22,9 @@ export function shortValue(value: ShownValue): string {
 }
 
 /** A value with all its digits. */
-export function fullValue(value: ShownValue, components: readonly string[] = []): string {
+export function fullValue(value: ShownValue, components: readonly string[] = [], separator = ", "): string {
   if (!Array.isArray(value)) return String(value);
-  return value.map((part, i) => (components[i] ? `${components[i]} ${part}` : String(part))).join(", ");
+  return value.map((part, i) => (components[i] ? `${components[i]} ${part}` : String(part))).join(separator);
 }
 
 /** A length of time in seconds, with the units in which people would say it. */

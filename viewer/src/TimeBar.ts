@@ -26,8 +26,9 @@ export class TimeBar {
       this.show();
     });
     this.field.addEventListener("change", () => this.enter());
+    this.field.addEventListener("keydown", (event) => event.key === "Enter" && this.field.blur());
     for (const speed of speeds) this.speed.append(make("option", { value: String(speed) }, `${speed} ×`));
-    this.speed.value = String(speeds.find((speed) => (axis.end - axis.begin) / speed <= 120) ?? 1000);
+    this.speed.value = String(speeds.find((speed) => (axis.end - axis.begin) / speed <= (speed < 1 ? 2 : 120)) ?? 1000);
     if (!axis.rises) setText(byId("v-time-unit"), "batch");
     byId("v-time").toggleAttribute("inert", axis.count === 0);
     model.on("cursor", () => this.show());
@@ -68,6 +69,7 @@ export class TimeBar {
     const place = Number(this.field.value.replace(",", "."));
     if (this.field.value.trim() !== "" && Number.isFinite(place)) this.jump(this.model.source.axis.batchUntil(place));
     this.show();
+    this.field.value = String(this.model.source.axis.at(this.model.batch));
   }
 
   private togglePlay(): void {

@@ -1,7 +1,6 @@
 // A report of made-up data, as `kelvane report` would write it: node test/sample.mjs OUTPUT [BATCHES [WIDTH]], where WIDTH is how
 // often the chain of functions stands side by side.
 import { readFileSync, writeFileSync } from "node:fs";
-import { fileURLToPath } from "node:url";
 import { gzipSync } from "node:zlib";
 
 const themes = {
@@ -24,6 +23,7 @@ function shuffled(array) {
 export const chunkText = (columns) => gzipSync(Buffer.concat(columns), { level: 1 }).toString("base64");
 
 export const columnsOf = {
+  indices: (values) => [shuffled(Uint32Array.from(values))],
   float: (values) => [shuffled(Float64Array.from(values))],
   vector: (values) => [0, 1, 2].map((i) => shuffled(Float64Array.from(values, (value) => value[i]))),
   integer: (values) => [shuffled(BigInt64Array.from(values, BigInt))],
@@ -165,7 +165,7 @@ export function reportPage(page, { nodes, series, times, quiet = [], findings = 
     .replace("<!--kelvane-data-->", () => data.join("\n"));
 }
 
-if (process.argv[1] === fileURLToPath(import.meta.url)) {
+if (process.argv[1].endsWith("sample.mjs")) {
   const page = readFileSync(new URL("../dist/viewer.html", import.meta.url), "utf8");
   const [output, batches = "2000", width = "1"] = process.argv.slice(2);
   writeFileSync(output, reportPage(page, sample({ batches: Number(batches), width: Number(width) })));

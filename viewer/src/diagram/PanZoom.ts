@@ -31,8 +31,8 @@ export class PanZoom {
     byId("v-zoom-in").addEventListener("click", () => this.zoom(1.4));
     byId("v-zoom-out").addEventListener("click", () => this.zoom(1 / 1.4));
     byId("v-fit").addEventListener("click", () => this.fit());
-    new ResizeObserver(() => (this.isFitted ? this.fit() : this.apply())).observe(host);
-    this.fit();
+    new ResizeObserver(() => (this.isFitted ? this.begin() : this.apply())).observe(host);
+    this.begin();
   }
 
   fit(): void {
@@ -41,6 +41,19 @@ export class PanZoom {
     const { whole } = this;
     this.scale = Math.min(width / whole.width, height / whole.height, 1.6);
     this.centre = { x: whole.x + whole.width / 2, y: whole.y + whole.height / 2 };
+    this.apply();
+    this.isFitted = true;
+  }
+
+  /** The whole diagram; on narrow screens its beginning, so that it can be read. */
+  private begin(): void {
+    this.fit();
+    const { width, height } = this.host.getBoundingClientRect();
+    const { whole } = this;
+    const scale = Math.min(height / whole.height, 0.6);
+    if (width >= 700 || scale <= this.scale) return;
+    this.scale = scale;
+    this.centre.x = whole.x + width / scale / 2;
     this.apply();
     this.isFitted = true;
   }

@@ -1,4 +1,4 @@
-import type { InputInfo, NodeInfo } from "../data/DataSource.ts";
+import type { NodeInfo } from "../data/DataSource.ts";
 import { button, byId, make, setText } from "../Elements.ts";
 import type { Model } from "../Model.ts";
 import { counted, duration, fullValue, grouped, percent, typeStyle } from "../Text.ts";
@@ -48,6 +48,8 @@ export class Details {
         ["Runs of nodes", grouped(running)],
         ["Silent nodes", grouped(source.quiet.length)],
       ]),
+      ...this.ends("Outputs at the cursor", "output"),
+      ...this.ends("Inputs at the cursor", "stream"),
       make(
         "p",
         { class: "v-faint" },
@@ -55,6 +57,13 @@ export class Details {
       ),
       make("p", { class: "v-faint" }, `Made by ${source.tool}.`),
     ];
+  }
+
+  /** All nodes of a kind with their values. */
+  private ends(title: string, kind: NodeInfo["kind"]): Node[] {
+    const nodes = this.model.source.nodes.filter((node) => node.kind === kind);
+    if (nodes.length === 0) return [];
+    return [make("h3", {}, title), ...nodes.map((node) => this.feeder(node.id, false))];
   }
 
   private describe(node: NodeInfo): Node[] {
@@ -109,13 +118,13 @@ export class Details {
         return setText(age, this.absence(node));
       }
       const { series, index } = found;
-      setText(value, fullValue(series.value(index), series.components));
+      setText(value, fullValue(series.value(index), series.components, "\n"));
       const batch = series.batchOf(index);
       const times = index - series.firstFrom(batch) + 1;
       const often = times > 1 ? `, ${times} times` : "";
       setText(age, batch === model.batch ? `given in this batch${often}` : `given ${this.ago(batch)}`);
       const changed = series.batchOf(series.lastChange(index));
-      setText(change, changed === batch ? "and new then" : `the same since ${this.ago(changed)}`);
+      setText(change, changed === batch ? "changed then" : `unchanged since ${this.ago(changed)}`);
     });
     return make("div", { class: "v-now-box" }, value, make("span", {}, age), change, plot);
   }
@@ -141,12 +150,13 @@ export class Details {
           make("span", { class: "v-faint" }, ` ${input.type}`),
         ),
         ...(input.from.length === 0 ? [make("div", { class: "v-faint" }, "not connected")] : []),
-        ...input.from.map((from) => this.feeder(input, from)),
+        ...input.from.map((from) => this.feeder(from)),
       ),
     );
   }
 
-  private feeder(input: InputInfo, from: number): Node {
+  /** A node with its value, and how old that is. */
+  private feeder(from: number, canPlot = true): Node {
     const { model } = this;
     const info = model.node(from);
     const value = make("output", { class: "v-value" });
@@ -157,7 +167,7 @@ export class Details {
         setText(value, info.constant);
         setText(age, "constant");
       } else if (found) {
-        setText(value, fullValue(found.series.value(found.index), found.series.components));
+        setText(value, fullValue(found.series.value(found.index), found.series.components, "\n"));
         const batch = found.series.batchOf(found.index);
         setText(age, batch === model.batch ? "updated in this batch" : this.ago(batch));
         age.classList.toggle("v-fresh", batch === model.batch);
@@ -170,11 +180,11 @@ export class Details {
     plot.disabled = !model.source.hasSeries(from);
     return make(
       "div",
-      { class: "v-feeder", "data-input": input.name },
+      { class: "v-feeder", "data-node": String(from) },
       nodeLink(model, from),
       value,
       age,
-      plot,
+      canPlot && plot,
     );
   }
 

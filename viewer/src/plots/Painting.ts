@@ -43,6 +43,7 @@ export function drawMarks(chart: uPlot, series: Series, axis: TimeAxis, stretch:
   ctx.clip();
   ctx.font = `${11 * ratio}px Helvetica, Arial, sans-serif`;
   ctx.textBaseline = "middle";
+  ctx.textAlign = "left";
   ctx.fillStyle = colour;
   let free = -Infinity;
   forEachColumn(series, axis, stretch, Math.round(bbox.width), (begin, end) => {

@@ -2,7 +2,7 @@ import uPlot from "../../vendor/uplot/uPlot.esm.js";
 import type { Series } from "../data/Series.ts";
 import { button, make, setText } from "../Elements.ts";
 import type { Model } from "../Model.ts";
-import { cutTo, fullValue, shortNumber, typeStyle } from "../Text.ts";
+import { cutTo, shortNumber, typeStyle } from "../Text.ts";
 import { drawBands, drawMarks } from "./Painting.ts";
 import { sampled } from "./Sampling.ts";
 
@@ -51,6 +51,8 @@ export class Plot {
       this.canvasHost.textContent = "";
       this.chart = new uPlot(this.options(series, width), [[]], this.canvasHost);
       this.chart.over.append(this.cursorLine);
+      // Those that end a drag do not arrive here.
+      this.chart.over.addEventListener("click", (event) => this.moveTo(event.clientX));
     }
     if (this.chart.width !== width) this.chart.setSize({ width, height: this.chart.height });
     this.drawnCount = series.count;
@@ -84,7 +86,7 @@ export class Plot {
     this.cursorLine.hidden = left < -1 || left > this.chart.over.clientWidth + 1;
     this.cursorLine.style.transform = `translateX(${left}px)`;
     const found = model.valueAtCursor(this.node);
-    setText(this.readout, found ? readable(found.series, found.index) : "no value yet");
+    this.showReadout(found);
   }
 
   destroy(): void {
@@ -138,10 +140,6 @@ export class Plot {
             this.model.showAll();
             return null;
           },
-          click: (chart) => (event) => {
-            if (chart.select.width === 0) this.moveTo(event.clientX);
-            return null;
-          },
         },
       },
       hooks: {
@@ -164,6 +162,22 @@ export class Plot {
     };
   }
 
+  /** The value at the cursor; of components, each in the colour of its line. */
+  private showReadout(found: { series: Series; index: number } | undefined): void {
+    const value = found?.series.value(found.index);
+    if (!Array.isArray(value)) {
+      const text = typeof value === "number" ? shortNumber(value) : cutTo(String(value ?? "no value yet"), 60);
+      return setText(this.readout, text);
+    }
+    if (this.readout.childElementCount !== value.length) {
+      this.readout.textContent = "";
+      for (const i of value.keys())
+        this.readout.append(make("span", { style: `color: var(${componentColours[i % componentColours.length]})` }));
+    }
+    for (const [i, part] of value.entries())
+      setText(this.readout.children[i], `${found!.series.components[i] ?? i + 1} ${Number(part.toPrecision(4))}`);
+  }
+
   private moveTo(clientX: number): void {
     const { axis } = this.model.source;
     const left = clientX - this.chart!.over.getBoundingClientRect().left;
@@ -181,8 +195,3 @@ export class Plot {
   }
 }
 
-function readable(series: Series, index: number): string {
-  const value = series.value(index);
-  if (!Array.isArray(value)) return typeof value === "number" ? shortNumber(value) : cutTo(String(value), 60);
-  return fullValue(value.map((part) => Number(part.toPrecision(5))), series.components);
-}

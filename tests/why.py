@@ -104,12 +104,6 @@ def main():
         if (batch["timestamp"], gate["ran"], gate.get("silence"), gate["inputs"][0]["value"]) != (1.2, True, "the gate is closed", "false"):
             failed += 1
             print(f"one batch: found {batch}")
-    root = Path(__file__).parents[1]
-    page = (root / "docs/silence.md").read_text()
-    for diagram in sorted(root.glob("examples/recipes/*/diagram.kelvane")):
-        if "".join(f"    {line}\n" for line in diagram.read_text().splitlines()) not in page:
-            failed += 1
-            print(f"docs/silence.md has another text than {diagram.parent.name}")
     print(f"{len(CASES)} cases, {failed} failures")
     sys.exit(failed > 0)
 

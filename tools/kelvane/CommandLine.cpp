@@ -431,7 +431,7 @@ void addHelp(CLI::App& app, HelpOptions& options) {
 
 /// What the help of a command ends with.
 void addExamples(CLI::App& app) {
-    constexpr std::array<std::pair<const char*, const char*>, 19> examples{{
+    constexpr std::pair<const char*, const char*> examples[]{
         {"run",
          "  kelvane run heart.kelvane ecg.jsonl\n"
          "  kelvane run heart.kelvane ecg.jsonl --no-inputs --set limit=120 -o beats.jsonl\n"
@@ -481,7 +481,7 @@ void addExamples(CLI::App& app) {
          "  kelvane functions delay"},
         {"schema", "  kelvane schema >diagram.schema.json"},
         {"help", "  kelvane help run"},
-    }};
+    };
     app.footer("kelvane help COMMAND shows what a command takes, and examples.");
     for (const auto& [name, lines] : examples) {
         if (auto* const command = commandNamed(app, name))

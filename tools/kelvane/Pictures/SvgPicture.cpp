@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <array>
+#include <map>
 #include <set>
 
 #include "Pictures/DiagramPicture.h"

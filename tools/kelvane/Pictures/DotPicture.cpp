@@ -76,10 +76,10 @@ private:
         const auto found = notes.find(node.id);
         text += dotQuoted(node.tooltip + (found == notes.end() ? "" : "\n" + found->second.text));
         if (node.kind == NodeKind::function) text += ", style=\"rounded,filled\", fillcolor=\"#f7f8fa\"";
-        if (node.kind == NodeKind::stream) text += ", shape=cds, color=" + colour;
+        if (node.kind == NodeKind::stream) text += ", style=rounded, penwidth=2, color=" + colour;
         if (node.kind == NodeKind::constant) text += ", fontcolor=" + colour + ", color=" + colour;
         if (node.kind == NodeKind::output)
-            text += ", shape=cds, style=filled, fontcolor=white, fillcolor=" + colour + ", color=" + colour;
+            text += ", style=\"rounded,filled\", fontcolor=white, fillcolor=" + colour + ", color=" + colour;
         if (found != notes.end())
             text +=
                 ", penwidth=2, color=\"" +

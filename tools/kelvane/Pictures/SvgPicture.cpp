@@ -19,7 +19,7 @@ namespace {
 
 using Sizes = NodeSizes;
 
-constexpr double pictureMargin = 24, roomForValueTexts = 62, lineHeight = 18, noteSize = 13;
+constexpr double pictureMargin = 24, roomForValueTexts = 48, lineHeight = 18, noteSize = 13;
 constexpr std::size_t mostNotes = 200, mostLinesOfNote = 12;
 
 /// Writes elements, part after part.

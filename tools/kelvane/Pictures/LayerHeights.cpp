@@ -58,6 +58,7 @@ private:
     struct Pull {
         std::size_t variable, other;
         double offset;
+        bool isFeeder;
     };
 
     std::size_t topOf(std::size_t group) const { return firstFrame + 2 * group; }
@@ -189,8 +190,8 @@ private:
         for (const auto& segment : graph.segments) {
             const auto from = variableOf[segment.from], to = variableOf[segment.to];
             if (from == to) continue;
-            pulls.push_back({from, to, segment.toY - segment.fromY});
-            pulls.push_back({to, from, segment.fromY - segment.toY});
+            pulls.push_back({from, to, segment.toY - segment.fromY, false});
+            pulls.push_back({to, from, segment.fromY - segment.toY, true});
         }
     }
 
@@ -275,12 +276,14 @@ private:
         std::vector<double> wanted;
         setFrames(true);
         const int rounds = distances.size() < 20000 ? 12 : 4;
-        for (int round = 0; round < rounds; ++round) {
+        for (int round = 0; round <= rounds; ++round) {
             setFrames(false);
             for (const auto variable : sequence) {
                 wanted.clear();
+                // In the end, by what feeds it alone, so that chains are level from their beginning.
                 for (const auto i : pullsOf.row(variable))
-                    wanted.push_back(y[pulls[i].other] + pulls[i].offset);
+                    if (round < rounds || pulls[i].isFeeder)
+                        wanted.push_back(y[pulls[i].other] + pulls[i].offset);
                 if (wanted.empty()) continue;
                 const auto middle = wanted.begin() + static_cast<std::ptrdiff_t>((wanted.size() - 1) / 2);
                 std::nth_element(wanted.begin(), middle, wanted.end());

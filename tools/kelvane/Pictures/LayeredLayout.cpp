@@ -43,7 +43,7 @@ LayerColumns columnsOf(const LayeredGraph& graph, const LayerHeights& heights) {
     }
     const auto begins = nestedEdges(graph, graph.firstLayer), ends = nestedEdges(graph, graph.lastLayer);
     for (std::size_t i = 1; i < count; ++i) {
-        const double slope = std::min(90.0, steepest[i - 1] * 0.12);
+        const double slope = std::min(70.0, steepest[i - 1] * 0.1);
         columns.x[i] =
             columns.right(i - 1) + graph.request.gap + slope + framePadding * (ends[i - 1] + begins[i]);
     }

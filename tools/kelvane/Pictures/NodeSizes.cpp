@@ -12,14 +12,14 @@ using Sizes = NodeSizes;
 
 double shownWidth(const std::string& text, double size) {
     // What is longer is cut anyway, and may be very long.
-    return std::min(textWidth(std::string_view(text).substr(0, 200), size), Sizes::widestText);
+    return std::min(textWidth(std::string_view(text).substr(0, 200), size) + Sizes::slack, Sizes::widestText);
 }
 
 void measureFunction(DrawnNode& node) {
     const double head = node.detail.empty() ? Sizes::head : Sizes::tallHead;
     // Names are bold.
     double width =
-        std::max(shownWidth(node.name, Sizes::name * 1.08), shownWidth(node.detail, Sizes::detail));
+        std::max(shownWidth(node.name, Sizes::name * Sizes::bold), shownWidth(node.detail, Sizes::detail));
     for (std::size_t i = 0; i < node.inputs.size(); ++i) {
         node.inputs[i].place = {0, head + Sizes::row * (static_cast<double>(i) + 0.5)};
         width = std::max(width, shownWidth(node.inputs[i].label, Sizes::port));
@@ -31,7 +31,7 @@ void measureFunction(DrawnNode& node) {
 
 void measureEnd(DrawnNode& node) {
     const double width =
-        std::max(shownWidth(node.name, Sizes::name * 1.08), shownWidth(node.detail, Sizes::detail));
+        std::max(shownWidth(node.name, Sizes::name * Sizes::bold), shownWidth(node.detail, Sizes::detail));
     node.box = {0, 0, width + 50, node.detail.empty() ? Sizes::lowEndHeight : Sizes::endHeight};
 }
 
@@ -48,10 +48,10 @@ void measureNodes(DrawnDiagram& diagram) {
         if (node.kind == NodeKind::function)
             measureFunction(node);
         else if (node.kind == NodeKind::constant)
-            node.box = {
-                0, 0,
-                shownWidth(constantText(node), isBeside ? Sizes::port : Sizes::name) + (isBeside ? 12 : 20),
-                isBeside ? Sizes::besideHeight : Sizes::constantHeight};
+            node.box = {0, 0,
+                        shownWidth(constantText(node), (isBeside ? Sizes::port : Sizes::name) * Sizes::bold) +
+                            (isBeside ? 12 : 20),
+                        isBeside ? Sizes::besideHeight : Sizes::constantHeight};
         else
             measureEnd(node);
         if (node.kind == NodeKind::function) continue;

@@ -13,6 +13,8 @@ struct NodeSizes {
     /// Between a constant and the input that it stands beside.
     static constexpr double besideGap = 16;
     static constexpr double widestText = 230;
+    /// How much wider bold texts are, and a little more than a text needs.
+    static constexpr double bold = 1.09, slack = 1;
 };
 
 }  // namespace kelvane

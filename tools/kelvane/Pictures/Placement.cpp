@@ -67,7 +67,7 @@ void placeAsGiven(DrawnDiagram& diagram, double scale) {
 
 // In layers
 
-/// Constants that feed one input alone, of a node in the same frame, stand beside it.
+/// Constants that feed one input alone stand beside it, unless another frame holds them.
 void chooseConstantsBeside(DrawnDiagram& diagram) {
     const auto& wires = diagram.wires;
     const Rows out(diagram.nodes.size(), wires.size(), [&](std::size_t i) { return wires[i].from; });
@@ -76,12 +76,14 @@ void chooseConstantsBeside(DrawnDiagram& diagram) {
         auto& node = diagram.nodes[i];
         if (node.kind != NodeKind::constant || out.row(i).size() != 1) continue;
         const auto& wire = wires[out.row(i).front()];
-        if (diagram.nodes[wire.to].frame != node.frame) continue;
+        const auto frame = diagram.nodes[wire.to].frame;
+        if (node.frame != frame && node.frame != nothing) continue;
         const auto feeders = in.row(wire.to);
         const auto others = std::count_if(feeders.begin(), feeders.end(),
                                           [&](std::size_t k) { return wires[k].input == wire.input; });
         if (others != 1) continue;
         node.reader = wire.to;
+        node.frame = frame;
         node.readerInput = wire.input;
     }
 }
@@ -316,7 +318,7 @@ void placeDiagram(DrawnDiagram& diagram, double roomForValues) {
     } else {
         chooseConstantsBeside(diagram);
         measureNodes(diagram);
-        LayeredPlacement(diagram, 52 + roomForValues).place();
+        LayeredPlacement(diagram, 44 + roomForValues).place();
     }
     placeFrames(diagram);
     routeWires(diagram);

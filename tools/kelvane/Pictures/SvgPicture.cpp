@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <array>
+#include <map>
 #include <set>
 
 #include "Pictures/DiagramPicture.h"
@@ -17,7 +19,7 @@ namespace {
 
 using Sizes = NodeSizes;
 
-constexpr double pictureMargin = 24, roomForValueTexts = 62, lineHeight = 18, noteSize = 13;
+constexpr double pictureMargin = 24, roomForValueTexts = 48, lineHeight = 18, noteSize = 13;
 constexpr std::size_t mostNotes = 200, mostLinesOfNote = 12;
 
 /// Writes elements, part after part.
@@ -30,6 +32,7 @@ public:
     std::string write() && {
         for (std::size_t i = 0; i < diagram.frames.size(); ++i) writeFrame(diagram.frames[i]);
         for (const auto& wire : diagram.wires) writeWire(wire);
+        for (const auto& frame : diagram.frames) writeFrameTitle(frame);
         for (const auto& node : diagram.nodes) writeNode(node);
         for (const auto& node : diagram.nodes) writeValue(node);
         measure();
@@ -63,11 +66,14 @@ private:
     void writeFrame(const DrawnFrame& frame) {
         body += "<g" + quoted("class", "frame" + (frame.color.empty() ? "" : " tint " + frame.color)) + ">";
         title(frame.title.substr(0, 2000));
-        body += "<rect" + place(frame.box) + " rx=\"9\"/>";
-        if (!frame.title.empty())
-            text("", frame.box.x + 12, frame.box.y + 18,
-                 fittingText(std::string_view(frame.title).substr(0, 400), 12.5, frame.box.width - 24));
-        body += "</g>\n";
+        body += "<rect" + place(frame.box) + " rx=\"9\"/></g>\n";
+    }
+    // Over the wires that cross it.
+    void writeFrameTitle(const DrawnFrame& frame) {
+        if (frame.title.empty()) return;
+        text("frame-title", frame.box.x + 12, frame.box.y + 18,
+             fittingText(std::string_view(frame.title).substr(0, 400), 12.5 * Sizes::bold,
+                         frame.box.width - 18));
     }
 
     void writeWire(const DrawnWire& wire) {
@@ -132,7 +138,7 @@ private:
             return fittingText(std::string_view(words).substr(0, 400), size, room);
         };
         const double base = isEnd && node.detail.empty() ? box.height / 2 + 4.5 : Sizes::nameBase;
-        text("name", x, box.y + base, shown(node.name, Sizes::name * 1.08));
+        text("name", x, box.y + base, shown(node.name, Sizes::name * Sizes::bold));
         if (!node.detail.empty())
             text("detail", x, box.y + Sizes::detailBase, shown(node.detail, Sizes::detail));
     }
@@ -143,7 +149,7 @@ private:
         const auto words = constantText(node);
         const double size = isBeside ? Sizes::port : Sizes::name, inset = isBeside ? 6 : 10;
         text("content", box.x + inset, box.y + box.height / 2 + size * 0.36,
-             fittingText(std::string_view(words).substr(0, 400), size, box.width - 2 * inset));
+             fittingText(std::string_view(words).substr(0, 400), size * Sizes::bold, box.width - 2 * inset));
     }
 
     void writeInput(const DrawnNode& node, std::size_t i) {

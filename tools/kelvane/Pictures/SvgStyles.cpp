@@ -26,7 +26,7 @@ constexpr std::string_view rules = R"(
 .diagram text{font-size:13px;fill:var(--text);white-space:pre}
 .diagram .paper{fill:var(--surface)}
 .diagram .frame rect{fill:var(--frame);stroke:var(--line);stroke-width:1}
-.diagram .frame text{font-size:12.5px;font-weight:600;fill:var(--faint)}
+.diagram .frame-title{font-size:12.5px;font-weight:600;fill:var(--faint);paint-order:stroke;stroke:var(--frame);stroke-width:4px;stroke-linejoin:round}
 .diagram .frame.tint rect{fill:var(--tint);fill-opacity:.08;stroke:var(--tint);stroke-opacity:.75}
 .diagram .wire{fill:none;stroke:var(--type);stroke-width:1.8;stroke-linecap:round;stroke-linejoin:round}
 .diagram .wire.array{stroke-width:3.6;stroke-opacity:.75}

@@ -68,6 +68,13 @@ std::string_view typeStyle(std::string_view typeName) {
     return "any";
 }
 
+std::string_view lightColour(std::string_view name) {
+    name = name.substr(0, name.find(' '));
+    for (const Colour& colour : colours)
+        if (colour.name == name) return colour.light;
+    return colours.back().light;
+}
+
 std::string themeStyles(Theme theme) {
     std::string text =
         ".kelvane{font-family:Helvetica,Arial,\"Liberation Sans\",\"Nimbus Sans\",sans-serif;" +

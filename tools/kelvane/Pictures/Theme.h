@@ -24,6 +24,10 @@ std::string_view typeStyle(KelvaneSDK::ValueType type);
 /// The same of a type by its name in documents and declarations; "any" for generic and unknown ones.
 std::string_view typeStyle(std::string_view typeName);
 
+/// A colour of the light theme by its name or, for that of a type, by its style: "#1f5fd0"; for languages
+/// that have no themes.
+std::string_view lightColour(std::string_view name);
+
 /// What begins the style sheet of every picture: the font, and colours as custom properties of `.kelvane`:
 ///
 /// `--surface` behind everything, `--box` of nodes, `--frame` of containers, `--line` around them, `--text`,

@@ -131,12 +131,15 @@ bool WireRouter::isWayClear(Point from, double out, double lane, double in, Poin
     };
     const auto level = Box{std::min(out, in), lane, std::abs(out - in), 0}.grown(clearance);
     const auto leaving = upright(out, from.y, lane), reaching = upright(in, lane, to.y);
-    const auto isFree = [&](const Box& area) {
+    patience -= static_cast<long>(levels.size());
+    // Wires may cross, but not run along one another.
+    const auto isFree = [](const std::vector<Box>& taken, const Box& area) {
         const Box inner = area.grown(-3);
         return std::none_of(taken.begin(), taken.end(), [&](const Box& box) { return box.overlaps(inner); });
     };
-    return isFree(level) && isFree(leaving) && isFree(reaching) && isClear(level) && isClear(leaving) &&
-           isClear(reaching) && isClear({from.x + 1, from.y - 3, out - from.x - 1, 6}) &&
+    return isFree(levels, level) && isFree(uprights, leaving) && isFree(uprights, reaching) &&
+           isClear(level) && isClear(leaving) && isClear(reaching) &&
+           isClear({from.x + 1, from.y - 3, out - from.x - 1, 6}) &&
            isClear({in, to.y - 3, to.x - in - 1, 6});
 }
 
@@ -144,14 +147,11 @@ std::string WireRouter::route(Point from, Point to, bool goesAround) {
     const double middle = reach(from, to);
     const auto curve =
         "M" + pointText(from) + curveText({from.x + middle, from.y}, {to.x - middle, to.y}, to);
-    if (patience <= 0 || taken.size() > 3000 || (!goesAround && isCurveClear(from, to))) return curve;
+    if (patience <= 0 || levels.size() > 1500 || (!goesAround && isCurveClear(from, to))) return curve;
     const auto way = [&](double out, double lane, double in) {
-        const auto note = [&](double x, double y, double width, double height) {
-            taken.push_back({x - 0.5, y - 0.5, width + 1, height + 1});
-        };
-        note(std::min(out, in), lane, std::abs(out - in), 0);
-        note(out, std::min(from.y, lane), 0, std::abs(from.y - lane));
-        note(in, std::min(to.y, lane), 0, std::abs(to.y - lane));
+        levels.push_back({std::min(out, in), lane - 0.5, std::abs(out - in), 1});
+        uprights.push_back({out - 0.5, std::min(from.y, lane), 1, std::abs(from.y - lane)});
+        uprights.push_back({in - 0.5, std::min(to.y, lane), 1, std::abs(to.y - lane)});
         highest = std::min(highest, lane);
         lowest = std::max(lowest, lane);
         return roundedPath({from, {out, from.y}, {out, lane}, {in, lane}, {in, to.y}, to});

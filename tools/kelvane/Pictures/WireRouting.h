@@ -33,7 +33,9 @@ private:
     bool isCurveClear(Point from, Point to);
     bool isWayClear(Point from, double out, double lane, double in, Point to);
 
-    std::vector<Box> boxes, taken;
+    std::vector<Box> boxes;
+    /// The pieces of wires that have been routed.
+    std::vector<Box> levels, uprights;
     /// Boxes by the cells of a grid.
     std::unordered_map<long, std::vector<std::size_t>> cells;
     double cellWidth = 1, cellHeight = 1;

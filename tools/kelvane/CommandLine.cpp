@@ -215,6 +215,25 @@ void addReport(CLI::App& app, ReportOptions& options, int& status) {
                      "Do not warn of what stayed silent and what was lost; the page does");
 }
 
+void addPlot(CLI::App& app, PlotCommandOptions& options, int& status) {
+    auto& command = addCommand(app, "plot", "Draw results over time", options, status, plot);
+    command
+        .add_option("RESULTS", options.results,
+                    "Results or recordings, compressed or not, which are drawn over each other; - or none is "
+                    "standard input")
+        ->type_name("");
+    command.add_option("-o,--output", options.output, "Write the picture, SVG, to FILE")->type_name("FILE");
+    addRepeatable(command, "--name", options.names, "Draw the values of this name; else all", "LABEL");
+    command.add_option("--from", options.from, "Begin at this time, in seconds")->type_name("T");
+    command.add_option("--to", options.to, "End at this time")->type_name("T");
+    addNumber(command, "--width", options.width, 200.0, "The picture's width in pixels", "N");
+    addNumber(command, "--height", options.height, 100.0, "Its height; else as much as the panels need", "N");
+    addChoice(command, "--theme", options.theme, "The colours; auto: those that the reader's system asks for",
+              {"auto", "light", "dark"});
+    command.add_option("--title", options.title, "What stands above; else the names of the files")
+        ->type_name("TEXT");
+}
+
 void addCheck(CLI::App& app, CheckOptions& options, int& status) {
     auto& command = addCommand(app, "check", "Report what is wrong in diagrams", options, status, check);
     command.add_option("DIAGRAM", options.diagrams, "The diagrams, as text or JSON")->type_name("");
@@ -411,7 +430,7 @@ void addHelp(CLI::App& app, HelpOptions& options) {
 
 /// What the help of a command ends with.
 void addExamples(CLI::App& app) {
-    constexpr std::array<std::pair<const char*, const char*>, 19> examples{{
+    constexpr std::array<std::pair<const char*, const char*>, 20> examples{{
         {"run",
          "  kelvane run heart.kelvane ecg.jsonl\n"
          "  kelvane run heart.kelvane ecg.jsonl --no-inputs --set limit=120 -o beats.jsonl\n"
@@ -422,6 +441,10 @@ void addExamples(CLI::App& app) {
         {"report",
          "  kelvane report heart.kelvane ecg.jsonl -o heart.html --open\n"
          "  kelvane report heart.kelvane ecg.jsonl.gz -o heart.html --set limit=120"},
+        {"plot",
+         "  kelvane plot beats.jsonl -o beats.svg\n"
+         "  kelvane plot before.jsonl after.jsonl --name 'heart rate' --from 60 --to 90 >both.svg\n"
+         "  kelvane run heart.kelvane ecg.jsonl | kelvane plot -o beats.svg"},
         {"check",
          "  kelvane check heart.kelvane --recording ecg.jsonl\n"
          "  kelvane check diagrams/*.json --strict"},
@@ -521,6 +544,8 @@ int runCommand(int argc, char** argv) {
     addWhy(app, whyOptions, status);
     ReportOptions reportOptions;
     addReport(app, reportOptions, status);
+    PlotCommandOptions plotOptions;
+    addPlot(app, plotOptions, status);
     CheckOptions checkOptions;
     addCheck(app, checkOptions, status);
     DiffOptions diffOptions;

@@ -25,7 +25,9 @@ std::string fixedText(double number, double step) {
     std::array<char, 400> text{};
     const int digits = std::max(0, static_cast<int>(-std::floor(std::log10(step) + 1e-9)));
     std::snprintf(text.data(), text.size(), "%.*f", std::min(digits, 300), std::abs(number));
-    return (number < 0 ? "−" : "") + std::string(text.data());
+    const std::string digitsOnly = text.data();
+    const bool isZero = digitsOnly.find_first_not_of("0.") == std::string::npos;
+    return number < 0 && !isZero ? "−" + digitsOnly : digitsOnly;
 }
 
 std::string superscript(int number) {
@@ -93,8 +95,16 @@ AxisTicks dateTicks(double from, double to, double mostTicks) {
 AxisTicks numberTicks(double least, double most, double mostTicks) {
     const double step = roundStep((most / 2 - least / 2) / mostTicks * 2);
     const double size = std::max(std::abs(least), std::abs(most));
+    constexpr double narrow = 1e-4, large = 1e6, small = 1e-3;
+    if (step < size * narrow) {
+        // What all have in common stands beside the axis.
+        const double base = step * 100, common = std::floor((least / 2 + most / 2) / base) * base;
+        auto ticks =
+            ticksBetween(least, most, step, [&](double number) { return fixedText(number - common, step); });
+        return {std::move(ticks), "+ " + fixedText(common, base)};
+    }
     int exponent = 0;
-    if (size >= 1e6 || size < 1e-3) exponent = static_cast<int>(std::floor(std::log10(size) / 3)) * 3;
+    if (size >= large || size < small) exponent = static_cast<int>(std::floor(std::log10(size) / 3)) * 3;
     const double factor = std::pow(10, -exponent);
     auto ticks = ticksBetween(least, most, step, [&](double number) {
         return fixedText(exponent == 0 ? number : number * factor, exponent == 0 ? step : step * factor);

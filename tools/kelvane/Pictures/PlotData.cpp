@@ -16,7 +16,7 @@ constexpr std::size_t mostNamesMet = 10'000;
 // Longer texts are not seen in full, and more of them are not told apart.
 constexpr std::size_t longestText = 200, mostTexts = 10'000;
 
-constexpr double missing = std::numeric_limits<double>::quiet_NaN();
+constexpr double noNumber = std::numeric_limits<double>::quiet_NaN();
 
 bool isSequence(ValueType type) { return type == ValueType::Sequence || type == ValueType::SampleArray; }
 
@@ -70,7 +70,8 @@ void PlotData::add(const RecordedUpdate& update) {
         return addSamples(series, *update.value);
     series.times.push_back(update.timestamp);
     if (isOther || update.value == nullptr) {
-        for (auto& column : components) column.push_back(missing);
+        series.missing += isOther ? 0 : 1;
+        for (auto& column : components) column.push_back(noNumber);
         return;
     }
     const auto& value = *update.value;
@@ -107,7 +108,7 @@ void PlotData::add(const RecordedUpdate& update) {
     }
     const bool isFinite = std::all_of(components.begin(), components.end(),
                                       [](const auto& column) { return std::isfinite(column.back()); });
-    series.notFinite += isFinite ? 0 : 1;
+    series.missing += isFinite ? 0 : 1;
 }
 
 // Of windows that slide over a signal, what the one before had is drawn once.
@@ -130,7 +131,7 @@ void PlotData::addSamples(PlotSeries& series, const Value& value) {
         if (!(t >= choice.from && t <= choice.to)) continue;
         series.times.push_back(t);
         series.components[0].push_back(f);
-        series.notFinite += std::isfinite(f) ? 0 : 1;
+        series.missing += std::isfinite(f) ? 0 : 1;
     }
     before = value;
 }

@@ -24,8 +24,8 @@ struct PlotSeries {
     /// in `texts`. NaN where the file has no value.
     std::vector<std::vector<double>> components;
     std::vector<std::string> texts;
-    /// Numbers that are infinite or NaN, and values of another type than the first one's.
-    std::size_t notFinite = 0, ofOtherTypes = 0;
+    /// Values that are not there, or not finite, and those of another type than the first one's.
+    std::size_t missing = 0, ofOtherTypes = 0;
 };
 
 /// What is drawn of files.

@@ -101,22 +101,28 @@ private:
     bool isAlone = false;
 };
 
-/// Windows over a signal that lie across each other: all that they show in each column, without the way from
-/// one to the next.
-PlotLine envelope(const PlotFrame& frame, std::span<const double> times, std::span<const double> values) {
+/// Windows over a signal that lie across each other: from the least to the most of each column, without the
+/// way from one window to the next.
+PlotLine envelope(const PlotFrame& frame, std::span<const double> times, std::span<const double> values,
+                  double pause) {
     std::vector<PixelColumn> columns(static_cast<std::size_t>(frame.width) + 1);
     for (std::size_t i = 0; i < times.size(); ++i) {
         const double x = frame.x(times[i]);
         if (!std::isfinite(values[i]) || x < frame.left || x > frame.left + frame.width) continue;
         columns[static_cast<std::size_t>(x - frame.left)].add(x, values[i]);
     }
-    PlotLine drawn;
-    for (const auto& column : columns) {
+    LinePath path(frame, PlotJoin::straight, false);
+    const double widestGap = std::max(1.0, frame.width * (pause / (frame.to - frame.from)));
+    double before = -widestGap;
+    for (auto& column : columns) {
         if (column.count == 0) continue;
-        drawn.line += "M" + point(column.firstX, frame.y(column.least));
-        drawn.line += column.most > column.least ? "V" + pictureNumber(frame.y(column.most)) : "h1";
+        column.beginsAnew = column.firstX - before > widestGap;
+        column.first = column.least;
+        column.last = column.most;
+        before = column.firstX;
+        path.take(column);
     }
-    return drawn;
+    return path.finish();
 }
 
 }  // namespace
@@ -149,10 +155,11 @@ double longestPause(std::span<const double> times) {
 PlotLine plotLine(const PlotFrame& frame, std::span<const double> times, std::span<const double> values,
                   double pause, PlotJoin join) {
     constexpr double pixelsPerPoint = 8;
-    constexpr std::size_t mostReturns = 40;
+    constexpr double mostPerPixel = 6;
     std::size_t returns = 0;
     for (std::size_t i = 1; i < times.size(); ++i) returns += times[i] < times[i - 1] ? 1 : 0;
-    if (returns > mostReturns) return envelope(frame, times, values);
+    const bool isLong = static_cast<double>(times.size()) > frame.width * mostPerPixel;
+    if (isLong && static_cast<double>(returns) > mostPerPixel) return envelope(frame, times, values, pause);
     LinePath path(frame, join, static_cast<double>(times.size()) * pixelsPerPoint < frame.width);
     PixelColumn column;
     bool isBroken = true;

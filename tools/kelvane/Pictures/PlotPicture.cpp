@@ -46,10 +46,10 @@ struct Panel {
     AxisTicks axis;
 };
 
-/// "1 value", "3 values, 1 of them not finite, from -1.5 to 2.5"
+/// "1 value", "3 values, 1 missing"
 std::string summaryOf(const PlotSeries& series) {
     std::string text = counted(series.times.size(), "value");
-    if (series.notFinite > 0) text += ", " + std::to_string(series.notFinite) + " not finite";
+    if (series.missing > 0) text += ", " + std::to_string(series.missing) + " missing";
     if (series.ofOtherTypes > 0)
         text += ", " + std::to_string(series.ofOtherTypes) + " of another type, which are not drawn";
     return text;
@@ -292,14 +292,14 @@ private:
         writeText("name", left, y, name);
         double x = left + textWidth(name, textSize) * 1.1 + 8;
         std::string note(isCount(first.type) ? "number of elements" : "");
-        std::size_t notFinite = 0, ofOtherTypes = 0;
+        std::size_t missing = 0, ofOtherTypes = 0;
         for (const auto* series : panel.series) {
-            notFinite += series->notFinite;
+            missing += series->missing;
             ofOtherTypes += series->ofOtherTypes;
         }
         const auto add = [&](const std::string& text) { note += (note.empty() ? "" : ", ") + text; };
         if (!panel.axis.caption.empty()) add(panel.axis.caption);
-        if (notFinite > 0) add(counted(notFinite, "value") + " not finite");
+        if (missing > 0) add(counted(missing, "value") + " missing");
         if (ofOtherTypes > 0) add(counted(ofOtherTypes, "value") + " of another type not drawn");
         if (!note.empty()) writeText("faint", x, y, note);
         const auto names = componentNames(first.type);

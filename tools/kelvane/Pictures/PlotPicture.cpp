@@ -118,7 +118,7 @@ private:
 
     void measure() {
         double fixed =
-            margin + titleSize + panelGap + (data.files().size() > 1 ? headHeight : 0) + axisHeight;
+            margin + titleSize - panelGap / 2 + (data.files().size() > 1 ? headHeight : 0) + axisHeight;
         std::size_t lines = 0;
         for (auto& panel : panels) {
             fixed += headHeight + panelGap;
@@ -137,8 +137,8 @@ private:
         left = margin + 20;
         for (auto& panel : panels) {
             if (panel.look != Look::line) continue;
-            panel.height = std::floor(height);
-            panel.axis = numberTicks(panel.least, panel.most, std::max(2.0, panel.height / 20));
+            panel.height = height;
+            panel.axis = numberTicks(panel.least, panel.most, std::max(2.0, panel.height / 17));
             for (const auto& tick : panel.axis.ticks)
                 left = std::max(left, margin + textWidth(tick.label, smallSize) + 8);
         }
@@ -389,12 +389,13 @@ private:
 
     double placeOf(const AxisTick& time) const { return std::round(frameAt(0, 0).x(time.place) - 0.5) + 0.5; }
 
-    // Without those that would lie on each other or beyond the picture.
+    // Without those that would lie on each other.
     void writeTimes(double bottom) {
         double free = 0;
         for (const auto& tick : timeAxis.ticks) {
-            const double x = placeOf(tick), half = textWidth(tick.label, smallSize) / 2;
-            if (x - half < free || x + half > options.width) continue;
+            const double half = textWidth(tick.label, smallSize) / 2;
+            const double x = std::min(placeOf(tick), options.width - half - 2);
+            if (x - half < free) continue;
             writeText("faint", x, bottom + 15, tick.label, "middle");
             free = x + half + 6;
         }

@@ -235,6 +235,25 @@ void addDraw(CLI::App& app, DrawOptions& options, int& status) {
     addSettings(command, options.constants, options.initial);
 }
 
+void addPlot(CLI::App& app, PlotCommandOptions& options, int& status) {
+    auto& command = addCommand(app, "plot", "Draw results over time", options, status, plot);
+    command
+        .add_option("RESULTS", options.results,
+                    "Results or recordings, compressed or not, which are drawn over each other; - or none is "
+                    "standard input")
+        ->type_name("");
+    command.add_option("-o,--output", options.output, "Write the picture, SVG, to FILE")->type_name("FILE");
+    addRepeatable(command, "--name", options.names, "Draw the values of this name; else all", "LABEL");
+    command.add_option("--from", options.from, "Begin at this time, in seconds")->type_name("T");
+    command.add_option("--to", options.to, "End at this time")->type_name("T");
+    addNumber(command, "--width", options.width, 200.0, "The picture's width in pixels", "N");
+    addNumber(command, "--height", options.height, 100.0, "Its height; else as much as the panels need", "N");
+    addChoice(command, "--theme", options.theme, "The colours; auto: those that the reader's system asks for",
+              {"auto", "light", "dark"});
+    command.add_option("--title", options.title, "What stands above; else the names of the files")
+        ->type_name("TEXT");
+}
+
 void addCheck(CLI::App& app, CheckOptions& options, int& status) {
     auto& command = addCommand(app, "check", "Report what is wrong in diagrams", options, status, check);
     command.add_option("DIAGRAM", options.diagrams, "The diagrams, as text or JSON")->type_name("");
@@ -446,6 +465,10 @@ void addExamples(CLI::App& app) {
          "  kelvane draw heart.kelvane -o heart.svg\n"
          "  kelvane draw heart.kelvane --values ecg.jsonl --at 12.5 --highlight beat -o beat.svg\n"
          "  kelvane draw heart.kelvane --format dot | dot -Tpdf -o heart.pdf"},
+        {"plot",
+         "  kelvane plot beats.jsonl -o beats.svg\n"
+         "  kelvane plot before.jsonl after.jsonl --name 'heart rate' --from 60 --to 90 >both.svg\n"
+         "  kelvane run heart.kelvane ecg.jsonl | kelvane plot -o beats.svg"},
         {"check",
          "  kelvane check heart.kelvane --recording ecg.jsonl\n"
          "  kelvane check diagrams/*.json --strict"},
@@ -547,6 +570,8 @@ int runCommand(int argc, char** argv) {
     addReport(app, reportOptions, status);
     DrawOptions drawOptions;
     addDraw(app, drawOptions, status);
+    PlotCommandOptions plotOptions;
+    addPlot(app, plotOptions, status);
     CheckOptions checkOptions;
     addCheck(app, checkOptions, status);
     DiffOptions diffOptions;

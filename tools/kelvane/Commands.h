@@ -78,6 +78,22 @@ struct ReportOptions {
 /// Writes a page that shows what a diagram does with a recording.
 int makeReport(const ReportOptions& options);
 
+struct PlotCommandOptions {
+    /// Results or recordings; none: standard input.
+    std::vector<std::string> results;
+    std::string output = "-";
+    /// What is drawn; empty: everything.
+    std::vector<std::string> names;
+    /// The first and the last time, in seconds.
+    std::optional<double> from, to;
+    /// In pixels.
+    double width = 960;
+    std::optional<double> height;
+    std::string theme = "auto", title;
+};
+/// Draws values over time.
+int plot(const PlotCommandOptions& options);
+
 /// How far numbers may be apart and count as equal; none of the two: not at all.
 struct ToleranceOptions {
     std::optional<double> absolute, relative;

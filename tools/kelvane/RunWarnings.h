@@ -26,8 +26,8 @@ public:
     /// What the reader dropped.
     void take(const KelvaneSDK::RecordingLosses& readLosses) { losses = readLosses; }
 
-    /// After the whole run: each warning as a line, the gravest first. `command` is what asks why an output is
-    /// silent: "kelvane why walk.kelvane walk.jsonl".
+    /// After the whole run: each warning as a line, the gravest first. `command` is what asks why an output
+    /// is silent: "kelvane why walk.kelvane walk.jsonl".
     void give(const std::function<void(const std::string&)>& takeLine, const std::string& command) const;
 
 private:

@@ -24,7 +24,7 @@ export function startViewer(source: DataSource, svg: SVGSVGElement): Model {
   new Profile(model);
   showQuiet(model);
   showFindings(model);
-  tabs.setCount("v-quiet", source.quiet.length);
+  tabs.setCount("v-quiet", source.quiet.filter((entry) => model.isSilent(entry.node)).length);
   tabs.setCount("v-findings", source.findings.length + source.warnings.length + (source.stopped === undefined ? 0 : 1));
   const search = new SearchBox(model, select);
   const timeBar = new TimeBar(model);

@@ -45,13 +45,13 @@ export class PanZoom {
     this.isFitted = true;
   }
 
-  /** The whole diagram; on narrow screens its beginning, so that it can be read. */
+  /** The whole diagram where it can then be read, and else its beginning. */
   private begin(): void {
     this.fit();
     const { width, height } = this.host.getBoundingClientRect();
     const { whole } = this;
-    const scale = Math.min(height / whole.height, 0.6);
-    if (width >= 700 || scale <= this.scale) return;
+    const scale = Math.min(height / whole.height, 0.75);
+    if (this.scale > 0.45 || scale <= this.scale) return;
     this.scale = scale;
     this.centre.x = whole.x + width / scale / 2;
     this.apply();

@@ -16,6 +16,8 @@ export class Plot {
   private readonly cursorLine = make("div", { class: "v-cursor", title: "Drag to move in time" });
   private chart: uPlot | undefined;
   private drawnCount = -1;
+  /** Whether the last point that was drawn is none of a value. */
+  private isHeld = false;
 
   constructor(
     private readonly model: Model,
@@ -58,9 +60,10 @@ export class Plot {
     this.drawnCount = series.count;
     const stretch = this.model.shown;
     const isDrawn = series.encoding === "boolean" || series.encoding === "text";
-    const { places, numbers } = isDrawn
-      ? { places: [stretch.from, stretch.to], numbers: [[0, 1]] }
+    const { places, numbers, isHeld } = isDrawn
+      ? { places: [stretch.from, stretch.to], numbers: [[0, 1]], isHeld: false }
       : sampled(series, this.model.source.axis, stretch, Math.max(50, width - 70), this.chart.series.length - 1);
+    this.isHeld = isHeld;
     this.chart.batch(() => {
       this.chart!.setData([places, ...numbers], false);
       this.chart!.setScale("x", { min: stretch.from, max: Math.max(stretch.to, stretch.from + 1e-9) });
@@ -101,6 +104,7 @@ export class Plot {
     const components = series.encoding === "float" ? Math.max(1, series.components.length) : 1;
     const axis = { stroke: colour("--faint"), font: "11px Helvetica, Arial, sans-serif" };
     const lines = { grid: { stroke: colour("--grid"), width: 1 }, ticks: { show: false } };
+    const unit = this.model.source.axis.rises ? " s" : "";
     const steps = series.encoding === "integer" ? { paths: uPlot.paths.stepped!({ align: 1 }) } : {};
     return {
       width,
@@ -109,7 +113,14 @@ export class Plot {
       legend: { show: false },
       scales: { x: { time: false }, y: isLow ? { range: [0, 1] } : {} },
       axes: [
-        { ...axis, ...lines, size: 24, gap: 3, space: 70 },
+        {
+          ...axis,
+          ...lines,
+          size: 24,
+          gap: 3,
+          space: 70,
+          values: (_, splits) => splits.map((split) => `${Number(split.toPrecision(12))}${unit}`),
+        },
         {
           ...axis,
           ...lines,
@@ -127,6 +138,10 @@ export class Plot {
           show: !isLow,
           stroke: colour(components === 1 ? own : componentColours[i % componentColours.length]),
           width: 1.4,
+          points: {
+            filter: (chart: uPlot, _: number, isShown: boolean) =>
+              isShown && this.isHeld ? [...chart.data[0].keys()].slice(0, -1) : null,
+          },
           ...steps,
         })),
       ],

@@ -31,7 +31,10 @@ export class Plots {
     byId("v-range-in").addEventListener("click", () => this.zoom(0.5));
     byId("v-range-out").addEventListener("click", () => this.zoom(2));
     byId("v-range-all").addEventListener("click", () => model.showAll());
-    model.on("plots", () => this.arrange());
+    model.on("plots", () => {
+      this.arrange();
+      byId("v-plot-area").scrollTop = 0;
+    });
     model.on("range", () => this.plots.forEach((plot) => plot.redraw()));
     model.on("data", () => this.plots.forEach((plot) => plot.update()));
     model.on("theme", () => this.plots.forEach((plot) => plot.recolour()));

@@ -5,6 +5,8 @@ import type { TimeAxis } from "../data/TimeAxis.ts";
 export interface Points {
   places: number[];
   numbers: (number | null)[][];
+  /** Whether the last point is no value, but where one still holds. */
+  isHeld: boolean;
 }
 
 /** The indices of the values to draw for a stretch: those within it, and one more on either side. */
@@ -70,5 +72,10 @@ export function sampled(
     add(place(begin), (i) => (risesFirst[i] ? pyramids[i].least : pyramids[i].largest));
     add(place(end - 1), (i) => (risesFirst[i] ? pyramids[i].largest : pyramids[i].least));
   });
-  return { places, numbers };
+  // A step holds until the end; lines do not say more than they know.
+  const last = series.count - 1;
+  const until = Math.min(stretch.to, axis.end);
+  const isHeld = series.encoding === "integer" && last >= 0 && place(last) < until;
+  if (isHeld) add(until, () => columns[0][last]);
+  return { places, numbers, isHeld };
 }

@@ -32,6 +32,8 @@ export class PanZoom {
     byId("v-zoom-out").addEventListener("click", () => this.zoom(1 / 1.4));
     byId("v-fit").addEventListener("click", () => this.fit());
     new ResizeObserver(() => (this.isFitted ? this.begin() : this.apply())).observe(host);
+    addEventListener("beforeprint", () => svg.setAttribute("viewBox", Object.values(this.whole).join(" ")));
+    addEventListener("afterprint", () => this.apply());
     this.begin();
   }
 
@@ -50,8 +52,8 @@ export class PanZoom {
     this.fit();
     const { width, height } = this.host.getBoundingClientRect();
     const { whole } = this;
-    const scale = Math.min(height / whole.height, 0.75);
-    if (this.scale > 0.45 || scale <= this.scale) return;
+    const scale = Math.max(0.62, Math.min(height / whole.height, 0.8));
+    if (this.scale > 0.45) return;
     this.scale = scale;
     this.centre.x = whole.x + width / scale / 2;
     this.apply();

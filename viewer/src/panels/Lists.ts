@@ -10,7 +10,12 @@ export function showQuiet(model: Model): void {
   const { quiet } = model.source;
   const cards = (entries: readonly QuietNode[]) =>
     entries.map((entry) =>
-      make("section", { class: "v-card" }, make("h3", {}, nodeLink(model, entry.node)), causeList(model, entry)),
+      make(
+        "section",
+        { class: "v-card" },
+        make("h3", {}, nodeLink(model, entry.node), make("span", { class: "v-faint" }, ` ${model.node(entry.node)?.class} #${entry.node}`)),
+        causeList(model, entry),
+      ),
     );
   const silent = quiet.filter((entry) => model.isSilent(entry.node));
   const seldom = quiet.filter((entry) => !model.isSilent(entry.node));

@@ -4,7 +4,7 @@ import { button, make, setText } from "../Elements.ts";
 import type { Model } from "../Model.ts";
 import { cutTo, shortNumber, typeStyle } from "../Text.ts";
 import { drawBands, drawMarks } from "./Painting.ts";
-import { sampled } from "./Sampling.ts";
+import { isStepped, sampled } from "./Sampling.ts";
 
 const componentColours = ["--vector", "--integer", "--float", "--boolean"];
 
@@ -44,9 +44,8 @@ export class Plot {
   }
 
   /** Draws what the plots' stretch of time shows now. */
-  redraw(): void {
+  redraw(width = Math.floor(this.canvasHost.clientWidth)): void {
     const series = this.model.source.series(this.node);
-    const width = Math.floor(this.canvasHost.clientWidth);
     if (!series) return setText(this.canvasHost, "Values are being read…");
     if (width < 40) return;
     if (!this.chart) {
@@ -105,7 +104,7 @@ export class Plot {
     const axis = { stroke: colour("--faint"), font: "11px Helvetica, Arial, sans-serif" };
     const lines = { grid: { stroke: colour("--grid"), width: 1 }, ticks: { show: false } };
     const unit = this.model.source.axis.rises ? " s" : "";
-    const steps = series.encoding === "integer" ? { paths: uPlot.paths.stepped!({ align: 1 }) } : {};
+    const steps = isStepped(series, this.model.source.axis) ? { paths: uPlot.paths.stepped!({ align: 1 }) } : {};
     return {
       width,
       height: isLow ? 74 : 128,

@@ -16,6 +16,12 @@ export function visible(series: Series, axis: TimeAxis, from: number, to: number
   return { begin: Math.max(0, begin), end: Math.min(series.count, end) };
 }
 
+/** Whether a series is drawn in steps. A value holds until the next one; where those follow each other closely, lines are
+ * easier to read and hide nothing. */
+export function isStepped(series: Series, axis: TimeAxis): boolean {
+  return series.encoding === "integer" || series.count * 2 < axis.count;
+}
+
 /** Calls draw(begin, end) with the indices of the values of each column of pixels that has any. */
 export function forEachColumn(
   series: Series,
@@ -72,10 +78,9 @@ export function sampled(
     add(place(begin), (i) => (risesFirst[i] ? pyramids[i].least : pyramids[i].largest));
     add(place(end - 1), (i) => (risesFirst[i] ? pyramids[i].largest : pyramids[i].least));
   });
-  // A step holds until the end; lines do not say more than they know.
   const last = series.count - 1;
   const until = Math.min(stretch.to, axis.end);
-  const isHeld = series.encoding === "integer" && last >= 0 && place(last) < until;
-  if (isHeld) add(until, () => columns[0][last]);
+  const isHeld = isStepped(series, axis) && last >= 0 && place(last) < until;
+  if (isHeld) add(until, (i) => columns[i][last]);
   return { places, numbers, isHeld };
 }

@@ -54,6 +54,10 @@ export class Model {
   nameOf(id: number): string {
     return this.nodesById.get(id)?.name ?? `#${id}`;
   }
+  /** Whether a node gave nothing in the whole recording. */
+  isSilent(id: number): boolean {
+    return (this.nodesById.get(id)?.emissions ?? 0) === 0;
+  }
   /** The inputs that a node feeds. */
   followersOf(id: number): readonly { node: NodeInfo; input: number }[] {
     return this.followers.get(id) ?? [];
@@ -88,8 +92,10 @@ export class Model {
     this.change("heat");
   }
 
+  /** Plots a node above all others. */
   plot(node: number): void {
-    if (!this.plotted.includes(node) && this.source.hasSeries(node)) this.plotted = [node, ...this.plotted];
+    if (!this.source.hasSeries(node)) return;
+    this.plotted = [node, ...this.plotted.filter((other) => other !== node)];
     this.change("plots");
   }
   unplot(node: number): void {

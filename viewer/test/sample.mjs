@@ -84,6 +84,8 @@ export function sample({ batches = 2000, width = 1 } = {}) {
       node: node.id,
       causes: [{ node: none, code: "stream-absent", text: "the recording has no stream \"magnetometer\"", remedy: "record it, or give the input its values under the label that the recording has" }],
     }));
+  const steps = nodes.find((node) => node.class === "Counter");
+  quiet.push({ node: steps.id, causes: [{ node: steps.id, code: "silent", text: "it counts only what begins", remedy: "" }] });
   return { nodes, series, times, quiet, findings: [
     { severity: "warning", code: "unconnected-input", node: 5, place: "sample.kelvane:4:1", text: "input \"length\" of \"smoothed\" is not connected", hint: "connect a constant" },
   ] };
@@ -138,9 +140,14 @@ ${styles.map((style) => `.kelvane .${style}{--type:var(--${style})}`).join("\n")
 }
 
 export function reportPage(page, { nodes, series, times, quiet = [], findings = [], warnings = [], stopped }) {
-  const chunk = (id, columns) => `<script type="application/octet-stream" id="${id}">${chunkText(columns)}</script>`;
+  const chunk = (id, text) => `<script type="application/octet-stream" id="${id}">${text}</script>`;
+  // Nodes with the same values share a chunk.
+  const texts = series.map(({ encoding, list, indices }) =>
+    chunkText([...(indices ? columnsOf.indices(indices) : []), ...columnsOf[encoding](list)]),
+  );
+  const chunks = [...new Set(texts)];
   const entries = series.map(({ node, type, encoding, list, dense }, i) => ({
-    node, type, count: list.length, chunk: `kelvane-values-${i}`,
+    node, type, count: list.length, chunk: `kelvane-values-${chunks.indexOf(texts[i])}`,
     ...(dense ? { dense: true } : {}),
     encoding: encoding === "vector" ? "float" : encoding,
     components: encoding === "vector" ? 3 : 1,
@@ -154,10 +161,8 @@ export function reportPage(page, { nodes, series, times, quiet = [], findings = 
   };
   const data = [
     `<script type="application/json" id="kelvane-report">${JSON.stringify(report).replace(/</g, "\\u003c")}</script>`,
-    chunk("kelvane-times", [shuffled(times)]),
-    ...series.map(({ encoding, list, indices }, i) =>
-      chunk(`kelvane-values-${i}`, [...(indices ? [shuffled(Uint32Array.from(indices))] : []), ...columnsOf[encoding](list)]),
-    ),
+    chunk("kelvane-times", chunkText([shuffled(times)])),
+    ...chunks.map((text, i) => chunk(`kelvane-values-${i}`, text)),
   ];
   return page
     .replace("<!--kelvane-title-->", "sample.kelvane over sample.jsonl")

@@ -34,6 +34,7 @@ export interface Cause {
   remedy: string;
 }
 
+/** A node that gave nothing, or less often than its inputs would have let it. */
 export interface QuietNode {
   node: number;
   causes: Cause[];

@@ -1,6 +1,6 @@
 import type { DataSource, Finding, NodeInfo, QuietNode } from "./DataSource.ts";
 import { ColumnReader, fromBase64, seriesColumns, unzipped } from "./Decoding.ts";
-import { type Encoding, Series } from "./Series.ts";
+import { type Encoding, Series, type SeriesColumns } from "./Series.ts";
 import { TimeAxis } from "./TimeAxis.ts";
 
 interface SeriesEntry {
@@ -72,11 +72,17 @@ export class Report implements DataSource {
   /** Brings the values of all nodes, beginning with these, and lets the page breathe in between. */
   async load(first: readonly number[]): Promise<void> {
     const order = new Set([...first, ...this.entries.keys()]);
+    // Nodes that gave the same values share a chunk.
+    const decoded = new Map<string, SeriesColumns>();
     for (const node of order) {
       const entry = this.entries.get(node);
       if (!entry) continue;
-      const bytes = await chunk(this.page, entry.chunk);
-      const columns = seriesColumns(bytes, entry.count, entry.dense === true, entry.encoding, entry.components);
+      let columns = decoded.get(entry.chunk);
+      if (!columns) {
+        const bytes = await chunk(this.page, entry.chunk);
+        columns = seriesColumns(bytes, entry.count, entry.dense === true, entry.encoding, entry.components);
+        decoded.set(entry.chunk, columns);
+      }
       this.arrived.set(node, new Series(node, entry.type, entry.encoding, entry.names ?? [], columns));
       ++this.progress.done;
       for (const listener of this.listeners) listener();

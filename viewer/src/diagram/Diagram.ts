@@ -60,9 +60,9 @@ export class Diagram {
     this.endHover();
     if (!wire?.dataset.from) return;
     const { from, to, input } = wire.dataset;
-    this.hovered = [
-      ...this.svg.querySelectorAll(`path.wire[data-from="${from}"][data-to="${to}"][data-input="${input}"]`),
-    ];
+    this.hovered = [...this.svg.querySelectorAll<SVGElement>(`path.wire[data-from="${from}"]`)].filter(
+      ({ dataset }) => dataset.to === to && dataset.input === input,
+    );
     for (const element of this.hovered) element.classList.add("v-hovered");
     setText(this.hint, this.hintText(Number(from)));
     this.hint.hidden = false;

@@ -1,5 +1,6 @@
-import { makeSvg } from "../Elements.ts";
+import { byId, makeSvg, setText } from "../Elements.ts";
 import type { Model } from "../Model.ts";
+import { counted, duration } from "../Text.ts";
 
 /** Marks on the diagram's nodes: which one is selected and what it is connected with, heat, and silence. */
 export class NodeMarks {
@@ -25,16 +26,17 @@ export class NodeMarks {
       const group = this.nodes.get(node);
       const body = group?.querySelector<SVGGraphicsElement>(".body");
       if (!group || !body) continue;
-      group.classList.add("v-quiet");
-      const { x, y, width } = body.getBBox();
-      const reason = causes.map((cause) => cause.text).join("; ");
+      const isSilent = this.model.isSilent(node);
+      group.classList.add(isSilent ? "v-silent" : "v-seldom");
+      const { x, y } = body.getBBox();
+      const reason = causes.map((cause) => `${this.model.nameOf(cause.node)}: ${cause.text}`).join("\n");
       group.append(
         makeSvg(
           "g",
-          { class: "v-quiet-mark", transform: `translate(${x + width - 2} ${y + 1})` },
-          makeSvg("circle", { r: "8" }),
-          makeSvg("path", { d: "M-4.5 0h9" }),
-          makeSvg("title", {}, `Silent: ${reason}`),
+          { class: "v-quiet-mark", transform: `translate(${x + 3} ${y})` },
+          makeSvg("circle", { r: isSilent ? "8" : "5" }),
+          makeSvg("path", { d: isSilent ? "M-4.5 0h9" : "M-2.5 0h5" }),
+          makeSvg("title", {}, `${isSilent ? "Silent" : "Not always"}\n${reason}`),
         ),
       );
     }
@@ -62,10 +64,12 @@ export class NodeMarks {
     const amount = (node: { runs: number; nanoseconds: number }) => (heat === "time" ? node.nanoseconds : node.runs);
     const most = Math.max(1, ...source.nodes.map(amount));
     this.svg.classList.toggle("v-heated", heat !== "none");
+    byId("v-heat-legend").hidden = heat === "none";
+    setText(byId("v-heat-most"), heat === "time" ? duration(most * 1e-9) : counted(most, "run"));
     for (const node of source.nodes) {
       // By the square root, so that small shares can still be told from none.
       const share = Math.sqrt(amount(node) / most);
-      this.nodes.get(node.id)?.style.setProperty("--v-heat", `${Math.round(share * 70)}%`);
+      this.nodes.get(node.id)?.style.setProperty("--v-heat", `${Math.round(share * 55)}%`);
     }
   }
 }

@@ -32,6 +32,8 @@ export class PanZoom {
     byId("v-zoom-out").addEventListener("click", () => this.zoom(1 / 1.4));
     byId("v-fit").addEventListener("click", () => this.fit());
     new ResizeObserver(() => (this.isFitted ? this.begin() : this.apply())).observe(host);
+    addEventListener("beforeprint", () => svg.setAttribute("viewBox", Object.values(this.whole).join(" ")));
+    addEventListener("afterprint", () => this.apply());
     this.begin();
   }
 
@@ -45,13 +47,13 @@ export class PanZoom {
     this.isFitted = true;
   }
 
-  /** The whole diagram; on narrow screens its beginning, so that it can be read. */
+  /** The whole diagram where it can then be read, and else its beginning. */
   private begin(): void {
     this.fit();
     const { width, height } = this.host.getBoundingClientRect();
     const { whole } = this;
-    const scale = Math.min(height / whole.height, 0.6);
-    if (width >= 700 || scale <= this.scale) return;
+    const scale = Math.max(0.62, Math.min(height / whole.height, 0.8));
+    if (this.scale > 0.45) return;
     this.scale = scale;
     this.centre.x = whole.x + width / scale / 2;
     this.apply();

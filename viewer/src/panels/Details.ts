@@ -46,7 +46,7 @@ export class Details {
         ["Batches", grouped(count)],
         ["Time", count === 0 ? "–" : rises ? `${begin} s to ${end} s (${duration(end - begin)})` : "timestamps fall"],
         ["Runs of nodes", grouped(running)],
-        ["Silent nodes", grouped(source.quiet.length)],
+        ["Silent nodes", grouped(source.quiet.filter((entry) => this.model.isSilent(entry.node)).length)],
       ]),
       ...this.ends("Outputs at the cursor", "output"),
       ...this.ends("Inputs at the cursor", "stream"),
@@ -81,16 +81,18 @@ export class Details {
         make("span", { class: `v-type ${typeStyle(node.type)}` }, node.type),
       ),
     ];
-    parts.push(...this.silence(node), ...this.findings(node), this.valueNow(node));
+    parts.push(...this.findings(node), this.valueNow(node));
     if (node.inputs.length > 0) parts.push(make("h3", {}, "Inputs"), ...this.inputs(node));
-    parts.push(...this.followers(node));
+    parts.push(...this.silence(node), ...this.followers(node));
     parts.push(make("h3", {}, "In the whole recording"), this.statistics(node));
     return parts;
   }
 
   private silence(node: NodeInfo): Node[] {
     const quiet = this.model.source.quiet.find((entry) => entry.node === node.id);
-    return quiet ? [make("h3", {}, "Why it is silent"), causeList(this.model, quiet)] : [];
+    if (!quiet) return [];
+    const title = this.model.isSilent(node.id) ? "Why it is silent" : "Why it does not always give a value";
+    return [make("h3", {}, title), causeList(this.model, quiet)];
   }
 
   private findings(node: NodeInfo): Node[] {
@@ -108,7 +110,7 @@ export class Details {
     const age = make("span", { class: "v-faint" });
     const change = make("span", { class: "v-faint" });
     const plot = button("Plot", { class: "v-small", click: () => this.model.plot(node.id) });
-    plot.disabled = !this.model.source.hasSeries(node.id);
+    plot.hidden = !this.model.source.hasSeries(node.id);
     this.refreshers.push(() => {
       const { model } = this;
       const found = model.valueAtCursor(node.id);
@@ -124,7 +126,7 @@ export class Details {
       const often = times > 1 ? `, ${times} times` : "";
       setText(age, batch === model.batch ? `given in this batch${often}` : `given ${this.ago(batch)}`);
       const changed = series.batchOf(series.lastChange(index));
-      setText(change, changed === batch ? "changed then" : `unchanged since ${this.ago(changed)}`);
+      setText(change, changed === model.batch ? "last changed in this batch" : `last changed ${this.ago(changed)}`);
     });
     return make("div", { class: "v-now-box" }, value, make("span", {}, age), change, plot);
   }
@@ -177,7 +179,7 @@ export class Details {
       }
     });
     const plot = button("Plot", { class: "v-small", "aria-label": `Plot ${model.nameOf(from)}`, click: () => model.plot(from) });
-    plot.disabled = !model.source.hasSeries(from);
+    plot.hidden = !model.source.hasSeries(from);
     return make(
       "div",
       { class: "v-feeder", "data-node": String(from) },
@@ -207,15 +209,16 @@ export class Details {
       if (shownCount === (series?.count ?? 0)) return;
       shownCount = series?.count ?? 0;
       const rows: [string, string | Node][] = [];
-      if (node.kind !== "constant") {
-        rows.push(["Runs", grouped(node.runs)], [node.kind === "output" ? "Written" : "Values given", grouped(node.emissions)]);
-      }
+      if (node.kind === "function") rows.push(["Runs", grouped(node.runs)]);
+      if (node.kind !== "constant") rows.push([node.kind === "output" ? "Written" : "Values given", grouped(node.emissions)]);
       if (node.nanoseconds > 0) {
         rows.push(["Time", `${duration(node.nanoseconds * 1e-9)}, ${percent(node.nanoseconds, time)} of all`]);
         if (node.runs > 0) rows.push(["Per run", duration((node.nanoseconds * 1e-9) / node.runs)]);
       }
       if (series && series.count > 0) {
-        rows.push(["First value", this.momentOf(series.batchOf(0), fullValue(series.value(0)))]);
+        rows.push([series.count === 1 ? "Only value" : "First value", this.momentOf(series.batchOf(0), fullValue(series.value(0)))]);
+      }
+      if (series && series.count > 1) {
         const last = series.count - 1;
         rows.push(["Last value", this.momentOf(series.batchOf(last), fullValue(series.value(last)))]);
         if (series.encoding === "float" && series.components.length <= 1) {

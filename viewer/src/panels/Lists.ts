@@ -1,3 +1,4 @@
+import type { QuietNode } from "../data/DataSource.ts";
 import { button, byId, make } from "../Elements.ts";
 import type { Model } from "../Model.ts";
 import { duration, grouped, percent } from "../Text.ts";
@@ -7,13 +8,27 @@ import { causeList, nodeLink } from "./Details.ts";
 export function showQuiet(model: Model): void {
   const host = byId("v-quiet");
   const { quiet } = model.source;
-  if (quiet.length === 0) return host.replaceChildren(make("p", { class: "v-faint" }, "No node was silent."));
+  const cards = (entries: readonly QuietNode[]) =>
+    entries.map((entry) =>
+      make(
+        "section",
+        { class: "v-card" },
+        make("h3", {}, nodeLink(model, entry.node), make("span", { class: "v-faint" }, ` ${model.node(entry.node)?.class} #${entry.node}`)),
+        causeList(model, entry),
+      ),
+    );
+  const silent = quiet.filter((entry) => model.isSilent(entry.node));
+  const seldom = quiet.filter((entry) => !model.isSilent(entry.node));
   host.replaceChildren(
     make("h2", {}, "Silent nodes"),
-    make("p", { class: "v-faint" }, "Nodes that gave no value in the whole recording, and why."),
-    ...quiet.map((entry) =>
-      make("section", { class: "v-card" }, make("h3", {}, nodeLink(model, entry.node)), causeList(model, entry)),
-    ),
+    make("p", { class: "v-faint" }, silent.length > 0 ? "They gave no value in the whole recording." : "None: every node gave a value."),
+    ...cards(silent),
+  );
+  if (seldom.length === 0) return;
+  host.append(
+    make("h2", {}, "Not always"),
+    make("p", { class: "v-faint" }, "They gave values, but less often than their inputs would have let them."),
+    ...cards(seldom),
   );
 }
 
@@ -112,7 +127,7 @@ export class Profile {
           "tr",
           { "data-node": String(node.id) },
           make("th", { scope: "row" }, nodeLink(model, node.id)),
-          make("td", {}, grouped(node.runs)),
+          make("td", {}, node.kind === "function" ? grouped(node.runs) : "–"),
           make("td", {}, grouped(node.emissions)),
           timeCell,
         );

@@ -4,7 +4,7 @@ import { button, make, setText } from "../Elements.ts";
 import type { Model } from "../Model.ts";
 import { cutTo, shortNumber, typeStyle } from "../Text.ts";
 import { drawBands, drawMarks } from "./Painting.ts";
-import { sampled } from "./Sampling.ts";
+import { isStepped, sampled } from "./Sampling.ts";
 
 const componentColours = ["--vector", "--integer", "--float", "--boolean"];
 
@@ -16,6 +16,8 @@ export class Plot {
   private readonly cursorLine = make("div", { class: "v-cursor", title: "Drag to move in time" });
   private chart: uPlot | undefined;
   private drawnCount = -1;
+  /** Whether the last point that was drawn is none of a value. */
+  private isHeld = false;
 
   constructor(
     private readonly model: Model,
@@ -42,9 +44,8 @@ export class Plot {
   }
 
   /** Draws what the plots' stretch of time shows now. */
-  redraw(): void {
+  redraw(width = Math.floor(this.canvasHost.clientWidth)): void {
     const series = this.model.source.series(this.node);
-    const width = Math.floor(this.canvasHost.clientWidth);
     if (!series) return setText(this.canvasHost, "Values are being read…");
     if (width < 40) return;
     if (!this.chart) {
@@ -58,9 +59,10 @@ export class Plot {
     this.drawnCount = series.count;
     const stretch = this.model.shown;
     const isDrawn = series.encoding === "boolean" || series.encoding === "text";
-    const { places, numbers } = isDrawn
-      ? { places: [stretch.from, stretch.to], numbers: [[0, 1]] }
+    const { places, numbers, isHeld } = isDrawn
+      ? { places: [stretch.from, stretch.to], numbers: [[0, 1]], isHeld: false }
       : sampled(series, this.model.source.axis, stretch, Math.max(50, width - 70), this.chart.series.length - 1);
+    this.isHeld = isHeld;
     this.chart.batch(() => {
       this.chart!.setData([places, ...numbers], false);
       this.chart!.setScale("x", { min: stretch.from, max: Math.max(stretch.to, stretch.from + 1e-9) });
@@ -101,7 +103,8 @@ export class Plot {
     const components = series.encoding === "float" ? Math.max(1, series.components.length) : 1;
     const axis = { stroke: colour("--faint"), font: "11px Helvetica, Arial, sans-serif" };
     const lines = { grid: { stroke: colour("--grid"), width: 1 }, ticks: { show: false } };
-    const steps = series.encoding === "integer" ? { paths: uPlot.paths.stepped!({ align: 1 }) } : {};
+    const unit = this.model.source.axis.rises ? " s" : "";
+    const steps = isStepped(series, this.model.source.axis) ? { paths: uPlot.paths.stepped!({ align: 1 }) } : {};
     return {
       width,
       height: isLow ? 74 : 128,
@@ -109,7 +112,14 @@ export class Plot {
       legend: { show: false },
       scales: { x: { time: false }, y: isLow ? { range: [0, 1] } : {} },
       axes: [
-        { ...axis, ...lines, size: 24, gap: 3, space: 70 },
+        {
+          ...axis,
+          ...lines,
+          size: 24,
+          gap: 3,
+          space: 70,
+          values: (_, splits) => splits.map((split) => `${Number(split.toPrecision(12))}${unit}`),
+        },
         {
           ...axis,
           ...lines,
@@ -127,6 +137,10 @@ export class Plot {
           show: !isLow,
           stroke: colour(components === 1 ? own : componentColours[i % componentColours.length]),
           width: 1.4,
+          points: {
+            filter: (chart: uPlot, _: number, isShown: boolean) =>
+              isShown && this.isHeld ? [...chart.data[0].keys()].slice(0, -1) : null,
+          },
           ...steps,
         })),
       ],

@@ -5,6 +5,8 @@ import { Plot } from "./Plot.ts";
 
 /** So many plots are there from the start; more come when they are asked for. */
 const firstPlots = 12;
+/** What fits on the usual sizes of paper. */
+const paperWidth = 660;
 
 /** The plots below the diagram, one above the other. */
 export class Plots {
@@ -20,7 +22,7 @@ export class Plots {
       ...withValues.filter((node) => node.kind === "stream"),
     ];
     model.plotted = ends.slice(0, firstPlots).map((node) => node.id);
-    for (const node of withValues) this.chooser.append(make("option", { value: String(node.id) }, node.name));
+    for (const node of withValues) this.chooser.append(make("option", { value: String(node.id) }, `${node.name} #${node.id}`));
     this.chooser.addEventListener("change", () => {
       if (this.chooser.value) model.plot(Number(this.chooser.value));
       this.chooser.value = "";
@@ -31,11 +33,16 @@ export class Plots {
     byId("v-range-in").addEventListener("click", () => this.zoom(0.5));
     byId("v-range-out").addEventListener("click", () => this.zoom(2));
     byId("v-range-all").addEventListener("click", () => model.showAll());
-    model.on("plots", () => this.arrange());
+    model.on("plots", () => {
+      this.arrange();
+      byId("v-plot-area").scrollTop = 0;
+    });
     model.on("range", () => this.plots.forEach((plot) => plot.redraw()));
     model.on("data", () => this.plots.forEach((plot) => plot.update()));
     model.on("theme", () => this.plots.forEach((plot) => plot.recolour()));
     model.on("cursor", () => this.plots.forEach((plot) => plot.moveCursor()));
+    addEventListener("beforeprint", () => this.plots.forEach((plot) => plot.redraw(paperWidth)));
+    addEventListener("afterprint", () => this.plots.forEach((plot) => plot.redraw()));
     new ResizeObserver(() => this.plots.forEach((plot) => plot.redraw())).observe(this.host);
     this.arrange();
   }

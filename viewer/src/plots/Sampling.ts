@@ -5,6 +5,8 @@ import type { TimeAxis } from "../data/TimeAxis.ts";
 export interface Points {
   places: number[];
   numbers: (number | null)[][];
+  /** Whether the last point is no value, but where one still holds. */
+  isHeld: boolean;
 }
 
 /** The indices of the values to draw for a stretch: those within it, and one more on either side. */
@@ -12,6 +14,12 @@ export function visible(series: Series, axis: TimeAxis, from: number, to: number
   const begin = series.firstFrom(axis.firstFrom(from)) - 1;
   const end = series.firstFrom(axis.firstAfter(to)) + 1;
   return { begin: Math.max(0, begin), end: Math.min(series.count, end) };
+}
+
+/** Whether a series is drawn in steps. A value holds until the next one; where those follow each other closely, lines are
+ * easier to read and hide nothing. */
+export function isStepped(series: Series, axis: TimeAxis): boolean {
+  return series.encoding === "integer" || series.count * 2 < axis.count;
 }
 
 /** Calls draw(begin, end) with the indices of the values of each column of pixels that has any. */
@@ -70,5 +78,9 @@ export function sampled(
     add(place(begin), (i) => (risesFirst[i] ? pyramids[i].least : pyramids[i].largest));
     add(place(end - 1), (i) => (risesFirst[i] ? pyramids[i].largest : pyramids[i].least));
   });
-  return { places, numbers };
+  const last = series.count - 1;
+  const until = Math.min(stretch.to, axis.end);
+  const isHeld = isStepped(series, axis) && last >= 0 && place(last) < until;
+  if (isHeld) add(until, (i) => columns[i][last]);
+  return { places, numbers, isHeld };
 }

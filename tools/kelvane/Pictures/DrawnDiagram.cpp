@@ -228,8 +228,11 @@ private:
         DrawnGroup group{record.description, {}};
         for (const auto id : record.nodeIds) {
             const auto found = byId.find(id);
-            if (found != byId.end()) group.members.push_back(diagram.nodes[found->second].name);
+            if (found == byId.end()) continue;
+            const auto& node = diagram.nodes[found->second];
+            if (node.kind != NodeKind::constant || node.isLabelled) group.members.push_back(node.name);
         }
+        if (record.nodeIds.size() == diagram.nodes.size()) group.members = {"all nodes"};
         diagram.groups.push_back(std::move(group));
     }
 

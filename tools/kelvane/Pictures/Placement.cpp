@@ -14,67 +14,17 @@ namespace {
 
 constexpr double betweenParts = 40;
 
-// Where the document has the nodes
-
-/// How far the document's places must be stretched so that no boxes overlap; absent where that gives no
-/// picture: places are missing, or so near to one another that the rest is far away then.
-std::optional<double> documentScale(const DrawnDiagram& diagram) {
-    const auto& nodes = diagram.nodes;
-    if (nodes.empty()) return std::nullopt;
-    double area = 0, left = 0, right = 0, top = 0, bottom = 0;
-    for (const auto& node : nodes) {
-        if (!node.given || std::abs(node.given->x) > 1e9 || std::abs(node.given->y) > 1e9)
-            return std::nullopt;
-        if (&node == &nodes.front()) {
-            left = right = node.given->x;
-            top = bottom = node.given->y;
-        }
-        area += (node.box.width + 60) * (node.box.height + 30);
-        left = std::min(left, node.given->x);
-        right = std::max(right, node.given->x);
-        top = std::min(top, node.given->y);
-        bottom = std::max(bottom, node.given->y);
-    }
-    double scale = 0.05;
-    const auto keepApart = [&](const DrawnNode& a, const DrawnNode& b) {
-        const double dx = b.given->x - a.given->x, dy = b.given->y - a.given->y;
-        const double wide = (dx > 0 ? a : b).box.width + 60, high = (dy > 0 ? a : b).box.height + 24;
-        scale = std::max(scale, std::min(wide / std::abs(dx), high / std::abs(dy)));
-    };
-    // Among many, only neighbours in either direction can come too near.
-    const std::size_t window = nodes.size() <= 3000 ? nodes.size() : 300;
-    std::vector<std::size_t> order(nodes.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    for (const auto coordinate : {&Point::x, &Point::y}) {
-        std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-            return (*nodes[a].given).*coordinate < (*nodes[b].given).*coordinate;
-        });
-        for (std::size_t i = 0; i < order.size(); ++i)
-            for (std::size_t k = i + 1; k < order.size() && k - i <= window; ++k)
-                keepApart(nodes[order[i]], nodes[order[k]]);
-        if (window == nodes.size()) break;
-    }
-    const double spread = ((right - left) * scale + 100) * ((bottom - top) * scale + 100);
-    return std::isfinite(scale) && spread < 40 * area ? std::optional(scale) : std::nullopt;
-}
-
-void placeAsGiven(DrawnDiagram& diagram, double scale) {
-    for (auto& node : diagram.nodes) {
-        node.box.x = node.given->x * scale;
-        node.box.y = node.given->y * scale;
-    }
-}
-
-// In layers
+// Constants beside their readers
 
 /// Constants that feed one input alone stand beside it, unless another frame holds them.
-void chooseConstantsBeside(DrawnDiagram& diagram) {
+void chooseConstantsBeside(DrawnDiagram& diagram, bool onlyUnplaced) {
     const auto& wires = diagram.wires;
     const Rows out(diagram.nodes.size(), wires.size(), [&](std::size_t i) { return wires[i].from; });
     const Rows in(diagram.nodes.size(), wires.size(), [&](std::size_t i) { return wires[i].to; });
     for (std::size_t i = 0; i < diagram.nodes.size(); ++i) {
         auto& node = diagram.nodes[i];
-        if (node.kind != NodeKind::constant || out.row(i).size() != 1) continue;
+        if (node.kind != NodeKind::constant || out.row(i).size() != 1 || (onlyUnplaced && node.given))
+            continue;
         const auto& wire = wires[out.row(i).front()];
         const auto frame = diagram.nodes[wire.to].frame;
         if (node.frame != frame && node.frame != nothing) continue;
@@ -88,18 +38,91 @@ void chooseConstantsBeside(DrawnDiagram& diagram) {
     }
 }
 
+/// What they take at the left of each node.
+std::vector<double> marginsOf(const DrawnDiagram& diagram) {
+    std::vector<double> margins(diagram.nodes.size());
+    for (const auto& node : diagram.nodes) {
+        if (node.reader == nothing) continue;
+        auto& own = margins[node.reader];
+        own = std::max(own, node.box.width + NodeSizes::besideGap);
+    }
+    return margins;
+}
+
+void placeConstantsBeside(DrawnDiagram& diagram) {
+    for (auto& node : diagram.nodes) {
+        if (node.reader == nothing) continue;
+        const auto& reader = diagram.nodes[node.reader];
+        node.box.x = reader.box.x - NodeSizes::besideGap - node.box.width;
+        node.box.y = reader.box.y + reader.inputs[node.readerInput].place.y - node.box.height / 2;
+    }
+}
+
+// Where the document has the nodes
+
+/// How far the document's places must be stretched so that no boxes overlap; absent where that gives no
+/// picture: places are missing, or so near to one another that the rest is far away then.
+std::optional<double> documentScale(const DrawnDiagram& diagram, const std::vector<double>& margin) {
+    const auto& nodes = diagram.nodes;
+    if (nodes.empty()) return std::nullopt;
+    double area = 0, left = 0, right = 0, top = 0, bottom = 0;
+    for (const auto& node : nodes) {
+        if (node.reader != nothing) continue;
+        if (!node.given || std::abs(node.given->x) > 1e9 || std::abs(node.given->y) > 1e9)
+            return std::nullopt;
+        if (area == 0) {
+            left = right = node.given->x;
+            top = bottom = node.given->y;
+        }
+        area += (node.box.width + 60) * (node.box.height + 30);
+        left = std::min(left, node.given->x);
+        right = std::max(right, node.given->x);
+        top = std::min(top, node.given->y);
+        bottom = std::max(bottom, node.given->y);
+    }
+    double scale = 0.05;
+    const auto keepApart = [&](std::size_t first, std::size_t second) {
+        const auto &a = nodes[first], &b = nodes[second];
+        const double dx = b.given->x - a.given->x, dy = b.given->y - a.given->y;
+        const double wide = (dx > 0 ? a : b).box.width + 60 + margin[dx > 0 ? second : first],
+                     high = (dy > 0 ? a : b).box.height + 24;
+        scale = std::max(scale, std::min(wide / std::abs(dx), high / std::abs(dy)));
+    };
+    // Among many, only neighbours in either direction can come too near.
+    const std::size_t window = nodes.size() <= 3000 ? nodes.size() : 300;
+    std::vector<std::size_t> order;
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+        if (nodes[i].reader == nothing) order.push_back(i);
+    for (const auto coordinate : {&Point::x, &Point::y}) {
+        std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+            return (*nodes[a].given).*coordinate < (*nodes[b].given).*coordinate;
+        });
+        for (std::size_t i = 0; i < order.size(); ++i)
+            for (std::size_t k = i + 1; k < order.size() && k - i <= window; ++k)
+                keepApart(order[i], order[k]);
+        if (window == nodes.size()) break;
+    }
+    const double spread = ((right - left) * scale + 100) * ((bottom - top) * scale + 100);
+    return std::isfinite(scale) && spread < 40 * area ? std::optional(scale) : std::nullopt;
+}
+
+void placeAsGiven(DrawnDiagram& diagram, double scale) {
+    for (auto& node : diagram.nodes) {
+        if (node.reader != nothing) continue;
+        node.box.x = node.given->x * scale;
+        node.box.y = node.given->y * scale;
+    }
+}
+
+// In layers
+
 /// The parts of a diagram that neither wires nor frames join, each laid out by itself.
 class LayeredPlacement {
 public:
     LayeredPlacement(DrawnDiagram& target, double gap)
-        : diagram(target), between(gap), partOf(target.nodes.size()), margin(target.nodes.size()) {}
+        : diagram(target), between(gap), partOf(target.nodes.size()), margin(marginsOf(target)) {}
 
     void place() {
-        for (const auto& node : diagram.nodes) {
-            if (node.reader == nothing) continue;
-            auto& own = margin[node.reader];
-            own = std::max(own, node.box.width + NodeSizes::besideGap);
-        }
         findParts();
         const Rows nodes(partCount, diagram.nodes.size(), [&](std::size_t i) { return partOf[i]; });
         const Rows wires(partCount, diagram.wires.size(),
@@ -107,12 +130,6 @@ public:
         paths.resize(diagram.wires.size());
         for (std::size_t part = 0; part < partCount; ++part) placePart(nodes.row(part), wires.row(part));
         putSideBySide();
-        for (auto& node : diagram.nodes) {
-            if (node.reader == nothing) continue;
-            const auto& reader = diagram.nodes[node.reader];
-            node.box.x = reader.box.x - NodeSizes::besideGap - node.box.width;
-            node.box.y = reader.box.y + reader.inputs[node.readerInput].place.y - node.box.height / 2;
-        }
         for (std::size_t i = 0; i < diagram.wires.size(); ++i)
             if (!paths[i].empty()) diagram.wires[i].path = curvedPath(paths[i]);
     }
@@ -257,8 +274,7 @@ private:
     DrawnDiagram& diagram;
     const double between;
     std::vector<std::size_t> partOf;
-    /// What constants beside a node take at its left.
-    std::vector<double> margin;
+    const std::vector<double> margin;
     std::size_t partCount = 0;
     std::vector<std::size_t> frameIn, index;
     std::vector<Part> parts;
@@ -290,6 +306,7 @@ void routeWires(DrawnDiagram& diagram) {
             obstacles.push_back({frame.box.x + 8, frame.box.y + 2, std::min(frame.box.width - 16, 160.0),
                                  frameTitleHeight - 4});
     WireRouter router(std::move(obstacles));
+    for (const auto& frame : diagram.frames) router.keepOff(frame.box);
     for (auto& wire : diagram.wires) {
         if (!wire.path.empty()) continue;
         const auto& source = diagram.nodes[wire.from];
@@ -312,14 +329,16 @@ void routeWires(DrawnDiagram& diagram) {
 }  // namespace
 
 void placeDiagram(DrawnDiagram& diagram, double roomForValues) {
+    chooseConstantsBeside(diagram, true);
     measureNodes(diagram);
-    if (const auto scale = documentScale(diagram)) {
+    if (const auto scale = documentScale(diagram, marginsOf(diagram))) {
         placeAsGiven(diagram, *scale);
     } else {
-        chooseConstantsBeside(diagram);
+        chooseConstantsBeside(diagram, false);
         measureNodes(diagram);
         LayeredPlacement(diagram, 44 + roomForValues).place();
     }
+    placeConstantsBeside(diagram);
     placeFrames(diagram);
     routeWires(diagram);
 }

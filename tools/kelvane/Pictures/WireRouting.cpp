@@ -84,6 +84,13 @@ WireRouter::WireRouter(std::vector<Box> obstacles) : boxes(std::move(obstacles))
                 lanes.end());
 }
 
+void WireRouter::keepOff(const Box& frame) {
+    levels.push_back({frame.x, frame.y, frame.width, 1});
+    levels.push_back({frame.x, frame.bottom(), frame.width, 1});
+    uprights.push_back({frame.x, frame.y, 1, frame.height});
+    uprights.push_back({frame.right(), frame.y, 1, frame.height});
+}
+
 WireRouter::CellRange WireRouter::cellsOf(const Box& area) const {
     const auto cell = [](double at, double size) { return std::lround(std::floor(at / size)); };
     return {cell(area.x, cellWidth), cell(area.right(), cellWidth), cell(area.y, cellHeight),
@@ -147,7 +154,7 @@ std::string WireRouter::route(Point from, Point to, bool goesAround) {
     const double middle = reach(from, to);
     const auto curve =
         "M" + pointText(from) + curveText({from.x + middle, from.y}, {to.x - middle, to.y}, to);
-    if (patience <= 0 || levels.size() > 1500 || (!goesAround && isCurveClear(from, to))) return curve;
+    if (patience <= 0 || (!goesAround && isCurveClear(from, to)) || ++routed > 1500) return curve;
     const auto way = [&](double out, double lane, double in) {
         levels.push_back({std::min(out, in), lane - 0.5, std::abs(out - in), 1});
         uprights.push_back({out - 0.5, std::min(from.y, lane), 1, std::abs(from.y - lane)});

@@ -16,6 +16,9 @@ class WireRouter {
 public:
     explicit WireRouter(std::vector<Box> obstacles);
 
+    /// Wires do not run along the border of a frame.
+    void keepOff(const Box& frame);
+
     /// The path from the right of a box to the left of another: a curve, if it is clear of boxes, or, where
     /// `goesAround`, level and upright pieces. Where there is no clear way, a curve all the same.
     std::string route(Point from, Point to, bool goesAround);
@@ -34,8 +37,9 @@ private:
     bool isWayClear(Point from, double out, double lane, double in, Point to);
 
     std::vector<Box> boxes;
-    /// The pieces of wires that have been routed.
+    /// The pieces of wires that have been routed, and borders of frames.
     std::vector<Box> levels, uprights;
+    std::size_t routed = 0;
     /// Boxes by the cells of a grid.
     std::unordered_map<long, std::vector<std::size_t>> cells;
     double cellWidth = 1, cellHeight = 1;

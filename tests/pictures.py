@@ -69,7 +69,7 @@ x: Float [not forwarded]
 high = Larger(x, 2.5) [green]
 out: Float = Gate(high, x)
 lost = Add(x, _)
-box Outer <&> [cyan] { high, box Inner { lost } }
+box `Outer <&>` [cyan] { high, box Inner { lost } }
 subdiagram All { * }
 """
 RECORDING = "".join(json.dumps({"timestamp": t, "name": "x", "floatValue": x}) + "\n" for t, x in ((1, 2.0), (2, 3.123456789), (3, 1e-9)))
@@ -82,12 +82,12 @@ def checkParts(folder):
     find = checkDrawing(diagram)
     expect("frames", [text(each).strip() or each.find("{*}title").text for each in find("frame")], ["Outer <&>", "Inner"])
     expect("notes", [text(each) for each in find("notes")], ['A note <that> says & "quotes".'])
-    expect("finding", [each.find("{*}title").text.split(";")[0] for each in find("note", "warning")], ['nothing feeds input 1 ("b"), so the node never runs'])
+    expect("finding", [each.find("{*}title").text for each in find("note", "warning")], ['the output feeds nothing\ninput 1 ("b") is not connected, so that the node never runs'])
     expect("subdiagram", [text(each) for each in find("legend")][0], "All all nodes")
-    expect("types", [each.get("class") for each in find("port", "out")], ["port out float", "port out boolean", "port out float", "port out float", "port out float"])
+    expect("types", [each.get("class") for each in find("port", "out")], [f"port out {type}" for type in ("float", "float", "boolean", "float", "float")])
     expect("a value at the end", values(diagram, recording), {"x": "1e-09", "high": "false", "Gate": "3.12346", "out": "3.12346", "lost": "–"})
     expect("a value at a time", values(diagram, recording, "--at", "1.5"), {"x": "2", "high": "false", "Gate": "–", "out": "–", "lost": "–"})
-    expect("a value of other constants", values(diagram, recording, "--set", "#3=0.5", "--at", "1")["Gate"], "2")
+    expect("a value of other constants", values(diagram, recording, "--set", "#2=0.5", "--at", "1")["Gate"], "2")
     expect("highlighted", [text(each) for each in drawn(diagram, "--highlight", "lost", "--highlight", "#1")("highlighted")], ["x Float, not in the results", "lost Add a b"])
     expect("the theme", "prefers-color-scheme" in tool("draw", diagram, "--theme", "dark"), False)
     expect("the same again", tool("draw", diagram), tool("draw", diagram))
@@ -111,10 +111,11 @@ def checkStrangeDocuments():
     node = lambda id, kind="Function", type="Sine": {"id": id, "classString": kind, "typeString": type}
     wire = lambda a, b, i=0: {"outputNodeId": a, "inputNodeId": b, "inputIndex": i}
     deep = {"x": 0, "y": 0, "description": "", "nodeIds": [1]}
+    sys.setrecursionlimit(20000)
     for _ in range(1000):
         deep = {"x": 0, "y": 0, "description": "deep", "nodeIds": [2], "containers": [deep]}
     strange = [
-        ({"nodes": [node(1), node(1), node(2, "Function", "No such"), node(3, "What", "?")], "connections": [wire(1, 1), wire(1, 2, 7), wire(2, 1), wire(1, 2, -1), wire(1, 99), wire(99, 1), wire(3, 1, 10**9)]}, 4, 4),
+        ({"nodes": [node(1), node(1), node(2, "Function", "No such"), node(3, "What", "?")], "connections": [wire(1, 1), wire(1, 2, 7), wire(2, 1), wire(1, 2, -1), wire(1, 99), wire(99, 1), wire(3, 1, 10**9)]}, 4, 3),
         ({"nodes": [node(i) for i in range(9)], "connections": [wire(i, (i + 1) % 9) for i in range(9)], "positions": [{"id": i, "x": 1e308, "y": -1e308} for i in range(9)]}, 9, 9),
         ({"nodes": [node(1), node(2)], "connections": [wire(1, 2)], "containers": [deep]}, 2, 1),
         ({"nodes": [node(1)], "connections": [], "properties": [{"id": 1, "propertyString": "Description", "valueString": "\x01\x7f<&\"'\ufffe" + "long " * 200000}]}, 1, 0),

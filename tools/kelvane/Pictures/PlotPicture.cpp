@@ -8,6 +8,7 @@
 #include <map>
 #include <vector>
 
+#include "KelvaneSDK/Value.h"
 #include "Messages.h"
 #include "Pictures/AxisTicks.h"
 #include "Pictures/Markup.h"
@@ -21,6 +22,7 @@ namespace {
 
 constexpr double textSize = 12, smallSize = 11, titleSize = 15;
 constexpr double margin = 16, headHeight = 20, panelGap = 12, axisHeight = 36;
+constexpr std::size_t mostWrittenOut = 3;
 constexpr double lineHeight = 110, bandHeight = 14, bandGap = 3, leastLineHeight = 30;
 
 enum class Look { line, band, texts };
@@ -56,6 +58,9 @@ std::string summaryOf(const PlotSeries& series) {
 }
 
 std::string shortNumber(double number) {
+    auto exact = getValueString(number);
+    constexpr std::size_t longest = 9;
+    if (exact.size() <= longest) return exact;
     std::array<char, 40> text{};
     std::snprintf(text.data(), text.size(), "%.6g", number);
     return text.data();
@@ -110,10 +115,14 @@ private:
         }
         from = options.from.value_or(from);
         to = options.to.value_or(to);
-        if (to > from) return;
-        const double around = std::max(0.5, std::abs(from) * 1e-9);
-        from -= around;
-        to += around;
+        constexpr double perTick = 90;
+        const bool isOnce = !(to > from);
+        const double around = isOnce ? std::max(0.5, std::abs(from) * 1e-9) : (to / 2 - from / 2) * 0.01;
+        timeAxis = timeTicks(isOnce ? from - around : from, isOnce ? to + around : to,
+                             std::max(2.0, options.width / perTick));
+        // So that the first and the last value do not lie on the border.
+        if (!options.from || isOnce) from -= around;
+        if (!options.to || isOnce) to += around;
     }
 
     void measure() {
@@ -144,8 +153,6 @@ private:
         }
         left = std::ceil(left);
         right = options.width - margin;
-        constexpr double perTick = 90;
-        timeAxis = timeTicks(from, to, std::max(2.0, (right - left) / perTick));
     }
 
     // A little more than the values, so that lines do not lie on the border.
@@ -207,6 +214,7 @@ private:
             themeStyles(options.theme) +
             ".plot text{fill:var(--text);font-size:12px}\n"
             ".plot .title{font-size:15px;font-weight:bold}\n.plot .name{font-weight:bold}\n"
+            ".plot .label,.plot .value{font-size:11px}\n"
             ".plot .faint{fill:var(--faint);font-size:11px}\n.plot .surface{fill:var(--surface)}\n"
             ".plot .panel>.box{fill:var(--box)}\n.plot .grid{stroke:var(--grid);fill:none}\n\n"
             ".plot .line{fill:none;stroke:var(--type);stroke-width:1.3;stroke-linejoin:round}\n"
@@ -338,7 +346,21 @@ private:
                 const std::string component = series->components.size() > 1 ? " c" + std::to_string(i) : "";
                 writePath("line" + component + fileClass(series->file), drawn.line);
                 writePath("points" + component + (series->file > 0 ? " later" : ""), drawn.points);
+                if (series->times.size() <= mostWrittenOut && panel.series.size() == 1)
+                    writeOut(frame, series->times, series->components[i]);
             }
+        }
+    }
+
+    // Few values can be read beside their points.
+    void writeOut(const PlotFrame& frame, const std::vector<double>& times,
+                  const std::vector<double>& values) {
+        for (std::size_t i = 0; i < times.size(); ++i) {
+            const auto label = std::isfinite(values[i]) ? shortNumber(values[i]) : std::string();
+            const double x = frame.x(times[i]), y = frame.y(values[i]) + 4;
+            const bool isLate = x + 8 + textWidth(label, smallSize) > right;
+            if (!label.empty() && x >= left && x <= right)
+                writeText("value", x + (isLate ? -7 : 7), y, label, isLate ? "end" : "start");
         }
     }
 
@@ -351,40 +373,53 @@ private:
         writePath("mixed", band.mixed);
     }
 
+    std::string bar(double begin, double width, double top) const {
+        return "M" + pictureNumber(begin) + " " + pictureNumber(top) + "h" + pictureNumber(width) + "v" +
+               pictureNumber(bandHeight) + "h-" + pictureNumber(width) + "z";
+    }
+
     // As labelled stretches; where they are too short, as marks.
     void writeTexts(const PlotSeries& series, double top) {
-        constexpr double narrowest = 4, narrowestLabel = 24;
-        constexpr std::size_t mostStretches = 2000;
+        constexpr double narrowest = 4;
+        constexpr std::size_t mostStretches = 1000;
         const auto frame = frameAt(top, bandHeight);
-        std::size_t stretches = 0;
+        std::vector<PlotSpan> spans;
+        forEachSpan(series.times, series.components.front(), longestPause(series.times), [&](PlotSpan span) {
+            span.from = std::clamp(frame.x(span.from), left, right);
+            span.to = std::clamp(frame.x(span.to), left, right);
+            spans.push_back(span);
+        });
+        const bool areFew = spans.size() <= mostStretches;
         double marked = -1;
         std::string marks;
-        const auto place = [&](double time) { return std::clamp(frame.x(time), left, right); };
-        const auto take = [&](const PlotSpan& span) {
-            const double begin = place(span.from), width = place(span.to) - begin;
-            if (width < narrowest || stretches == mostStretches) {
-                if (std::floor(begin) == marked) return;
+        for (std::size_t i = 0; i < spans.size(); ++i) {
+            const auto& [begin, end, value] = spans[i];
+            if (areFew) {
+                const double before = i > 0 ? spans[i - 1].to : left;
+                const double after = i + 1 < spans.size() ? spans[i + 1].from : right;
+                const auto& content = series.texts[static_cast<std::size_t>(value)];
+                body += "<g><title>" + markupText(content) + "</title>";
+                if (end - begin >= narrowest)
+                    writePath(i % 2 == 0 ? "span" : "span other", bar(begin, end - begin, top));
+                writePath("mark", bar(begin, 1.5, top));
+                writeLabel(printable(content), begin, end - begin < narrowest ? after : end, before, top);
+                body += "</g>\n";
+            } else if (std::floor(begin) != marked) {
                 marked = std::floor(begin);
-                marks += "M" + pictureNumber(begin) + " " + pictureNumber(top) + "h1v" +
-                         pictureNumber(bandHeight) + "h-1z";
-                return;
+                marks += bar(marked, 1, top);
             }
-            ++stretches;
-            const auto& content = series.texts[static_cast<std::size_t>(span.value)];
-            body += "<g><title>" + markupText(content) + "</title>";
-            const auto bar = "M" + pictureNumber(begin) + " " + pictureNumber(top) + "h" +
-                             pictureNumber(width) + "v" + pictureNumber(bandHeight) + "h-" +
-                             pictureNumber(width) + "z";
-            writePath(stretches % 2 == 0 ? "span other" : "span", bar);
-            writePath("mark", "M" + pictureNumber(begin) + " " + pictureNumber(top) + "h1.5v" +
-                                  pictureNumber(bandHeight) + "h-1.5z");
-            if (width >= narrowestLabel)
-                writeText("label", begin + 5, top + bandHeight - 3.5,
-                          fittingText(printable(content), smallSize, width - 8));
-            body += "</g>\n";
-        };
-        forEachSpan(series.times, series.components.front(), longestPause(series.times), take);
+        }
         writePath("mark", marks);
+    }
+
+    // Behind the mark, or before it where that has no space.
+    void writeLabel(const std::string& content, double begin, double end, double before, double top) {
+        constexpr double narrowest = 24;
+        const double y = top + bandHeight - 3.5;
+        if (end - begin >= narrowest)
+            writeText("label", begin + 5, y, fittingText(content, smallSize, end - begin - 8));
+        else if (begin - before >= narrowest * 2)
+            writeText("label", begin - 4, y, fittingText(content, smallSize, begin - before - 8), "end");
     }
 
     double placeOf(const AxisTick& time) const { return std::round(frameAt(0, 0).x(time.place) - 0.5) + 0.5; }

@@ -44,7 +44,7 @@ export class Plot {
   }
 
   /** Draws what the plots' stretch of time shows now. */
-  redraw(width = Math.floor(this.canvasHost.clientWidth)): void {
+  redraw(width: number): void {
     const series = this.model.source.series(this.node);
     if (!series) return setText(this.canvasHost, "Values are being read…");
     if (width < 40) return;
@@ -71,8 +71,8 @@ export class Plot {
   }
 
   /** Draws only if values came. */
-  update(): void {
-    if (this.drawnCount !== this.model.source.series(this.node)?.count) this.redraw();
+  update(width: number): void {
+    if (this.drawnCount !== this.model.source.series(this.node)?.count) this.redraw(width);
   }
 
   /** Redraws with other colours. */
@@ -85,7 +85,7 @@ export class Plot {
     const { axis } = model.source;
     if (!this.chart || axis.count === 0) return;
     const left = this.chart.valToPos(axis.at(model.batch), "x");
-    this.cursorLine.hidden = left < -1 || left > this.chart.over.clientWidth + 1;
+    this.cursorLine.hidden = left < -1 || left > this.chart.bbox.width / devicePixelRatio + 1;
     this.cursorLine.style.transform = `translateX(${left}px)`;
     const found = model.valueAtCursor(this.node);
     this.showReadout(found);

@@ -58,7 +58,7 @@ export class PanZoom {
     const { width, height } = this.size;
     const { whole } = this;
     const scale = Math.max(0.62, Math.min(height / whole.height, 0.8));
-    if (this.scale > 0.45) return;
+    if (this.scale > 0.45 || width === 0) return;
     this.scale = scale;
     this.centre.x = whole.x + width / scale / 2;
     const first = this.svg.querySelector<SVGGraphicsElement>("g.node.stream .body")?.getBBox().y ?? whole.y;

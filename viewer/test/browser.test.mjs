@@ -160,6 +160,36 @@ test("plots are zoomed by dragging, and their cursor is dragged", async () => {
   });
 });
 
+test("plots of seconds since 1970 count from the beginning", async () => {
+  await opened(fileOf("epoch", sample({ begin: 1_700_000_000 })), wide, async (tab) => {
+    const over = await tab.locator(".v-plot .u-over").first().boundingBox();
+    await tab.mouse.click(over.x + over.width / 2, over.y + over.height / 2);
+    await settled(tab);
+    assert.match(await tab.inputValue("#v-time-field"), /^17000000(09\.9|10)/);
+    assert.match(await tab.locator(".v-plot-hint").first().textContent(), /^(9\.9\d*|10(\.\d+)?) s: 2$/);
+  });
+});
+
+test("two fingers zoom the diagram", async () => {
+  const options = { viewport: { width: 360, height: 740 }, isMobile: true, hasTouch: true };
+  await opened(fileOf("touch", sample({ batches: 10 })), options, async (tab) => {
+    const width = () => tab.evaluate(() => Number(document.querySelector("svg.diagram").getAttribute("viewBox").split(" ")[2]));
+    const before = await width();
+    const touches = await tab.context().newCDPSession(tab);
+    const fingers = (type, apart) =>
+      touches.send("Input.dispatchTouchEvent", {
+        type,
+        touchPoints: apart ? [{ x: 180 - apart, y: 250, id: 1 }, { x: 180 + apart, y: 250, id: 2 }] : [],
+      });
+    await fingers("touchStart", 20);
+    for (const apart of [30, 45, 60, 80]) await fingers("touchMove", apart);
+    await fingers("touchEnd");
+    await settled(tab);
+    const after = await width();
+    assert.ok(after < before / 2.5 && after > before / 6, `${before} to ${after}`);
+  });
+});
+
 test("the diagram pans and zooms", async () => {
   await opened(fileOf("zoom", sample({ batches: 10 })), wide, async (tab) => {
     const box = () => tab.evaluate(() => document.querySelector("svg.diagram").getAttribute("viewBox").split(" ").map(Number));

@@ -34,10 +34,10 @@ export const columnsOf = {
   },
 };
 
-export function sample({ batches = 2000, width = 1 } = {}) {
+export function sample({ batches = 2000, width = 1, begin = 0 } = {}) {
   const nodes = [];
   const series = [];
-  const times = Float64Array.from({ length: batches }, (_, i) => i / 100);
+  const times = Float64Array.from({ length: batches }, (_, i) => begin + i / 100);
   const add = (kind, className, name, type, inputs, values) => {
     const id = nodes.length + 1;
     const count = values ? values.list.length : 0;

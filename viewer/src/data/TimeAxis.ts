@@ -26,6 +26,11 @@ export class TimeAxis {
     return this.rises ? this.times[batch] : batch;
   }
 
+  /** What plots count from: zero, or the beginning where that is far away, such as seconds since 1970. */
+  get origin(): number {
+    return Math.abs(this.begin) > 1e5 && Math.abs(this.begin) > 20 * (this.end - this.begin) ? this.begin : 0;
+  }
+
   get begin(): number {
     return this.count > 0 ? this.at(0) : 0;
   }

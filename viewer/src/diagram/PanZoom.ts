@@ -14,6 +14,8 @@ export class PanZoom {
   private readonly pointers = new Map<number, Point>();
   private dragged = 0;
   private isFitted = true;
+  /** Of the host, in pixels. */
+  private size = { width: 0, height: 0 };
 
   constructor(
     private readonly host: HTMLElement,
@@ -31,14 +33,17 @@ export class PanZoom {
     byId("v-zoom-in").addEventListener("click", () => this.zoom(1.4));
     byId("v-zoom-out").addEventListener("click", () => this.zoom(1 / 1.4));
     byId("v-fit").addEventListener("click", () => this.fit());
-    new ResizeObserver(() => (this.isFitted ? this.begin() : this.apply())).observe(host);
+    new ResizeObserver(([{ contentRect }]) => {
+      this.size = contentRect;
+      if (this.isFitted) this.begin();
+      else this.apply();
+    }).observe(host);
     addEventListener("beforeprint", () => svg.setAttribute("viewBox", Object.values(this.whole).join(" ")));
     addEventListener("afterprint", () => this.apply());
-    this.begin();
   }
 
   fit(): void {
-    const { width, height } = this.host.getBoundingClientRect();
+    const { width, height } = this.size;
     if (width === 0 || height === 0) return;
     const { whole } = this;
     this.scale = Math.min(width / whole.width, height / whole.height, 1.6);
@@ -47,15 +52,18 @@ export class PanZoom {
     this.isFitted = true;
   }
 
-  /** The whole diagram where it can then be read, and else its beginning. */
+  /** The whole diagram where it can then be read, and else where it begins: at an input stream, on the left. */
   private begin(): void {
     this.fit();
-    const { width, height } = this.host.getBoundingClientRect();
+    const { width, height } = this.size;
     const { whole } = this;
     const scale = Math.max(0.62, Math.min(height / whole.height, 0.8));
-    if (this.scale > 0.45) return;
+    if (this.scale > 0.45 || width === 0) return;
     this.scale = scale;
     this.centre.x = whole.x + width / scale / 2;
+    const first = this.svg.querySelector<SVGGraphicsElement>("g.node.stream .body")?.getBBox().y ?? whole.y;
+    const half = Math.min(whole.height, height / scale) / 2;
+    this.centre.y = Math.max(whole.y + half, Math.min(whole.y + whole.height - half, first));
     this.apply();
     this.isFitted = true;
   }
@@ -117,7 +125,7 @@ export class PanZoom {
 
   private apply(): void {
     this.isFitted = false;
-    const { width, height } = this.host.getBoundingClientRect();
+    const { width, height } = this.size;
     const w = width / this.scale;
     const h = height / this.scale;
     this.svg.setAttribute("viewBox", `${this.centre.x - w / 2} ${this.centre.y - h / 2} ${w} ${h}`);

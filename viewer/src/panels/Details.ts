@@ -185,8 +185,7 @@ export class Details {
       { class: "v-feeder", "data-node": String(from) },
       nodeLink(model, from),
       value,
-      age,
-      canPlot && plot,
+      make("div", { class: "v-age" }, age, canPlot && plot),
     );
   }
 

@@ -15,7 +15,7 @@ export function drawBands(chart: uPlot, series: Series, axis: TimeAxis, stretch:
   const { ctx, bbox } = chart;
   const place = (index: number) => {
     const at = index < series.count ? axis.at(series.batchOf(index)) : axis.end;
-    return Math.max(bbox.left, Math.min(bbox.left + bbox.width, chart.valToPos(at, "x", true)));
+    return Math.max(bbox.left, Math.min(bbox.left + bbox.width, chart.valToPos(at - axis.origin, "x", true)));
   };
   const top = bbox.top + bbox.height * 0.2;
   const height = bbox.height * 0.6;
@@ -47,7 +47,7 @@ export function drawMarks(chart: uPlot, series: Series, axis: TimeAxis, stretch:
   ctx.fillStyle = colour;
   let free = -Infinity;
   forEachColumn(series, axis, stretch, Math.round(bbox.width), (begin, end) => {
-    const left = chart.valToPos(axis.at(series.batchOf(begin)), "x", true);
+    const left = chart.valToPos(axis.at(series.batchOf(begin)) - axis.origin, "x", true);
     ctx.globalAlpha = 0.6;
     ctx.fillRect(left, bbox.top + bbox.height * 0.2, ratio, bbox.height * 0.6);
     if (left < free || end - begin > 1) return;

@@ -2,7 +2,7 @@ import uPlot from "../../vendor/uplot/uPlot.esm.js";
 import type { Series } from "../data/Series.ts";
 import { button, make, setText } from "../Elements.ts";
 import type { Model } from "../Model.ts";
-import { cutTo, shortNumber, typeStyle } from "../Text.ts";
+import { cutTo, shortNumber, shortValue, typeStyle } from "../Text.ts";
 import { drawBands, drawMarks } from "./Painting.ts";
 import { isStepped, sampled } from "./Sampling.ts";
 
@@ -18,6 +18,10 @@ export class Plot {
   private drawnCount = -1;
   /** Whether the last point that was drawn is none of a value. */
   private isHeld = false;
+  /** What the chart counts time from. */
+  private origin = 0;
+  /** What the value is where the pointer is. */
+  private readonly hint = make("div", { class: "v-plot-hint" });
 
   constructor(
     private readonly model: Model,
@@ -44,14 +48,14 @@ export class Plot {
   }
 
   /** Draws what the plots' stretch of time shows now. */
-  redraw(width = Math.floor(this.canvasHost.clientWidth)): void {
+  redraw(width: number): void {
     const series = this.model.source.series(this.node);
     if (!series) return setText(this.canvasHost, "Values are being read…");
     if (width < 40) return;
     if (!this.chart) {
       this.canvasHost.textContent = "";
       this.chart = new uPlot(this.options(series, width), [[]], this.canvasHost);
-      this.chart.over.append(this.cursorLine);
+      this.chart.over.append(this.cursorLine, this.hint);
       // Those that end a drag do not arrive here.
       this.chart.over.addEventListener("click", (event) => this.moveTo(event.clientX));
     }
@@ -59,20 +63,23 @@ export class Plot {
     this.drawnCount = series.count;
     const stretch = this.model.shown;
     const isDrawn = series.encoding === "boolean" || series.encoding === "text";
+    this.origin = this.model.source.axis.origin;
+    const from = stretch.from - this.origin;
+    const to = Math.max(stretch.to - this.origin, from + 1e-9);
     const { places, numbers, isHeld } = isDrawn
       ? { places: [stretch.from, stretch.to], numbers: [[0, 1]], isHeld: false }
       : sampled(series, this.model.source.axis, stretch, Math.max(50, width - 70), this.chart.series.length - 1);
     this.isHeld = isHeld;
     this.chart.batch(() => {
-      this.chart!.setData([places, ...numbers], false);
-      this.chart!.setScale("x", { min: stretch.from, max: Math.max(stretch.to, stretch.from + 1e-9) });
+      this.chart!.setData([places.map((place) => place - this.origin), ...numbers], false);
+      this.chart!.setScale("x", { min: from, max: to });
     });
     this.moveCursor();
   }
 
   /** Draws only if values came. */
-  update(): void {
-    if (this.drawnCount !== this.model.source.series(this.node)?.count) this.redraw();
+  update(width: number): void {
+    if (this.drawnCount !== this.model.source.series(this.node)?.count) this.redraw(width);
   }
 
   /** Redraws with other colours. */
@@ -84,8 +91,8 @@ export class Plot {
     const { model } = this;
     const { axis } = model.source;
     if (!this.chart || axis.count === 0) return;
-    const left = this.chart.valToPos(axis.at(model.batch), "x");
-    this.cursorLine.hidden = left < -1 || left > this.chart.over.clientWidth + 1;
+    const left = this.chart.valToPos(axis.at(model.batch) - this.origin, "x");
+    this.cursorLine.hidden = left < -1 || left > this.chart.bbox.width / devicePixelRatio + 1;
     this.cursorLine.style.transform = `translateX(${left}px)`;
     const found = model.valueAtCursor(this.node);
     this.showReadout(found);
@@ -103,7 +110,9 @@ export class Plot {
     const components = series.encoding === "float" ? Math.max(1, series.components.length) : 1;
     const axis = { stroke: colour("--faint"), font: "11px Helvetica, Arial, sans-serif" };
     const lines = { grid: { stroke: colour("--grid"), width: 1 }, ticks: { show: false } };
-    const unit = this.model.source.axis.rises ? " s" : "";
+    const { rises, origin } = this.model.source.axis;
+    const unit = rises ? " s" : "";
+    const sign = origin === 0 ? "" : "+";
     const steps = isStepped(series, this.model.source.axis) ? { paths: uPlot.paths.stepped!({ align: 1 }) } : {};
     return {
       width,
@@ -118,7 +127,7 @@ export class Plot {
           size: 24,
           gap: 3,
           space: 70,
-          values: (_, splits) => splits.map((split) => `${Number(split.toPrecision(12))}${unit}`),
+          values: (_, splits) => splits.map((split) => `${sign}${Number(split.toPrecision(12))}${unit}`),
         },
         {
           ...axis,
@@ -161,15 +170,16 @@ export class Plot {
           (chart) => {
             const { left, width: selected } = chart.select;
             if (selected < 5) return;
-            this.model.show(chart.posToVal(left, "x"), chart.posToVal(left + selected, "x"));
+            const place = (at: number) => chart.posToVal(at, "x") + this.origin;
+            this.model.show(place(left), place(left + selected));
             chart.setSelect({ left: 0, width: 0, top: 0, height: 0 }, false);
           },
         ],
+        setCursor: [(chart) => this.showHint(chart, series)],
         draw: [
           (chart) => {
-            const axisOfTimes = this.model.source.axis;
-            if (series.encoding === "boolean") drawBands(chart, series, axisOfTimes, this.model.shown, colour(own)());
-            if (series.encoding === "text") drawMarks(chart, series, axisOfTimes, this.model.shown, colour(own)());
+            const draw = { boolean: drawBands, text: drawMarks, float: undefined, integer: undefined }[series.encoding];
+            draw?.(chart, series, this.model.source.axis, this.model.shown, colour(own)());
           },
         ],
       },
@@ -192,10 +202,24 @@ export class Plot {
       setText(this.readout.children[i], `${found!.series.components[i] ?? i + 1} ${Number(part.toPrecision(4))}`);
   }
 
+  /** Says time and value where the pointer is in any of the plots. */
+  private showHint(chart: uPlot, series: Series): void {
+    const { left = -10 } = chart.cursor;
+    this.hint.hidden = left < 0;
+    if (left < 0) return;
+    const { axis } = this.model.source;
+    const batch = axis.batchUntil(chart.posToVal(left, "x") + this.origin);
+    const index = series.lastUntil(batch);
+    const value = index < 0 ? "–" : shortValue(series.value(index));
+    setText(this.hint, `${shortNumber(axis.at(batch) - this.origin)}${axis.rises ? " s" : ""}: ${value}`);
+    const isLeft = left < chart.bbox.width / devicePixelRatio / 2;
+    this.hint.style.transform = `translateX(${left}px) translateX(${isLeft ? "8px" : "calc(-100% - 8px)"})`;
+  }
+
   private moveTo(clientX: number): void {
     const { axis } = this.model.source;
     const left = clientX - this.chart!.over.getBoundingClientRect().left;
-    this.model.moveTo(axis.batchUntil(this.chart!.posToVal(left, "x")));
+    this.model.moveTo(axis.batchUntil(this.chart!.posToVal(left, "x") + this.origin));
   }
 
   private drag(event: PointerEvent): void {

@@ -13,6 +13,8 @@ export class Plots {
   private readonly host = byId("v-plots");
   private readonly chooser = byId<HTMLSelectElement>("v-add-plot");
   private plots: Plot[] = [];
+  /** Of the canvases. Measured only when it changes: asking makes the browser lay out the page. */
+  private width = 0;
 
   constructor(private readonly model: Model) {
     const { nodes } = model.source;
@@ -37,14 +39,21 @@ export class Plots {
       this.arrange();
       byId("v-plot-area").scrollTop = 0;
     });
-    model.on("range", () => this.plots.forEach((plot) => plot.redraw()));
-    model.on("data", () => this.plots.forEach((plot) => plot.update()));
+    model.on("range", () => this.redraw());
+    model.on("data", () => this.plots.forEach((plot) => plot.update(this.width)));
     model.on("theme", () => this.plots.forEach((plot) => plot.recolour()));
     model.on("cursor", () => this.plots.forEach((plot) => plot.moveCursor()));
-    addEventListener("beforeprint", () => this.plots.forEach((plot) => plot.redraw(paperWidth)));
-    addEventListener("afterprint", () => this.plots.forEach((plot) => plot.redraw()));
-    new ResizeObserver(() => this.plots.forEach((plot) => plot.redraw())).observe(this.host);
+    addEventListener("beforeprint", () => this.redraw(paperWidth));
+    addEventListener("afterprint", () => this.redraw());
+    new ResizeObserver(([{ contentRect }]) => {
+      this.width = Math.floor(contentRect.width);
+      this.redraw();
+    }).observe(this.host);
     this.arrange();
+  }
+
+  private redraw(width = this.width): void {
+    for (const plot of this.plots) plot.redraw(width);
   }
 
   /** Halves or doubles the stretch about the cursor, or about its middle where the cursor is not in it. */
@@ -61,7 +70,7 @@ export class Plots {
     this.plots = wanted.map((node) => this.plots.find((plot) => plot.node === node) ?? new Plot(this.model, node));
     for (const [i, plot] of this.plots.entries()) {
       if (this.host.children[i] !== plot.element) this.host.insertBefore(plot.element, this.host.children[i] ?? null);
-      plot.update();
+      plot.update(this.width);
     }
     byId("v-no-plots").hidden = this.plots.length > 0;
   }

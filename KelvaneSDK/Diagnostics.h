@@ -14,6 +14,8 @@ namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// Receives the library's diagnostics, one call per line, without a line break. Lines begin "ERROR: " or
 /// "WARNING: ". Called on the thread that runs the library code; must not call back into the library.
+///
+///     engine.setDiagnosticSink([&](std::string_view line) { log.write(line); });
 using DiagnosticSink = std::function<void(std::string_view line)>;
 
 /// Replaces the common sink and returns the previous one. It takes the lines of free functions such as
@@ -36,6 +38,10 @@ enum class StopBehavior : std::uint8_t {
     endProgram,
     /// The engine's operation fails, and the engine waits for a reset or another document: for diagrams from
     /// elsewhere, and for programs that go on without them.
+    ///
+    ///     engine.setStopBehavior(StopBehavior::failCall);
+    ///     engine.evaluateInto(batch, results);
+    ///     if (engine.failure()) show(engine.failure()->text);
     failCall,
 };
 
@@ -56,6 +62,8 @@ struct StopReason {
 /// What the evaluation of a diagram may use up, for Kelvane::setLimits(). Beyond a limit the evaluation
 /// stops, with a reason that names the node, so that a diagram of unknown origin cannot exhaust memory or
 /// time. Without limits nothing is checked.
+///
+///     engine.setLimits({.maxElements = 10'000'000, .maxBatchSeconds = 1});
 struct EvaluationLimits {
     /// The elements of any list that a function makes or keeps: array elements, samples, bytes of a text; in
     /// a list of texts or sequences theirs count as well.

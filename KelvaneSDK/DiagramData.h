@@ -11,6 +11,9 @@ namespace [[gnu::visibility("default")]] KelvaneSDK {
 // The records of a diagram document, for applications that make or change documents themselves, and for
 // those that want what the engine does not keep. Field names are the document's keys; docs/diagram-format.md
 // describes them. Nothing but types is checked here: that is checkDiagram()'s part.
+//
+// Records are plain values: copied, compared and changed at will, from any thread that has them to itself.
+// They refer to each other by ids, so that a list may hold records of nodes that are not there.
 
 /// A node.
 struct NodeInfo {
@@ -45,7 +48,7 @@ struct ConnectionInfo {
     /// The node that gives, and the one that takes.
     std::int64_t outputNodeId = 0;
     std::int64_t inputNodeId = 0;
-    /// Which input of the latter, from 0.
+    /// Which input of the latter, from 0, in the order in which its class declares them.
     std::int64_t inputIndex = 0;
 
     friend bool operator==(const ConnectionInfo&, const ConnectionInfo&) = default;
@@ -59,7 +62,8 @@ struct PositionInfo {
     friend bool operator==(const PositionInfo&, const PositionInfo&) = default;
 };
 
-/// A box on the canvas that groups nodes, with boxes nested in it. Evaluation does not ask.
+/// A box on the canvas that groups nodes, with boxes nested in it: for people, who read a diagram by its
+/// parts. Evaluation does not ask.
 struct ContainerInfo {
     /// Where the box stands, as PositionInfo has it.
     double x = 0, y = 0;
@@ -69,6 +73,7 @@ struct ContainerInfo {
     std::vector<std::int64_t> nodeIds;
     /// A BodyColor by name.
     std::optional<std::string> color;
+    /// The boxes in it, to maximumDocumentDepth.
     std::optional<std::vector<ContainerInfo>> containers;
 
     friend bool operator==(const ContainerInfo&, const ContainerInfo&) = default;
@@ -76,7 +81,9 @@ struct ContainerInfo {
 
 /// A named group of nodes, over and above the boxes.
 struct SubdiagramInfo {
+    /// What the group is called.
     std::string description;
+    /// A node may be in several groups; an id that no node has is kept.
     std::vector<std::int64_t> nodeIds;
 
     friend bool operator==(const SubdiagramInfo&, const SubdiagramInfo&) = default;
@@ -89,7 +96,7 @@ struct DiagramInfo {
     std::vector<PropertyInfo> properties;
     std::vector<ConnectionInfo> connections;
     std::vector<PositionInfo> positions;
-    /// The outermost boxes.
+    /// The outermost boxes; absent and empty are two documents, here and below.
     std::optional<std::vector<ContainerInfo>> containers;
     /// Free text that is kept with the diagram, line by line.
     std::optional<std::vector<std::string>> manualLines;
@@ -98,7 +105,8 @@ struct DiagramInfo {
     friend bool operator==(const DiagramInfo&, const DiagramInfo&) = default;
 };
 
-/// Why a text is no diagram document.
+/// Why a text is no diagram document: the first thing that is wrong. checkDiagram() says the line and column,
+/// too.
 struct DecodeFailure {
     /// The place as a JSON pointer (RFC 6901), "/nodes/3/id"; empty for the document as a whole.
     std::string pointer;
@@ -121,6 +129,7 @@ inline constexpr std::size_t maximumDocumentDepth = 2048;
 ///     DecodeFailure failure;
 ///     if (!DiagramData::decode(text, &failure)) std::cerr << failure.pointer << ": " << failure.reason;
 struct DiagramData {
+    /// What the document says.
     DiagramInfo info;
 
     /// Decodes a document, or returns absent and reports why. Required keys must be there with exactly their

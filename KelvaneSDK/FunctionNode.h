@@ -67,9 +67,7 @@ protected:
     std::span<const Sample> samples(std::size_t index) const;
     /// The elements of an array, in place: items<double>(1) of a Float array.
     template <class Item>
-    std::span<const Item> items(std::size_t index) const {
-        return input(index).items<Item>(PayloadType<List<Item>>::value);
-    }
+    std::span<const Item> items(std::size_t index) const;
     /// The output slot with the value of the previous step, for the value operations.
     const TimestampedVariable& previousOutput() const { return *outputValue(); }
 
@@ -105,40 +103,31 @@ private:
     const Declaration* declared = nullptr;
 };
 
-/// A new node of a class with a declaration, ready for use.
+/// A new node of a class with a declaration, ready for use: what `entry` enters, and what an application
+/// calls that makes nodes by itself. The declaration must outlive the node.
 template <class NodeType>
-std::unique_ptr<Node> makeDeclared(const Declaration& declaration) {
-    auto node = std::make_unique<NodeType>();
-    node->declare(declaration);
-    node->initialize();
-    return node;
-}
+std::unique_ptr<Node> makeDeclared(const Declaration& declaration);
 
-/// A class that declares itself: entry<CounterFunction>().
+/// A class that declares itself, as a registry takes it:
+///
+///     engine.registerNodes(functionFamily("Counting", {entry<CounterFunction>()}));
+///
+/// The class is default-constructible and derives from FunctionNode.
 template <class NodeType>
 NodeClass entry() requires requires {
     NodeType::declaration();
-}
-{ return NodeClass::declared(NodeType::declaration(), makeDeclared<NodeType>); }
+};
 
 /// A class that declares nothing: entry<MyFunction>("what it does"). The checker then assumes nothing about
-/// when it runs or emits, and the engine keeps to the plain way of running it.
+/// when it runs or emits, and the engine keeps to the plain way of running it. That it keeps state, or has a
+/// readiness of its own, is read off what it overrides.
 template <class NodeType>
-NodeClass entry(std::string_view description) {
-    constexpr bool resetsOnlySlots = std::is_same_v<decltype(&NodeType::reset), void (Node::*)()>;
-    constexpr bool runsByCommonRule =
-        std::is_same_v<decltype(&NodeType::allInputsUpdated), bool (Node::*)() const> &&
-        std::is_same_v<decltype(&NodeType::allInputsHaveValues), bool (Node::*)() const>;
-    return NodeClass::undeclared(description, !resetsOnlySlots, !runsByCommonRule, [](const Declaration&) {
-        std::unique_ptr<Node> node = std::make_unique<NodeType>();
-        node->initialize();
-        return node;
-    });
-}
+NodeClass entry(std::string_view description);
 
-/// A family of function classes. The title is static text.
-inline NodeFamily functionFamily(std::string_view title, std::vector<NodeClass> classes) {
-    return {NodeCategory::Function, title, std::move(classes)};
-}
+/// A family of function classes, for Kelvane::registerNodes(). The title is static text, under which lists of
+/// functions show the classes in this order.
+NodeFamily functionFamily(std::string_view title, std::vector<NodeClass> classes);
 
 }  // namespace KelvaneSDK
+
+#include "KelvaneSDK/Inline/NodeEntries.h"

@@ -18,6 +18,8 @@
 //     NodeClass.h                       what a class says about itself, and the classes that there are
 //     Node.h, TimestampedVariable.h     the nodes of a diagram and their value slots
 //
+// What stands in Inline/ comes with these and is nothing to include, or to rely on.
+//
 // Throughout: times are seconds, as doubles, on the application's own axis. Texts are UTF-8, std::string_view
 // parameters are read during the call only, and returned views say how long they are good. Indices count from
 // 0. Functions that may fail return an absent or false result and print a diagnostic line, unless they say

@@ -29,26 +29,17 @@ enum class NodeCategory : std::uint8_t {
 inline constexpr std::array<NodeCategory, 4> allNodeCategories{
     NodeCategory::Constant, NodeCategory::InputStream, NodeCategory::Function, NodeCategory::VariableOutput};
 
-/// The category's name in documents: "Constant", "Input stream", "Function", "Variable output".
+/// The category's name in documents: "Constant", "Input stream", "Function", "Variable output". Static text.
 std::string_view classStringOf(NodeCategory category);
 /// The category with this name, or absent.
 std::optional<NodeCategory> categoryNamed(std::string_view classString);
 
 /// The colour of a node's body. The text form of a case is its name.
+// clang-format off
 enum class BodyColor : std::uint8_t {
-    blue,
-    red,
-    black,
-    brown,
-    cyan,
-    gray,
-    green,
-    magenta,
-    orange,
-    purple,
-    yellow,
-    white
+    blue, red, black, brown, cyan, gray, green, magenta, orange, purple, yellow, white,
 };
+// clang-format on
 
 /// Every colour, in order.
 std::span<const BodyColor> allBodyColors();
@@ -64,7 +55,8 @@ struct Position {
     friend bool operator==(const Position&, const Position&) = default;
 };
 
-/// A property of a node in its text form, as documents hold it: "Description" and the label, ...
+/// A property of a node in its text form, as documents hold it: "Description" and the label, "OutputValue"
+/// and a constant's value, "Color", "Forwarding", "Hidden".
 struct Property {
     std::string propertyString, valueString;
 
@@ -102,6 +94,7 @@ public:
     /// What a designer paints it with, where that is not left to the designer.
     std::optional<BodyColor> color;
 
+    /// Without slots, id or label. A node stays where it is, for slots and nodes point to each other.
     Node();
     virtual ~Node();
     Node(const Node&) = delete;
@@ -109,7 +102,8 @@ public:
 
     // What a class overrides; FunctionNode does so from its declaration.
 
-    /// Builds the slots and names of a new node. Called once, by what makes nodes.
+    /// Builds the slots and names of a new node, by the operations below. Called once, by what makes nodes,
+    /// before the node is in a diagram.
     virtual void initialize() {}
     /// Appends the input slots, in the order of their indices.
     virtual void createInputs() {}
@@ -122,7 +116,10 @@ public:
     virtual std::span<const ValueClass> unsupportedTypes() const { return {}; }
     /// Readiness: the engine processes a node when both return true, which by this rule is when every input
     /// is updated and has a value. A class may have rules of its own.
+    ///
+    ///     bool allInputsUpdated() const override { return inputValues()[0]->updated(); }
     virtual bool allInputsUpdated() const;
+    /// Asked when the former is true.
     virtual bool allInputsHaveValues() const;
     /// The evaluation step. A class computes its output and ends with completeStep().
     virtual void process() { completeStep(); }
@@ -132,8 +129,9 @@ public:
 
     // Connections.
 
-    /// Makes the output feed an input slot of another node; generic slots on both sides take on types first.
-    /// Whether the types fit is not checked, and a slot may be fed twice. Types that cannot be taken on stop.
+    /// Makes the output feed an input slot of another node, from the next batch on; generic slots on both
+    /// sides take on types first. Whether the types fit is not checked, and a slot may be fed twice. Types
+    /// that cannot be taken on stop.
     virtual void connectOutput(TimestampedVariable& input);
     /// Stops feeding `input`, and lets both nodes fall back to their generic slots when nothing fixes them
     /// any more.
@@ -149,7 +147,7 @@ public:
     void revertGenericTypes();
     /// The type name chosen for the output: where it is generic, the one that a document fixes it to.
     std::optional<std::string_view> outputType() const;
-    /// A name that no class bears is kept, and exported, as it is.
+    /// Chooses it. A name that no class bears is kept, and exported, as it is.
     void setOutputType(std::optional<std::string_view> typeName);
     /// Fixes a generic output to the class that outputType() names, or sets outputType() to the type of a
     /// concrete output. Prints "ERROR: unexpected outputType == nil!" or "ERROR: setting output type!" and
@@ -159,7 +157,7 @@ public:
     /// updated.
     void forwardOutput();
 
-    // Slots. The spans are good until slots come, go or are replaced.
+    // Slots. The spans are good until slots come, go or are replaced, which connections do.
 
     /// The input slots in the order of their indices.
     std::span<TimestampedVariable* const> inputValues() const;
@@ -172,11 +170,16 @@ public:
 
     // Description.
 
-    /// Applies a property: "Description" (the label), "OutputValue" (the text of a constant's value) or
+    /// Applies a property, as documents hold them:
+    ///
+    ///     node.setProperty("Color", "cyan");
+    ///     node.setProperty("OutputValue", "0.5");
+    ///
+    /// These are "Description" (the label), "OutputValue" (the text of a constant's value) or
     /// "Color"; input streams also have "Forwarding", variable outputs "Hidden", both true for exactly the
     /// text "true". Any other name prints "ERROR: unknown propertyName <name>!".
     virtual void setProperty(std::string_view propertyString, std::string_view valueString);
-    /// The properties for export, in order.
+    /// The properties for export, in order: what setProperty() would make of a new node what this one is.
     virtual std::vector<Property> getProperties() const;
     /// The category's name in documents; empty for nodes of no category.
     std::string_view classString() const { return category ? classStringOf(*category) : std::string_view(); }
@@ -192,7 +195,10 @@ public:
     // Stops and limits, for what a node computes. A stop leaves by an exception or not at all, so what stands
     // on the stack must be safe to destroy.
 
-    /// Stops the program with a reason that begins with this node's id, type and label.
+    /// Stops the program with a reason that begins with this node's id, type and label; the application may
+    /// have chosen that the engine's call fails instead.
+    ///
+    ///     if (window < 1) stop("the window has no length");
     [[noreturn]] void stop(std::string_view reason) const;
     /// Stops when a list of this many elements is beyond EvaluationLimits::maxElements. For nodes that keep
     /// or make lists: ask before the list grows. What finishes a step asks for the output.
@@ -211,8 +217,9 @@ public:
     Position position;
 
 protected:
-    /// Ends an evaluation step: consumes every input's `updated` flag and, when the output holds a value,
-    /// marks it updated, stamps it with the latest input timestamp (0.0 at least) and forwards it.
+    /// Ends an evaluation step, with the output that stands in the slot: consumes every input's `updated`
+    /// flag and, when the output holds a value, marks it updated, stamps it with the latest input timestamp
+    /// (0.0 at least) and forwards it.
     void completeStep();
     /// Consumes every input's `updated` flag.
     void consumeInputs();

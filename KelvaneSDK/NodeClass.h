@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <concepts>
 #include <cstdint>
 #include <initializer_list>
 #include <map>
@@ -18,9 +17,10 @@
 
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
-// What a class of nodes says about itself, and where the classes are listed.
+// What a class of nodes says about itself, and where the classes are listed. Rows (FunctionRows.h) fill in
+// most of it by themselves; docs/node-classes.md leads through it.
 
-/// A set of a function's inputs, by index from 0.
+/// A set of a function's inputs, by index from 0: which of them a demand is about, or which are passed on.
 class InputSet {
 public:
     /// {0, 2}: the first and the third input. Indices are below 32.
@@ -28,7 +28,9 @@ public:
     constexpr InputSet(std::initializer_list<std::size_t> indices) {
         for (const auto index : indices) insert(index);
     }
+    /// Adds an input.
     constexpr void insert(std::size_t index) { bits |= std::uint32_t{1} << index; }
+    /// Whether the input is one of them; false for indices that no set can hold.
     constexpr bool contains(std::size_t index) const { return index < 32 && ((bits >> index) & 1) != 0; }
     constexpr bool empty() const { return bits == 0; }
 
@@ -36,7 +38,8 @@ private:
     std::uint32_t bits = 0;
 };
 
-/// An input slot of a function.
+/// An input slot of a function: `{"x", ValueClass::FloatValue, "metres"}`, or `{"value"}` for one that takes
+/// anything.
 struct InputDeclaration {
     /// What the slot is called; static text.
     const char* label = "";
@@ -49,8 +52,9 @@ struct InputDeclaration {
 /// The most inputs that a declared function can have.
 inline constexpr std::size_t mostDeclaredInputs = 8;
 
-/// When a function runs. Every rule also asks that the values it mentions are there. A class that declares
-/// another rule than `allInputs` overrides Node::allInputsUpdated() and Node::allInputsHaveValues() to match.
+/// When a function runs. Every rule also asks that the
+/// values it mentions are there. A class that declares another rule than `allInputs` overrides
+/// Node::allInputsUpdated() and Node::allInputsHaveValues() to match.
 enum class Readiness : std::uint8_t {
     /// Every input has a new value.
     allInputs,
@@ -67,7 +71,8 @@ enum class Readiness : std::uint8_t {
 };
 
 /// The value operation that a function asks of its slots, by which the checker knows the types that it has no
-/// result for.
+/// result for: "Add" asks for add, "Order" for sort. Most are operations of TimestampedVariable by the same
+/// name.
 // clang-format off
 enum class SlotOperation : std::uint8_t {
     none, add, subtract, multiply, divide, scale, negate,
@@ -80,7 +85,7 @@ enum class SlotOperation : std::uint8_t {
 bool supports(ValueClass valueClass, SlotOperation operation);
 
 /// What becomes of a function whose slots do not support its value operation: "Larger" of two orientations,
-/// say, which a diagram may connect all the same.
+/// say, which a diagram may connect all the same. It runs and consumes its inputs in either case.
 enum class WithoutOperation : std::uint8_t {
     /// The output loses its value, and nothing is emitted.
     clearsOutput,
@@ -90,6 +95,14 @@ enum class WithoutOperation : std::uint8_t {
 
 /// Something that a function asks of its inputs beyond their types, such as a length that is not negative.
 /// Values that break it stop the function; the checker reports constants that do.
+///
+///     std::optional<std::string> isNotPositive(std::span<const Value* const> values, std::span<const
+///     ValueClass>) {
+///         const double step = values[1]->as<double>();
+///         if (step > 0) return std::nullopt;
+///         return "step is " + getValueString(step);
+///     }
+///     Demand{"step is above 0", {1}, isNotPositive}
 struct Demand {
     /// What is asked, for people: "step is above 0".
     std::string_view text;
@@ -177,7 +190,8 @@ public:
     static NodeClass undeclared(std::string_view description, bool keepsState, bool hasOwnReadiness,
                                 Make makeNode);
 
-    /// A new node. It refers to the declaration: a copy of this class, such as a registry's, must outlive it.
+    /// A new node, with its slots and without an id. It refers to the declaration: a copy of this class, such
+    /// as a registry's, must outlive it.
     std::unique_ptr<Node> make() const;
     /// What the class says about itself. Classes of the other categories than "Function" have a name, a
     /// description and slots.
@@ -221,12 +235,17 @@ private:
 /// and descriptions are static text. An application's own are of the category Function, which
 /// functionFamily() makes: the other categories have exactly the library's classes.
 struct NodeFamily {
+    /// Which list of a document names the classes.
     NodeCategory category;
+    /// "Float signal"
     std::string_view title;
+    /// In the order of lists and pickers.
     std::vector<NodeClass> classes;
 };
 
-/// The node classes that diagrams can name, by category and type string. Reading from several threads is
+/// The node classes that diagrams can name, by category and type string. An engine begins with the library's
+/// and takes those of its application by Kelvane::registerNodes(); readers, writers and the checker of
+/// diagrams are given the registry by which they know functions and slots. Reading from several threads is
 /// safe.
 ///
 ///     for (const auto& [name, nodeClass] : engine.nodeTypes().classes(NodeCategory::Function))
@@ -242,7 +261,7 @@ public:
     /// name that is taken replaces the earlier one. A class without a type string, or that declares more
     /// inputs than mostDeclaredInputs, stops the program.
     void add(const NodeFamily& family);
-    /// For lists and pickers: each class says what it does.
+    /// For lists and pickers: each class says what it does. Changes with add().
     const Classes& classes(NodeCategory category) const;
     /// The class with this name, or null.
     const NodeClass* find(NodeCategory category, std::string_view typeString) const;

@@ -23,7 +23,8 @@ namespace [[gnu::visibility("default")]] KelvaneSDK {
 class Node;
 
 /// The class of a value slot: what the slot can hold. The concrete classes hold values of exactly one type;
-/// the generic ones take on a concrete class when they are connected.
+/// the generic ones take on a concrete class when they are connected. Behind each class stands how a function
+/// reads its values.
 enum class ValueClass : std::uint8_t {
     /// Generic: any value. Functions read it with value().
     TimestampedVariable,
@@ -62,7 +63,8 @@ enum class ValueClass : std::uint8_t {
 /// The short code that decides connections: "f", "[f]", "?", ...: slots of one code fit each other, and a
 /// generic slot fits what it can take on.
 std::string_view typeCode(ValueClass valueClass);
-/// The name in documents, output lists and messages: "Float", "Float array", "Generic value", ...
+/// The name in documents, output lists and messages: "Float", "Float array", "Generic value", ... Static
+/// text.
 std::string_view typeString(ValueClass valueClass);
 /// The class with this type string; absent for the generic classes' names and for any other text.
 std::optional<ValueClass> concreteClassNamed(std::string_view typeString);
@@ -87,6 +89,12 @@ bool readsText(ValueClass valueClass);
 /// A node makes its slots by their class. The root class itself is the generic slot that takes any value.
 /// Slots are unsynchronised and belong to the thread that evaluates their diagram.
 ///
+///     for (const auto* slot : node.inputValues()) {
+///         std::cout << slot->label << " (" << slot->typeString() << ")";
+///         if (slot->hasValue()) std::cout << " = " << slot->stringValue() << " since " << slot->timestamp();
+///         std::cout << (slot->updated() ? ", new\n" : "\n");
+///     }
+///
 /// A slot that one node feeds reads that node's value where it stands. A slot that is written to by hand, or
 /// that several nodes feed, has a value of its own, into which its feeders write. Both look the same here;
 /// the former costs less.
@@ -101,6 +109,7 @@ public:
     /// What the slot holds. A generic slot of a diagram is replaced by one of a concrete class once something
     /// is connected to it.
     virtual ValueClass valueClass() const { return slotClass; }
+    /// The code and the name of that class: two slots of one code may be connected.
     std::string_view typeCode() const { return KelvaneSDK::typeCode(valueClass()); }
     std::string_view typeString() const { return KelvaneSDK::typeString(valueClass()); }
 
@@ -114,7 +123,7 @@ public:
     /// change. What is written to an output goes on when its node forwards it.
     void setValue(Value newValue);
     void setValue(std::optional<Value> newValue) { newValue ? setValue(std::move(*newValue)) : clearValue(); }
-    /// Leaves the slot without a value; timestamp and flags stay.
+    /// Leaves the slot without a value; timestamp and flags stay. By hand, as setValue().
     void clearValue();
 
     /// When the value was produced: the timestamp of its batch, in seconds; 0 before there was any.
@@ -124,9 +133,11 @@ public:
     void setTimestamp(double newTimestamp);
     /// A new value arrived that the node has not consumed yet. The flag that decides when functions run.
     bool updated() const;
+    /// By hand: an input that is set becomes news for its node, and one that is not waits for the next value.
     void setUpdated(bool updated);
     /// The value came from a constant. No function asks; applications may show it.
     bool isConstant() const;
+    /// By hand; the engine sets it for the slots that a constant feeds.
     void setIsConstant(bool isConstant);
 
     /// The value as shown to users: "1.5", "(1.0, 2.0, 3.0)", "true,false"; doubles of a Float slot with six
@@ -138,14 +149,28 @@ public:
     virtual void setValueFromString(std::string_view text);
 
     /// Operations read this slot as the left operand and the other slot as the right one, and change neither.
-    /// An absent result means that the class does not support the operation; see docs/node-classes.md for
-    /// what each class does. An operand without a value, or one whose payload is not of this slot's class,
+    /// An absent result means that the class does not support the operation:
+    ///
+    ///     add                         Float, Integer, Vector, Orientation, Sequence, String, and arrays of
+    ///                                 floats, texts, vectors and orientations
+    ///     subtract, multiply, divide  the same without the texts
+    ///     scale                       as subtract, and arrays of integers
+    ///     negate                      as subtract, and Boolean with its arrays
+    ///     isEqual                     all but arrays of integers and of sequences
+    ///     isLarger and the like       Float, Integer, String
+    ///
+    /// An operand without a value, or one whose payload is not of this slot's class,
     /// stops the program, and so does an integer that overflows. Lists are combined element by element, up to
     /// the shorter one.
+    ///
+    ///     if (auto sum = input(0).add(input(1))) finish(std::move(*sum));
     virtual std::optional<Value> add(const TimestampedVariable& other) const;
     virtual std::optional<Value> subtract(const TimestampedVariable& other) const;
+    /// Component by component; of orientations, the Hamilton product.
     virtual std::optional<Value> multiply(const TimestampedVariable& other) const;
+    /// IEEE 754 for floats, so that a division by zero is an infinity or NaN; of integers it stops.
     virtual std::optional<Value> divide(const TimestampedVariable& other) const;
+    /// Every component times the factor; for an integer the factor loses its fraction first.
     virtual std::optional<Value> scale(double factor) const;
     /// The arithmetic opposite, or logical not.
     virtual std::optional<Value> negate() const;
@@ -161,15 +186,11 @@ public:
     /// The value as a payload: as<double>() of a Float slot. An absent value or another type stops the
     /// program, with a reason that names the slot and its node.
     template <class T>
-    T as() const {
-        return required(PayloadType<T>::value).template unchecked<T>();
-    }
+    T as() const;
     /// The elements of a list or sequence, or the bytes of a text, in place and valid until the slot changes;
     /// an absent value or another type than `type` stops the program.
     template <class Item>
-    std::span<const Item> items(ValueType type) const {
-        return required(type).template items<Item>();
-    }
+    std::span<const Item> items(ValueType type) const;
     /// The value, which must be of the type of the slot's class; for the generic classes any value. Stops
     /// otherwise.
     const Value& typedValue() const;
@@ -180,7 +201,7 @@ public:
 
     /// The node that owns the slot.
     Node* owner = nullptr;
-    /// The slot's name in the diagram: static text, or null.
+    /// The slot's name in the diagram, "open" or "value": static text, or null.
     const char* label = nullptr;
     /// The position among its node's inputs; 0 for an output.
     std::uint32_t index = 0;
@@ -234,3 +255,5 @@ private:
 };
 
 }  // namespace KelvaneSDK
+
+#include "KelvaneSDK/Inline/SlotValues.h"

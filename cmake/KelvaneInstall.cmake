@@ -3,7 +3,7 @@
 include(CMakePackageConfigHelpers)
 set(kelvane_package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/KelvaneSDK)
 
-install(TARGETS KelvaneSDK EXPORT KelvaneSDKTargets FILE_SET HEADERS)
+install(TARGETS KelvaneSDK EXPORT KelvaneSDKTargets FILE_SET HEADERS FILE_SET inline)
 install(EXPORT KelvaneSDKTargets NAMESPACE KelvaneSDK:: DESTINATION ${kelvane_package_folder})
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 if(TARGET kelvane)

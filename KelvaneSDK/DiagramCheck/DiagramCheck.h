@@ -69,7 +69,8 @@ struct FindingCode {
     std::string_view meaning, remedy;
 };
 
-/// Every kind of finding, in the order of a document.
+/// Every kind of finding, in the order of a document: for a list of what can be found, or a picker of what to
+/// pass over.
 std::span<const FindingCode> findingCodes();
 
 /// A check lists so many findings at most, the gravest of them; the last one then says how many more there

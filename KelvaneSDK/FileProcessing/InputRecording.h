@@ -46,15 +46,20 @@ struct RecordingLosses {
 struct RecordedUpdate {
     /// The line's index, from 0.
     std::size_t line = 0;
+    /// In seconds.
     double timestamp = 0;
-    /// Lives as long as the value.
+    /// The stream's label. Lives as long as the value.
     std::string_view name;
     ValueType type = ValueType::Float;
     /// Null when the line gives no value: null stands for it, or for a number in it.
     const Value* value = nullptr;
 };
 
-/// How a recording is read.
+/// How a recording is read. By default as strictly as the format says; a tool that reads what people have
+/// edited by hand allows more:
+///
+///     RecordingReader reader({.ending = RecordingOptions::Ending::lineBreakAllowed,
+///                             .skipped = [&](const RecordingFailure& failure) { report(failure); }});
 struct RecordingOptions {
     /// What may stand at the end of the text.
     enum class Ending {
@@ -99,8 +104,10 @@ struct RecordingOptions {
 ///     while (const KelvaneInput* batch = reader.next()) engine.updateInputStreams(*batch);
 class RecordingReader {
 public:
+    /// At the beginning of a recording.
     explicit RecordingReader(RecordingOptions options = {});
     ~RecordingReader();
+    /// What was moved from may only be assigned to or destroyed.
     RecordingReader(RecordingReader&&) noexcept;
     RecordingReader& operator=(RecordingReader&&) noexcept;
 
@@ -135,6 +142,8 @@ private:
 /// Reads a whole recording, which fits in memory, at once: for files of an application's own. An invalid line
 /// prints "ERROR: invalid JSON at line <index>!" (counted from 0) and ends the reading, and so does memory
 /// that runs out; what stands before is returned. Any thread.
+///
+///     for (const auto& batch : readKelvaneInputs(text)) engine.updateInputStreams(batch);
 std::vector<KelvaneInput> readKelvaneInputs(std::string_view from);
 
 /// Writes batches as a recording, one line per update, labels in ascending byte order, without a line break

@@ -31,6 +31,10 @@ public:
 
 /// Where an engine posts the results of a background run: the application's main thread. An application with
 /// an event loop of its own implements this and hands it to its engines.
+///
+///     class EventLoopQueue final : public MainQueue {
+///         void post(std::function<void()> task) override { eventLoop.callLater(std::move(task)); }
+///     };
 class MainQueue {
 public:
     virtual ~MainQueue() = default;
@@ -75,7 +79,7 @@ struct VariableOutputDescription {
 };
 
 /// A constant as an application lists it. The value is the present one, by Kelvane::setConstant() or from the
-/// document.
+/// document: what a form of settings shows, and writes back.
 struct ConstantDescription {
     std::string label;
     Value value;
@@ -99,7 +103,7 @@ class InputStreamHandle {
     std::uint32_t index;
 };
 
-/// Names the variable outputs of a label in the same way, and for as long.
+/// Names the variable outputs of a label in the same way, and for as long. Both are copied like numbers.
 class VariableOutputHandle {
     friend class Kelvane;
     explicit VariableOutputHandle(std::uint32_t place) : index(place) {}

@@ -32,11 +32,13 @@ public:
         std::string_view first;
         Value second;
 
+        /// The label's bytes are not copied: they must stay where they are as long as the entry does.
         Entry(std::string_view label, const Value& value) : first(label), second(value) {}
         Entry(std::string_view label, Value&& value) noexcept : first(label), second(std::move(value)) {}
 
         friend bool operator==(const Entry&, const Entry&) = default;
     };
+    // By the names that standard containers have for them.
     using value_type = Entry;
     using iterator = std::vector<Entry>::iterator;
     using const_iterator = std::vector<Entry>::const_iterator;
@@ -46,11 +48,12 @@ public:
     /// Sorts and copies the labels; of entries of one label the first counts.
     LabelledValues(std::initializer_list<Entry> list);
 
-    /// The entries in the order of their labels.
+    /// The entries in the order of their labels; values may be changed on the way.
     iterator begin() { return entries.begin(); }
     iterator end() { return entries.end(); }
     const_iterator begin() const { return entries.begin(); }
     const_iterator end() const { return entries.end(); }
+    /// How many labels have a value.
     std::size_t size() const { return entries.size(); }
     bool empty() const { return entries.empty(); }
 
@@ -59,14 +62,17 @@ public:
     const_iterator find(std::string_view label) const;
     /// Whether the label has an entry.
     bool contains(std::string_view label) const { return find(label) != end(); }
-    /// The label's value; a label that is not there stops the program.
+    /// The label's value; a label that is not there stops the program: for labels that the diagram promises.
     Value& at(std::string_view label);
     const Value& at(std::string_view label) const;
     /// The label's value; a new label holds the Float 0. What the whole is made of new labels, one by one,
     /// is quickest in ascending order.
     Value& operator[](std::string_view label) { return try_emplace(label, 0.0).first->second; }
 
-    /// Inserts an entry unless the label is there; the label's entry, and whether it is new.
+    /// Inserts an entry unless the label is there; the label's entry, and whether it is new. The label's
+    /// bytes are copied, the value is moved.
+    ///
+    ///     if (!updates.try_emplace("heart rate", 71.0).second) log("two heart rates in one batch");
     std::pair<iterator, bool> try_emplace(std::string_view label, Value value);
     /// The same, by the name that maps have for it.
     std::pair<iterator, bool> emplace(std::string_view label, Value value) {
@@ -74,7 +80,8 @@ public:
     }
     /// Inserts an entry or replaces the value of the label's; the entry, and whether it is new.
     std::pair<iterator, bool> insert_or_assign(std::string_view label, Value value);
-    /// Removes the label's entry; how many were there, 0 or 1.
+    /// Removes the label's entry; how many were there, 0 or 1. Takes time in proportion to what stands behind
+    /// it.
     std::size_t erase(std::string_view label);
     /// Removes every entry and keeps the space for as many.
     void clear();
@@ -85,22 +92,19 @@ public:
 
     /// Begins anew with labels that live elsewhere: removes every entry, keeps the space for as many, and
     /// holds `owner` until the labels change hands again. Costs nothing when the owner stays the same.
-    void refill(const std::shared_ptr<const void>& owner) {
-        entries.clear();
-        set = 0;
-        if (labels == owner) return;
-        labels = owner;
-        own = nullptr;
-    }
+    void refill(const std::shared_ptr<const void>& owner);
     /// Appends an entry, after refill(). The label must come after those before it, and its bytes must stay
     /// where they are as long as the owner lives.
-    void append(std::string_view label, const Value& value) { entries.emplace_back(label, value); }
-    void append(std::string_view label, Value&& value) { entries.emplace_back(label, std::move(value)); }
+    void append(std::string_view label, const Value& value);
+    void append(std::string_view label, Value&& value);
 
     /// A number by which a set of labels is known again: equal numbers are equal labels. 0 is no such number;
-    /// refill(), append() and clear() leave the set without one.
+    /// refill(), append() and clear() leave the set without one. An engine that is given batches of one set
+    /// looks up no label, which is most of the cost of a small batch.
     std::uint64_t labelSet() const { return set; }
+    /// For a producer that knows its batches to have the same labels as those of this number.
     void setLabelSet(std::uint64_t number) { set = number; }
+    /// A number that was never given before in this process. Any thread.
     static std::uint64_t newLabelSet();
 
     /// The same labels with equal values, as Value compares them.
@@ -124,6 +128,8 @@ private:
 
 /// One batch of input updates, as live feeds make them and recordings hold them: at `timestamp` each labelled
 /// input stream takes a new value.
+///
+///     KelvaneInput batch{12.5, {{"acceleration", Vector{0, 0, 9.81}}, {"heart rate", 71.0}}};
 struct KelvaneInput {
     /// In seconds, on the application's own time axis; the batches of a recording usually rise.
     double timestamp = 0;
@@ -134,6 +140,9 @@ struct KelvaneInput {
 };
 
 /// The results of one batch. What had no result in it is not there.
+///
+///     if (const auto steps = output.outputs.find("steps"); steps != output.outputs.end())
+///         show(steps->second.as<std::int64_t>());
 struct KelvaneOutput {
     /// The batch's.
     double timestamp = 0;
@@ -144,3 +153,5 @@ struct KelvaneOutput {
 };
 
 }  // namespace KelvaneSDK
+
+#include "KelvaneSDK/Inline/LabelledValues.h"

@@ -28,6 +28,7 @@ public:
     /// A value on its way into an input stream.
     struct StreamUpdate {
         const Node& stream;
+        /// As it came, of whatever type.
         const Value& value;
         /// False for a value of another type than the stream's, which is reported and dropped.
         bool isTaken;
@@ -50,7 +51,9 @@ public:
 
     /// A batch begins, with its timestamp in seconds.
     virtual void batchBegan(double timestamp) { static_cast<void>(timestamp); }
+    /// A stream was given a value, before any function runs in this pass.
     virtual void streamUpdated(const StreamUpdate& update) { static_cast<void>(update); }
+    /// A function ran, after all that it waited for.
     virtual void nodeRan(const NodeRun& run) { static_cast<void>(run); }
     /// A variable output took what arrived at its input: null where that was of another type than the
     /// output's.

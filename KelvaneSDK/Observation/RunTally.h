@@ -12,10 +12,15 @@
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// What became of one node in all batches so far. Times are those of batches, in seconds.
+///
+///     const auto& tally = tallies.of(node);
+///     std::cout << node.label() << ": ran " << tally.runs << " times, gave " << tally.emissions
+///               << " values, the last at " << tally.lastEmission.value_or(0) << " s\n";
 struct NodeTally {
     /// How often a function ran, and how often the node gave a value: for a stream, the updates that it took,
     /// for an output, those that it wrote.
     std::uint64_t runs = 0, emissions = 0;
+    /// When it gave the first and the latest of them; absent without any.
     std::optional<double> firstEmission, lastEmission;
     /// Of a Boolean's emissions, those that were true.
     std::uint64_t trues = 0;
@@ -32,7 +37,9 @@ struct NodeTally {
     std::uint64_t fedBack = 0;
     /// The runs that gave nothing, by what the function said of them, in order of appearance.
     struct Silence {
+        /// In the function's own words: "the gate is closed". Static text; empty where it did not say.
         std::string_view reason;
+        /// How many runs, and when the first and the latest of them were.
         std::uint64_t count = 0;
         double first = 0, last = 0;
     };
@@ -42,6 +49,7 @@ struct NodeTally {
     /// The time that its runs took, where the tally measures it.
     EvaluationObserver::Clock::duration time{};
 
+    /// The runs that gave nothing. Of a function; other nodes do not run.
     std::uint64_t silentRuns() const { return runs - emissions; }
 };
 
@@ -57,13 +65,17 @@ bool holdsNaN(const Value& value);
 ///     engine.observe(nullptr);
 ///     for (const auto& cause : whySilent(engine, tally, node)) std::cout << cause.text << "\n";
 ///
-/// Good until the diagram is replaced.
+/// Good until the diagram is replaced. A class of an application's own may derive from it and see what
+/// happens, too; it passes each call on. The counts themselves take memory in proportion to the nodes, not to
+/// the batches. On one thread with its engine.
 class RunTally : public EvaluationObserver {
 public:
     /// With `measuresTime`, the clock is read at every run.
     explicit RunTally(bool measuresTime = false) : isTiming(measuresTime) {}
 
+    /// The node's counts, all zero before anything happened to it; good as long as this object.
     const NodeTally& of(const Node& node) const;
+    /// How many batches have begun.
     std::uint64_t batches() const { return batchCount; }
     /// The timestamps of the first and the latest batch.
     double firstTime() const { return begin; }
@@ -85,6 +97,9 @@ private:
 };
 
 /// Who feeds which input, read off a diagram's connections; good until they change.
+///
+///     const Feeders feeders(engine);
+///     for (const Node* feeder : feeders.of(*node.inputValues()[0])) std::cout << shortName(*feeder) << "\n";
 class Feeders {
 public:
     explicit Feeders(const Kelvane& engine);
@@ -101,9 +116,18 @@ private:
 struct SilenceCause {
     /// Whom it is about; a node of the diagram.
     const Node* node;
-    /// What kind it is, for programs. The last of a chain is one of "never-updated", "refused-type",
-    /// "unconnected", "rates-differ", "no-first-value", "never-true", "silent", "dropped-type", "own-rule"
-    /// and "speaks" (it is not silent at all); those before it say "waits".
+    /// What kind it is, for programs. Those before the last of a chain say "waits"; the last is one of
+    ///
+    ///     never-updated     no update named the stream
+    ///     refused-type      the stream's updates were of another type than its own
+    ///     dropped-type      and so was what the output was given
+    ///     unconnected       nothing feeds an input
+    ///     rates-differ      the inputs have new values at different rates
+    ///     no-first-value    a loop waits for itself
+    ///     never-true        the trigger of a "Trigger" was never true
+    ///     silent            the function ran and gave nothing, for the reason that it says
+    ///     own-rule          a class with a readiness of its own did not run
+    ///     speaks            it is not silent at all
     std::string_view code;
     /// What happened, without the name of the node, and what to do; the latter may be empty.
     std::string text, remedy;

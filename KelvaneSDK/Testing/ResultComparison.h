@@ -14,11 +14,13 @@ namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 /// How far two numbers may be apart and count as equal: by `absolute`, or by `relative` times the larger
 /// magnitude of the two, whichever allows more.
+///
+/// {1e-9, 1e-6} lets 0 and 1e-9 pass, and 1000 and 1000.0009.
 struct Tolerance {
     double absolute = 0, relative = 0;
 };
 
-/// One value in which two results differ.
+/// One value in which two results differ: of another size or type, or given by only one of them.
 struct ResultDifference {
     /// In seconds, and the label of the output or stream.
     double timestamp = 0;
@@ -32,7 +34,7 @@ struct ResultDifference {
     std::string text(std::string_view expectedName, std::string_view foundName) const;
 };
 
-/// How the values of a label compare.
+/// How the values of a label compare. Before the first difference, all of it is zero but `compared`.
 struct LabelComparison {
     /// Values in both, and those of them that differ; values that only one of the two results has.
     std::size_t compared = 0, differing = 0, missing = 0, unexpected = 0;
@@ -41,6 +43,7 @@ struct LabelComparison {
     /// The largest distance of two numbers that count as different.
     double largestDistance = 0;
 
+    /// Of all three kinds.
     std::size_t differences() const { return differing + missing + unexpected; }
 };
 
@@ -64,9 +67,11 @@ public:
     using Receiver = std::function<void(const ResultDifference&)>;
     /// A line that is no result, at which the comparison ended.
     struct InvalidLine {
+        /// It is one of the expected results.
         bool isExpected = false;
         /// From 1.
         std::size_t number = 0;
+        /// What was expected and found.
         std::string reason;
     };
 
@@ -82,7 +87,9 @@ public:
 
     /// How many values differ, are missing or unexpected so far.
     std::size_t differences() const;
+    /// The same by label, in byte order, with the labels that agree.
     const std::map<std::string, LabelComparison, std::less<>>& labels() const;
+    /// Why the comparison ended early, if it did; what stands before it has been compared.
     const std::optional<InvalidLine>& invalidLine() const;
 
 private:

@@ -11,8 +11,14 @@
 namespace [[gnu::visibility("default")]] KelvaneSDK {
 
 // The text form of diagrams, for people to read, write and review: docs/text-format.md.
+//
+//     ecg: Float
+//     above = Larger(ecg, 2325)
+//     beat: Boolean = And(above, Toggled(above))
 
-/// What keeps a text from being a diagram.
+/// What keeps a text from being a diagram: what a reader reports as
+///
+///     walk.kelvane:4:9: "ecq" is no node; did you mean "ecg"?
 struct TextFault {
     /// The place in the text, both from 1, the column in bytes.
     std::size_t line = 0, column = 0;
@@ -37,12 +43,13 @@ inline constexpr std::size_t maximumBoxDepth = maximumDocumentDepth / 2 - 1;
 struct TextOffsets {
     /// What is said about one input of a node.
     struct Input {
+        /// The index of the node's record, the input's index, and where it stands.
         std::size_t node, input, offset;
     };
     /// A box or subdiagram, its word, its members and the boxes in it.
     struct Group {
         std::size_t offset;
-        /// None for a group of all nodes.
+        /// Its members, each at its own place. None for a group of all nodes.
         std::vector<std::size_t> nodeIds;
         std::vector<Group> containers;
     };
@@ -55,7 +62,9 @@ struct TextOffsets {
 
 /// A diagram, or why there is none.
 struct TextReading {
+    /// The document that the text stands for, with ids for the nodes that have none in it.
     std::optional<DiagramData> data;
+    /// Where its records stand.
     TextOffsets offsets;
     /// In the order of the text; empty when there is a diagram.
     std::vector<TextFault> faults;
@@ -67,7 +76,12 @@ struct TextReading {
 bool isTextForm(std::string_view text);
 
 /// The diagram that a text holds in either form; absent when it holds none, for a reason that is reported,
-/// and that checkDiagram() gives with its place. Any thread; prints nothing.
+/// and that checkDiagram() gives with its place. What is only suspicious, or would stop an engine, is no
+/// reason. Any thread; prints nothing.
+///
+///     DecodeFailure failure;
+///     const auto diagram = readDiagram(text, engine.nodeTypes(), &failure);
+///     if (!diagram) std::cerr << failure.pointer << ": " << failure.reason << "\n";
 std::optional<DiagramData> readDiagram(std::string_view text,
                                        const NodeRegistry& registry = NodeRegistry::library(),
                                        DecodeFailure* failure = nullptr);
@@ -77,7 +91,8 @@ std::optional<DiagramData> readDiagram(std::string_view text,
 TextReading readText(std::string_view text, const NodeRegistry& registry = NodeRegistry::library());
 
 /// Writes a document of any kind in the text form, which reads back to a document of the same effect; absent
-/// when memory ran out. Bytes that are no UTF-8 are written as U+FFFD. Any thread; prints nothing.
+/// when memory ran out. Bytes that are no UTF-8 are written as U+FFFD. Calls are nested where that reads
+/// well, and records that the text form has no words for are written raw. Any thread; prints nothing.
 std::optional<std::string> writeText(const DiagramData& data,
                                      const NodeRegistry& registry = NodeRegistry::library());
 

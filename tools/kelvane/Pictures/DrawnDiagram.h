@@ -84,8 +84,8 @@ struct DrawnDiagram {
     std::vector<DrawnWire> wires;
     std::vector<DrawnFrame> frames;
     std::vector<DrawnGroup> groups;
-    /// How far wires go above and below.
-    double top = 0, bottom = 0;
+    /// Around the nodes and wires.
+    Box extent;
     std::vector<std::string> notes;
 };
 

@@ -227,17 +227,17 @@ private:
     }
 
     Box extentOf(const std::vector<std::size_t>& nodes) const {
-        double left = 1e18, top = 1e18, right = -1e18, bottom = -1e18;
+        Box extent;
         for (const auto i : nodes) {
             const auto& node = diagram.nodes[i];
             const double depth =
                 node.frame == nothing ? 0 : static_cast<double>(diagram.frames[node.frame].depth + 1);
-            left = std::min(left, node.box.x - margin[i] - framePadding * depth);
-            top = std::min(top, node.box.y - (frameTitleHeight + 6) * depth);
-            right = std::max(right, node.box.right() + framePadding * depth);
-            bottom = std::max(bottom, node.box.bottom() + framePadding * depth);
+            const double side = framePadding * depth, above = (frameTitleHeight + 6) * depth;
+            const Box around{node.box.x - margin[i] - side, node.box.y - above,
+                             node.box.width + margin[i] + 2 * side, node.box.height + above + side};
+            extent = i == nodes.front() ? around : extent.with(around);
         }
-        return {left, top, right - left, bottom - top};
+        return extent;
     }
 
     // In rows, no wider than the widest part or a square would be.
@@ -285,12 +285,10 @@ void placeFrames(DrawnDiagram& diagram) {
     std::vector<bool> isSet(diagram.frames.size());
     const auto include = [&](std::size_t frame, const Box& box) {
         auto& own = diagram.frames[frame].box;
-        const double left = box.x - framePadding, top = box.y - frameTitleHeight - 6;
-        const double right = box.right() + framePadding, bottom = box.bottom() + framePadding;
-        if (!isSet[frame]) own = {left, top, right - left, bottom - top};
+        const Box around{box.x - framePadding, box.y - frameTitleHeight - 6, box.width + 2 * framePadding,
+                         box.height + frameTitleHeight + 6 + framePadding};
+        own = isSet[frame] ? own.with(around) : around;
         isSet[frame] = true;
-        const double x = std::min(own.x, left), y = std::min(own.y, top);
-        own = {x, y, std::max(own.right(), right) - x, std::max(own.bottom(), bottom) - y};
     };
     for (const auto& node : diagram.nodes)
         if (node.frame != nothing) include(node.frame, node.box);
@@ -322,8 +320,7 @@ void routeWires(DrawnDiagram& diagram) {
         wire.path = router.route({source.box.x + out.x, source.box.y + out.y},
                                  {target.box.x + in.x, target.box.y + in.y}, wire.isFeedback);
     }
-    diagram.top = router.top();
-    diagram.bottom = router.bottom();
+    diagram.extent = router.extent();
 }
 
 }  // namespace

@@ -201,26 +201,18 @@ private:
     }
 
     void measure() {
-        double right = 0, bottom = diagram.bottom;
-        bool isFirst = true;
-        const auto include = [&](const Box& box) {
-            left = isFirst ? box.x : std::min(left, box.x);
-            top = isFirst ? std::min(box.y, diagram.top) : std::min(top, box.y);
-            right = isFirst ? box.right() : std::max(right, box.right());
-            bottom = isFirst ? std::max(box.bottom(), diagram.bottom) : std::max(bottom, box.bottom());
-            isFirst = false;
-        };
-        for (const auto& frame : diagram.frames) include(frame.box);
+        Box all = diagram.extent;
+        for (const auto& frame : diagram.frames) all = all.with(frame.box);
         const bool hasValues = options.forViewer || !options.values.empty();
         for (const auto& node : diagram.nodes) {
             auto box = node.box;
             if (hasValues && node.kind != NodeKind::constant) box.width += 90;
-            include(box);
+            all = all.with(box);
         }
-        left -= pictureMargin;
-        top -= pictureMargin;
-        width = std::max(right + pictureMargin - left, 320.0);
-        end = bottom + pictureMargin;
+        left = all.x - pictureMargin;
+        top = all.y - pictureMargin;
+        width = std::max(all.right() + pictureMargin - left, 320.0);
+        end = all.bottom() + pictureMargin;
     }
 
     // Below the diagram: what its author noted, its subdiagrams, and what the colours mean.

@@ -65,11 +65,10 @@ WireRouter::WireRouter(std::vector<Box> obstacles) : boxes(std::move(obstacles))
     }
     cellWidth = cellWidth / static_cast<double>(boxes.size()) + 40;
     cellHeight = cellHeight / static_cast<double>(boxes.size()) + 20;
-    highest = boxes.front().y;
+    all = boxes.front();
     for (std::size_t i = 0; i < boxes.size(); ++i) {
         const auto& box = boxes[i];
-        highest = std::min(highest, box.y);
-        lowest = std::max(lowest, box.bottom());
+        all = all.with(box);
         for (const double distance : {10.0, 18.0, 26.0}) {
             lanes.push_back(box.y - distance);
             lanes.push_back(box.bottom() + distance);
@@ -78,7 +77,7 @@ WireRouter::WireRouter(std::vector<Box> obstacles) : boxes(std::move(obstacles))
         for (long x = range.left; x <= range.right; ++x)
             for (long y = range.top; y <= range.bottom; ++y) cells[x * 1'000'003 + y].push_back(i);
     }
-    lowestLane = lowest + 6;
+    lowestLane = all.bottom() + 6;
     std::sort(lanes.begin(), lanes.end());
     lanes.erase(std::unique(lanes.begin(), lanes.end(), [](double a, double b) { return b - a < 3; }),
                 lanes.end());
@@ -159,8 +158,7 @@ std::string WireRouter::route(Point from, Point to, bool goesAround) {
         levels.push_back({std::min(out, in), lane - 0.5, std::abs(out - in), 1});
         uprights.push_back({out - 0.5, std::min(from.y, lane), 1, std::abs(from.y - lane)});
         uprights.push_back({in - 0.5, std::min(to.y, lane), 1, std::abs(to.y - lane)});
-        highest = std::min(highest, lane);
-        lowest = std::max(lowest, lane);
+        all = all.with(levels.back());
         return roundedPath({from, {out, from.y}, {out, lane}, {in, lane}, {in, to.y}, to});
     };
     // From the height of the ends up and down: the nearest lanes come first.

@@ -23,9 +23,8 @@ public:
     /// `goesAround`, level and upright pieces. Where there is no clear way, a curve all the same.
     std::string route(Point from, Point to, bool goesAround);
 
-    /// Above and below all that has been routed.
-    double top() const { return highest; }
-    double bottom() const { return lowest; }
+    /// Around the boxes and all ways that have been found.
+    const Box& extent() const { return all; }
 
 private:
     struct CellRange {
@@ -44,7 +43,8 @@ private:
     std::unordered_map<long, std::vector<std::size_t>> cells;
     double cellWidth = 1, cellHeight = 1;
     std::vector<double> lanes;
-    double highest = 0, lowest = 0, lowestLane = 0;
+    Box all;
+    double lowestLane = 0;
     /// Cells that may still be looked into: what a picture without a clear way costs has an end.
     long patience = 20'000'000;
 };

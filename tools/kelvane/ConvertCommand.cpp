@@ -13,6 +13,7 @@
 #include "Files.h"
 #include "Interruption.h"
 #include "Messages.h"
+#include "Progress.h"
 
 namespace kelvane {
 
@@ -89,8 +90,21 @@ private:
 
 struct Inputs {
     std::vector<std::unique_ptr<UpdateInput>> inputs;
+    /// Theirs, which live as long as they.
+    std::vector<const DataFile*> files;
     bool areRecordings = true;
 };
+
+/// How much has been read, on average; 0 where a file has no end.
+double shareOf(const std::vector<const DataFile*>& files) {
+    double sum = 0;
+    for (const auto* file : files) {
+        const double share = file->share();
+        if (share == 0) return 0;
+        sum += share;
+    }
+    return sum / static_cast<double>(files.size());
+}
 
 Inputs openAll(const std::vector<std::string>& paths, const ConvertOptions& options) {
     Inputs opened;
@@ -99,6 +113,7 @@ Inputs openAll(const std::vector<std::string>& paths, const ConvertOptions& opti
         const auto* format = options.from.empty() ? formatOfName(path) : &formatNamed("--from", options.from);
         if (format == nullptr) format = &formatOfContent(*file);
         opened.areRecordings &= format == &formats().front();
+        opened.files.push_back(file.get());
         opened.inputs.push_back(format->open(std::move(file), options));
     }
     return opened;
@@ -125,21 +140,27 @@ int convert(const ConvertOptions& options) {
         throw Failure{ExitStatus::wrongUsage, "kelvane: standard input can be read once only"};
     const CsvTypes types(options.types);
     const Renaming renaming(options.names);
-    auto [inputs, areRecordings] = openAll(paths, options);
-    const auto& format = outputFormat(options, areRecordings);
-    const auto input = mergedByTime(std::move(inputs));
+    auto opened = openAll(paths, options);
+    const auto& format = outputFormat(options, opened.areRecordings);
+    const auto input = mergedByTime(std::move(opened.inputs));
     ResultOutput file(options.output, paths);
     const auto output = format.create(file, options);
     Shift shift;
     Expected expected;
     for (const auto& [label, type] : types.all()) expected.add("--types", label);
     for (const auto& [old, name] : renaming.all()) expected.add("--rename", old);
+    Progress progress(
+        paths.size() == 1 ? nameOf(paths.front()) : counted(paths.size(), "file"), "update",
+        [&] { return shareOf(opened.files); }, !isTerminal(options.output));
+    constexpr std::size_t updatesPerLook = 4096;
     try {
+        std::size_t updates = 0;
         for (Update update; input->next(update);) {
             expected.take(update.name);
             renaming.apply(update);
             if (options.fromZero) shift.apply(update);
             output->take(update);
+            if (++updates % updatesPerLook == 0) progress.show(updates);
         }
     } catch (const Failure&) {
         // What stands before a fault is right.

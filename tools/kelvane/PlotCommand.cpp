@@ -9,6 +9,7 @@
 #include "Messages.h"
 #include "Pictures/PlotData.h"
 #include "Pictures/PlotPicture.h"
+#include "Progress.h"
 #include "Recording.h"
 
 namespace kelvane {
@@ -20,11 +21,15 @@ namespace {
 std::string fileNameOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
 /// True when all of the file was read; what was not is reported.
-bool readInto(PlotData& data, const std::string& path) {
+bool readInto(PlotData& data, const std::string& path, bool showsProgress) {
     Recording recording(path);
     data.beginFile(fileNameOf(recording.name()));
+    Progress progress(
+        recording.name(), "update", [&] { return recording.share(); }, showsProgress);
+    std::size_t updates = 0;
     while (recording.readPiece()) {
-        while (const auto* update = recording.nextUpdate()) data.add(*update);
+        for (; const auto* update = recording.nextUpdate(); ++updates) data.add(*update);
+        progress.show(updates);
     }
     if (interruption() != 0) throw Failure{128 + interruption(), {}};
     const auto failure = recording.failure();
@@ -62,7 +67,7 @@ int plot(const PlotCommandOptions& options) {
     ResultOutput output(options.output, paths);
     PlotData data(std::move(choice));
     bool isComplete = true;
-    for (const auto& path : paths) isComplete &= readInto(data, path);
+    for (const auto& path : paths) isComplete &= readInto(data, path, !isTerminal(options.output));
     refuseUnknownNames(data, options);
     const auto hasValues = [](const PlotSeries& series) { return !series.times.empty(); };
     if (std::none_of(data.series().begin(), data.series().end(), hasValues)) {

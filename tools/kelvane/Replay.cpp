@@ -36,7 +36,8 @@ Replay::Replay(Kelvane& chosenEngine, const RunOptions& chosen, ReadAhead& input
 }
 
 void Replay::run(bool showsProgress) {
-    Progress progress(recording, showsProgress);
+    Progress progress(
+        recording.name(), "update", [this] { return recording.share(); }, showsProgress);
     while (!stopReason && !interrupted()) {
         const auto* const piece = recording.next();
         if (piece == nullptr) break;

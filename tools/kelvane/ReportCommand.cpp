@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <array>
 
 #include "Browser.h"
@@ -10,6 +8,7 @@
 #include "Interruption.h"
 #include "MemoryLimit.h"
 #include "Messages.h"
+#include "Progress.h"
 #include "ReadAhead.h"
 #include "Replay.h"
 #include "Report/ReportPage.h"
@@ -34,7 +33,7 @@ int makeReport(const ReportOptions& options) {
     const ValueRecorder recorder(*diagram.engine);
     Replay replay(*diagram.engine, run, recording, nullptr, report);
     messages.passTo([&](std::string_view line) { replay.takeLine(line); });
-    replay.run(!options.isQuiet);
+    replay.run(!options.isQuiet && !isTerminal(run.output));
     if (interruption() != 0) return 128 + interruption();
     const auto failure = replay.failure(diagram);
     if (!failure.empty()) report(failure);
@@ -43,7 +42,14 @@ int makeReport(const ReportOptions& options) {
         if (!options.isQuiet) report("kelvane: warning: " + line);
         recorded.warnings.push_back(line);
     });
-    writeReportPage(recorded, output);
+    double written = 0;
+    Progress progress(
+        "writing " + nameOf(run.output), "node", [&] { return written; },
+        !options.isQuiet && !isTerminal(run.output));
+    writeReportPage(recorded, output, [&](std::size_t done, std::size_t all) {
+        written = static_cast<double>(done) / static_cast<double>(all);
+        progress.show(done);
+    });
     output.finish();
     if (options.opens) endMemoryLimit();
     if (options.opens && !openInBrowser(run.output)) {

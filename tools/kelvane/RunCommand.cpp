@@ -12,6 +12,7 @@
 #include "ManyRecordings.h"
 #include "MemoryLimit.h"
 #include "Messages.h"
+#include "Progress.h"
 #include "ReadAhead.h"
 #include "Replay.h"
 
@@ -37,8 +38,7 @@ int runOne(const RunOptions& options) {
     applyOptions(*diagram.engine, options);
     Replay replay(*diagram.engine, options, recording, &output, report);
     messages.passTo([&](std::string_view line) { replay.takeLine(line); });
-    // Not where the results come to the same terminal.
-    replay.run(!options.isQuiet && (options.output != "-" || ::isatty(STDOUT_FILENO) == 0));
+    replay.run(!options.isQuiet && !isTerminal(options.output));
     int status = 128 + interruption();
     if (interruption() != 0) {
         output.endEarly();

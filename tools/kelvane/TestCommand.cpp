@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <filesystem>
 #include <mutex>
@@ -13,6 +14,7 @@
 #include "Interruption.h"
 #include "Messages.h"
 #include "Pictures/Markup.h"
+#include "Progress.h"
 #include "TestCase.h"
 
 namespace kelvane {
@@ -78,9 +80,12 @@ public:
         }
     }
 
-    CaseOutcome await(std::size_t place) {
+    /// Shows meanwhile how far it is.
+    CaseOutcome await(std::size_t place, Progress& progress) {
         std::unique_lock lock(mutex);
-        done.wait(lock, [&] { return outcomes[place].has_value(); });
+        while (
+            !done.wait_for(lock, std::chrono::milliseconds(200), [&] { return outcomes[place].has_value(); }))
+            progress.show(place);
         return *outcomes[place];
     }
 
@@ -157,8 +162,14 @@ int test(const TestOptions& options) {
     std::size_t failed = 0, skipped = 0, blessed = 0;
     std::string xml;
     if (options.asTap) output.text() = "TAP version 13\n1.." + std::to_string(cases.size()) + "\n";
+    std::size_t finished = 0;
+    Progress progress(
+        "kelvane test", "case",
+        [&] { return static_cast<double>(finished) / static_cast<double>(cases.size()); }, !isTerminal("-"));
     for (std::size_t i = 0; i < cases.size(); ++i) {
-        const auto outcome = runs.await(i);
+        progress.show(finished);
+        const auto outcome = runs.await(i, progress);
+        ++finished;
         if (interruption() != 0) return 128 + interruption();
         const auto name = nameOf(cases[i].string());
         failed += outcome.kind == Kind::failed ? 1 : 0;

@@ -71,15 +71,20 @@ void ChunkWriter::compress(std::string_view bytes, int flush) {
 
 void ChunkWriter::append(std::string_view bytes) {
     constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    waiting += bytes;
+    const auto whole = waiting.size() / 3;
     auto& target = text.text();
-    for (const char c : bytes) {
-        waiting += c;
-        if (waiting.size() < 3) continue;
-        unsigned bits = 0;
-        for (const char byte : waiting) bits = bits << 8 | static_cast<unsigned char>(byte);
-        for (const int shift : {18, 12, 6, 0}) target += digits[bits >> shift & 63];
-        waiting.clear();
+    const auto before = target.size();
+    target.resize(before + whole * 4);
+    char* place = target.data() + before;
+    const char* byte = waiting.data();
+    const auto bits = [&](int shift) { return unsigned{static_cast<unsigned char>(*byte++)} << shift; };
+    for (std::size_t i = 0; i < whole; ++i) {
+        const auto high = bits(16), middle = bits(8), low = bits(0);
+        const unsigned three = high | middle | low;
+        for (const int shift : {18, 12, 6, 0}) *place++ = digits[three >> shift & 63];
     }
+    waiting.erase(0, whole * 3);
     if (target.size() > mostPending) text.flush();
 }
 

@@ -61,7 +61,7 @@ public:
         }
     }
 
-    void write() {
+    void write(const std::function<void(std::size_t, std::size_t)>& progress) {
         auto page = viewerPage();
         const auto writeUpTo = [&](std::string_view placeholder) {
             const auto end = page.find(placeholder);
@@ -73,7 +73,7 @@ public:
         writeUpTo("<!--kelvane-picture-->");
         output.text() += picture();
         writeUpTo("<!--kelvane-data-->");
-        writeData();
+        writeData(progress);
         output.text() += page;
     }
 
@@ -112,7 +112,7 @@ private:
         return data;
     }
 
-    void writeData() {
+    void writeData(const std::function<void(std::size_t, std::size_t)>& progress) {
         std::string json;
         writeRun(json);
         output.text() += "<script type=\"application/json\" id=\"kelvane-report\">";
@@ -121,8 +121,10 @@ private:
         output.text() += "</script>\n";
         writeChunk("kelvane-times",
                    [&](ChunkWriter& chunk) { chunk.writeColumn(std::span(run.recorder.times())); });
-        for (std::size_t i = 0; i < chunks.size(); ++i)
+        for (std::size_t i = 0; i < chunks.size(); ++i) {
             writeChunk(chunkName(i), [&](ChunkWriter& chunk) { chunks[i]->write(chunk); });
+            progress(i + 1, chunks.size());
+        }
     }
 
     template <class Write>
@@ -269,6 +271,9 @@ private:
 
 }  // namespace
 
-void writeReportPage(const RecordedRun& run, PendingText& output) { ReportPage(run, output).write(); }
+void writeReportPage(const RecordedRun& run, PendingText& output,
+                     const std::function<void(std::size_t, std::size_t)>& progress) {
+    ReportPage(run, output).write(progress);
+}
 
 }  // namespace kelvane

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,7 +24,9 @@ struct RecordedRun {
     bool isTuned = false;
 };
 
-/// Writes a page that shows the run: the viewer, the picture of the diagram and all values.
-void writeReportPage(const RecordedRun& run, PendingText& output);
+/// Writes a page that shows the run: the viewer, the picture of the diagram and all values. `progress` gets
+/// how many nodes' values have been written, and of how many.
+void writeReportPage(const RecordedRun& run, PendingText& output,
+                     const std::function<void(std::size_t, std::size_t)>& progress);
 
 }  // namespace kelvane

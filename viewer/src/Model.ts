@@ -30,11 +30,14 @@ export class Model {
   range: { from: number; to: number } | undefined;
   private readonly nodesById: Map<number, NodeInfo>;
   private readonly followers = new Map<number, { node: NodeInfo; input: number }[]>();
+  private readonly namesShared = new Set<string>();
   private readonly listeners = new Map<Topic, (() => void)[]>();
   private readonly changed = new Set<Topic>();
 
   constructor(readonly source: DataSource) {
     this.batch = Math.max(0, source.axis.count - 1);
+    const names = new Set<string>();
+    for (const { name } of source.nodes) (names.has(name) ? this.namesShared : names).add(name);
     this.nodesById = new Map(source.nodes.map((node) => [node.id, node]));
     for (const node of source.nodes) {
       node.inputs.forEach((slot, input) => {
@@ -53,6 +56,9 @@ export class Model {
   }
   nameOf(id: number): string {
     return this.nodesById.get(id)?.name ?? `#${id}`;
+  }
+  isNameShared(name: string): boolean {
+    return this.namesShared.has(name);
   }
   /** Whether a node gave nothing in the whole recording. */
   isSilent(id: number): boolean {

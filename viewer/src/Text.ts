@@ -16,9 +16,18 @@ export function cutTo(text: string, length: number): string {
 
 /** A value as it stands at a wire. */
 export function shortValue(value: ShownValue): string {
-  if (Array.isArray(value)) return value.map((part) => String(Number(part.toPrecision(3)))).join(", ");
+  if (Array.isArray(value)) return shortComponents(value);
   if (typeof value === "number") return shortNumber(value);
   return cutTo(String(value).replace(/\s+/g, " "), 14);
+}
+
+/** Components to the digits that count beside the largest of them. */
+function shortComponents(parts: number[]): string {
+  const largest = Math.max(...parts.map((part) => (Number.isFinite(part) ? Math.abs(part) : 0)));
+  const decimals = largest > 0 ? 2 - Math.floor(Math.log10(largest)) : 0;
+  if (decimals > 6 || decimals < -6) return parts.map((part) => String(Number(part.toPrecision(3)))).join(", ");
+  // Adding zero makes -0 zero.
+  return parts.map((part) => String(Number(part.toFixed(Math.max(0, decimals))) + 0)).join(", ");
 }
 
 /** A value with all its digits. */

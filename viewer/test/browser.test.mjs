@@ -81,6 +81,7 @@ test("the cursor's keys, slider and field change the values at wires", async () 
     await tab.keyboard.press("Space");
     await tab.waitForFunction(() => Number(document.getElementById("v-time-field").value) > 12.2);
     await tab.keyboard.press("Space");
+    await settled(tab);
     const rested = await time();
     await tab.waitForTimeout(150);
     assert.equal(await time(), rested);
@@ -114,7 +115,7 @@ test("nodes are found, explained and plotted", async () => {
     await settled(tab);
     assert.match(await details.innerText(), /steps[^]*Counter[^]*Runs\s+2\s/);
     await tab.getByRole("tab", { name: "Silent" }).click();
-    assert.deepEqual(await tab.locator("#v-quiet h3").allInnerTexts(), ["heading Heading #10", "north VariableOutput #15", "steps Counter #7"]);
+    assert.deepEqual(await tab.locator("#v-quiet h3").allInnerTexts(), ["heading Heading", "north VariableOutput", "steps Counter"]);
     await tab.getByRole("tab", { name: "Findings" }).click();
     assert.match(await tab.locator("#v-findings").innerText(), /input "length" of "smoothed" is not connected/);
     await tab.getByRole("tab", { name: "Profile" }).click();

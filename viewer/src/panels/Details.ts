@@ -254,13 +254,15 @@ function facts(rows: [string, string | Node][]): HTMLElement {
   return make("dl", {}, ...rows.flatMap(([name, value]) => [make("dt", {}, name), make("dd", {}, value)]));
 }
 
-/** A node's name, which selects it. */
+/** A node's name, which selects it; with the id where others have that name. */
 export function nodeLink(model: Model, node: number): HTMLButtonElement {
-  return button(model.nameOf(node), {
-    class: "v-link",
-    title: `${model.node(node)?.class ?? "node"} #${node}`,
-    click: () => model.select(node),
-  });
+  const name = model.nameOf(node);
+  return make(
+    "button",
+    { type: "button", class: "v-link", title: `${model.node(node)?.class ?? "node"} #${node}`, click: () => model.select(node) },
+    name,
+    model.isNameShared(name) && make("span", { class: "v-faint" }, ` #${node}`),
+  );
 }
 
 /** Why a node is silent: each cause with the node at fault and what to do. */

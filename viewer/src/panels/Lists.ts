@@ -13,7 +13,7 @@ export function showQuiet(model: Model): void {
       make(
         "section",
         { class: "v-card" },
-        make("h3", {}, nodeLink(model, entry.node), make("span", { class: "v-faint" }, ` ${model.node(entry.node)?.class} #${entry.node}`)),
+        make("h3", {}, nodeLink(model, entry.node), make("span", { class: "v-faint" }, ` ${model.node(entry.node)?.class}`)),
         causeList(model, entry),
       ),
     );

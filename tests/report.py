@@ -142,14 +142,14 @@ def values(folder):
     report, messages = made(folder, diagram, recording, "--set", "divisor=-4")
     nodes = {(node["kind"], node["name"]): node for node in report.data["nodes"]}
     expect("warnings are the page's, too", [f"kelvane: warning: {line}" for line in report.data["warnings"]], messages.splitlines())
-    expect("times", (report.data["begin"], report.data["end"], report.times), (1, 6, (0, 1, 2, 3, 4, 5, 6)))
+    expect("times", (report.data["begin"], report.data["end"], report.times), (1, 6, (1, 2, 3, 4, 5, 6)))
     expect("a constant of --set", nodes["constant", "divisor"]["constant"], "-4.0")
     for node, expected in [
-        (("output", label), [(1, (0.0,)), (6, (-0.75,))]),
-        (("output", "word"), [(2, (text[:102] + "…",))]),
-        (("output", "numbers"), [(3, ("[" + ", ".join(f"{i}.0" for i in range(35)) + ", … 100000 values]",)), (4, ("[0.5]",))]),
-        (("stream", "times"), [(5, ("[(t: 1.0, f: 2.0)]",))]),
-        (("stream", "last"), [(1, (0.0,)), (6, (-3.0,))]),
+        (("output", label), [(0, (0.0,)), (5, (-0.75,))]),
+        (("output", "word"), [(1, (text[:102] + "…",))]),
+        (("output", "numbers"), [(2, ("[" + ", ".join(f"{i}.0" for i in range(35)) + ", … 100000 values]",)), (3, ("[0.5]",))]),
+        (("stream", "times"), [(4, ("[(t: 1.0, f: 2.0)]",))]),
+        (("stream", "last"), [(0, (0.0,)), (5, (-3.0,))]),
     ]:
         expect(f"the values of {node}", repr(report.values(report.data["series"][nodes[node]["series"]])), repr(expected))
 

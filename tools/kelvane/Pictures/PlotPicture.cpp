@@ -23,7 +23,7 @@ namespace {
 constexpr double textSize = 12, smallSize = 11, titleSize = 15;
 constexpr double margin = 16, headHeight = 20, panelGap = 12, axisHeight = 36;
 constexpr std::size_t mostWrittenOut = 3;
-constexpr double lineHeight = 110, bandHeight = 14, bandGap = 3, leastLineHeight = 30;
+constexpr double panelHeight = 110, bandHeight = 14, bandGap = 3, leastPanelHeight = 30;
 
 enum class Look { line, band, texts };
 
@@ -141,8 +141,8 @@ private:
         }
         const double height =
             options.height && lines > 0
-                ? std::max(leastLineHeight, (*options.height - fixed) / static_cast<double>(lines))
-                : lineHeight;
+                ? std::max(leastPanelHeight, (*options.height - fixed) / static_cast<double>(lines))
+                : panelHeight;
         left = margin + 20;
         for (auto& panel : panels) {
             if (panel.look != Look::line) continue;

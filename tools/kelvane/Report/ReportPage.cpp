@@ -152,7 +152,7 @@ private:
         json.member("tool", "kelvane " KELVANE_VERSION);
         json.member("diagram", std::string_view(diagramName));
         json.member("recording", std::string_view(recordingName));
-        json.member("batches", static_cast<std::int64_t>(recorder.batches()));
+        json.member("batches", static_cast<std::int64_t>(recorder.times().size()));
         const auto writeTime = [&](std::string_view key, double time) {
             json.key(key);
             recorder.batches() > 0 ? json.value(time) : json.null();

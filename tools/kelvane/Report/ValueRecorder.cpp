@@ -15,6 +15,7 @@ const ValueSeries* ValueRecorder::seriesOf(const Node& node) const {
 
 void ValueRecorder::batchBegan(double timestamp) {
     RunTally::batchBegan(timestamp);
+    if (batches() == 2 && series.empty() && !firstUpdate) timestamps.clear();
     timestamps.push_back(timestamp);
 }
 

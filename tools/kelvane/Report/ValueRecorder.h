@@ -18,10 +18,10 @@ public:
     ValueRecorder(const ValueRecorder&) = delete;
     ValueRecorder& operator=(const ValueRecorder&) = delete;
 
-    /// The batches' timestamps.
+    /// The batches' timestamps. Recordings have an empty batch at time 0 before what they begin with; it is
+    /// left out where nothing happens in it, for it may be years before the others.
     const std::vector<double>& times() const { return timestamps; }
-    /// When a stream took its first update, or else the first batch's time: recordings have an empty batch at
-    /// time 0 before what they begin with.
+    /// When the first update came, or else the first batch's time.
     double begin() const { return firstUpdate.value_or(firstTime()); }
     /// Null for a node that gave nothing.
     const ValueSeries* seriesOf(const KelvaneSDK::Node& node) const;

@@ -34,26 +34,37 @@ export class Details {
   private overview(): Node[] {
     const { source } = this.model;
     const running = source.nodes.reduce((sum, node) => sum + node.runs, 0);
-    const { begin, end, rises, count } = source.axis;
+    const table = make("div");
+    this.refreshers.push(() => {
+      const { begin, end, rises, count } = source.axis;
+      if (table.dataset.count === String(count)) return;
+      table.dataset.count = String(count);
+      const silent = source.quiet.filter((entry) => this.model.isSilent(entry.node)).length;
+      const time = rises ? `${begin} s to ${end} s (${duration(end - begin)})` : "timestamps fall";
+      table.replaceChildren(
+        facts([
+          ["Nodes", grouped(source.nodes.length)],
+          ["Batches", grouped(count)],
+          ["Time", count === 0 ? "–" : time],
+          ["Runs of nodes", grouped(running)],
+          ["Silent nodes", grouped(silent)],
+        ]),
+      );
+    });
     return [
       make("h2", {}, source.diagram),
       make("p", {}, "Evaluated over ", make("strong", {}, source.recording), "."),
       source.stopped !== undefined
         ? make("p", { class: "v-problem v-error" }, make("strong", {}, "Stopped: "), source.stopped)
         : make("span"),
-      facts([
-        ["Nodes", grouped(source.nodes.length)],
-        ["Batches", grouped(count)],
-        ["Time", count === 0 ? "–" : rises ? `${begin} s to ${end} s (${duration(end - begin)})` : "timestamps fall"],
-        ["Runs of nodes", grouped(running)],
-        ["Silent nodes", grouped(source.quiet.filter((entry) => this.model.isSilent(entry.node)).length)],
-      ]),
+      table,
       ...this.ends("Outputs at the cursor", "output"),
       ...this.ends("Inputs at the cursor", "stream"),
       make(
         "p",
         { class: "v-faint" },
-        "Click a node to see its values and why it has them; click a wire to plot it. Move in time with the slider, the arrow keys, or by clicking in a plot.",
+        "Click a node to see its values and why it has them; click a wire to plot it. Move in time with the slider, " +
+          "the arrow keys, or by clicking in a plot.",
       ),
       make("p", { class: "v-faint" }, `Made by ${source.tool}.`),
     ];
@@ -99,7 +110,11 @@ export class Details {
     return this.model.source.findings
       .filter((finding) => finding.node === node.id)
       .map((finding) =>
-        make("p", { class: `v-problem v-${finding.severity}` }, `${finding.text}${finding.hint ? ` – ${finding.hint}` : ""}`),
+        make(
+          "p",
+          { class: `v-problem v-${finding.severity}` },
+          `${finding.text}${finding.hint ? ` – ${finding.hint}` : ""}`,
+        ),
       );
   }
 
@@ -136,7 +151,9 @@ export class Details {
     if (!model.source.hasSeries(node.id)) return "it never gave a value";
     const series = model.source.series(node.id);
     if (!series) return "values are being read…";
-    return series.count === 0 ? "it never gave a value" : `no value yet: the first one comes ${this.later(series.batchOf(0))}`;
+    return series.count === 0
+      ? "it never gave a value"
+      : `no value yet: the first one comes ${this.later(series.batchOf(0))}`;
   }
 
   private inputs(node: NodeInfo): Node[] {
@@ -178,7 +195,11 @@ export class Details {
         setText(age, "no value yet");
       }
     });
-    const plot = button("Plot", { class: "v-small", "aria-label": `Plot ${model.nameOf(from)}`, click: () => model.plot(from) });
+    const plot = button("Plot", {
+      class: "v-small",
+      "aria-label": `Plot ${model.nameOf(from)}`,
+      click: () => model.plot(from),
+    });
     plot.hidden = !model.source.hasSeries(from);
     return make(
       "div",
@@ -193,7 +214,12 @@ export class Details {
     const followers = this.model.followersOf(node.id);
     if (followers.length === 0) return [];
     const items = followers.map(({ node: follower, input }) =>
-      make("li", {}, nodeLink(this.model, follower.id), make("span", { class: "v-faint" }, ` ${follower.inputs[input].name}`)),
+      make(
+        "li",
+        {},
+        nodeLink(this.model, follower.id),
+        make("span", { class: "v-faint" }, ` ${follower.inputs[input].name}`),
+      ),
     );
     return [make("h3", {}, "Feeds"), make("ul", { class: "v-list" }, ...items)];
   }
@@ -209,13 +235,17 @@ export class Details {
       shownCount = series?.count ?? 0;
       const rows: [string, string | Node][] = [];
       if (node.kind === "function") rows.push(["Runs", grouped(node.runs)]);
-      if (node.kind !== "constant") rows.push([node.kind === "output" ? "Written" : "Values given", grouped(node.emissions)]);
+      if (node.kind !== "constant")
+        rows.push([node.kind === "output" ? "Written" : "Values given", grouped(node.emissions)]);
       if (node.nanoseconds > 0) {
         rows.push(["Time", `${duration(node.nanoseconds * 1e-9)}, ${percent(node.nanoseconds, time)} of all`]);
         if (node.runs > 0) rows.push(["Per run", duration((node.nanoseconds * 1e-9) / node.runs)]);
       }
       if (series && series.count > 0) {
-        rows.push([series.count === 1 ? "Only value" : "First value", this.momentOf(series.batchOf(0), fullValue(series.value(0)))]);
+        rows.push([
+          series.count === 1 ? "Only value" : "First value",
+          this.momentOf(series.batchOf(0), fullValue(series.value(0))),
+        ]);
       }
       if (series && series.count > 1) {
         const last = series.count - 1;
@@ -259,14 +289,22 @@ export function nodeLink(model: Model, node: number): HTMLButtonElement {
   const name = model.nameOf(node);
   return make(
     "button",
-    { type: "button", class: "v-link", title: `${model.node(node)?.class ?? "node"} #${node}`, click: () => model.select(node) },
+    {
+      type: "button",
+      class: "v-link",
+      title: `${model.node(node)?.class ?? "node"} #${node}`,
+      click: () => model.select(node),
+    },
     name,
     model.isNameShared(name) && make("span", { class: "v-faint" }, ` #${node}`),
   );
 }
 
 /** Why a node is silent: each cause with the node at fault and what to do. */
-export function causeList(model: Model, quiet: { node: number; causes: { node: number; text: string; remedy: string }[] }): Node {
+export function causeList(
+  model: Model,
+  quiet: { node: number; causes: { node: number; text: string; remedy: string }[] },
+): Node {
   const items = quiet.causes.map((cause) =>
     make(
       "li",

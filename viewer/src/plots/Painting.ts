@@ -9,8 +9,8 @@ interface Stretch {
   to: number;
 }
 
-/** While a boolean is true there is a band; where it changes within a pixel, a paler one. A line says from when on it has
- * a value. */
+/** While a boolean is true there is a band; where it changes within a pixel, a paler one. A line says from when on it
+ * has a value. */
 export function drawBands(chart: uPlot, series: Series, axis: TimeAxis, stretch: Stretch, colour: string): void {
   const { ctx, bbox } = chart;
   const place = (index: number) => {

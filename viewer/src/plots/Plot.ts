@@ -232,4 +232,3 @@ export class Plot {
     line.addEventListener("lostpointercapture", () => line.removeEventListener("pointermove", move), { once: true });
   }
 }
-

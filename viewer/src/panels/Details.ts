@@ -1,7 +1,8 @@
 import type { NodeInfo } from "../data/DataSource.ts";
+import type { Series } from "../data/Series.ts";
 import { button, byId, make, setText } from "../Elements.ts";
 import type { Model } from "../Model.ts";
-import { counted, duration, fullValue, grouped, percent, typeStyle } from "../Text.ts";
+import { counted, cutTo, duration, fullValue, grouped, percent, typeStyle } from "../Text.ts";
 
 const kinds = { function: "Function", constant: "Constant", stream: "Input stream", output: "Variable output" };
 
@@ -135,7 +136,7 @@ export class Details {
         return setText(age, this.absence(node));
       }
       const { series, index } = found;
-      setText(value, fullValue(series.value(index), series.components, "\n"));
+      writeValue(value, series, index);
       const batch = series.batchOf(index);
       const times = index - series.firstFrom(batch) + 1;
       const often = times > 1 ? `, ${times} times` : "";
@@ -186,7 +187,7 @@ export class Details {
         setText(value, info.constant);
         setText(age, "constant");
       } else if (found) {
-        setText(value, fullValue(found.series.value(found.index), found.series.components, "\n"));
+        writeValue(value, found.series, found.index);
         const batch = found.series.batchOf(found.index);
         setText(age, batch === model.batch ? "updated in this batch" : this.ago(batch));
         age.classList.toggle("v-fresh", batch === model.batch);
@@ -244,12 +245,12 @@ export class Details {
       if (series && series.count > 0) {
         rows.push([
           series.count === 1 ? "Only value" : "First value",
-          this.momentOf(series.batchOf(0), fullValue(series.value(0))),
+          this.momentOf(series.batchOf(0), cutTo(fullValue(series.value(0)), 80)),
         ]);
       }
       if (series && series.count > 1) {
         const last = series.count - 1;
-        rows.push(["Last value", this.momentOf(series.batchOf(last), fullValue(series.value(last)))]);
+        rows.push(["Last value", this.momentOf(series.batchOf(last), cutTo(fullValue(series.value(last)), 80))]);
         if (series.encoding === "float" && series.components.length <= 1) {
           const extremes = series.pyramid(0);
           extremes.look(0, series.count);
@@ -282,6 +283,11 @@ export class Details {
 
 function facts(rows: [string, string | Node][]): HTMLElement {
   return make("dl", {}, ...rows.flatMap(([name, value]) => [make("dt", {}, name), make("dd", {}, value)]));
+}
+
+function writeValue(output: HTMLElement, series: Series, index: number): void {
+  setText(output, fullValue(series.value(index), series.components, "\n"));
+  output.classList.toggle("v-text", series.encoding === "text");
 }
 
 /** A node's name, which selects it; with the id where others have that name. */

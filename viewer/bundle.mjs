@@ -29,11 +29,15 @@ const styles = bundled("vendor/uplot/uPlot.min.css", {}) + bundled("src/styles.c
 if (/<\/script|<!--/i.test(script)) throw new Error("the script contains what ends a script element");
 
 const parts = { styles, script };
-const page = readFileSync(join(here, "src/page.html"), "utf8").replace(/\/\*(styles|script)\*\//g, (_, part) => parts[part]);
+const page = readFileSync(join(here, "src/page.html"), "utf8").replace(
+  /\/\*(styles|script)\*\//g,
+  (_, part) => parts[part],
+);
 for (const placeholder of ["title", "picture", "data"]) {
   const count = page.split(`<!--kelvane-${placeholder}-->`).length - 1;
   if (count !== 1) throw new Error(`the page has ${count} placeholders for its ${placeholder}`);
 }
-if (Buffer.byteLength(page) >= 150_000) throw new Error(`the page has ${Buffer.byteLength(page)} bytes; 150 000 are the limit`);
+if (Buffer.byteLength(page) >= 150_000)
+  throw new Error(`the page has ${Buffer.byteLength(page)} bytes; 150 000 are the limit`);
 mkdirSync(dirname(output), { recursive: true });
 writeFileSync(output, page);

@@ -19,8 +19,8 @@ interface Topics {
 }
 export type Topic = keyof Topics;
 
-/** What the parts of the page share: the data, and what the reader looks at. Listeners are called once in a frame, however
- * often a topic changed. */
+/** What the parts of the page share: the data, and what the reader looks at. Listeners are called once in a frame,
+ * however often a topic changed. */
 export class Model {
   batch: number;
   selected: number | undefined;
@@ -28,6 +28,8 @@ export class Model {
   plotted: number[] = [];
   /** The stretch of time that plots show; all of it where undefined. */
   range: { from: number; to: number } | undefined;
+  /** How many batches there were when data came last. */
+  private seen: number;
   private readonly nodesById: Map<number, NodeInfo>;
   private readonly followers = new Map<number, { node: NodeInfo; input: number }[]>();
   private readonly namesShared = new Set<string>();
@@ -35,7 +37,8 @@ export class Model {
   private readonly changed = new Set<Topic>();
 
   constructor(readonly source: DataSource) {
-    this.batch = Math.max(0, source.axis.count - 1);
+    this.seen = source.axis.count;
+    this.batch = Math.max(0, this.seen - 1);
     const names = new Set<string>();
     for (const { name } of source.nodes) (names.has(name) ? this.namesShared : names).add(name);
     this.nodesById = new Map(source.nodes.map((node) => [node.id, node]));
@@ -48,7 +51,12 @@ export class Model {
         }
       });
     }
-    source.onData(() => this.change("data"));
+    source.onData(() => {
+      // A cursor at the end stays there while batches come.
+      if (this.batch >= this.seen - 1) this.moveTo(source.axis.count - 1);
+      this.seen = source.axis.count;
+      this.change("data");
+    });
   }
 
   node(id: number): NodeInfo | undefined {

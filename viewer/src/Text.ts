@@ -11,7 +11,12 @@ export function shortNumber(value: number): string {
 
 export function cutTo(text: string, length: number): string {
   const characters = [...text];
-  return characters.length <= length ? text : characters.slice(0, length - 1).join("").trimEnd() + "…";
+  return characters.length <= length
+    ? text
+    : characters
+        .slice(0, length - 1)
+        .join("")
+        .trimEnd() + "…";
 }
 
 /** A value as it stands at a wire. */

@@ -1,13 +1,14 @@
-// A report of made-up data, as `kelvane report` would write it: node test/sample.mjs OUTPUT [BATCHES [WIDTH]], where WIDTH is how
-// often the chain of functions stands side by side.
+// A report of made-up data, as `kelvane report` would write it: node test/sample.mjs OUTPUT [BATCHES [WIDTH]], where
+// WIDTH is how often the chain of functions stands side by side.
 import { readFileSync, writeFileSync } from "node:fs";
 import { gzipSync } from "node:zlib";
 
-const themes = {
-  light:
-    "--surface:#ffffff;--box:#f7f8fa;--frame:#eef1f5;--line:#aeb6c2;--text:#1b2430;--faint:#5c6675;--grid:#e3e7ec;--accent:#0b62d6;--error:#c01c28;--warning:#8f5b00;--float:#1f5fd0;--integer:#00796b;--boolean:#b3206a;--vector:#b04a00;--orientation:#6d3fc4;--sequence:#3d7a1a;--string:#7a6400;--any:#5c6675",
-  dark: "--surface:#14171c;--box:#20252d;--frame:#1a1e25;--line:#4b5563;--text:#e7ebf1;--faint:#9aa5b5;--grid:#2b313a;--accent:#6cb0ff;--error:#ff7b7b;--warning:#f0b84a;--float:#74aaff;--integer:#3fd0bd;--boolean:#ff86b8;--vector:#ffa45c;--orientation:#bd9cff;--sequence:#93d168;--string:#e2c54a;--any:#9aa5b5",
-};
+// Names, light and dark colours.
+const colours = `surface ffffff 14171c,box f7f8fa 20252d,frame eef1f5 1a1e25,line aeb6c2 4b5563,text 1b2430 e7ebf1,
+  faint 5c6675 9aa5b5,grid e3e7ec 2b313a,accent 0b62d6 6cb0ff,error c01c28 ff7b7b,warning 8f5b00 f0b84a,
+  float 1f5fd0 74aaff,integer 00796b 3fd0bd,boolean b3206a ff86b8,vector b04a00 ffa45c,orientation 6d3fc4 bd9cff,
+  sequence 3d7a1a 93d168,string 7a6400 e2c54a,any 5c6675 9aa5b5`.split(/,\s*/).map((row) => row.split(" "));
+const theme = (column) => colours.map((row) => `--${row[0]}:#${row[column]}`).join(";");
 const styles = ["float", "integer", "boolean", "vector", "orientation", "sequence", "string", "any"];
 const styleOf = (type) => (styles.includes(type.toLowerCase()) ? type.toLowerCase() : "any");
 
@@ -59,36 +60,51 @@ export function sample({ batches = 2000, width = 1, begin = 0 } = {}) {
   const slot = (name, type, ...from) => ({ name, type, from });
   const wave = (i) => Math.sin(i / 60) * 20 + Math.sin(i * 1.7) * (i % 400 < 80 ? 9 : 1);
 
-  const force = add("stream", "InputStream", "force", "Float", [], every("float", wave));
-  const motion = add("stream", "InputStream", "acceleration", "Vector", [], every("vector", (i) => [Math.sin(i / 30), Math.cos(i / 45), 9.81 + Math.sin(i / 9) * 0.3]));
+  const stream = (name, type, values) => add("stream", "InputStream", name, type, [], values);
+  const calls = (className, name, type, inputs, values) => add("function", className, name, type, inputs, values);
+  const output = (name, type, from, values) => add("output", "VariableOutput", name, type, [slot("value", type, from)], values);
+  const sway = (i) => Math.sin(i / 60) * 20;
+  const norms = every("float", (i) => 9.8 + Math.sin(i / 9) * 0.2);
+  const highs = every("boolean", (i) => sway(i) > 12.5);
+  const counts = some("integer", 380, (_, i) => i + 1);
+  const phases = some("text", 250, (_, i) => ["stance", "swing", "flight – <high>"][i % 3]);
+
+  const force = stream("force", "Float", every("float", wave));
+  const turn = (i) => [Math.sin(i / 30), Math.cos(i / 45), 9.81 + Math.sin(i / 9) * 0.3];
+  const motion = stream("acceleration", "Vector", every("vector", turn));
   const limit = add("constant", "Float", "limit", "Float", [], { constant: "12.5", list: [] });
-  const none = add("stream", "InputStream", "magnetometer", "Vector", []);
+  const none = stream("magnetometer", "Vector");
   for (let at = 0; at < width; ++at) {
     const tail = width > 1 ? ` ${at + 1}` : "";
-    const smooth = add("function", "Moving averager", `smoothed${tail}`, "Float", [slot("value", "Float", force), slot("length", "Integer")], every("float", (i) => Math.sin(i / 60) * 20 + at));
-    const above = add("function", "Larger", `above the limit${tail}`, "Boolean", [slot("a", "Float", smooth), slot("b", "Float", limit)], every("boolean", (i) => Math.sin(i / 60) * 20 > 12.5));
-    const counted = add("function", "Counter", `steps${tail}`, "Integer", [slot("count", "Boolean", above)], some("integer", 380, (_, i) => i + 1));
+    const averaged = [slot("value", "Float", force), slot("length", "Integer")];
+    const smooth = calls("Moving averager", `smoothed${tail}`, "Float", averaged, every("float", (i) => sway(i) + at));
+    const compared = [slot("a", "Float", smooth), slot("b", "Float", limit)];
+    const above = calls("Larger", `above the limit${tail}`, "Boolean", compared, highs);
+    const counted = calls("Counter", `steps${tail}`, "Integer", [slot("count", "Boolean", above)], counts);
     if (at > 0) continue;
-    const longest = add("function", "Norm", "Norm", "Float", [slot("vector", "Vector", motion)], every("float", (i) => 9.8 + Math.sin(i / 9) * 0.2));
-    const phase = add("function", "Name", "phase", "String", [slot("of", "Boolean", above)], some("text", 250, (_, i) => ["stance", "swing", "flight – <high>"][i % 3]));
-    const heading = add("function", "Heading", "heading", "Float", [slot("field", "Vector", none), slot("motion", "Vector", motion)]);
-    add("output", "VariableOutput", "step count", "Integer", [slot("value", "Integer", counted)], some("integer", 380, (_, i) => i + 1));
-    add("output", "VariableOutput", "strength", "Float", [slot("value", "Float", longest)], every("float", (i) => 9.8 + Math.sin(i / 9) * 0.2));
-    add("output", "VariableOutput", "is above", "Boolean", [slot("value", "Boolean", above)], every("boolean", (i) => Math.sin(i / 60) * 20 > 12.5));
-    add("output", "VariableOutput", "phase now", "String", [slot("value", "String", phase)], some("text", 250, (_, i) => ["stance", "swing", "flight – <high>"][i % 3]));
-    add("output", "VariableOutput", "north", "Float", [slot("value", "Float", heading)]);
+    const norm = calls("Norm", "Norm", "Float", [slot("vector", "Vector", motion)], norms);
+    const phase = calls("Name", "phase", "String", [slot("of", "Boolean", above)], phases);
+    const felt = [slot("field", "Vector", none), slot("motion", "Vector", motion)];
+    const heading = calls("Heading", "heading", "Float", felt);
+    output("step count", "Integer", counted, counts);
+    output("strength", "Float", norm, norms);
+    output("is above", "Boolean", above, highs);
+    output("phase now", "String", phase, phases);
+    output("north", "Float", heading);
   }
+  const cause = (node, code, text, remedy) => ({ node, code, text, remedy });
+  const absent = cause(none, "stream-absent", 'the recording has no stream "magnetometer"', "record it, or rename the stream");
+  const once = cause(7, "silent", "it counts only what begins", "");
   const quiet = nodes
-    .filter((node) => ["heading", "north"].includes(node.name))
-    .map((node) => ({
-      node: node.id,
-      causes: [{ node: none, code: "stream-absent", text: "the recording has no stream \"magnetometer\"", remedy: "record it, or give the input its values under the label that the recording has" }],
-    }));
-  const steps = nodes.find((node) => node.class === "Counter");
-  quiet.push({ node: steps.id, causes: [{ node: steps.id, code: "silent", text: "it counts only what begins", remedy: "" }] });
-  return { nodes, series, times, quiet, findings: [
-    { severity: "warning", code: "unconnected-input", node: 5, place: "sample.kelvane:4:1", text: "input \"length\" of \"smoothed\" is not connected", hint: "connect a constant" },
-  ] };
+    .filter((node) => ["heading", "north", "steps"].includes(node.name))
+    .map((node) => ({ node: node.id, causes: [node.name === "steps" ? once : absent] }));
+  const findings = [
+    {
+      severity: "warning", code: "unconnected-input", node: 5, place: "sample.kelvane:4:1",
+      text: 'input "length" of "smoothed" is not connected', hint: "connect a constant",
+    },
+  ];
+  return { nodes, series, times, quiet, findings };
 }
 
 function columnsOfDepth(nodes) {
@@ -116,27 +132,36 @@ export function picture(nodes) {
       input.from.map((from) => {
         const a = port(from);
         const b = inPort(node.id, i);
-        const path = `d="M${a.x} ${a.y}C${a.x + 60} ${a.y} ${b.x - 60} ${b.y} ${b.x} ${b.y}" data-from="${from}" data-to="${node.id}" data-input="${i}"`;
+        const ends = `data-from="${from}" data-to="${node.id}" data-input="${i}"`;
+        const path = `${ends} d="M${a.x} ${a.y}C${a.x + 60} ${a.y} ${b.x - 60} ${b.y} ${b.x} ${b.y}"`;
         return `<path class="wire ${styleOf(nodes[from - 1].type)}" ${path}/><path class="hit" ${path}/>`;
       }),
     ),
   );
   const boxes = nodes.map((node) => {
     const { x, y } = places.get(node.id);
-    const inputs = node.inputs.map((input, i) => `<circle class="port in ${styleOf(input.type)}" data-input="${i}" cx="${x}" cy="${y + 22 + i * 18}" r="4"/>`).join("");
-    const value = node.kind === "output" ? `<text class="value ${styleOf(node.type)}" data-node="${node.id}" x="${x + 158}" y="${y + 26}"></text>` : `<circle class="port out ${styleOf(node.type)}" cx="${x + 150}" cy="${y + 22}" r="4"/><text class="value ${styleOf(node.type)}" data-node="${node.id}" x="${x + 158}" y="${y + 16}"></text>`;
-    return `<g class="node ${node.kind}" data-node="${node.id}"><rect class="body" x="${x}" y="${y}" width="150" height="58" rx="6"/><text class="label" x="${x + 12}" y="${y + 26}">${escaped(node.name)}</text><text class="class" x="${x + 12}" y="${y + 44}">${escaped(node.class)}</text>${inputs}</g>${value}`;
+    const style = styleOf(node.type);
+    const circle = (classes, cx, cy, more = "") => `<circle class="port ${classes}" ${more} cx="${cx}" cy="${cy}" r="4"/>`;
+    const text = (name, dy, words) => `<text class="${name}" x="${x + 12}" y="${y + dy}">${escaped(words)}</text>`;
+    const inputs = node.inputs.map((input, i) => circle(`in ${styleOf(input.type)}`, x, y + 22 + i * 18, `data-input="${i}"`));
+    if (node.kind !== "output") inputs.push(circle(`out ${style}`, x + 150, y + 22));
+    const body = `<rect class="body" x="${x}" y="${y}" width="150" height="58" rx="6"/>`;
+    const value = `<text class="value ${style}" data-node="${node.id}" x="${x + 158}" y="${y + 16}"></text>`;
+    const group = `<g class="node ${node.kind}" data-node="${node.id}">`;
+    return group + body + text("label", 26, node.name) + text("class", 44, node.class) + inputs.join("") + "</g>" + value;
   });
   const box = `0 0 ${depths.size ? filled.length * 260 + 40 : 100} ${Math.max(...filled) * 96 + 40}`;
-  const css = `.kelvane{font-family:Helvetica,Arial,"Liberation Sans",sans-serif;${themes.light}}
-@media (prefers-color-scheme:dark){.kelvane{${themes.dark}}}
-[data-theme=light] .kelvane{${themes.light}}
-[data-theme=dark] .kelvane{${themes.dark}}
+  const css = `.kelvane{font-family:Helvetica,Arial,"Liberation Sans",sans-serif;${theme(1)}}
+@media (prefers-color-scheme:dark){.kelvane{${theme(2)}}}
+[data-theme=light] .kelvane{${theme(1)}}
+[data-theme=dark] .kelvane{${theme(2)}}
 ${styles.map((style) => `.kelvane .${style}{--type:var(--${style})}`).join("\n")}
-.diagram text{font-size:12px;fill:var(--text)}.diagram .class{fill:var(--faint);font-size:10px}.diagram text.value{fill:var(--type);font-size:10px}
-.diagram .body{fill:var(--box);stroke:var(--line)}.diagram .port{fill:var(--type)}.diagram .wire{fill:none;stroke:var(--type);stroke-width:1.6}
+.diagram text{font-size:12px;fill:var(--text)}.diagram .class{fill:var(--faint);font-size:10px}
+.diagram text.value{fill:var(--type);font-size:10px}.diagram .body{fill:var(--box);stroke:var(--line)}
+.diagram .port{fill:var(--type)}.diagram .wire{fill:none;stroke:var(--type);stroke-width:1.6}
 .diagram .hit{fill:none;stroke:transparent;stroke-width:12}`;
-  return `<svg class="kelvane diagram" xmlns="http://www.w3.org/2000/svg" viewBox="${box}" role="img" aria-labelledby="kelvane-title"><title id="kelvane-title">sample.kelvane</title><desc>made up</desc><style>${css}</style>${wires.join("")}${boxes.join("")}</svg>`;
+  const head = `<svg class="kelvane diagram" xmlns="http://www.w3.org/2000/svg" viewBox="${box}" role="img" aria-label="Sample">`;
+  return `${head}<style>${css}</style>${wires.join("")}${boxes.join("")}</svg>`;
 }
 
 export function reportPage(page, { nodes, series, times, quiet = [], findings = [], warnings = [], stopped }) {

@@ -34,7 +34,7 @@ export class ColumnReader {
   raw(count: number): Uint8Array {
     this.position += count;
     if (this.position > this.bytes.length) throw new Error("values are missing: the file was cut");
-    return this.bytes.slice(this.position - count, this.position);
+    return this.bytes.subarray(this.position - count, this.position);
   }
   rest(): Uint8Array {
     return this.raw(this.bytes.length - this.position);
@@ -69,7 +69,7 @@ export function seriesColumns(
       return { count, batches, integers, numbers: [Float64Array.from(integers, Number)] };
     }
     case "boolean":
-      return { count, batches, numbers: [reader.raw(count)] };
+      return { count, batches, numbers: [reader.raw(count).slice()] };
     case "text": {
       const lengths = reader.indices(count);
       return { count, batches, texts: new TextColumn(lengths, reader.rest()) };

@@ -1,8 +1,8 @@
 import { withRoom } from "./Columns.ts";
 import { firstWhere } from "./Search.ts";
 
-/** Where the batches stand: at their timestamps, in seconds. Where those fall or are no numbers, nothing can be found by
- * them, and the batches stand at their indices instead. */
+/** Where the batches stand: at their timestamps, in seconds. Where those fall or are no numbers, nothing can be found
+ * by them, and the batches stand at their indices instead. */
 export class TimeAxis {
   count: number;
   rises = true;

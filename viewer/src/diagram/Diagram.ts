@@ -24,11 +24,11 @@ export class Diagram {
       this.host,
       svg,
       () => model.change("cursor"),
-      (target) => this.click(target),
+      (target, event) => this.click(target, event),
     );
     for (const topic of ["cursor", "data"] as const) model.on(topic, () => this.values.update());
     this.host.addEventListener("pointermove", (event) => this.hover(event));
-    this.host.addEventListener("pointerleave", () => this.endHover());
+    this.host.addEventListener("pointerleave", (event) => event.pointerType !== "touch" && this.endHover());
     this.values.update();
   }
 
@@ -41,12 +41,17 @@ export class Diagram {
     if (group) this.panZoom.reveal(group.getBoundingClientRect());
   }
 
-  private click(target: Element): void {
+  private click(target: Element, event: PointerEvent): void {
     const wire = target.closest<SVGElement>("path.hit, path.wire");
     const node = target.closest<SVGElement>("g.node, text.value")?.dataset.node;
     if (wire?.dataset.from) {
       this.model.select(Number(wire.dataset.from));
       this.model.plot(Number(wire.dataset.from));
+      // Where there is no pointer that hovers, and the plots may be out of sight.
+      if (event.pointerType === "touch") {
+        this.showHint(event, `${this.hintText(Number(wire.dataset.from))} – plotted below`);
+        setTimeout(() => (this.hint.hidden = true), 2500);
+      }
     } else if (node !== undefined) {
       this.model.select(Number(node));
     } else if (this.host.contains(target)) {
@@ -56,6 +61,7 @@ export class Diagram {
 
   /** Says what a wire carries, beside the pointer. */
   private hover(event: PointerEvent): void {
+    if (event.pointerType === "touch") return;
     const wire = event.buttons === 0 ? (event.target as Element).closest<SVGElement>("path.hit, path.wire") : null;
     this.endHover();
     if (!wire?.dataset.from) return;
@@ -64,7 +70,11 @@ export class Diagram {
       ({ dataset }) => dataset.to === to && dataset.input === input,
     );
     for (const element of this.hovered) element.classList.add("v-hovered");
-    setText(this.hint, this.hintText(Number(from)));
+    this.showHint(event, `${this.hintText(Number(from))} – click to plot`);
+  }
+
+  private showHint(event: PointerEvent, text: string): void {
+    setText(this.hint, text);
     this.hint.hidden = false;
     const rect = this.host.getBoundingClientRect();
     const left = Math.min(event.clientX - rect.left + 14, rect.width - this.hint.offsetWidth - 4);
@@ -87,6 +97,6 @@ export class Diagram {
     const { series, index } = found;
     const batch = series.batchOf(index);
     const age = batch === this.model.batch ? "in this batch" : `${duration(this.model.ageOf(batch))} ago`;
-    return `${name}: ${shortValue(series.value(index))}, ${age} – click to plot`;
+    return `${name}: ${shortValue(series.value(index))}, ${age}`;
   }
 }

@@ -21,7 +21,7 @@ export class PanZoom {
     private readonly host: HTMLElement,
     private readonly svg: SVGSVGElement,
     private readonly onMove: () => void,
-    private readonly onClick: (target: Element) => void,
+    private readonly onClick: (target: Element, event: PointerEvent) => void,
   ) {
     const { x, y, width, height } = svg.viewBox.baseVal;
     this.whole = { x, y, width: width || 1, height: height || 1 };
@@ -164,6 +164,6 @@ export class PanZoom {
   private up(event: PointerEvent): void {
     if (!this.pointers.delete(event.pointerId) || this.pointers.size > 0 || this.dragged >= 5) return;
     const target = document.elementFromPoint(event.clientX, event.clientY);
-    if (target) this.onClick(target);
+    if (target) this.onClick(target, event);
   }
 }

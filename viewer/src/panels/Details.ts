@@ -1,7 +1,8 @@
 import type { NodeInfo } from "../data/DataSource.ts";
+import type { Series } from "../data/Series.ts";
 import { button, byId, make, setText } from "../Elements.ts";
 import type { Model } from "../Model.ts";
-import { counted, duration, fullValue, grouped, percent, typeStyle } from "../Text.ts";
+import { counted, cutTo, duration, fullValue, grouped, percent, typeStyle } from "../Text.ts";
 
 const kinds = { function: "Function", constant: "Constant", stream: "Input stream", output: "Variable output" };
 
@@ -34,26 +35,37 @@ export class Details {
   private overview(): Node[] {
     const { source } = this.model;
     const running = source.nodes.reduce((sum, node) => sum + node.runs, 0);
-    const { begin, end, rises, count } = source.axis;
+    const table = make("div");
+    this.refreshers.push(() => {
+      const { begin, end, rises, count } = source.axis;
+      if (table.dataset.count === String(count)) return;
+      table.dataset.count = String(count);
+      const silent = source.quiet.filter((entry) => this.model.isSilent(entry.node)).length;
+      const time = rises ? `${begin} s to ${end} s (${duration(end - begin)})` : "timestamps fall";
+      table.replaceChildren(
+        facts([
+          ["Nodes", grouped(source.nodes.length)],
+          ["Batches", grouped(count)],
+          ["Time", count === 0 ? "–" : time],
+          ["Runs of nodes", grouped(running)],
+          ["Silent nodes", grouped(silent)],
+        ]),
+      );
+    });
     return [
       make("h2", {}, source.diagram),
       make("p", {}, "Evaluated over ", make("strong", {}, source.recording), "."),
       source.stopped !== undefined
         ? make("p", { class: "v-problem v-error" }, make("strong", {}, "Stopped: "), source.stopped)
         : make("span"),
-      facts([
-        ["Nodes", grouped(source.nodes.length)],
-        ["Batches", grouped(count)],
-        ["Time", count === 0 ? "–" : rises ? `${begin} s to ${end} s (${duration(end - begin)})` : "timestamps fall"],
-        ["Runs of nodes", grouped(running)],
-        ["Silent nodes", grouped(source.quiet.filter((entry) => this.model.isSilent(entry.node)).length)],
-      ]),
+      table,
       ...this.ends("Outputs at the cursor", "output"),
       ...this.ends("Inputs at the cursor", "stream"),
       make(
         "p",
         { class: "v-faint" },
-        "Click a node to see its values and why it has them; click a wire to plot it. Move in time with the slider, the arrow keys, or by clicking in a plot.",
+        "Click a node to see its values and why it has them; click a wire to plot it. Move in time with the slider, " +
+          "the arrow keys, or by clicking in a plot.",
       ),
       make("p", { class: "v-faint" }, `Made by ${source.tool}.`),
     ];
@@ -99,7 +111,11 @@ export class Details {
     return this.model.source.findings
       .filter((finding) => finding.node === node.id)
       .map((finding) =>
-        make("p", { class: `v-problem v-${finding.severity}` }, `${finding.text}${finding.hint ? ` – ${finding.hint}` : ""}`),
+        make(
+          "p",
+          { class: `v-problem v-${finding.severity}` },
+          `${finding.text}${finding.hint ? ` – ${finding.hint}` : ""}`,
+        ),
       );
   }
 
@@ -120,7 +136,7 @@ export class Details {
         return setText(age, this.absence(node));
       }
       const { series, index } = found;
-      setText(value, fullValue(series.value(index), series.components, "\n"));
+      writeValue(value, series, index);
       const batch = series.batchOf(index);
       const times = index - series.firstFrom(batch) + 1;
       const often = times > 1 ? `, ${times} times` : "";
@@ -136,7 +152,9 @@ export class Details {
     if (!model.source.hasSeries(node.id)) return "it never gave a value";
     const series = model.source.series(node.id);
     if (!series) return "values are being read…";
-    return series.count === 0 ? "it never gave a value" : `no value yet: the first one comes ${this.later(series.batchOf(0))}`;
+    return series.count === 0
+      ? "it never gave a value"
+      : `no value yet: the first one comes ${this.later(series.batchOf(0))}`;
   }
 
   private inputs(node: NodeInfo): Node[] {
@@ -169,7 +187,7 @@ export class Details {
         setText(value, info.constant);
         setText(age, "constant");
       } else if (found) {
-        setText(value, fullValue(found.series.value(found.index), found.series.components, "\n"));
+        writeValue(value, found.series, found.index);
         const batch = found.series.batchOf(found.index);
         setText(age, batch === model.batch ? "updated in this batch" : this.ago(batch));
         age.classList.toggle("v-fresh", batch === model.batch);
@@ -178,7 +196,11 @@ export class Details {
         setText(age, "no value yet");
       }
     });
-    const plot = button("Plot", { class: "v-small", "aria-label": `Plot ${model.nameOf(from)}`, click: () => model.plot(from) });
+    const plot = button("Plot", {
+      class: "v-small",
+      "aria-label": `Plot ${model.nameOf(from)}`,
+      click: () => model.plot(from),
+    });
     plot.hidden = !model.source.hasSeries(from);
     return make(
       "div",
@@ -193,7 +215,12 @@ export class Details {
     const followers = this.model.followersOf(node.id);
     if (followers.length === 0) return [];
     const items = followers.map(({ node: follower, input }) =>
-      make("li", {}, nodeLink(this.model, follower.id), make("span", { class: "v-faint" }, ` ${follower.inputs[input].name}`)),
+      make(
+        "li",
+        {},
+        nodeLink(this.model, follower.id),
+        make("span", { class: "v-faint" }, ` ${follower.inputs[input].name}`),
+      ),
     );
     return [make("h3", {}, "Feeds"), make("ul", { class: "v-list" }, ...items)];
   }
@@ -209,17 +236,21 @@ export class Details {
       shownCount = series?.count ?? 0;
       const rows: [string, string | Node][] = [];
       if (node.kind === "function") rows.push(["Runs", grouped(node.runs)]);
-      if (node.kind !== "constant") rows.push([node.kind === "output" ? "Written" : "Values given", grouped(node.emissions)]);
+      if (node.kind !== "constant")
+        rows.push([node.kind === "output" ? "Written" : "Values given", grouped(node.emissions)]);
       if (node.nanoseconds > 0) {
         rows.push(["Time", `${duration(node.nanoseconds * 1e-9)}, ${percent(node.nanoseconds, time)} of all`]);
         if (node.runs > 0) rows.push(["Per run", duration((node.nanoseconds * 1e-9) / node.runs)]);
       }
       if (series && series.count > 0) {
-        rows.push([series.count === 1 ? "Only value" : "First value", this.momentOf(series.batchOf(0), fullValue(series.value(0)))]);
+        rows.push([
+          series.count === 1 ? "Only value" : "First value",
+          this.momentOf(series.batchOf(0), cutTo(fullValue(series.value(0)), 80)),
+        ]);
       }
       if (series && series.count > 1) {
         const last = series.count - 1;
-        rows.push(["Last value", this.momentOf(series.batchOf(last), fullValue(series.value(last)))]);
+        rows.push(["Last value", this.momentOf(series.batchOf(last), cutTo(fullValue(series.value(last)), 80))]);
         if (series.encoding === "float" && series.components.length <= 1) {
           const extremes = series.pyramid(0);
           extremes.look(0, series.count);
@@ -254,19 +285,32 @@ function facts(rows: [string, string | Node][]): HTMLElement {
   return make("dl", {}, ...rows.flatMap(([name, value]) => [make("dt", {}, name), make("dd", {}, value)]));
 }
 
+function writeValue(output: HTMLElement, series: Series, index: number): void {
+  setText(output, fullValue(series.value(index), series.components, "\n"));
+  output.classList.toggle("v-text", series.encoding === "text");
+}
+
 /** A node's name, which selects it; with the id where others have that name. */
 export function nodeLink(model: Model, node: number): HTMLButtonElement {
   const name = model.nameOf(node);
   return make(
     "button",
-    { type: "button", class: "v-link", title: `${model.node(node)?.class ?? "node"} #${node}`, click: () => model.select(node) },
+    {
+      type: "button",
+      class: "v-link",
+      title: `${model.node(node)?.class ?? "node"} #${node}`,
+      click: () => model.select(node),
+    },
     name,
     model.isNameShared(name) && make("span", { class: "v-faint" }, ` #${node}`),
   );
 }
 
 /** Why a node is silent: each cause with the node at fault and what to do. */
-export function causeList(model: Model, quiet: { node: number; causes: { node: number; text: string; remedy: string }[] }): Node {
+export function causeList(
+  model: Model,
+  quiet: { node: number; causes: { node: number; text: string; remedy: string }[] },
+): Node {
   const items = quiet.causes.map((cause) =>
     make(
       "li",

@@ -13,7 +13,12 @@ export function showQuiet(model: Model): void {
       make(
         "section",
         { class: "v-card" },
-        make("h3", {}, nodeLink(model, entry.node), make("span", { class: "v-faint" }, ` ${model.node(entry.node)?.class}`)),
+        make(
+          "h3",
+          {},
+          nodeLink(model, entry.node),
+          make("span", { class: "v-faint" }, ` ${model.node(entry.node)?.class}`),
+        ),
         causeList(model, entry),
       ),
     );
@@ -21,7 +26,11 @@ export function showQuiet(model: Model): void {
   const seldom = quiet.filter((entry) => !model.isSilent(entry.node));
   host.replaceChildren(
     make("h2", {}, "Silent nodes"),
-    make("p", { class: "v-faint" }, silent.length > 0 ? "They gave no value in the whole recording." : "None: every node gave a value."),
+    make(
+      "p",
+      { class: "v-faint" },
+      silent.length > 0 ? "They gave no value in the whole recording." : "None: every node gave a value.",
+    ),
     ...cards(silent),
   );
   if (seldom.length === 0) return;
@@ -89,7 +98,13 @@ export class Profile {
     const host = byId("v-profile");
     host.replaceChildren(
       make("h2", {}, "Profile"),
-      make("table", {}, make("caption", { class: "v-hidden" }, "Runs and time of nodes"), make("thead", {}, headRow), this.body),
+      make(
+        "table",
+        {},
+        make("caption", { class: "v-hidden" }, "Runs and time of nodes"),
+        make("thead", {}, headRow),
+        this.body,
+      ),
     );
     if (!model.source.nodes.some((node) => node.nanoseconds > 0)) this.sortedBy = "runs";
     this.show();

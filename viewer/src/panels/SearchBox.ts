@@ -47,8 +47,7 @@ export class SearchBox {
       ),
     );
     const isEmpty = this.field.value.trim() === "";
-    if (!isEmpty && ranked.length === 0)
-      this.list.append(make("li", { class: "v-faint" }, "No node is called so"));
+    if (!isEmpty && ranked.length === 0) this.list.append(make("li", { class: "v-faint" }, "No node is called so"));
     this.setOpen(!isEmpty);
     this.mark();
   }

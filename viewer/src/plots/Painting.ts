@@ -9,8 +9,8 @@ interface Stretch {
   to: number;
 }
 
-/** While a boolean is true there is a band; where it changes within a pixel, a paler one. A line says from when on it has
- * a value. */
+/** While a boolean is true there is a band; where it changes within a pixel, a paler one. A line says from when on it
+ * has a value. */
 export function drawBands(chart: uPlot, series: Series, axis: TimeAxis, stretch: Stretch, colour: string): void {
   const { ctx, bbox } = chart;
   const place = (index: number) => {
@@ -51,10 +51,13 @@ export function drawMarks(chart: uPlot, series: Series, axis: TimeAxis, stretch:
     ctx.globalAlpha = 0.6;
     ctx.fillRect(left, bbox.top + bbox.height * 0.2, ratio, bbox.height * 0.6);
     if (left < free || end - begin > 1) return;
-    const text = cutTo(series.value(begin) as string, 24);
+    const text = cutTo((series.value(begin) as string).replace(/\s+/g, " "), 24);
+    const { width } = ctx.measureText(text);
+    const isBefore = left + width + 4 * ratio > bbox.left + bbox.width;
+    if (isBefore && left - width - 4 * ratio < free) return;
     ctx.globalAlpha = 1;
-    ctx.fillText(text, left + 4 * ratio, bbox.top + bbox.height / 2);
-    free = left + ctx.measureText(text).width + 12 * ratio;
+    ctx.fillText(text, isBefore ? left - width - 4 * ratio : left + 4 * ratio, bbox.top + bbox.height / 2);
+    free = left + width + 12 * ratio;
   });
   ctx.restore();
 }

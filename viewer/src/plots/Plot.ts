@@ -190,7 +190,7 @@ export class Plot {
   private showReadout(found: { series: Series; index: number } | undefined): void {
     const value = found?.series.value(found.index);
     if (!Array.isArray(value)) {
-      const text = typeof value === "number" ? shortNumber(value) : cutTo(String(value ?? "no value yet"), 60);
+      const text = typeof value === "number" ? shortNumber(value) : cutTo(String(value ?? "no value yet").replace(/\s+/g, " "), 32);
       return setText(this.readout, text);
     }
     if (this.readout.childElementCount !== value.length) {
@@ -232,4 +232,3 @@ export class Plot {
     line.addEventListener("lostpointercapture", () => line.removeEventListener("pointermove", move), { once: true });
   }
 }
-

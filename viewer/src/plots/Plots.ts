@@ -24,13 +24,15 @@ export class Plots {
       ...withValues.filter((node) => node.kind === "stream"),
     ];
     model.plotted = ends.slice(0, firstPlots).map((node) => node.id);
-    for (const node of withValues) this.chooser.append(make("option", { value: String(node.id) }, `${node.name} #${node.id}`));
+    for (const node of withValues)
+      this.chooser.append(make("option", { value: String(node.id) }, `${node.name} #${node.id}`));
     this.chooser.addEventListener("change", () => {
       if (this.chooser.value) model.plot(Number(this.chooser.value));
       this.chooser.value = "";
     });
     if (ends.length > firstPlots)
-      byId("v-plots-note").textContent = `${firstPlots} of ${counted(ends.length, "input and output", "inputs and outputs")}`;
+      byId("v-plots-note").textContent =
+        `${firstPlots} of ${counted(ends.length, "input and output", "inputs and outputs")}`;
 
     byId("v-range-in").addEventListener("click", () => this.zoom(0.5));
     byId("v-range-out").addEventListener("click", () => this.zoom(2));

@@ -16,8 +16,8 @@ export function visible(series: Series, axis: TimeAxis, from: number, to: number
   return { begin: Math.max(0, begin), end: Math.min(series.count, end) };
 }
 
-/** Whether a series is drawn in steps. A value holds until the next one; where those follow each other closely, lines are
- * easier to read and hide nothing. */
+/** Whether a series is drawn in steps. A value holds until the next one; where those follow each other closely, lines
+ * are easier to read and hide nothing. */
 export function isStepped(series: Series, axis: TimeAxis): boolean {
   return series.encoding === "integer" || series.count * 2 < axis.count;
 }

@@ -19,7 +19,7 @@ namespace {
 
 using Sizes = NodeSizes;
 
-constexpr double pictureMargin = 24, roomForValueTexts = 48, lineHeight = 18, noteSize = 13;
+constexpr double pictureMargin = 24, roomForValueTexts = 48, noteLineHeight = 18, noteSize = 13;
 constexpr std::size_t mostNotes = 200, mostLinesOfNote = 12;
 
 /// Writes elements, part after part.
@@ -221,7 +221,7 @@ private:
         double y = end + 2;
         const auto paragraph = [&](const std::string& classes, const std::string& words) {
             for (const auto& line : textLines(words, noteSize, widest, mostLinesOfNote)) {
-                y += lineHeight;
+                y += noteLineHeight;
                 text(classes, x, y, line);
             }
         };
@@ -271,7 +271,7 @@ private:
             const double wide = textWidth(name, Sizes::detail) + 46;
             if (at > x && at + wide > x + widest) {
                 at = x;
-                y += lineHeight;
+                y += noteLineHeight;
             }
             body += "<path" + quoted("class", classes) +
                     quoted("d", "M" + pictureNumber(at) + " " + pictureNumber(y) + "h20") + "/>";

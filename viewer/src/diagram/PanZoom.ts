@@ -14,6 +14,8 @@ export class PanZoom {
   private readonly pointers = new Map<number, Point>();
   private dragged = 0;
   private isFitted = true;
+  /** Whether the page is being printed, with the whole diagram. */
+  private isOnPaper = false;
   /** Of the host, in pixels. */
   private size = { width: 0, height: 0 };
 
@@ -34,12 +36,19 @@ export class PanZoom {
     byId("v-zoom-out").addEventListener("click", () => this.zoom(1 / 1.4));
     byId("v-fit").addEventListener("click", () => this.fit());
     new ResizeObserver(([{ contentRect }]) => {
+      if (this.isOnPaper) return;
       this.size = contentRect;
       if (this.isFitted) this.begin();
       else this.apply();
     }).observe(host);
-    addEventListener("beforeprint", () => svg.setAttribute("viewBox", Object.values(this.whole).join(" ")));
-    addEventListener("afterprint", () => this.apply());
+    addEventListener("beforeprint", () => {
+      this.isOnPaper = true;
+      svg.setAttribute("viewBox", Object.values(this.whole).join(" "));
+    });
+    addEventListener("afterprint", () => {
+      this.isOnPaper = false;
+      this.apply();
+    });
   }
 
   fit(): void {

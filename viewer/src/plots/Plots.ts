@@ -15,6 +15,7 @@ export class Plots {
   private plots: Plot[] = [];
   /** Of the canvases. Measured only when it changes: asking makes the browser lay out the page. */
   private width = 0;
+  private isOnPaper = false;
 
   constructor(private readonly model: Model) {
     const { nodes } = model.source;
@@ -45,9 +46,16 @@ export class Plots {
     model.on("data", () => this.plots.forEach((plot) => plot.update(this.width)));
     model.on("theme", () => this.plots.forEach((plot) => plot.recolour()));
     model.on("cursor", () => this.plots.forEach((plot) => plot.moveCursor()));
-    addEventListener("beforeprint", () => this.redraw(paperWidth));
-    addEventListener("afterprint", () => this.redraw());
+    addEventListener("beforeprint", () => {
+      this.isOnPaper = true;
+      this.redraw(paperWidth);
+    });
+    addEventListener("afterprint", () => {
+      this.isOnPaper = false;
+      this.redraw();
+    });
     new ResizeObserver(([{ contentRect }]) => {
+      if (this.isOnPaper) return;
       this.width = Math.floor(contentRect.width);
       this.redraw();
     }).observe(this.host);

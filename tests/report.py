@@ -1,15 +1,18 @@
 """Decodes reports as the page does, and compares them with what the engine gives: report.py TOOL"""
 
 import base64
+import contextlib
 import gzip
 import json
 import math
 import os
+import pty
 import re
 import struct
 import subprocess
 import sys
 import tempfile
+import time
 import xml.etree.ElementTree
 from pathlib import Path
 
@@ -194,11 +197,37 @@ def faults(folder):
             failures.append(f"report {arguments}: found {status} {messages}")
 
 
+def progress(folder):
+    """Long work says on a terminal how far it is, and nothing elsewhere."""
+    diagram, target = Path(folder) / "p.kelvane", Path(folder) / "p.out"
+    diagram.write_text("x: Float\ny: Float = Negate(x)\n")
+    lines = ['{"timestamp":%d,"name":"x","floatValue":1}\n' % i for i in range(10000)]
+    started = []
+    for command in ["run", diagram], ["report", diagram], ["plot"], ["convert", "--from", "recording", "--to", "csv"], ["report", "-q", diagram]:
+        terminal, end = pty.openpty()
+        started.append((command, terminal, subprocess.Popen([TOOL, *command, "-o", f"{target}{len(started)}"], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=end)))
+        os.close(end)
+    for half in lines[:100], lines[100:]:
+        for _, _, process in started:
+            process.stdin.write("".join(half).encode())
+            process.stdin.flush()
+        time.sleep(1.2)
+    for command, terminal, process in started:
+        process.stdin.close()
+        status, shown = process.wait(timeout=60), b""
+        with contextlib.suppress(OSError):
+            while piece := os.read(terminal, 4096):
+                shown += piece
+        os.close(terminal)
+        expect(f"progress of {command}", (status, b"standard input: " in shown and b" updates" in shown), (0, "-q" not in command))
+
+
 def main():
     with tempfile.TemporaryDirectory() as folder:
         examples(folder)
         values(folder)
         faults(folder)
+        progress(folder)
     print("\n".join(failures) or "all as expected")
     sys.exit(1 if failures else 0)
 

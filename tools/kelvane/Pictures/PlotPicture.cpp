@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <limits>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "KelvaneSDK/Value.h"
@@ -22,6 +23,7 @@ namespace {
 
 constexpr double textSize = 12, smallSize = 11, titleSize = 15;
 constexpr double margin = 16, headHeight = 20, panelGap = 12, axisHeight = 36;
+constexpr double fileKey = 32;
 constexpr std::size_t mostWrittenOut = 3;
 constexpr double panelHeight = 110, bandHeight = 14, bandGap = 3, leastPanelHeight = 30;
 
@@ -126,8 +128,9 @@ private:
     }
 
     void measure() {
-        double fixed =
-            margin + titleSize - panelGap / 2 + (data.files().size() > 1 ? headHeight : 0) + axisHeight;
+        right = options.width - margin;
+        placeFiles();
+        double fixed = margin + titleSize - panelGap / 2 + filesHeight() + axisHeight;
         std::size_t lines = 0;
         for (auto& panel : panels) {
             fixed += headHeight + panelGap;
@@ -152,7 +155,6 @@ private:
                 left = std::max(left, margin + textWidth(tick.label, smallSize) + 8);
         }
         left = std::ceil(left);
-        right = options.width - margin;
     }
 
     // A little more than the values, so that lines do not lie on the border.
@@ -253,19 +255,28 @@ private:
     double writeHead(double top) {
         top += titleSize;
         writeText("title", margin, top - 2, fittingText(title(), titleSize, (right - margin) * 0.95));
-        if (data.files().size() > 1) {
-            top += headHeight;
-            double x = margin;
-            for (std::size_t i = 0; i < data.files().size(); ++i) {
-                const auto y = pictureNumber(top - 4);
-                body += "<g class=\"any\">";
-                writePath("line" + fileClass(i), "M" + pictureNumber(x) + " " + y + "h26");
-                body += "</g>";
-                writeText("faint", x + 32, top, data.files()[i]);
-                x += 32 + textWidth(data.files()[i], smallSize) + 20;
-            }
+        for (std::size_t i = 0; i < data.files().size() && hasFiles(); ++i) {
+            const double x = filePlaces[i].first, y = top + filePlaces[i].second;
+            body += "<g class=\"any\">";
+            writePath("line" + fileClass(i), "M" + pictureNumber(x) + " " + pictureNumber(y - 4) + "h26");
+            body += "</g>";
+            writeText("faint", x + fileKey, y, fittingText(data.files()[i], smallSize, right - x - fileKey));
         }
-        return top + panelGap / 2;
+        return top + filesHeight() + panelGap / 2;
+    }
+
+    bool hasFiles() const { return data.files().size() > 1; }
+    double filesHeight() const { return hasFiles() ? filePlaces.back().second : 0; }
+
+    // The key of the files, in as many rows as it needs.
+    void placeFiles() {
+        double x = margin, y = headHeight;
+        for (const auto& name : data.files()) {
+            const double width = fileKey + textWidth(name, smallSize);
+            if (x > margin && x + width > right) x = margin, y += headHeight;
+            filePlaces.emplace_back(x, y);
+            x += width + 20;
+        }
     }
 
     double writePanel(const Panel& panel, double top) {
@@ -296,10 +307,25 @@ private:
 
     void writePanelHead(const Panel& panel, double y) {
         const auto& first = *panel.series.front();
-        const auto name = fittingText(first.name, textSize, (right - left) * 0.6);
+        const auto names = componentNames(first.type);
+        double end = right;
+        for (std::size_t i = names.size(); i-- > 0;) {
+            end -= textWidth(names[i], smallSize);
+            writeText("faint", end, y, names[i]);
+            end -= 18;
+            writePath("line c" + std::to_string(i),
+                      "M" + pictureNumber(end) + " " + pictureNumber(y - 4) + "h14");
+            end -= 14;
+        }
+        const auto note = noteOf(panel);
+        const auto name = fittingText(first.name, textSize, (end - left) * (note.empty() ? 0.9 : 0.6));
         writeText("name", left, y, name);
-        double x = left + textWidth(name, textSize) * 1.1 + 8;
-        std::string note(isCount(first.type) ? "number of elements" : "");
+        const double x = left + textWidth(name, textSize) * 1.1 + 8;
+        if (!note.empty()) writeText("faint", x, y, fittingText(note, smallSize, end - x));
+    }
+
+    static std::string noteOf(const Panel& panel) {
+        std::string note(isCount(panel.series.front()->type) ? "number of elements" : "");
         std::size_t missing = 0, ofOtherTypes = 0;
         for (const auto* series : panel.series) {
             missing += series->missing;
@@ -309,17 +335,7 @@ private:
         if (!panel.axis.caption.empty()) add(panel.axis.caption);
         if (missing > 0) add(counted(missing, "value") + " missing");
         if (ofOtherTypes > 0) add(counted(ofOtherTypes, "value") + " of another type not drawn");
-        if (!note.empty()) writeText("faint", x, y, note);
-        const auto names = componentNames(first.type);
-        x = right;
-        for (std::size_t i = names.size(); i-- > 0;) {
-            x -= textWidth(names[i], smallSize);
-            writeText("faint", x, y, names[i]);
-            x -= 18;
-            writePath("line c" + std::to_string(i),
-                      "M" + pictureNumber(x) + " " + pictureNumber(y - 4) + "h14");
-            x -= 14;
-        }
+        return note;
     }
 
     PlotFrame frameAt(double top, double height) const {
@@ -440,6 +456,7 @@ private:
     const PlotData& data;
     const PlotOptions& options;
     std::vector<Panel> panels;
+    std::vector<std::pair<double, double>> filePlaces;
     AxisTicks timeAxis;
     double from = 0, to = 1, left = 0, right = 0;
     std::string body;

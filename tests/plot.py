@@ -155,6 +155,27 @@ def axes():
         expect(f"times from {begin} to {end}", " ".join(found), expected)
 
 
+def extremes():
+    """What drives numbers to their limits still has a picture, of finite coordinates, and a small one."""
+    for title, points in [
+        ("the whole axis", [(-1.7e308, 1.0), (1.7e308, 2.0)]),
+        ("the smallest numbers", [(0, 5e-324), (5e-324, 0.0)]),
+        ("one time", [(5, float(i)) for i in range(100)]),
+        ("large times close together", [(1e15 + i / 8, 1e15 + i / 8) for i in range(5)]),
+        ("the largest integers", [(0, 2**63 - 1), (1, -(2**63))]),
+        ("no values", [(i, None) for i in range(5)]),
+        ("no samples", [(0, [{"t": 3, "f": None}, {"t": 1, "f": 2}]), (1, [{"t": 2, "f": 1}])]),
+        ("a control character", [(0, "\0<")]),
+        ("time that goes back often", [(i % 10, float(i)) for i in range(30000)]),
+    ]:
+        for options in [], ["--width", "200", "--height", "100"], ["--from", "-1", "--to", "1e-3"]:
+            done = subprocess.run([TOOL, "plot", *options], input="".join(lines("x", points)), capture_output=True, text=True, timeout=20)
+            if "draw between these times" in done.stderr:
+                continue
+            paths = Plot(done.stdout).paths["x"] if done.stdout else [("", f"nan: {done.stderr}")]
+            expect(f"{title} {options}", [data for _, data in paths if re.search("nan|inf", data) or len(data) > 100_000], [])
+
+
 def files(folder):
     first, second = Path(folder) / "first.jsonl", Path(folder) / "second.jsonl"
     first.write_text("".join([*lines("speed", [(i, float(i)) for i in range(50)]), *lines("on", [(1, True), (2, False)])]))
@@ -189,6 +210,7 @@ def main():
     decimation()
     looks()
     axes()
+    extremes()
     with tempfile.TemporaryDirectory() as folder:
         files(folder)
     print("\n".join(failures) or "all as expected")

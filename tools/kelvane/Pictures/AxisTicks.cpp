@@ -1,5 +1,6 @@
 #include "Pictures/AxisTicks.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -41,7 +42,9 @@ template <class Label>
 std::vector<AxisTick> ticksBetween(double least, double most, double step, const Label& label) {
     std::vector<AxisTick> ticks;
     const double first = std::ceil(least / step - 1e-9), last = std::floor(most / step + 1e-9);
-    for (double i = first; i <= last; ++i) ticks.push_back({i * step, label(i * step)});
+    // Counted in whole numbers, for large ones do not grow by 1.
+    const int count = static_cast<int>(std::min(last - first, 1000.0));
+    for (int i = 0; i <= count; ++i) ticks.push_back({(first + i) * step, label((first + i) * step)});
     return ticks;
 }
 

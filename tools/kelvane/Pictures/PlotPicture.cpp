@@ -118,7 +118,7 @@ private:
         from = options.from.value_or(from);
         to = options.to.value_or(to);
         constexpr double perTick = 90;
-        const bool isOnce = !(to > from);
+        const bool isOnce = !(to - from > std::max(1e-12, std::abs(from) * 1e-15));
         const double around = isOnce ? std::max(0.5, std::abs(from) * 1e-9) : (to / 2 - from / 2) * 0.01;
         timeAxis = timeTicks(isOnce ? from - around : from, isOnce ? to + around : to,
                              std::max(2.0, options.width / perTick));
@@ -172,7 +172,8 @@ private:
         if (!(panel.least <= panel.most)) panel.least = 0, panel.most = 1;
         const double size = std::max(std::abs(panel.least), std::abs(panel.most));
         double around = (panel.most / 2 - panel.least / 2) * 0.12;
-        if (around < size * 1e-13 || around == 0) around = size == 0 ? 1 : size * 0.1;
+        constexpr double smallest = 1e-290;
+        if (around < size * 1e-13 || around < smallest) around = size < smallest ? 1 : size * 0.1;
         constexpr double furthest = std::numeric_limits<double>::max();
         panel.least = std::max(panel.least - around, -furthest);
         panel.most = std::min(panel.most + around, furthest);

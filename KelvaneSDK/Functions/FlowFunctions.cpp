@@ -140,7 +140,8 @@ private:
     }
 };
 
-std::optional<std::string> negativeLength(std::span<const Value* const> values, std::span<const ValueClass>) {
+std::optional<std::string> lengthBelowMinusOne(std::span<const Value* const> values,
+                                               std::span<const ValueClass>) {
     const auto length = belowLeast<0, leastLength>(values);
     if (!length) return std::nullopt;
     return "a buffer of length " + *length + " drops more values than it holds";
@@ -167,7 +168,7 @@ NodeFamily flowFunctions() {
                              "the value that arrived `length` updates ago")
                 .silent("for the first `length` updates")
                 .keywords("delay previous history")
-                .demands({"length is -1 or more", {0}, negativeLength}),
+                .demands({"length is -1 or more", {0}, lengthBelowMinusOne}),
             pure(
                 "Gate", {{"open"}, {"value"}},
                 [](bool open, Anything value) -> Maybe<Value> {

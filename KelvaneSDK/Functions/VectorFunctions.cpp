@@ -10,7 +10,7 @@ namespace {
 
 double dotProduct(const Vector& a, const Vector& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 
-double length(const Vector& v) { return std::sqrt(dotProduct(v, v)); }
+double lengthOf(const Vector& v) { return std::sqrt(dotProduct(v, v)); }
 
 Vector crossProduct(const Vector& a, const Vector& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
@@ -23,7 +23,7 @@ NodeFamily vectorFunctions() {
         "Vector",
         {
             pure(
-                "Vector length", {{"v"}}, [](Vector v) { return length(v); }, "the length of v")
+                "Vector length", {{"v"}}, [](Vector v) { return lengthOf(v); }, "the length of v")
                 .keywords("norm magnitude absolute"),
             pure(
                 "Make vector", {{"x"}, {"y"}, {"z"}},
@@ -33,7 +33,7 @@ NodeFamily vectorFunctions() {
                 "the vector (x, y, z)"),
             // One reciprocal, multiplied into each component: a quotient each would change last digits.
             pure(
-                "Normalize vector", {{"v"}}, [](Vector v) { return v * (1 / length(v)); },
+                "Normalize vector", {{"v"}}, [](Vector v) { return v * (1 / lengthOf(v)); },
                 "v scaled to length 1; NaN for the zero vector")
                 .keywords("unit"),
             pure(
@@ -50,7 +50,7 @@ NodeFamily vectorFunctions() {
                 "Vector cross product", {{"a"}, {"b"}}, [](Vector a, Vector b) { return crossProduct(a, b); },
                 "the cross product of a and b, with a on the left"),
             pure(
-                "Distance", {{"a"}, {"b"}}, [](Vector a, Vector b) { return length(a - b); },
+                "Distance", {{"a"}, {"b"}}, [](Vector a, Vector b) { return lengthOf(a - b); },
                 "the distance between points a and b"),
             pure(
                 "Vector angle", {{"a", "of length 1"}, {"b", "of length 1"}},
